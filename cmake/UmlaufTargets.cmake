@@ -1,0 +1,54 @@
+# What all targets of this project share: warnings, sanitizers, floating-point rules, and the helpers that declare them.
+
+add_library(umlauf_options INTERFACE)
+target_compile_options(umlauf_options INTERFACE
+  $<$<CXX_COMPILER_ID:GNU,Clang,AppleClang>:-Wall -Wextra -Wpedantic -Wshadow -Wconversion
+    # No contraction across stated steps: a product and a sum round separately everywhere.
+    -ffp-contract=off>)
+if(UMLAUF_WARNINGS_AS_ERRORS)
+  target_compile_options(umlauf_options INTERFACE $<$<CXX_COMPILER_ID:GNU,Clang,AppleClang>:-Werror>)
+endif()
+if(UMLAUF_SANITIZE)
+  target_compile_options(umlauf_options INTERFACE
+    -fsanitize=${UMLAUF_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+  target_link_options(umlauf_options INTERFACE -fsanitize=${UMLAUF_SANITIZE})
+endif()
+
+# umlauf_layer(NAME [SOURCES ...] [USES layer ...] [LIBRARIES target ...])
+#
+# Declares one layer of the library as an object library umlauf_NAME and adds it to the shared library. USES names the
+# layers below that it includes: a layer can include nothing that it does not name, so the layering is checked by the
+# order in which they are declared (a layer that is not declared yet cannot be used).
+function(umlauf_layer name)
+  cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "SOURCES;USES;LIBRARIES")
+  foreach(below IN LISTS arg_USES)
+    if(NOT TARGET umlauf_${below})
+      message(FATAL_ERROR "Layer ${name} uses ${below}, which is not below it.")
+    endif()
+  endforeach()
+  add_library(umlauf_${name} OBJECT ${arg_SOURCES})
+  target_include_directories(umlauf_${name} PUBLIC "${PROJECT_SOURCE_DIR}" "${PROJECT_BINARY_DIR}/generated")
+  target_compile_definitions(umlauf_${name} PRIVATE umlauf_EXPORTS)
+  target_link_libraries(umlauf_${name} PRIVATE umlauf_options ${arg_LIBRARIES})
+  set_property(GLOBAL APPEND PROPERTY UMLAUF_LAYERS umlauf_${name})
+  set_property(GLOBAL APPEND PROPERTY UMLAUF_LAYER_LIBRARIES ${arg_LIBRARIES})
+endfunction()
+
+# umlauf_test(NAME SOURCES ... [LIBRARIES ...]): one GoogleTest program, linked against the shared library as a user does.
+function(umlauf_test name)
+  cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "SOURCES;LIBRARIES")
+  add_executable(test_${name} ${arg_SOURCES})
+  target_include_directories(test_${name} PRIVATE "${PROJECT_SOURCE_DIR}/tests")
+  target_link_libraries(test_${name} PRIVATE umlauf umlauf_options GTest::gtest_main GTest::gmock ${arg_LIBRARIES})
+  target_compile_definitions(test_${name} PRIVATE UMLAUF_TEST_DATA="${CMAKE_CURRENT_SOURCE_DIR}")
+  add_test(NAME ${name} COMMAND test_${name})
+  set_tests_properties(${name} PROPERTIES TIMEOUT 600)
+endfunction()
+
+# umlauf_bench(NAME SOURCES ... [LIBRARIES ...]): one Google Benchmark program.
+function(umlauf_bench name)
+  cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "SOURCES;LIBRARIES")
+  add_executable(bench_${name} ${arg_SOURCES})
+  target_include_directories(bench_${name} PRIVATE "${PROJECT_SOURCE_DIR}/bench")
+  target_link_libraries(bench_${name} PRIVATE umlauf umlauf_options benchmark::benchmark_main ${arg_LIBRARIES})
+endfunction()

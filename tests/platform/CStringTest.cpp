@@ -1,0 +1,71 @@
+#include "umlauf/platform/framework/CString.h"
+
+#include <gtest/gtest.h>
+
+#include <clocale>
+#include <string>
+
+namespace {
+
+TEST(CString, EditsAndSearches) {
+  CString s(L"10^ m/s");
+  EXPECT_EQ(s.GetLength(), 7);
+  EXPECT_EQ(s.Left(4), L"10^ ");
+  EXPECT_EQ(s.Right(3), L"m/s");
+  EXPECT_EQ(s.Mid(4), L"m/s");
+  EXPECT_EQ(s.Mid(-3, 2), L"10");
+  EXPECT_EQ(s.Mid(50), L"");
+  EXPECT_EQ(s.Find(L"/"), 5);
+  EXPECT_EQ(s.Find(L'x'), -1);
+  EXPECT_EQ(s.Replace(L"m", L"mm"), 1);
+  EXPECT_EQ(s, L"10^ mm/s");
+  EXPECT_EQ(s.Insert(100, L"!"), 9);
+  EXPECT_EQ(L"<" + s + L'>', L"<10^ mm/s!>");
+  EXPECT_LT(CString(L"a"), CString(L"b"));
+}
+
+TEST(CString, CodePages) {
+  const std::string utf8 =
+      "\xC2\xB0"
+      "C \xE2\x82\xAC \xF0\x9F\x98\x80";  // degree, euro, an emoji
+  const CString s = CString::FromUtf8(utf8);
+  EXPECT_EQ(s.ToUtf8(), utf8);
+  EXPECT_EQ(s.ToAnsi(),
+            "\xB0"
+            "C \x80 ?");
+  EXPECT_EQ(CString::FromAnsi("\xB0"
+                              "C \x80"),
+            L"°C €");
+}
+
+TEST(CString, EveryAnsiByteSurvivesTheWayThere) {
+  for (int byte = 0; byte < 256; ++byte) {
+    const std::string text(1, static_cast<char>(byte));
+    EXPECT_EQ(CString::FromAnsi(text).ToAnsi(), text) << byte;
+  }
+}
+
+TEST(CString, MalformedUtf8BecomesReplacementCharacters) {
+  const struct {
+    std::string bytes;
+    std::wstring wide;
+  } cases[] = {
+      {"\xFF", L"\xFFFD"},           {"a\xC3", L"a\xFFFD"},
+      {"\xE2\x82x", L"\xFFFDx"},     {"\xC0\xAF", L"\xFFFD\xFFFD"},  // overlong
+      {"\xED\xA0\x80", L"\xFFFD"},                                   // surrogate
+      {"\xF5\x80", L"\xFFFD\xFFFD"},
+  };
+  for (const auto& c : cases) EXPECT_EQ(CString::FromUtf8(c.bytes).str(), c.wide);
+}
+
+TEST(CString, FormatIsTypeSafeAndKeepsToThePoint) {
+  CString s;
+  s.Format(L"[%f|%u|%d|%s|%s|%c]", 0.5f, 7u, -3, L"wide", "narrow µ", L'²');
+  EXPECT_EQ(s, L"[0.500000|7|-3|wide|narrow µ|²]");
+  s.Format(L"%d %s", 1);  // an argument is missing
+  EXPECT_EQ(s, L"%d %s");
+  s.Format(L"%5.2f|%3d|%4s", 3.14159, 42, L"ab");
+  EXPECT_EQ(s, L" 3.14| 42|  ab");
+}
+
+}  // namespace

@@ -1,0 +1,71 @@
+#include "umlauf/platform/framework/CString.h"
+
+#include <fmt/args.h>
+#include <fmt/printf.h>
+#include <fmt/xchar.h>
+
+#include <algorithm>
+
+#include "umlauf/platform/os/os.h"
+
+namespace os = umlauf::os;
+
+FormatArg::FormatArg(const CString& text) : value_(text.view()) {}
+FormatArg::FormatArg(const char* utf8) : value_(os::Utf8ToWide(utf8 != nullptr ? utf8 : "(null)")) {}
+
+CString::CString(const char* utf8) : text_(os::Utf8ToWide(utf8 != nullptr ? utf8 : "")) {}
+
+CString CString::FromUtf8(std::string_view utf8) { return CString(os::Utf8ToWide(utf8)); }
+CString CString::FromAnsi(std::string_view ansi) { return CString(os::Cp1252ToWide(ansi)); }
+std::string CString::ToUtf8() const { return os::WideToUtf8(text_); }
+std::string CString::ToAnsi() const { return os::WideToCp1252(text_); }
+
+wchar_t CString::GetAt(int position) const {
+  return position >= 0 && position < GetLength() ? text_[static_cast<std::size_t>(position)] : L'\0';
+}
+
+CString CString::Mid(int first, int count) const {
+  first = std::clamp(first, 0, GetLength());
+  return CString(text_.substr(static_cast<std::size_t>(first), static_cast<std::size_t>(std::max(count, 0))));
+}
+
+CString CString::Right(int count) const { return Mid(GetLength() - std::clamp(count, 0, GetLength())); }
+
+int CString::Find(const wchar_t* what, int start) const {
+  const auto at = text_.find(what, static_cast<std::size_t>(std::max(start, 0)));
+  return at == std::wstring::npos ? -1 : static_cast<int>(at);
+}
+
+int CString::Find(wchar_t what, int start) const {
+  const auto at = text_.find(what, static_cast<std::size_t>(std::max(start, 0)));
+  return at == std::wstring::npos ? -1 : static_cast<int>(at);
+}
+
+int CString::Replace(const wchar_t* what, const wchar_t* with) {
+  const std::wstring_view from(what);
+  const std::wstring_view to(with);
+  if (from.empty()) return 0;
+  int count = 0;
+  for (auto at = text_.find(from); at != std::wstring::npos; at = text_.find(from, at + to.size())) {
+    text_.replace(at, from.size(), to);
+    ++count;
+  }
+  return count;
+}
+
+int CString::Insert(int position, const wchar_t* what) {
+  text_.insert(static_cast<std::size_t>(std::clamp(position, 0, GetLength())), what);
+  return GetLength();
+}
+
+void CString::FormatV(const wchar_t* format, std::initializer_list<FormatArg> args) {
+  fmt::dynamic_format_arg_store<fmt::wprintf_context> store;
+  for (const FormatArg& arg : args) {
+    std::visit([&store](const auto& value) { store.push_back(value); }, arg.value());
+  }
+  try {
+    text_ = fmt::vsprintf(fmt::wstring_view(format), fmt::basic_format_args<fmt::wprintf_context>(store));
+  } catch (const fmt::format_error&) {
+    text_ = format;
+  }
+}

@@ -1,0 +1,45 @@
+#pragma once
+
+#include <concepts>
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <type_traits>
+#include <variant>
+
+#include "umlauf/Export.h"
+
+class CString;
+
+/// One argument of a printf-style wide format, with its type: integers, floating-point numbers, characters,
+/// and text (wide, or narrow as UTF-8). It refers to texts and does not copy them: use it within one call
+/// only.
+class UMLAUF_API FormatArg {
+ public:
+  using Value = std::variant<std::int64_t, std::uint64_t, double, wchar_t, std::wstring_view, std::wstring>;
+
+  template <class T>
+  requires std::is_arithmetic_v<T> || std::is_enum_v<T> FormatArg(
+      T value) {  // NOLINT(google-explicit-constructor): arguments convert as in a printf call
+    if constexpr (std::is_enum_v<T>) {
+      *this = FormatArg(static_cast<std::underlying_type_t<T>>(value));
+    } else if constexpr (std::is_same_v<T, wchar_t> || std::is_same_v<T, char>) {
+      value_ = static_cast<wchar_t>(value);
+    } else if constexpr (std::is_floating_point_v<T>) {
+      value_ = static_cast<double>(value);
+    } else if constexpr (std::is_signed_v<T>) {
+      value_ = static_cast<std::int64_t>(value);
+    } else {
+      value_ = static_cast<std::uint64_t>(value);
+    }
+  }
+  FormatArg(const wchar_t* text) : value_(std::wstring_view(text != nullptr ? text : L"(null)")) {}  // NOLINT
+  FormatArg(const std::wstring& text) : value_(std::wstring_view(text)) {}                           // NOLINT
+  FormatArg(const CString& text);                                                                    // NOLINT
+  FormatArg(const char* utf8);                                                                       // NOLINT
+
+  const Value& value() const { return value_; }
+
+ private:
+  Value value_;
+};

@@ -1,0 +1,43 @@
+#pragma once
+
+// The operating system behind one interface. Nothing outside platform/os includes a system header or asks
+// which system it runs on; another system is another folder beside posix/.
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <string_view>
+
+namespace umlauf::os {
+
+/// Code pages. UTF-8: malformed sequences become U+FFFD. 1252: bytes without a character map to the control
+/// of the same number, characters outside the page become '?'.
+std::wstring Utf8ToWide(std::string_view utf8);
+std::string WideToUtf8(std::wstring_view wide);
+std::wstring Cp1252ToWide(std::string_view ansi);
+std::string WideToCp1252(std::wstring_view wide);
+
+struct OpenMode {
+  bool read = true;
+  bool write = false;
+  bool create = false;
+  bool truncate = false;
+};
+
+/// An open file with its own position. Closed on destruction. Not shared between threads.
+class File {
+ public:
+  /// Null when it cannot be opened; folders are not files.
+  static std::unique_ptr<File> Open(const std::wstring& path, const OpenMode& mode);
+  virtual ~File() = default;
+
+  virtual std::size_t Read(void* buffer, std::size_t count) = 0;
+  virtual bool Write(const void* buffer, std::size_t count) = 0;
+  virtual bool Seek(std::uint64_t position) = 0;
+  virtual std::uint64_t Position() const = 0;
+  virtual std::uint64_t Length() const = 0;
+  virtual bool Flush() = 0;
+};
+
+}  // namespace umlauf::os

@@ -1,0 +1,112 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+#include "umlauf/Export.h"
+
+/// Float-vector functions (lVekta). Every function is safe from every thread, allocates nothing and chooses
+/// the widest instructions of the processor at run time. Lengths count elements; a stride is the distance
+/// between successive elements, in elements, and at least 1. Pointers need only the alignment of their
+/// element type; 128-byte aligned blocks are fastest. Unless a function says otherwise, outputs may be the
+/// inputs themselves (exactly, not shifted) and n = 0 does nothing.
+///
+/// Sums are formed in single precision, in several partial sums that are added at the end: the result depends
+/// on the processor's vector width only within rounding.
+namespace QVL {
+
+// Ranges and sums over x[0], x[stride], ... (n elements)
+// ---------------------------------------------------------------
+
+/// Smallest and greatest element. Both start at the first element and take strictly smaller (greater) ones,
+/// so NaN elements are passed over unless the first one is NaN. n = 0 leaves the outputs alone.
+UMLAUF_API void VectorMinMax(const float* x, std::size_t n, std::size_t stride, float& min, float& max);
+/// Index of the first smallest and first greatest element, by the same rule; 0 for n = 0.
+UMLAUF_API void VectorMinMaxIndex(const float* x, std::size_t n, std::size_t& minIndex,
+                                  std::size_t& maxIndex);
+UMLAUF_API float VectorSum(const float* x, std::size_t n, std::size_t stride = 1);
+UMLAUF_API float VectorSumSquares(const float* x, std::size_t n, std::size_t stride = 1);
+UMLAUF_API float VectorSumMagnitudes(const float* x, std::size_t n, std::size_t stride = 1);
+/// Sum / n; 0 for n = 0. Likewise the means of squares and of magnitudes.
+UMLAUF_API float VectorMean(const float* x, std::size_t n, std::size_t stride = 1);
+UMLAUF_API float VectorMeanSquare(const float* x, std::size_t n, std::size_t stride = 1);
+UMLAUF_API float VectorMeanMagnitude(const float* x, std::size_t n, std::size_t stride = 1);
+/// Greatest magnitude; 0 for n = 0. NaN elements are passed over.
+UMLAUF_API float VectorMaxMagnitude(const float* x, std::size_t n, std::size_t stride = 1);
+/// Level of the summed powers of levels in decibels: 10 log10(sum of 10^(x/10)); 0 for n = 0. Does not
+/// overflow: the greatest level is the reference.
+UMLAUF_API float VectorLogSum(const float* x, std::size_t n, std::size_t stride = 1);
+/// Sum of a[i] * b[i].
+UMLAUF_API float DotProduct(const float* a, const float* b, std::size_t n);
+
+/// Range and moments of one block.
+struct Moments {
+  float min, max, sum, sumSquares;
+};
+/// All four in one pass over contiguous samples; n must be at least 1. Minimum and maximum as VectorMinMax.
+UMLAUF_API Moments VectorMoments(const float* x, std::size_t n);
+
+// Element by element, n contiguous elements
+// ----------------------------------------------------------------------------
+
+UMLAUF_API void FillFloat(float* out, std::size_t n, float value);
+UMLAUF_API void AddFloat(float* out, const float* a, std::size_t n, float value);
+UMLAUF_API void MulFloat(float* out, const float* a, std::size_t n, float factor);
+UMLAUF_API void AddVectors(float* out, const float* a, const float* b, std::size_t n);
+UMLAUF_API void SubVectors(float* out, const float* a, const float* b, std::size_t n);
+UMLAUF_API void MulVectors(float* out, const float* a, const float* b, std::size_t n);
+/// a[i] where it is strictly greater (less) than b[i], else b[i].
+UMLAUF_API void MaximizeVectors(float* out, const float* a, const float* b, std::size_t n);
+UMLAUF_API void MinimizeVectors(float* out, const float* a, const float* b, std::size_t n);
+/// a[i] * weightA + b[i] * weightB.
+UMLAUF_API void VectorWeightedSum(float* out, const float* a, float weightA, const float* b, float weightB,
+                                  std::size_t n);
+/// out[i] += x[i] * weight.
+UMLAUF_API void AddScaled(float* out, const float* x, float weight, std::size_t n);
+/// out[i] += (x[i] * x[i]) * weight.
+UMLAUF_API void AddSquares(float* out, const float* x, float weight, std::size_t n);
+/// Clears the sign bit, also of NaN.
+UMLAUF_API void AbsVector(float* out, const float* a, std::size_t n);
+UMLAUF_API void SquareVector(float* out, const float* a, std::size_t n);
+/// Square root; 0 for elements <= 0.
+UMLAUF_API void SqrtVector(float* out, const float* a, std::size_t n);
+/// Ceiling: elements >= limit become limit. Floor: elements <= limit become limit. NaN stays NaN.
+UMLAUF_API void ClipUpper(float* out, const float* a, std::size_t n, float limit);
+UMLAUF_API void ClipLower(float* out, const float* a, std::size_t n, float limit);
+/// Reverses the order in place.
+UMLAUF_API void ReverseVector(float* x, std::size_t n);
+
+// Copies
+// ---------------------------------------------------------------------------------------------------------------
+
+/// Strided copy: out[i * outStride] = in[i * inStride] for i < n. The two must not overlap.
+UMLAUF_API void Interleave(float* out, std::size_t outStride, const float* in, std::size_t inStride,
+                           std::size_t n);
+UMLAUF_API void Interleave(std::int32_t* out, std::size_t outStride, const std::int32_t* in,
+                           std::size_t inStride, std::size_t n);
+UMLAUF_API void Interleave(std::uint32_t* out, std::size_t outStride, const std::uint32_t* in,
+                           std::size_t inStride, std::size_t n);
+UMLAUF_API void Interleave(std::int16_t* out, std::size_t outStride, const std::int16_t* in,
+                           std::size_t inStride, std::size_t n);
+
+// Number formats
+// -------------------------------------------------------------------------------------------------------
+
+/// 8-bit quantisation: out[i] = low 8 bits of the whole part of (x[i] - lo) * factor * 255 + 0.5, formed in
+/// single precision in this order. Samples whose value cannot be converted (NaN, far outside) give the
+/// saturated integer's low bits.
+UMLAUF_API void QuantizeBytes(std::uint8_t* out, const float* x, std::size_t n, float lo, float factor);
+/// out[i] = in[i] * step + lo.
+UMLAUF_API void DequantizeBytes(float* out, const std::uint8_t* in, std::size_t n, float step, float lo);
+
+// Searches
+// -------------------------------------------------------------------------------------------------------------
+
+/// One bit a sample for n <= 64 * words samples: bit i % 64 of above[i / 64] tells x[i] > upper, of below[i /
+/// 64] tells lower > x[i]. Bits behind the last sample are 0. NaN is neither.
+UMLAUF_API void ThresholdMasks(const float* x, std::size_t n, float upper, float lower, std::uint64_t* above,
+                               std::uint64_t* below);
+/// Number of elements that equal a value (NaN equals nothing).
+UMLAUF_API std::size_t CountEqual(const float* x, std::size_t n, float value);
+
+}  // namespace QVL

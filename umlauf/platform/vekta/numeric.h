@@ -1,0 +1,28 @@
+#pragma once
+
+#include <cmath>
+#include <cstdint>
+#include <limits>
+#include <type_traits>
+
+/// Conversions between number types that are defined for every input.
+namespace numeric {
+
+/// Truncates toward zero and saturates: a value outside the range of T gives the nearest end of the range,
+/// NaN the lowest value of T. The one way from floating point to integer in this library.
+template <class T, class F>
+constexpr T trunc_sat(F x) {
+  static_assert(std::is_integral_v<T> && std::is_floating_point_v<F>);
+  using Limits = std::numeric_limits<T>;
+  // 2^digits: the first value above the range, exact in every floating-point type used here.
+  constexpr F above = static_cast<F>(Limits::max() / 2 + 1) * F(2);
+  if (!(x > static_cast<F>(Limits::min()))) return Limits::min();
+  if (x >= above) return Limits::max();
+  return static_cast<T>(x);
+}
+
+/// Nearest integer, halves away from zero.
+inline float round(float x) { return std::round(x); }
+inline double round(double x) { return std::round(x); }
+
+}  // namespace numeric

@@ -1,0 +1,3 @@
+#include "umlauf/typed/FlatRecord.h"
+
+CSerializable::~CSerializable() = default;
