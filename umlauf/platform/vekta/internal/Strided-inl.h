@@ -1,0 +1,107 @@
+// Strided copies, compiled once for every instruction set; see Loops-inl.h.
+
+#if defined(UMLAUF_QVL_STRIDED_INL) == defined(HWY_TARGET_TOGGLE)
+#ifdef UMLAUF_QVL_STRIDED_INL
+#undef UMLAUF_QVL_STRIDED_INL
+#else
+#define UMLAUF_QVL_STRIDED_INL
+#endif
+
+#include <algorithm>
+#include <array>
+#include <cstddef>
+#include <cstring>
+
+#include "hwy/highway.h"
+
+HWY_BEFORE_NAMESPACE();
+namespace QVL {
+namespace HWY_NAMESPACE {
+namespace {
+
+namespace hn = hwy::HWY_NAMESPACE;
+using std::size_t;
+
+#if HWY_TARGET != HWY_SCALAR
+/// A vector of in[0], in[kStride], in[2 kStride], ...; reads kStride whole vectors.
+template <size_t kStride, class D, class T>
+HWY_INLINE hn::Vec<D> LoadEvery(D d, const T* in) {
+  if constexpr (kStride == 1) {
+    return hn::LoadU(d, in);
+  } else if constexpr (kStride == 3) {
+    hn::Vec<D> wanted, second, third;
+    hn::LoadInterleaved3(d, in, wanted, second, third);
+    return wanted;
+  } else {
+    static_assert(kStride % 2 == 0);
+    const auto lower = LoadEvery<kStride / 2>(d, in);
+    const auto upper = LoadEvery<kStride / 2>(d, in + kStride / 2 * hn::Lanes(d));
+    return hn::ConcatEven(d, upper, lower);
+  }
+}
+#endif
+
+/// out[i] = in[i * kStride]. A vector is loaded only while a further element follows it, so that what is read
+/// with the last one of them lies in front of that element.
+template <size_t kStride, class T>
+HWY_INLINE void Gather(T* out, const T* in, size_t n) {
+  size_t i = 0;
+#if HWY_TARGET != HWY_SCALAR
+  const hn::ScalableTag<T> d;
+  const size_t N = hn::Lanes(d);
+  for (; i + N < n; i += N) hn::StoreU(LoadEvery<kStride>(d, in + i * kStride), d, out + i);
+#endif
+  for (; i < n; ++i) out[i] = in[i * kStride];
+}
+
+template <class T>
+HWY_INLINE void CopyElements(T* out, size_t outStride, const T* in, size_t inStride, size_t n) {
+  size_t i = 0;
+  for (; i + 4 <= n; i += 4) {
+    const T a = in[i * inStride], b = in[(i + 1) * inStride];
+    const T c = in[(i + 2) * inStride], d = in[(i + 3) * inStride];
+    out[i * outStride] = a;
+    out[(i + 1) * outStride] = b;
+    out[(i + 2) * outStride] = c;
+    out[(i + 3) * outStride] = d;
+  }
+  for (; i < n; ++i) out[i * outStride] = in[i * inStride];
+}
+
+template <class T>
+HWY_INLINE void CopyStrided(T* out, size_t outStride, const T* in, size_t inStride, size_t n) {
+  if (outStride != 1) return CopyElements(out, outStride, in, inStride, n);
+  switch (inStride) {
+    case 1:
+      return Gather<1>(out, in, n);
+    case 2:
+      return Gather<2>(out, in, n);
+    case 3:
+      return Gather<3>(out, in, n);
+    case 4:
+      return Gather<4>(out, in, n);
+    case 8:
+      return Gather<8>(out, in, n);
+    default:
+      return CopyElements(out, outStride, in, inStride, n);
+  }
+}
+
+/// Calls use(block, count) for successive contiguous pieces of a strided vector.
+template <class Use>
+HWY_INLINE void ForContiguous(const float* x, size_t n, size_t stride, Use use) {
+  if (stride == 1) return use(x, n);
+  std::array<float, 1024> block;
+  for (size_t i = 0; i < n; i += block.size()) {
+    const size_t count = std::min(n - i, block.size());
+    CopyStrided(block.data(), 1, x + i * stride, stride, count);
+    use(block.data(), count);
+  }
+}
+
+}  // namespace
+}  // namespace HWY_NAMESPACE
+}  // namespace QVL
+HWY_AFTER_NAMESPACE();
+
+#endif
