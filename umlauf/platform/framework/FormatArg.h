@@ -11,16 +11,20 @@
 
 class CString;
 
+/// Numbers, characters and enumerations.
+template <class T>
+concept FormatNumber = std::is_arithmetic_v<T> || std::is_enum_v<T>;
+
 /// One argument of a printf-style wide format, with its type: integers, floating-point numbers, characters,
 /// and text (wide, or narrow as UTF-8). It refers to texts and does not copy them: use it within one call
 /// only.
 class UMLAUF_API FormatArg {
  public:
-  using Value = std::variant<std::int64_t, std::uint64_t, double, wchar_t, std::wstring_view, std::wstring>;
+  using Value =
+      std::variant<std::int64_t, std::uint64_t, double, wchar_t, std::wstring_view, std::string_view>;
 
-  template <class T>
-  requires std::is_arithmetic_v<T> || std::is_enum_v<T> FormatArg(
-      T value) {  // NOLINT(google-explicit-constructor): arguments convert as in a printf call
+  template <FormatNumber T>
+  FormatArg(T value) {  // NOLINT(google-explicit-constructor): arguments convert as in a printf call
     if constexpr (std::is_enum_v<T>) {
       *this = FormatArg(static_cast<std::underlying_type_t<T>>(value));
     } else if constexpr (std::is_same_v<T, wchar_t> || std::is_same_v<T, char>) {
@@ -36,7 +40,7 @@ class UMLAUF_API FormatArg {
   FormatArg(const wchar_t* text) : value_(std::wstring_view(text != nullptr ? text : L"(null)")) {}  // NOLINT
   FormatArg(const std::wstring& text) : value_(std::wstring_view(text)) {}                           // NOLINT
   FormatArg(const CString& text);                                                                    // NOLINT
-  FormatArg(const char* utf8);                                                                       // NOLINT
+  FormatArg(const char* utf8) : value_(std::string_view(utf8 != nullptr ? utf8 : "(null)")) {}       // NOLINT
 
   const Value& value() const { return value_; }
 
