@@ -1,6 +1,6 @@
-// Three clocks of this machine on the time base of one of them: the monotonic clock cut to 32 bits is the master; the
-// time-stamp counter, cut to 40 bits in quarters of a nanosecond, and the wall clock are aligned to it. Prints how far they
-// drift from the master after the alignment.
+// Three clocks of this machine on the time base of one of them: the monotonic clock cut to 32 bits is the
+// master; the time-stamp counter, cut to 40 bits in quarters of a nanosecond, and the wall clock are aligned
+// to it. Prints how far they drift from the master after the alignment.
 //
 //   clock_alignment [seconds]     (10 by default)
 
@@ -52,11 +52,15 @@ int main(int argc, char** argv) {
   const double quarterNs = 4.0 / TimeStampRate();
   const std::uint64_t origin = TimeStamp();
 
-  // Reading one clock takes tens of nanoseconds: a resolution of 64 ns lets the master stand still while the others are read.
-  CTimeCapsule monotonic = CTimeCapsule::ForCounter(32, 6, [] { return Nanoseconds<std::chrono::steady_clock>() >> 6; });
-  CTimeCapsule timeStamp = CTimeCapsule::ForCounter(
-      40, -2, [=] { return static_cast<std::uint64_t>(static_cast<double>(TimeStamp() - origin) * quarterNs); });
-  CTimeCapsule wallClock = CTimeCapsule::ForCounter(64, 0, [] { return Nanoseconds<std::chrono::system_clock>(); });
+  // Reading one clock takes tens of nanoseconds: a resolution of 64 ns lets the master stand still while the
+  // others are read.
+  CTimeCapsule monotonic =
+      CTimeCapsule::ForCounter(32, 6, [] { return Nanoseconds<std::chrono::steady_clock>() >> 6; });
+  CTimeCapsule timeStamp = CTimeCapsule::ForCounter(40, -2, [=] {
+    return static_cast<std::uint64_t>(static_cast<double>(TimeStamp() - origin) * quarterNs);
+  });
+  CTimeCapsule wallClock =
+      CTimeCapsule::ForCounter(64, 0, [] { return Nanoseconds<std::chrono::system_clock>(); });
 
   CTimeMachine machine(1e-9f);
   machine.add({&monotonic, true});
@@ -77,10 +81,13 @@ int main(int argc, char** argv) {
     machine.poll();
     const std::int64_t now = machine.get_time();
     std::printf("%10.3f %22lld %22lld\n", static_cast<double>(now - start) * 1e-9,
-                static_cast<long long>(timeStamp.Time() - now), static_cast<long long>(wallClock.Time() - now));
+                static_cast<long long>(timeStamp.Time() - now),
+                static_cast<long long>(wallClock.Time() - now));
   }
   // A clock that is off by more than a millisecond a second was not aligned.
-  const auto drift = [&](const CTimeCapsule& capsule) { return std::llabs(capsule.Time() - machine.get_time()); };
+  const auto drift = [&](const CTimeCapsule& capsule) {
+    return std::llabs(capsule.Time() - machine.get_time());
+  };
   const auto limit = static_cast<long long>(1e6 * (seconds + 1));
   return drift(timeStamp) < limit && drift(wallClock) < limit ? 0 : 1;
 }
