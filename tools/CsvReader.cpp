@@ -69,7 +69,8 @@ bool CsvReader::NextLine() {
       const char* from = buffer_.data() + used_;
       const void* end = std::memchr(from, '\n', filled_ - used_);
       ended = end != nullptr;
-      const std::size_t n = ended ? static_cast<std::size_t>(static_cast<const char*>(end) - from) : filled_ - used_;
+      const std::size_t n =
+          ended ? static_cast<std::size_t>(static_cast<const char*>(end) - from) : filled_ - used_;
       line_.append(from, n);
       used_ += n + (ended ? 1 : 0);
       if (line_.size() > longestLine) Fail("cannot read {}: it is no table of text lines", path_);

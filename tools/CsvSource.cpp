@@ -52,10 +52,11 @@ class CsvSource final : public BlockSource {
     const std::optional<std::uint32_t> number = ParseCount(wanted);
     if (number && *number >= 2 && *number <= reader_.columns()) return *number - 1;
     Fail("{} has no column {} beside the time; {}", path_, wanted,
-         reader_.columns() < 2 ? "it needs at least two columns, the first one being seconds"
-                               : fmt::format("give --column 2{}{}",
-                                             reader_.columns() > 2 ? fmt::format(" to {}", reader_.columns()) : "",
-                                             names.empty() ? "" : " or a name from its header"));
+         reader_.columns() < 2
+             ? "it needs at least two columns, the first one being seconds"
+             : fmt::format("give --column 2{}{}",
+                           reader_.columns() > 2 ? fmt::format(" to {}", reader_.columns()) : "",
+                           names.empty() ? "" : " or a name from its header"));
   }
 
   /// Length and rate. The times are equidistant when every step equals the mean step to within 1 % and what
@@ -85,9 +86,11 @@ class CsvSource final : public BlockSource {
     const double lastDigit = std::pow(10.0, std::floor(std::log10(greatest)) + 1 - digits);
     const double tolerance = std::min(0.01 * step + 1.001 * lastDigit, 0.5 * step);
     if (!(step > 0 && step - shortest <= tolerance && longest - step <= tolerance)) {
-      Fail("cannot read {}: the times in its first column are not equidistant (steps from {:.6g} to {:.6g} s); "
-           "give --rate HZ if they are to be ignored",
-           path_, shortest, longest);
+      Fail(
+          "cannot read {}: the times in its first column are not equidistant (steps from {:.6g} to {:.6g} "
+          "s); "
+          "give --rate HZ if they are to be ignored",
+          path_, shortest, longest);
     }
     // 9999.9999 from rounded times means 10000.
     const double whole = std::round(1 / step);

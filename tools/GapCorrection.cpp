@@ -3,12 +3,13 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <limits>
 #include <utility>
 
 namespace umlauf::tool {
 namespace {
 
-constexpr std::size_t reach = 6;  ///< pulses on either side that give the median
+constexpr std::size_t reach = 6;  ///< pulses on either side that are compared with
 constexpr std::size_t longestGap = 4;
 constexpr double longPulse = 1.2;
 constexpr double gapPulse = 1.5;
@@ -35,18 +36,29 @@ void GapCorrection::Finish() {
   next_ = 0;
 }
 
-void GapCorrection::JudgeNext() {
-  std::array<double, 2 * reach + 1> lengths{};
-  const std::size_t begin = next_ - std::min(next_, reach);
-  const std::size_t end = std::min(window_.size(), next_ + reach + 1);
-  for (std::size_t i = begin; i < end; ++i) lengths[i - begin] = window_[i].length() / window_[i].pitches;
-  const auto middle = lengths.begin() + static_cast<std::ptrdiff_t>((end - begin) / 2);
-  std::nth_element(lengths.begin(), middle, lengths.begin() + static_cast<std::ptrdiff_t>(end - begin));
+double GapCorrection::OrdinaryPitch() const {
+  const auto median = [this](std::size_t begin, std::size_t end) {
+    std::array<double, reach> lengths{};
+    for (std::size_t i = begin; i < end; ++i) lengths[i - begin] = window_[i].length() / window_[i].pitches;
+    const auto first = lengths.begin(), middle = first + static_cast<std::ptrdiff_t>((end - begin) / 2);
+    std::nth_element(first, middle, first + static_cast<std::ptrdiff_t>(end - begin));
+    return *middle;
+  };
+  // Long pulses just before this one may be a gap themselves and tell nothing.
+  const std::size_t ordinaryEnd = next_ - run_.size();
+  const std::size_t begin = ordinaryEnd - std::min(ordinaryEnd, reach);
+  const std::size_t end = std::min(window_.size(), next_ + 1 + reach);
+  const double before =
+      begin < ordinaryEnd ? median(begin, ordinaryEnd) : std::numeric_limits<double>::infinity();
+  return next_ + 1 < end ? std::max(before, median(next_ + 1, end)) : before;
+}
 
+void GapCorrection::JudgeNext() {
   const Pulse& pulse = window_[next_];
-  const double ratio = pulse.length() / pulse.pitches / *middle;
+  const double ordinary = OrdinaryPitch();
+  const double ratio = pulse.length() / pulse.pitches / ordinary;
   if (ratio > longPulse && !overlong_) {
-    if (run_.empty()) runMedian_ = *middle;
+    if (run_.empty()) runPitch_ = ordinary;
     run_.push_back(pulse);
     runHasGap_ = runHasGap_ || ratio > gapPulse;
     if (run_.size() > longestGap) {
@@ -57,11 +69,10 @@ void GapCorrection::JudgeNext() {
   } else {
     EndRun(false);
     overlong_ = ratio > longPulse;
-    anyOrdinary_ = anyOrdinary_ || !overlong_;
-    sink_(pulse);
+    Emit(pulse);
   }
   ++next_;
-  if (next_ > reach) {
+  if (next_ > reach + longestGap) {
     window_.pop_front();
     --next_;
   }
@@ -69,27 +80,27 @@ void GapCorrection::JudgeNext() {
 
 double GapCorrection::PitchesOfRun(double length, bool cut) const {
   const auto pulses = static_cast<double>(run_.size());
-  const double most = relLength_ ? *relLength_ - 1 : std::max(1.0, pulsesPerRevolution_ / 4);
-  if (!relLength_ || cut) {
-    const double measured = cut ? length / runMedian_ : std::round(length / runMedian_);
-    const double missing = measured - pulses;
-    return missing > 0 && missing < most + 0.5 ? measured : 0;
+  const double measured = length / runPitch_;
+  if (cut) return std::abs(sinceGap_ - pulsesPerRevolution_) <= 1 ? measured : 0;
+  if (!relLength_) {
+    const double missing = std::round(measured) - pulses;
+    return missing >= 1 && missing <= std::max(1.0, pulsesPerRevolution_ / 4) ? std::round(measured) : 0;
   }
   const double expected = pulses - 1 + *relLength_;
-  return std::abs(length / runMedian_ - expected) <= misfit * expected ? expected : 0;
+  return std::abs(measured - expected) <= misfit * expected ? expected : 0;
 }
 
 void GapCorrection::EndRun(bool atEnd) {
   if (run_.empty()) return;
   const double length = run_.back().end - run_.front().begin;
-  const bool cut = atEnd || !anyOrdinary_;
-  const double pitches = runHasGap_ ? PitchesOfRun(length, cut) : 0;
+  const double pitches = runHasGap_ ? PitchesOfRun(length, atEnd) : 0;
   if (pitches > 0) {
-    if (!cut) {
+    if (!atEnd) {
       ++gaps_;
       lengths_ += pitches - static_cast<double>(run_.size()) + 1;
     }
-    run_.front().startsGap = anyOrdinary_;
+    sinceGap_ = 0;
+    run_.front().startsGap = true;
     for (Pulse& pulse : run_) {
       pulse.pitches = pitches * pulse.length() / length;
       pulse.revolutionTime = length / pitches * pulsesPerRevolution_;
@@ -97,9 +108,14 @@ void GapCorrection::EndRun(bool atEnd) {
       pulse.held = false;
     }
   }
-  for (const Pulse& pulse : run_) sink_(pulse);
+  for (const Pulse& pulse : run_) Emit(pulse);
   run_.clear();
   runHasGap_ = false;
+}
+
+void GapCorrection::Emit(const Pulse& pulse) {
+  sinceGap_ += pulse.pitches;
+  sink_(pulse);
 }
 
 }  // namespace umlauf::tool

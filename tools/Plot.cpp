@@ -30,10 +30,14 @@ std::string Terminal(const std::filesystem::path& target) {
 std::string LookOf(const PlotSeries& series) {
   const std::string colour = fmt::format("lc rgb {}", Quoted(series.colour));
   switch (series.look) {
-    case PlotSeries::Look::line: return "with lines lw 1 " + colour;
-    case PlotSeries::Look::boldLine: return "with lines lw 2 " + colour;
-    case PlotSeries::Look::broadLine: return "with lines lw 6 " + colour;
-    case PlotSeries::Look::points: return "with points pt 7 ps 0.5 " + colour;
+    case PlotSeries::Look::line:
+      return "with lines lw 1 " + colour;
+    case PlotSeries::Look::boldLine:
+      return "with lines lw 2 " + colour;
+    case PlotSeries::Look::broadLine:
+      return "with lines lw 6 " + colour;
+    case PlotSeries::Look::points:
+      return "with points pt 7 ps 0.5 " + colour;
   }
   return {};
 }
@@ -75,7 +79,7 @@ std::string PanelScript(const PlotPanel& panel) {
 
 std::string PlotScript(const Plot& plot, const OutputFile& out) {
   // Edges of the drawing area as parts of the picture.
-  constexpr double left = 0.075, right = 0.98, top = 0.87, bottom = 0.1, between = 0.05;
+  constexpr double left = 0.095, right = 0.98, top = 0.87, bottom = 0.125, between = 0.05;
   Range x;
   for (const PlotPanel& panel : plot.panels) x.Add(panel, &PlotPoint::x);
   if (!(x.low < x.high)) x.Widen();
@@ -84,9 +88,12 @@ std::string PlotScript(const Plot& plot, const OutputFile& out) {
   std::string script = fmt::format(
       "set encoding utf8\nset terminal {} noenhanced\nset output {}\n"
       "set grid lc rgb '#d8d8d8' lt 1 lw 0.8\nset border 3 lc rgb '#505050'\nset tics nomirror out\n"
-      "set key above right horizontal samplen 2\nset xrange [{:.9g}:{:.9g}]\nset multiplot\n"
-      "set lmargin at screen {}\nset rmargin at screen {}\nset title {} font ',18' offset 0,0.3\n",
-      Terminal(out.target()), Quoted(out.temporary().string()), x.low, x.high, left, right, Quoted(plot.title));
+      "set xrange [{:.9g}:{:.9g}]\nset multiplot\nset lmargin at screen {}\nset rmargin at screen {}\n",
+      Terminal(out.target()), Quoted(out.temporary().string()), x.low, x.high, left, right);
+  script += fmt::format(
+      "set label 1 {} at screen {},0.95 left font ',18'\nset key at screen {},0.975 right top horizontal "
+      "samplen 2\n",
+      Quoted(plot.title), left, right);
   double ceiling = top;
   for (const PlotPanel& panel : plot.panels) {
     const bool first = &panel == &plot.panels.front(), last = &panel == &plot.panels.back();
@@ -96,8 +103,9 @@ std::string PlotScript(const Plot& plot, const OutputFile& out) {
     y.Add(panel, &PlotPoint::y);
     y.Widen();
     script += fmt::format(
-        "set tmargin at screen {:.4f}\nset bmargin at screen {:.4f}\nset yrange [{:.9g}:{:.9g}]\nset ylabel {} "
-        "offset 0.5,0\nset xlabel {}\nset format x {}\n{}unset title\n",
+        "set tmargin at screen {:.4f}\nset bmargin at screen {:.4f}\nset yrange [{:.9g}:{:.9g}]\nset ylabel "
+        "{}\n"
+        "set xlabel {}\nset format x {}\n{}unset label 1\n",
         ceiling, ceiling - height, y.low, y.high, Quoted(panel.yLabel), last ? Quoted(plot.xLabel) : "''",
         last ? "'% h'" : "''", PanelScript(panel));
     ceiling -= height;
@@ -165,7 +173,8 @@ void DrawPlot(const Plot& plot, OutputFile& out) {
   if (const int code = gnuplot.Finish(); code != 0) {
     std::string reason = gnuplot.Messages();
     std::replace(reason.begin(), reason.end(), '\n', ' ');
-    Fail("cannot draw {}: gnuplot ended with code {}: {}", out.target().string(), code, reason.substr(0, 300));
+    Fail("cannot draw {}: gnuplot ended with code {}: {}", out.target().string(), code,
+         reason.substr(0, 300));
   }
 }
 

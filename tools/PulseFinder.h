@@ -32,8 +32,8 @@ class PulseAssembler {
 
   double edgesPerPulse_;
   double pulsesPerRevolution_;
-  bool merges_;  ///< short pulses are merged with the next one
-  std::uint64_t carried_ = 0;  ///< samples of the pulse in progress that lie in earlier blocks
+  bool merges_;                 ///< short pulses are merged with the next one
+  std::uint64_t carried_ = 0;   ///< samples of the pulse in progress that lie in earlier blocks
   std::uint64_t position_ = 0;  ///< samples up to the last closed pulse
   double lastEdge_ = 0;
   bool any_ = false;

@@ -51,10 +51,18 @@ class RawSource final : public BlockSource {
     if (n < count && std::ferror(file_.get()) != 0) Fail("cannot read {}: {}", path_, std::strerror(errno));
     const char* first = bytes_.data() + channel_ * SampleSize(format_);
     switch (format_) {
-      case RawFormat::f32: Convert<float>(first, n, frameSize_, samples_.data()); break;
-      case RawFormat::i16: Convert<std::int16_t>(first, n, frameSize_, samples_.data()); break;
-      case RawFormat::i32: Convert<std::int32_t>(first, n, frameSize_, samples_.data()); break;
-      case RawFormat::u32: Convert<std::uint32_t>(first, n, frameSize_, samples_.data()); break;
+      case RawFormat::f32:
+        Convert<float>(first, n, frameSize_, samples_.data());
+        break;
+      case RawFormat::i16:
+        Convert<std::int16_t>(first, n, frameSize_, samples_.data());
+        break;
+      case RawFormat::i32:
+        Convert<std::int32_t>(first, n, frameSize_, samples_.data());
+        break;
+      case RawFormat::u32:
+        Convert<std::uint32_t>(first, n, frameSize_, samples_.data());
+        break;
     }
     return {samples_.data(), n, 1};
   }

@@ -31,8 +31,10 @@ static_assert(sizeof(Header) == 32 && offsetof(Header, tag) == 12 && offsetof(He
 
 std::unique_ptr<CSignal> EmptySignal(LONG tag) {
   switch (tag) {
-    case SigIdCurve: return std::make_unique<CSigCurve>();
-    default: return nullptr;
+    case SigIdCurve:
+      return std::make_unique<CSigCurve>();
+    default:
+      return nullptr;
   }
 }
 
@@ -49,7 +51,8 @@ std::vector<std::byte> ReadWhole(const std::filesystem::path& path) {
   std::array<std::byte, 65536> block{};
   while (const std::size_t n = std::fread(block.data(), 1, block.size(), file.get())) {
     // Nothing but the header is taken into memory of a file that is no signal file.
-    if (bytes.empty() && (n < sizeof(Header) || std::memcmp(block.data(), magic.data(), magic.size()) != 0)) break;
+    if (bytes.empty() && (n < sizeof(Header) || std::memcmp(block.data(), magic.data(), magic.size()) != 0))
+      break;
     bytes.insert(bytes.end(), block.begin(), block.begin() + static_cast<std::ptrdiff_t>(n));
   }
   if (std::ferror(file.get()) != 0) Fail("cannot read {}: {}", path.string(), std::strerror(errno));

@@ -22,8 +22,10 @@ class SoundFileSource final : public BlockSource {
     SF_INFO info{};
     file_.reset(sf_open(options.path.c_str(), SFM_READ, &info));
     if (!file_) {
-      Fail("cannot read {}: no recording in a known format ({}); give --raw FORMAT --rate HZ if it is raw samples",
-           path_, Reason(nullptr));
+      Fail(
+          "cannot read {}: no recording in a known format ({}); give --raw FORMAT --rate HZ if it is raw "
+          "samples",
+          path_, Reason(nullptr));
     }
     if (info.samplerate <= 0 || info.channels <= 0 || info.frames < 0) {
       Fail("cannot read {}: its header tells no usable sample rate, channels and length", path_);

@@ -39,15 +39,20 @@ SpikeFilter ParseSpikeFilter(const std::string& text) {
 void DeclareRecording(CLI::App& command, RecordingOptions& recording) {
   const std::map<std::string, RawFormat> rawFormats = {
       {"f32", RawFormat::f32}, {"i16", RawFormat::i16}, {"i32", RawFormat::i32}, {"u32", RawFormat::u32}};
-  command.add_option("recording", recording.path, "WAV, FLAC, W64, RF64, MAT ..., CSV or raw samples")->required();
-  command.add_option("--channel", recording.channel, "channel of a sound or raw file, from 1")->group("Recording");
-  command.add_option("--column", recording.column, "column of a CSV file, number from 1 (1 is the time) or name")
+  command.add_option("recording", recording.path, "WAV, FLAC, W64, RF64, MAT ..., CSV or raw samples")
+      ->required();
+  command.add_option("--channel", recording.channel, "channel of a sound or raw file, from 1")
+      ->group("Recording");
+  command
+      .add_option("--column", recording.column, "column of a CSV file, number from 1 (1 is the time) or name")
       ->group("Recording");
   command.add_option("--raw", recording.raw, "headerless little-endian samples: f32, i16, i32 or u32")
       ->transform(CLI::CheckedTransformer(rawFormats).description(""))
       ->type_name("FORMAT")
       ->group("Recording");
-  command.add_option("--rate", recording.rate, "samples per second of raw samples; for CSV in place of its times")
+  command
+      .add_option("--rate", recording.rate,
+                  "samples per second of raw samples; for CSV in place of its times")
       ->check(AboveZero().description(""))
       ->type_name("HZ")
       ->group("Recording");
@@ -59,20 +64,26 @@ void DeclareRecording(CLI::App& command, RecordingOptions& recording) {
 void DeclareDetector(CLI::App& command, SpeedOptions& o) {
   const std::string group = "Detector";
   command
-      .add_option("--pulses-per-rev", o.pulsesPerRev,
-                  "pulses of a revolution: the edges that count, so twice the teeth with --edges both; with --gap "
-                  "those of a wheel without the gap (1)")
+      .add_option(
+          "--pulses-per-rev", o.pulsesPerRev,
+          "pulses of a revolution: the edges that count, so twice the teeth with --edges both; with --gap "
+          "those of a wheel without the gap (1)")
       ->check(AboveZero().description(""))
       ->group(group);
-  command.add_option("--upper", o.upper, "upper threshold (automatic)")->check(Finite().description(""))->group(group);
-  command.add_option("--lower", o.lower, "lower threshold (automatic)")->check(Finite().description(""))->group(group);
+  command.add_option("--upper", o.upper, "upper threshold (automatic)")
+      ->check(Finite().description(""))
+      ->group(group);
+  command.add_option("--lower", o.lower, "lower threshold (automatic)")
+      ->check(Finite().description(""))
+      ->group(group);
   command.add_option("--edges", o.edges, "rising, falling or both (rising)")
       ->check(CLI::IsMember({"rising", "falling", "both"}).description(""))
       ->group(group);
   command.add_option("--divider", o.divider, "only every n-th edge ends a pulse (1)")
       ->check(CLI::Range(1u, 1000000u).description(""))
       ->group(group);
-  command.add_option("--min-pulse", o.minPulse, "shorter pulses are merged with the next one, in samples (0)")
+  command
+      .add_option("--min-pulse", o.minPulse, "shorter pulses are merged with the next one, in samples (0)")
       ->type_name("SAMPLES")
       ->group(group);
   command
@@ -82,11 +93,13 @@ void DeclareDetector(CLI::App& command, SpeedOptions& o) {
       ->group(group);
   command.add_flag("--ttl", o.ttl, "logic-level signal: low-pass and thresholds at 1/3 and 2/3 of the range")
       ->group(group);
-  command.add_option("--settings", o.settings, "settings line of the detector, in place of the options above")
+  command
+      .add_option("--settings", o.settings, "settings line of the detector, in place of the options above")
       ->type_name("TEXT")
       ->group(group);
   command
-      .add_option("--gap", o.gap, "the wheel has a gap of this length in teeth (3 when two are missing), or auto")
+      .add_option("--gap", o.gap,
+                  "the wheel has a gap of this length in teeth (3 when two are missing), or auto")
       ->type_name("REL|auto")
       ->group(group);
   command.add_option("--block", o.block, "samples per block (65536)")
@@ -97,13 +110,17 @@ void DeclareDetector(CLI::App& command, SpeedOptions& o) {
 
 void DeclareOutput(CLI::App& command, SpeedOptions& o) {
   const std::string group = "Output";
-  command.add_option("--csv", o.csv, "one line per pulse; - is standard output")->type_name("FILE")->group(group);
+  command.add_option("--csv", o.csv, "one line per pulse; - is standard output")
+      ->type_name("FILE")
+      ->group(group);
   command.add_option("--curve", o.curve, "speed over time as signal file")->type_name("FILE")->group(group);
   command.add_option("--curve-step", o.curveStep, "step of that curve (0.01)")
       ->check(AboveZero().description(""))
       ->type_name("SECONDS")
       ->group(group);
-  command.add_option("--plot", o.plot, "speed over time as picture")->type_name("FILE.svg|.png")->group(group);
+  command.add_option("--plot", o.plot, "speed over time as picture")
+      ->type_name("FILE.svg|.png")
+      ->group(group);
   command.add_option("--truth", o.truth, "compare with a known speed: CSV of seconds and rpm")
       ->type_name("FILE")
       ->group(group);
@@ -112,7 +129,6 @@ void DeclareOutput(CLI::App& command, SpeedOptions& o) {
       ->type_name("PERCENT")
       ->group(group);
   command.add_flag("--json", o.json, "results as one JSON object on standard output")->group(group);
-  command.add_flag("--verbose", o.verbose, "the library's notes on standard error")->group(group);
 }
 
 }  // namespace
@@ -122,7 +138,8 @@ void DeclareSpeedOptions(CLI::App& command, SpeedOptions& options) {
   DeclareDetector(command, options);
   DeclareOutput(command, options);
   CLI::Option* settings = command.get_option("--settings");
-  for (const char* each : {"--upper", "--lower", "--edges", "--divider", "--min-pulse", "--spike-filter", "--ttl"}) {
+  for (const char* each :
+       {"--upper", "--lower", "--edges", "--divider", "--min-pulse", "--spike-filter", "--ttl"}) {
     settings->excludes(command.get_option(each));
   }
   command.get_option("--tolerance")->needs(command.get_option("--truth"));
@@ -146,7 +163,9 @@ void CheckSpeedOptions(const SpeedOptions& o) {
   if (!o.gap.empty()) {
     const auto length = o.gapLength();
     if (o.pulsesPerRev < 4 || (length && *length >= o.pulsesPerRev)) {
-      FailUsage("--gap needs the pulses of the wheel without its gap, more than the gap is long; give --pulses-per-rev");
+      FailUsage(
+          "--gap needs the pulses of the wheel without its gap, more than the gap is long; give "
+          "--pulses-per-rev");
     }
     const CDzPulsDetektor detector = ConfiguredDetector(o);
     if (detector.BeideFlankenSuchen() || detector.PulsTeiler() > 1) {
@@ -154,7 +173,8 @@ void CheckSpeedOptions(const SpeedOptions& o) {
     }
   }
   if (!o.plot.empty()) CheckPlotName("--plot", o.plot);
-  if (o.csv == "-" && o.json) FailUsage("--csv - and --json both write to standard output; name a file for --csv");
+  if (o.csv == "-" && o.json)
+    FailUsage("--csv - and --json both write to standard output; name a file for --csv");
   if (o.curve == "-") FailUsage("--curve writes a binary file; name one");
   const std::array<std::pair<const char*, const std::string*>, 3> outputs = {
       {{"--csv", &o.csv}, {"--curve", &o.curve}, {"--plot", &o.plot}}};
@@ -172,7 +192,8 @@ void CheckSpeedOptions(const SpeedOptions& o) {
 CDzPulsDetektor ConfiguredDetector(const SpeedOptions& o) {
   CDzPulsDetektor detector;
   if (o.settings.empty()) {
-    if (o.upper && o.lower) detector.SchrankenSetzen(static_cast<float>(*o.upper), static_cast<float>(*o.lower));
+    if (o.upper && o.lower)
+      detector.SchrankenSetzen(static_cast<float>(*o.upper), static_cast<float>(*o.lower));
     detector.PulsTeilerSetzen(o.divider);
     detector.PulsMinLenSetzen(o.minPulse);
     detector.FallendeFlankenSuchen(o.edges == "falling");
@@ -183,9 +204,10 @@ CDzPulsDetektor ConfiguredDetector(const SpeedOptions& o) {
       detector.StoerpulsFilterAktivieren(true, filter.threshold, filter.runIn, filter.deadTime);
     }
   } else if (!detector.SettingsStringLesen(CString::FromUtf8(o.settings))) {
-    FailUsage("--settings {}: eleven fields are needed, as [lower|upper|divider|min pulse|both|ttl|spike filter|"
-              "spike threshold|run-in|dead time|falling]",
-              o.settings);
+    FailUsage(
+        "--settings {}: eleven fields are needed, as [lower|upper|divider|min pulse|both|ttl|spike filter|"
+        "spike threshold|run-in|dead time|falling]",
+        o.settings);
   }
   if (o.pulsesPerRev == std::floor(o.pulsesPerRev) && o.pulsesPerRev < 1e9) {
     detector.QuellenPulseProUmdr(numeric::trunc_sat<unsigned>(o.pulsesPerRev));

@@ -20,16 +20,15 @@ struct SpeedOptions {
   unsigned minPulse = 0;
   std::string spikeFilter;  ///< THRESHOLD[,RUNIN[,DEADTIME]]; empty = off
   bool ttl = false;
-  std::string settings;     ///< the detector's settings line; empty = from the options above
-  std::string gap;          ///< REL or "auto"; empty = none
+  std::string settings;  ///< the detector's settings line; empty = from the options above
+  std::string gap;       ///< REL or "auto"; empty = none
   std::size_t block = 65536;
 
-  std::string csv, curve, plot;  ///< output files; empty = none
-  double curveStep = 0.01;       ///< [s]
-  std::string truth;             ///< table of seconds and rpm to compare with
+  std::string csv, curve, plot;     ///< output files; empty = none
+  double curveStep = 0.01;          ///< [s]
+  std::string truth;                ///< table of seconds and rpm to compare with
   std::optional<double> tolerance;  ///< [%] greatest deviation from it
   bool json = false;
-  bool verbose = false;
 
   /// Relative length of the gap in pitches; nothing when it is to be measured. Throws for anything else.
   std::optional<double> gapLength() const;

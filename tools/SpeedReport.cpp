@@ -62,8 +62,8 @@ std::string SpeedReport::Table() const {
   };
   row("recording", recording);
   row("", fmt::format("{}, {:g} samples/s, {:.3f} s", channel, sampleRate, duration));
-  row("thresholds", fmt::format("upper {:g}{}, lower {:g}{}", upper, automaticUpper ? " (automatic)" : "", lower,
-                                automaticLower ? " (automatic)" : ""));
+  row("thresholds", fmt::format("upper {:g}{}, lower {:g}{}", upper, automaticUpper ? " (automatic)" : "",
+                                lower, automaticLower ? " (automatic)" : ""));
   row("settings", settings);
   std::string pulses = fmt::format("{}", counts->pulses());
   if (gap != nullptr && gap->gaps() == 0) pulses += ", no gap found";
@@ -73,8 +73,8 @@ std::string SpeedReport::Table() const {
   }
   if (counts->held() > 0) pulses += fmt::format(", {} held by the spike filter", counts->held());
   row("pulses", pulses);
-  row("speed", fmt::format("mean {:.2f} rpm, single pulses {:.2f} ... {:.2f} rpm", speed.Mean(sampleRate), speed.min,
-                           speed.max));
+  row("speed", fmt::format("mean {:.2f} rpm, single pulses {:.2f} ... {:.2f} rpm", speed.Mean(sampleRate),
+                           speed.min, speed.max));
   if (turns.count > 0) {
     row("revolutions", fmt::format("{}: mean {:.2f} rpm, {:.2f} ... {:.2f} rpm, last {:.2f} rpm", turns.count,
                                    turns.Mean(sampleRate), turns.min, turns.max, turns.last));

@@ -97,7 +97,8 @@ TruthComparison::TruthComparison(const std::filesystem::path& path, double sampl
     if (!points_.empty() && !(point.x >= points_.back().x)) reader.FailHere("the times must rise");
     points_.push_back(point);
   }
-  if (points_.size() < 2) Fail("cannot use {}: at least two rows of seconds and rpm are needed", path.string());
+  if (points_.size() < 2)
+    Fail("cannot use {}: at least two rows of seconds and rpm are needed", path.string());
 }
 
 void TruthComparison::Take(const Pulse& pulse) {

@@ -85,9 +85,9 @@ class CurveBuilder {
 
  private:
   double step_, sampleRate_, startTime_;
-  double begin_ = -1;   ///< [s] first edge
-  double cursor_ = 0;   ///< [s] end of what was taken
-  double turns_ = 0;    ///< in the step in progress
+  double begin_ = -1;  ///< [s] first edge
+  double cursor_ = 0;  ///< [s] end of what was taken
+  double turns_ = 0;   ///< in the step in progress
   std::vector<float> rpm_;
 };
 
@@ -100,7 +100,9 @@ class TruthComparison {
   std::uint64_t count() const { return count_; }
   double maxRpm() const { return maxRpm_; }
   double maxPercent() const { return maxPercent_; }
-  double meanRpm() const { return count_ > 0 ? sumRpm_ / static_cast<double>(count_) : 0; }  ///< of magnitudes
+  double meanRpm() const {
+    return count_ > 0 ? sumRpm_ / static_cast<double>(count_) : 0;
+  }  ///< of magnitudes
   double meanPercent() const { return count_ > 0 ? sumPercent_ / static_cast<double>(count_) : 0; }
   const std::vector<PlotPoint>& points() const { return points_; }
   /// With sign, in percent over seconds.

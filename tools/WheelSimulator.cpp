@@ -18,7 +18,8 @@ SpeedProfile::SpeedProfile(std::vector<Point> points) : points_(std::move(points
 }
 
 double SpeedProfile::greatest() const {
-  return std::max_element(points_.begin(), points_.end(), [](auto& a, auto& b) { return a.rpm < b.rpm; })->rpm;
+  return std::max_element(points_.begin(), points_.end(), [](auto& a, auto& b) { return a.rpm < b.rpm; })
+      ->rpm;
 }
 
 std::size_t SpeedProfile::Segment(double time) const {

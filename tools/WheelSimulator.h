@@ -36,12 +36,12 @@ struct WheelSettings {
   enum class Shape { sine, ttl };
 
   unsigned teeth = 60;
-  unsigned missing = 2;     ///< the last ones of a revolution
-  double rate = 50000;      ///< [samples/s]
-  double amplitude = 1;     ///< of the sine at the greatest speed; level of TTL
-  double growth = 0.2;      ///< the sine's amplitude goes with speed to this power
-  double noise = 0.005;     ///< standard deviation, as part of the amplitude
-  double jitter = 0.001;    ///< standard deviation of an edge's place, in teeth
+  unsigned missing = 2;   ///< the last ones of a revolution
+  double rate = 50000;    ///< [samples/s]
+  double amplitude = 1;   ///< of the sine at the greatest speed; level of TTL
+  double growth = 0.2;    ///< the sine's amplitude goes with speed to this power
+  double noise = 0.005;   ///< standard deviation, as part of the amplitude
+  double jitter = 0.001;  ///< standard deviation of an edge's place, in teeth
   Shape shape = Shape::sine;
   std::uint64_t seed = 1;
 };
@@ -66,7 +66,7 @@ class WheelSimulator {
   std::mt19937_64 random_;
   std::uint64_t frames_;
   std::uint64_t at_ = 0;
-  std::uint64_t tooth_ = 0;  ///< since the start
+  std::uint64_t tooth_ = 0;               ///< since the start
   double toothBegin_ = 0, toothEnd_ = 0;  ///< in teeth
 };
 

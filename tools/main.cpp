@@ -19,9 +19,10 @@ int Report(int code, std::string text) {
 
 int main(int argc, char** argv) {
   using umlauf::tool::ToolError;
-  // The library's notes are for programs that want them (speed --verbose); errors come as one line from here.
+  // The library's notes are not for the people at this program; what they need comes as one line from here.
   PrWin::SetSink([](int, int, const CString&) {});
-  CLI::App app("Speed from tacho recordings of rotating machinery, and the signal files made of it.", "umlauf");
+  CLI::App app("Speed from tacho recordings of rotating machinery, and the signal files made of it.",
+               "umlauf");
   app.set_version_flag("--version", UMLAUF_VERSION);
   app.require_subcommand(1);
   umlauf::tool::AddSpeedCommand(app);

@@ -10,10 +10,14 @@ namespace {
 
 std::string_view TypeName(LONG tag) {
   switch (tag) {
-    case SigIdCurve: return "equidistant curve";
-    case SigIdCurveExt: return "equidistant curve with a valid span";
-    case SigIdPairs: return "point pairs";
-    default: return "signal";
+    case SigIdCurve:
+      return "equidistant curve";
+    case SigIdCurveExt:
+      return "equidistant curve with a valid span";
+    case SigIdPairs:
+      return "point pairs";
+    default:
+      return "signal";
   }
 }
 
@@ -31,11 +35,11 @@ void RunInfo(const std::string& path) {
   Row("name", CString(signal->Name()).ToUtf8());
   Row("x unit", UnitText(signal->XUnit()));
   Row("y unit", UnitText(signal->YUnit()));
-  Row("x range", fmt::format("{} ... {}", xLow, xHigh));
+  Row("x range", fmt::format("{:.7g} ... {:.7g}", xLow, xHigh));
   Row("samples", fmt::format("{}", signal->DLen()));
-  Row("y range", signal->DLen() > 0 ? fmt::format("{} ... {}", yLow, yHigh) : "none");
+  Row("y range", signal->DLen() > 0 ? fmt::format("{:.7g} ... {:.7g}", yLow, yHigh) : "none");
   if (const auto* curve = dynamic_cast<const CSigCurve*>(signal.get())) {
-    Row("step", fmt::format("{}", curve->XDelta()));
+    Row("step", fmt::format("{:.6g}", curve->XDelta()));
     Row("compression", curve->FileCompression() ? "8 bits a sample" : "none");
   }
 }

@@ -31,9 +31,10 @@ void RunPlot(const PlotOptions& options) {
   }
   if (trace.empty()) Fail("cannot draw {}: it holds no samples", options.input);
   const std::string name = CString(signal->Name()).ToUtf8();
-  const Plot plot{name.empty() ? std::filesystem::path(options.input).filename().string() : name,
-                  AxisLabel("x", signal->XUnit()),
-                  {{AxisLabel("y", signal->YUnit()), {{"", PlotSeries::Look::line, "#1f5fa8", trace.Points()}}}}};
+  const Plot plot{
+      name.empty() ? std::filesystem::path(options.input).filename().string() : name,
+      AxisLabel("x", signal->XUnit()),
+      {{AxisLabel("y", signal->YUnit()), {{"", PlotSeries::Look::line, "#1f5fa8", trace.Points()}}}}};
   OutputFile out(options.output);
   DrawPlot(plot, out);
   out.Commit();

@@ -41,7 +41,10 @@ SpeedProfile ParseProfile(const SimulateOptions& options) {
     const auto rpm = colon < part.size() ? ParseNumber(part.substr(colon + 1)) : std::nullopt;
     const bool good = time && rpm && std::isfinite(*time) && std::isfinite(*rpm) && *rpm >= 0 &&
                       (points.empty() ? *time == 0 : *time > points.back().time);
-    if (!good) FailUsage("--profile: \"{}\" is no SECONDS:RPM with times that rise from 0; give for example 0:600,5:3000", part);
+    if (!good)
+      FailUsage(
+          "--profile: \"{}\" is no SECONDS:RPM with times that rise from 0; give for example 0:600,5:3000",
+          part);
     points.push_back({*time, *rpm});
     rest.remove_prefix(std::min(rest.size(), part.size() + 1));
   }
@@ -62,7 +65,8 @@ void WriteRecording(const SimulateOptions& options, const SpeedProfile& profile,
   info.samplerate = static_cast<int>(options.wheel.rate);
   info.channels = 1;
   info.format = (w64 ? SF_FORMAT_W64 : SF_FORMAT_WAV) | SF_FORMAT_FLOAT;
-  const std::unique_ptr<SNDFILE, int (*)(SNDFILE*)> file(sf_open(out.temporary().c_str(), SFM_WRITE, &info), sf_close);
+  const std::unique_ptr<SNDFILE, int (*)(SNDFILE*)> file(sf_open(out.temporary().c_str(), SFM_WRITE, &info),
+                                                         sf_close);
   if (!file) Fail("cannot write {}: {}", out.target().string(), sf_strerror(nullptr));
   // The peak chunk holds the time of day, and the file would not be the same for the same seed.
   sf_command(file.get(), SFC_SET_ADD_PEAK_CHUNK, nullptr, SF_FALSE);
@@ -88,7 +92,8 @@ void WriteTruth(const SpeedProfile& profile, OutputFile& out) {
     for (; point < points.size() && points[point].time <= time; ++point) {
       out.Print("{},{}\n", points[point].time, points[point].rpm);
     }
-    if (point < points.size() && point > 0 && points[point - 1].time < time) out.Print("{},{}\n", time, profile.Rpm(time));
+    if (point < points.size() && point > 0 && points[point - 1].time < time)
+      out.Print("{},{}\n", time, profile.Rpm(time));
   }
 }
 
@@ -96,7 +101,8 @@ void RunSimulate(SimulateOptions options) {
   const SpeedProfile profile = ParseProfile(options);
   WheelSettings& wheel = options.wheel;
   if (wheel.rate != std::floor(wheel.rate)) FailUsage("--rate {} is no whole number; give one", wheel.rate);
-  if (wheel.missing >= wheel.teeth) FailUsage("--missing {} leaves no tooth of {}; give fewer", wheel.missing, wheel.teeth);
+  if (wheel.missing >= wheel.teeth)
+    FailUsage("--missing {} leaves no tooth of {}; give fewer", wheel.missing, wheel.teeth);
   const double toothRate = profile.greatest() / 60 * wheel.teeth;
   if (toothRate > wheel.rate / 2) {
     FailUsage("--rate {:g} is too slow for {:g} teeth a second; give at least {:g}", wheel.rate, toothRate,
@@ -105,7 +111,8 @@ void RunSimulate(SimulateOptions options) {
   if (options.truth.empty()) {
     options.truth = std::filesystem::path(options.output).replace_extension(".csv").string();
   }
-  if (options.truth == options.output) FailUsage("the recording and the true speed would be one file; give --truth FILE");
+  if (options.truth == options.output)
+    FailUsage("the recording and the true speed would be one file; give --truth FILE");
   if (options.output == "-") FailUsage("the recording is a binary file; name one");
   OutputFile recording(options.output), truth(options.truth);
   WriteRecording(options, profile, recording);
@@ -119,11 +126,14 @@ void RunSimulate(SimulateOptions options) {
 void AddSimulateCommand(CLI::App& app) {
   auto options = std::make_shared<SimulateOptions>();
   WheelSettings& wheel = options->wheel;
-  CLI::App* command = app.add_subcommand("simulate", "Writes the recording of a test-bench run that is known");
+  CLI::App* command =
+      app.add_subcommand("simulate", "Writes the recording of a test-bench run that is known");
   command->add_option("output", options->output, "recording to write, .wav or .w64 (float)")->required();
-  command->add_option("--truth", options->truth, "true speed as CSV (the output's name with .csv)")->type_name("FILE");
+  command->add_option("--truth", options->truth, "true speed as CSV (the output's name with .csv)")
+      ->type_name("FILE");
 
-  CLI::Option* profile = command->add_option("--profile", options->profile, "speed over time: SECONDS:RPM,SECONDS:RPM,...");
+  CLI::Option* profile =
+      command->add_option("--profile", options->profile, "speed over time: SECONDS:RPM,SECONDS:RPM,...");
   profile->type_name("TEXT");
   const auto number = [&](const char* name, auto& target, const char* text, const CLI::Validator& check) {
     return command->add_option(name, target, text)->check(check);
@@ -132,11 +142,14 @@ void AddSimulateCommand(CLI::App& app) {
   number("--from", options->from, "speed at the start, in rpm (600)", zeroOrMore)->excludes(profile);
   number("--to", options->to, "speed at the end, in rpm (3000)", zeroOrMore)->excludes(profile);
   number("--duration", options->duration, "length in seconds (10)", above)->excludes(profile);
-  number("--teeth", wheel.teeth, "teeth of the wheel, with the missing ones (60)", CLI::Range(1u, 100000u).description(""));
-  number("--missing", wheel.missing, "of them missing, side by side (2)", CLI::Range(0u, 100000u).description(""));
+  number("--teeth", wheel.teeth, "teeth of the wheel, with the missing ones (60)",
+         CLI::Range(1u, 100000u).description(""));
+  number("--missing", wheel.missing, "of them missing, side by side (2)",
+         CLI::Range(0u, 100000u).description(""));
   number("--rate", wheel.rate, "samples per second (50000)", CLI::Range(1.0, 1e9).description(""));
   number("--amplitude", wheel.amplitude, "of the sine at the greatest speed, level of TTL (1)", above);
-  number("--amplitude-growth", wheel.growth, "the sine's amplitude goes with speed to this power (0.2)", zeroOrMore);
+  number("--amplitude-growth", wheel.growth, "the sine's amplitude goes with speed to this power (0.2)",
+         zeroOrMore);
   number("--noise", wheel.noise, "standard deviation as part of the amplitude (0.005)", zeroOrMore);
   number("--jitter", wheel.jitter, "standard deviation of an edge's place, in teeth (0.001)", zeroOrMore);
   const std::map<std::string, WheelSettings::Shape> shapes = {{"sine", WheelSettings::Shape::sine},

@@ -13,7 +13,6 @@
 #include "tools/SpeedOptions.h"
 #include "tools/SpeedReport.h"
 #include "tools/SpeedResults.h"
-#include "umlauf/platform/tramsea/PrWin.h"
 
 namespace umlauf::tool {
 namespace {
@@ -24,10 +23,13 @@ constexpr double longestCurve = 2e8;
 void WritePulse(OutputFile& csv, const Pulse& pulse, double sampleRate, double startTime) {
   const double time = startTime + pulse.end / sampleRate;
   std::string_view edge = pulse.rising ? "rising" : "falling";
-  const std::string_view mark = pulse.first ? " first" : pulse.gapCorrected ? " gap" : pulse.held ? " held" : "";
+  const std::string_view mark = pulse.first          ? " first"
+                                : pulse.gapCorrected ? " gap"
+                                : pulse.held         ? " held"
+                                                     : "";
   if (pulse.hasSpeed()) {
-    csv.Print("{},{},{},{},{}{}\n", time, pulse.rpm(sampleRate), pulse.revolutionTime / sampleRate, pulse.samples, edge,
-              mark);
+    csv.Print("{},{},{},{},{}{}\n", time, pulse.rpm(sampleRate), pulse.revolutionTime / sampleRate,
+              pulse.samples, edge, mark);
   } else {
     csv.Print("{},nan,nan,{},{}{}\n", time, pulse.samples, edge, mark);
   }
@@ -53,14 +55,15 @@ class SpeedPicture {
     if (truth != nullptr) speed.series.push_back({"truth", Look::broadLine, "#f6c49a", truth->points()});
     const std::vector<PlotPoint> pulses = speed_.Points();
     speed.series.push_back({"each pulse", Look::line, "#6f9fd0", pulses});
+    if (!gaps_.empty()) speed.series.push_back({"gap corrected", Look::points, "#d9480f", gaps_.Points()});
+    if (!held_.empty())
+      speed.series.push_back({"held by the spike filter", Look::points, "#c51b7d", held_.Points()});
     // Where each pulse is a revolution, this line would only cover the pulses.
     if (revolutions.speed().count > 1 && revolutions.speed().count * 2 < pulses.size()) {
       std::vector<PlotPoint> points = revolutions.trace().Points();
       for (PlotPoint& each : points) each.x = startTime_ + each.x / sampleRate_;
       speed.series.push_back({"each revolution", Look::boldLine, "#08306b", std::move(points)});
     }
-    if (!gaps_.empty()) speed.series.push_back({"gap corrected", Look::points, "#d9480f", gaps_.Points()});
-    if (!held_.empty()) speed.series.push_back({"held by the spike filter", Look::points, "#c51b7d", held_.Points()});
     Plot plot{title, "time in s", {std::move(speed)}};
     if (truth != nullptr) {
       plot.panels.push_back({"deviation in %", {{"", Look::line, "#6f9fd0", truth->deviations().Points()}}});
@@ -74,7 +77,8 @@ class SpeedPicture {
 };
 
 /// Thresholds that were not given, from the whole recording.
-void FindThresholds(const SpeedOptions& options, BlockSource& source, CDzPulsDetektor& detector, SpeedReport& report) {
+void FindThresholds(const SpeedOptions& options, BlockSource& source, CDzPulsDetektor& detector,
+                    SpeedReport& report) {
   if (!options.settings.empty() || (options.upper && options.lower)) return;
   const RecordingStatistics statistics = MeasureRecording(source, options.block);
   const float levels[] = {statistics.min, statistics.max, statistics.mean, statistics.meanSquare};
@@ -91,13 +95,15 @@ void FindThresholds(const SpeedOptions& options, BlockSource& source, CDzPulsDet
   report.automaticLower = !options.lower;
 }
 
-[[noreturn]] void FailWithoutPulses(const SpeedOptions& options, BlockSource& source, const CDzPulsDetektor& detector,
-                                    std::uint64_t edges) {
+[[noreturn]] void FailWithoutPulses(const SpeedOptions& options, BlockSource& source,
+                                    const CDzPulsDetektor& detector, std::uint64_t edges) {
   const RecordingStatistics statistics = MeasureRecording(source, options.block);
-  Fail("no pulses found in {} ({} edges): its samples range from {:g} to {:g}, the thresholds are upper {:g}, lower "
-       "{:g}; set --upper and --lower within the swing of the pulses, and check --channel and --min-pulse",
-       options.recording.path.string(), edges, statistics.min, statistics.max, detector.ObereSchranke(),
-       detector.UntereSchranke());
+  Fail(
+      "no pulses found in {} ({} edges): its samples range from {:g} to {:g}, the thresholds are upper {:g}, "
+      "lower "
+      "{:g}; set --upper and --lower within the swing of the pulses, and check --channel and --min-pulse",
+      options.recording.path.string(), edges, statistics.min, statistics.max, detector.ObereSchranke(),
+      detector.UntereSchranke());
 }
 
 std::optional<OutputFile> Opened(const std::string& name) {
@@ -106,17 +112,18 @@ std::optional<OutputFile> Opened(const std::string& name) {
 
 void RunSpeed(const SpeedOptions& options) {
   CheckSpeedOptions(options);
-  if (options.verbose) PrWin::SetSink({});
   const std::unique_ptr<BlockSource> source = OpenRecording(options.recording);
   CDzPulsDetektor detector = ConfiguredDetector(options);
   const double rate = source->sampleRate(), start = source->startTime();
-  if (!options.curve.empty() && static_cast<double>(source->frames()) / rate / options.curveStep > longestCurve) {
+  if (!options.curve.empty() &&
+      static_cast<double>(source->frames()) / rate / options.curveStep > longestCurve) {
     FailUsage("--curve-step {} gives too many samples for this recording; make it longer", options.curveStep);
   }
   SpeedReport report;
   FindThresholds(options, *source, detector, report);
 
-  std::optional<OutputFile> csv = Opened(options.csv), curve = Opened(options.curve), plot = Opened(options.plot);
+  std::optional<OutputFile> csv = Opened(options.csv), curve = Opened(options.curve),
+                            plot = Opened(options.plot);
   PulseCounts counts(rate);
   Revolutions revolutions(!options.gap.empty(), options.pulsesPerRev, rate);
   CurveBuilder builder(options.curveStep, rate, start);
@@ -168,8 +175,8 @@ void RunSpeed(const SpeedOptions& options) {
     fmt::print("{}", report.Table());
   }
   if (truth && options.tolerance && truth->maxPercent() > *options.tolerance) {
-    Fail("the speed deviates by up to {:.4g} % from {}, more than the tolerance of {:g} %", truth->maxPercent(),
-         options.truth, *options.tolerance);
+    Fail("the speed deviates by up to {:.4g} % from {}, more than the tolerance of {:g} %",
+         truth->maxPercent(), options.truth, *options.tolerance);
   }
 }
 

@@ -42,7 +42,8 @@ std::string StandardUnit(const CMeasuringUnit& unit) {
   standard.exponent(0);
   standard.set_db(false);
   standard.set_log(false);
-  return fmt::format("{}, 1 {} = {:.7g} {}", Text(standard), unit.prefixstring().ToUtf8(), factor, Text(standard));
+  return fmt::format("{}, 1 {} = {:.7g} {}", Text(standard), unit.prefixstring().ToUtf8(), factor,
+                     Text(standard));
 }
 
 void Explain(const std::string& text, const CMeasuringUnit& unit) {
@@ -56,8 +57,9 @@ void Explain(const std::string& text, const CMeasuringUnit& unit) {
                                       : "plain");
   Row("standard unit", StandardUnit(unit));
   if (unit.exponent() != 0) {
-    Row("note", "a prefix in a text is held with its exponent squared: k = 10^3 becomes 10^9; all above tells "
-                "what is held");
+    Row("note",
+        "a prefix in a text is held with its exponent squared: k = 10^3 becomes 10^9; all above tells "
+        "what is held");
   }
 }
 
@@ -70,17 +72,19 @@ void RunUnit(const UnitOptions& options) {
   const CMeasuringUnit to = Parsed(options.to);
   const std::string from = Text(unit), target = Text(to);
   if (unit.flags() != 0 || to.flags() != 0) {
-    Fail("{} cannot be converted to {} by a factor: levels and logarithms need their reference; give plain units",
-         from, target);
+    Fail(
+        "{} cannot be converted to {} by a factor: levels and logarithms need their reference; give plain "
+        "units",
+        from, target);
   }
   const auto factor = static_cast<double>(unit.scale_to(to));
   if (!(factor > 0 && std::isfinite(factor))) {
-    Fail("{} cannot be converted to {}: they measure different things; give units of one kind and power", from,
-         target);
+    Fail("{} cannot be converted to {}: they measure different things; give units of one kind and power",
+         from, target);
   }
   Explain(options.text, unit);
-  Row("conversion",
-      fmt::format("{} {} = {:.7g} {}", options.value.value_or(1), from, options.value.value_or(1) * factor, target));
+  Row("conversion", fmt::format("{} {} = {:.7g} {}", options.value.value_or(1), from,
+                                options.value.value_or(1) * factor, target));
 }
 
 }  // namespace
@@ -90,7 +94,9 @@ void AddUnitCommand(CLI::App& app) {
   CLI::App* command = app.add_subcommand("unit", "Explains a measuring unit and converts values");
   command->add_option("text", options->text, "the unit, for example rpm, m/s², dB(Pa)")->required();
   CLI::Option* to = command->add_option("--to", options->to, "unit to convert to");
-  command->add_option("--value", options->value, "value to convert (1)")->check(Finite().description(""))->needs(to);
+  command->add_option("--value", options->value, "value to convert (1)")
+      ->check(Finite().description(""))
+      ->needs(to);
   command->callback([options] { RunUnit(*options); });
 }
 
