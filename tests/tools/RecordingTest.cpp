@@ -1,0 +1,117 @@
+#include <cmath>
+#include <cstdint>
+#include <functional>
+
+#include "tools/Tool.h"
+
+namespace {
+
+using RecordingTool = Tool;
+
+std::string Table(const std::vector<float>& samples, const std::string& header, const std::string& separator,
+                  const std::string& junk, int decimals) {
+  std::ostringstream text;
+  text.precision(9);
+  text << header;
+  for (std::size_t i = 0; i < samples.size(); ++i) {
+    char time[40];
+    std::snprintf(time, sizeof time, "%.*f", decimals, 2.5 + static_cast<double>(i) / 8000);
+    text << time << separator << junk << samples[i] << "\r\n";
+  }
+  return text.str();
+}
+
+TEST_F(RecordingTool, EveryFormatGivesTheSamePulses) {
+  Good("simulate run.wav --profile 0:600,0.5:900 --rate 8000 --noise 0");
+  const std::vector<float> samples = WavSamples("run.wav");
+  ASSERT_EQ(samples.size(), 4000u);
+  const std::string options = " --pulses-per-rev 60 --gap auto --csv -";
+  const auto truth = Rows(Good("speed run.wav" + options));
+  ASSERT_GT(truth.size(), 300u);
+
+  // 6 decimals cannot tell 125 µs exactly from the step before, but well enough.
+  Write("comma.csv", Table(samples, "", ",", "", 6));
+  Write("header.csv", Table(samples, "\xEF\xBB\xBF# made\n\nt;\"other\";\"tacho signal\"\n", ";", "7;", 7));
+  Write("tab.txt", Table(samples, "time\ta\tb\n", "\t", "x\t", 7));
+  Write("blank.dat", Table(samples, "", "   ", "", 5));
+  const auto convert = [&](auto type, double factor, std::size_t channels, std::size_t channel) {
+    std::vector<decltype(type)> raw(samples.size() * channels, decltype(type){1});
+    for (std::size_t i = 0; i < samples.size(); ++i) {
+      const double offset = std::is_unsigned_v<decltype(type)> ? 2 * factor : 0;
+      raw[i * channels + channel] =
+          static_cast<decltype(type)>(std::round(samples[i] * factor * 1e6) / 1e6 + offset);
+    }
+    return raw;
+  };
+  WriteRaw("one.f32", samples);
+  WriteRaw("two.f32", convert(float{}, 1, 2, 1));
+  WriteRaw("three.i16", convert(std::int16_t{}, 30000, 3, 2));
+  WriteRaw("one.i32", convert(std::int32_t{}, 1e6, 1, 0));
+  WriteRaw("one.u32", convert(std::uint32_t{}, 1e6, 1, 0));
+
+  const struct {
+    const char* recording;
+    double start;
+  } cases[] = {
+      {"comma.csv", 2.5},
+      {"header.csv --column 'tacho signal'", 2.5},
+      {"header.csv --column 3", 2.5},
+      {"tab.txt --column b", 2.5},
+      {"blank.dat --rate 8000", 0},
+      {"one.f32 --raw f32 --rate 8000", 0},
+      {"two.f32 --raw f32 --rate 8000 --channels 2 --channel 2", 0},
+      {"three.i16 --raw i16 --rate 8000 --channels 3 --channel 3", 0},
+      {"one.i32 --raw i32 --rate 8000", 0},
+      {"one.u32 --raw u32 --rate 8000", 0},
+  };
+  for (const auto& c : cases) {
+    const auto rows = Rows(Good(std::string("speed ") + c.recording + options));
+    ASSERT_EQ(rows.size(), truth.size()) << c.recording;
+    for (std::size_t i = 1; i < rows.size(); ++i) {
+      ASSERT_NEAR(rows[i].time - c.start, truth[i].time, 1e-6) << c.recording;
+      ASSERT_NEAR(rows[i].rpm, truth[i].rpm, 2e-3 * truth[i].rpm) << c.recording;
+    }
+  }
+}
+
+TEST_F(RecordingTool, BadTablesAreToldByTheirLine) {
+  const struct {
+    const char* content;
+    const char* message;
+  } cases[] = {
+      {"0,1\n0.10,2\n0.30,3\n", "not equidistant"},
+      {"0,1\n0.1,2\n0.2,3\n0.2,4\n", "not equidistant"},
+      {"0.00,1\n0.00,2\n0.01,3\n0.01,4\n", "not equidistant"},
+      {"0,1\n", "at least two rows"},
+      {"t,x\n", "at least two rows"},
+      {"\n\n", "no rows"},
+      {"0\n1\n2\n", "at least two columns"},
+      {"t,x\n0,1\n1,zwei\n", "line 3"},
+      {"t,x\n0,1\n1\n", "line 3"},
+      {"0;1,5\n1;2,5\n", "decimal point"},
+  };
+  for (const auto& c : cases) {
+    Write("bad.csv", c.content);
+    const Result result = Run("speed bad.csv");
+    EXPECT_EQ(result.code, 1) << c.content;
+    EXPECT_NE(result.err.find(c.message), std::string::npos) << c.content << result.err;
+  }
+}
+
+TEST_F(RecordingTool, SimulationIsTheSameForTheSameSeed) {
+  const std::string run = "--profile 0:0,0.1:600,0.3:600 --seed ";
+  Good("simulate a.wav " + run + "7");
+  Good("simulate b.wav " + run + "7 --truth b2.csv");
+  Good("simulate c.w64 " + run + "8");
+  EXPECT_EQ(Text("a.wav"), Text("b.wav"));
+  EXPECT_EQ(Text("a.csv"), Text("b2.csv"));
+  EXPECT_EQ(Files(), (std::set<std::string>{"a.wav", "a.csv", "b.wav", "b2.csv", "c.w64", "c.csv"}));
+  EXPECT_TRUE(Text("a.csv").starts_with("time_s,rpm\n0,0\n0.01,60\n")) << Text("a.csv");
+  EXPECT_TRUE(Text("a.csv").ends_with("\n0.3,600\n"));
+  // 0.1 s to 600 rpm and 0.2 s of it are 2.5 turns.
+  const std::string options = " --upper 0.1 --lower -0.1 --pulses-per-rev 60 --json";
+  EXPECT_NEAR(Number(Good("speed a.wav" + options), "pulses"), 2 * 58 + 30, 1);
+  EXPECT_NE(Good("speed c.w64" + options), Good("speed a.wav" + options));
+}
+
+}  // namespace

@@ -1,0 +1,150 @@
+#include <cmath>
+
+#include "tools/Tool.h"
+
+namespace {
+
+class SpeedTool : public Tool {
+ protected:
+  /// Recording of a logic level, 10 kHz, with a rising edge at the end of each interval [samples].
+  void WriteEdges(const std::string& name, const std::vector<unsigned>& intervals) const {
+    std::vector<float> samples;
+    for (const unsigned each : intervals) {
+      samples.insert(samples.end(), samples.empty() ? 0 : each / 2, 1.0f);
+      samples.insert(samples.end(), samples.empty() ? each : each - each / 2, 0.0f);
+    }
+    samples.push_back(1.0f);
+    WriteRaw(name, samples);
+  }
+};
+
+TEST_F(SpeedTool, FindsTheSimulatedSpeed) {
+  const struct {
+    const char* simulate;
+    const char* speed;
+    double pulses;   // edges of the truth
+    double percent;  // greatest deviation of a pulse
+    double mean;     // rpm
+  } cases[] = {
+      // 0.5 s of 3000 rpm = 25 revolutions; 60-2 teeth leave 58 edges in each.
+      {"--profile 0:3000,0.5:3000", "--pulses-per-rev 60 --gap auto", 25 * 58, 1.5, 3000},
+      {"--profile 0:3000,0.5:3000", "--pulses-per-rev 60 --gap 3", 25 * 58, 1.5, 3000},
+      {"--profile 0:3000,0.5:3000 --missing 0", "--pulses-per-rev 60", 25 * 60, 1.5, 3000},
+      {"--profile 0:3000,0.5:3000 --missing 0", "--pulses-per-rev 120 --edges both", 25 * 120, 12, 3000},
+      {"--profile 0:3000,0.5:3000 --missing 0", "--pulses-per-rev 60 --edges falling", 25 * 60, 1.5, 3000},
+      {"--profile 0:3000,0.5:3000 --missing 0", "--pulses-per-rev 60 --divider 6", 25 * 10, 0.3, 3000},
+      {"--profile 0:3000,0.5:3000 --missing 0", "--pulses-per-rev 60 --min-pulse 40", 25 * 60 / 3, 0.7, 3000},
+      {"--profile 0:3000,0.5:3000 --shape ttl --missing 0 --noise 0", "--pulses-per-rev 60 --ttl", 25 * 60, 8,
+       3000},
+      // Ten teeth a second at the start, three thousand at the end.
+      {"--profile 0:10,2:3000 --amplitude-growth 0", "--pulses-per-rev 60 --gap auto", 50 * 58 + 10, 1.5,
+       1505},
+      {"--profile 0:3000,1:600 --teeth 36 --missing 1", "--pulses-per-rev 36 --gap auto", 30 * 35, 1.5, 1800},
+      {"--profile 0:1200,1:1200 --teeth 1 --missing 0 --jitter 0", "", 20, 0.5, 1200},
+  };
+  for (const auto& c : cases) {
+    Good(std::string("simulate run.wav ") + c.simulate);
+    const std::string json = Good(std::string("speed run.wav --json --truth run.csv ") + c.speed);
+    const std::string about = std::string(c.simulate) + " / " + c.speed + "\n" + json;
+    EXPECT_NEAR(Number(json, "pulses"), c.pulses, 1) << about;
+    EXPECT_LT(Number(json, "max_deviation_percent"), c.percent) << about;
+    EXPECT_LT(Number(json, "mean_deviation_percent"), c.percent / 2) << about;
+    EXPECT_NEAR(Number(json, "mean"), c.mean, 0.006 * c.mean) << about;
+  }
+}
+
+TEST_F(SpeedTool, GapsOfRealSensorsCountAsWholeWheels) {
+  // As measured at an engine that is cranked: the tooth behind the gap is long, too; the gap is about 2.1
+  // teeth, both together 4. Before it a standstill and a glitch, at the end a gap that the recording cuts.
+  std::vector<unsigned> intervals = {20, 9000, 30, 400};
+  for (int turn = 0; turn < 6; ++turn) {
+    for (int tooth = 0; tooth < 56; ++tooth) intervals.push_back(tooth % 7 == 3 ? 64 : 62);
+    intervals.insert(intervals.end(), {132, 116});
+  }
+  for (int tooth = 0; tooth < 56; ++tooth) intervals.push_back(62);
+  intervals.push_back(130);
+  WriteEdges("crank.f32", intervals);
+  const std::string raw = "speed crank.f32 --raw f32 --rate 10000 --upper 0.5 --lower 0.5 --json ";
+  const double turn = 56 * 62 + 8 * 2 + 132 + 116, rpm = 60 * 10000 / turn;
+  for (const char* gap : {"auto", "3"}) {
+    const std::string json = Good(raw + "--pulses-per-rev 60 --csv pulses.csv --gap " + gap);
+    EXPECT_EQ(Number(json, "pulses"), static_cast<double>(intervals.size())) << json;
+    EXPECT_EQ(Number(json, "gap_corrected"), 6 * 2 + 1) << json;
+    EXPECT_NEAR(Number(json, "relative_length"), 3, 1e-9) << json;
+    const std::string revolutions = json.substr(json.find("\"revolutions\""));
+    EXPECT_EQ(Number(revolutions, "count"), 6) << json;
+    EXPECT_NEAR(Number(revolutions, "min"), rpm, 0.02 * rpm) << json;
+    EXPECT_NEAR(Number(revolutions, "mean"), rpm, 0.002 * rpm) << json;
+    for (const Row& row : Rows(Text("pulses.csv"))) {
+      if (row.flags.ends_with("gap")) {
+        EXPECT_NEAR(row.rpm, rpm, 0.05 * rpm) << row.time;
+      }
+    }
+  }
+  // A wheel of 58 even teeth in its place: the same number of turns, if not pulse by pulse.
+  const std::string json = Good(raw + "--pulses-per-rev 58");
+  EXPECT_EQ(Number(json, "gap_corrected"), 0);
+}
+
+TEST_F(SpeedTool, BlocksLeaveNoTrace) {
+  Good("simulate run.wav --profile 0:60,1:2400,1.2:2400");
+  const std::string common = "speed run.wav --pulses-per-rev 60 --csv - --gap auto --upper 0.3 --lower -0.3 ";
+  for (const char* options : {"", "--min-pulse 40", "--spike-filter 0.05,3,2", "--edges falling --ttl"}) {
+    const auto whole = Rows(Good(common + options + " --block 1000000"));
+    ASSERT_GT(whole.size(), 500u) << options;
+    for (const char* block : {"1", "17", "4096"}) {
+      const auto rows = Rows(Good(common + options + " --block " + block));
+      ASSERT_EQ(rows.size(), whole.size()) << options << block;
+      for (std::size_t i = 0; i < rows.size(); ++i) {
+        ASSERT_EQ(rows[i].samples, whole[i].samples) << options << block;
+        ASSERT_EQ(rows[i].flags, whole[i].flags) << options << block << " at " << rows[i].time;
+        ASSERT_NEAR(rows[i].time, whole[i].time, 1e-8) << options << block;
+        if (i == 0) continue;
+        ASSERT_NEAR(rows[i].rpm, whole[i].rpm, 1e-5 * whole[i].rpm) << options << block;
+      }
+    }
+  }
+}
+
+TEST_F(SpeedTool, CsvTellsEveryPulse) {
+  WriteEdges("edges.f32", {50, 100, 200, 100, 100});
+  const std::string json =
+      Good("speed edges.f32 --raw f32 --rate 10000 --upper 0.6 --lower 0.4 --json --csv p.csv");
+  const auto rows = Rows(Text("p.csv"));
+  ASSERT_EQ(rows.size(), 5u);
+  EXPECT_EQ(rows[0].flags, "rising first");
+  EXPECT_TRUE(std::isnan(rows[0].rpm));
+  // The level passes 0.6 on its way from sample 49 to 50.
+  const double times[] = {49.6, 149.6, 349.6, 449.6, 549.6}, lengths[] = {0, 100, 200, 100, 100};
+  for (std::size_t i = 0; i < rows.size(); ++i) {
+    EXPECT_NEAR(rows[i].time, times[i] / 10000, 1e-8);
+    if (i == 0) continue;
+    EXPECT_NEAR(rows[i].rpm, 60 * 10000 / lengths[i], 1e-3);
+    EXPECT_NEAR(rows[i].revolutionTime, lengths[i] / 10000, 1e-8);
+    EXPECT_EQ(rows[i].samples, lengths[i]);
+  }
+  EXPECT_NEAR(Number(json, "min"), 3000, 0.01);
+  EXPECT_NEAR(Number(json, "max"), 6000, 0.01);
+  EXPECT_NEAR(Number(json, "mean"), 60 * 10000 * 4 / 500.0, 0.01);
+  EXPECT_EQ(Number(json, "duration_s"), 0.0551);
+}
+
+TEST_F(SpeedTool, JsonKeysAndSettingsTakeTheRunAgain) {
+  Good("simulate run.wav --profile 0:600,1:900");
+  const std::string json =
+      Good("speed run.wav --json --min-pulse 3 --spike-filter 0.5,4,2 --pulses-per-rev 60");
+  for (const char* key : {"recording", "thresholds", "settings", "rpm", "revolutions"}) {
+    EXPECT_NE(json.find("\n  \"" + std::string(key) + "\": "), std::string::npos) << key << json;
+  }
+  EXPECT_EQ(json.front(), '{');
+  EXPECT_NEAR(Number(json, "upper"), 0.6, 0.2);
+  EXPECT_NEAR(Number(json, "lower"), -0.6, 0.2);
+  const std::size_t from = json.find("\"settings\": \"") + 13;
+  const std::string settings = json.substr(from, json.find('"', from) - from);
+  EXPECT_TRUE(settings.ends_with("|1|3|0|0|1|0.500000|4|2|0]")) << settings;
+  const std::string again = Good("speed run.wav --json --pulses-per-rev 60 --settings '" + settings + "'");
+  EXPECT_EQ(Number(again, "pulses"), Number(json, "pulses"));
+  EXPECT_NEAR(Number(again, "mean"), Number(json, "mean"), 1e-3);
+}
+
+}  // namespace

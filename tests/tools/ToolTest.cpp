@@ -1,0 +1,186 @@
+#include <cstdint>
+
+#include "tools/Tool.h"
+
+namespace {
+
+using ProgramTool = Tool;
+
+TEST_F(ProgramTool, ErrorsAreOneLineAndLeaveNothing) {
+  Good("simulate run.wav --profile 0:600,0.2:600");
+  Good("speed run.wav --curve ok.usig --pulses-per-rev 60");
+  Write("noise.bin", std::string("\0\1\2\3", 4));
+  Write("empty", "");
+  const std::string out = " --csv new.csv --curve new.usig --plot new.svg";
+  const struct {
+    std::string arguments;
+    int code;
+    const char* message;
+  } cases[] = {
+      {"", 2, "subcommand"},
+      {"speed", 2, "recording"},
+      {"speed run.wav --bogus", 2, "--bogus"},
+      {"speed missing.wav" + out, 1, "no such file"},
+      {"speed ." + out, 1, "folder"},
+      {"speed noise.bin" + out, 1, "--raw"},
+      {"speed empty" + out, 1, "known format"},
+      {"speed run.wav --channel 2" + out, 1, "--channel 1"},
+      {"speed run.wav --channel 0" + out, 1, "--channel 1"},
+      {"speed run.csv --column 3" + out, 1, "--column 2"},
+      {"speed run.csv --column speed" + out, 1, "name from its header"},
+      {"speed run.wav --upper 7 --lower 6" + out, 1, "no pulses found"},
+      {"speed run.wav --upper 1 --lower 2" + out, 2, "--lower"},
+      {"speed run.wav --raw f32" + out, 2, "--rate"},
+      {"speed run.wav --rate 5" + out, 2, "--rate"},
+      {"speed run.wav --channels 2" + out, 2, "--raw"},
+      {"speed run.wav --column 2" + out, 2, "--column"},
+      {"speed run.csv --channel 1" + out, 2, "--channel"},
+      {"speed run.wav --settings '[0.2|0.8|2]'" + out, 2, "eleven"},
+      {"speed run.wav --settings '[0|1|1|0|0|0|0|0|0|0|0]' --ttl" + out, 2, "--settings"},
+      {"speed run.wav --gap 3" + out, 2, "--pulses-per-rev"},
+      {"speed run.wav --gap wide --pulses-per-rev 60" + out, 2, "--gap"},
+      {"speed run.wav --gap 3 --pulses-per-rev 60 --edges both" + out, 2, "--edges"},
+      {"speed run.wav --spike-filter 0.2,3,4,5" + out, 2, "THRESHOLD"},
+      {"speed run.wav --pulses-per-rev nan" + out, 2, "--pulses-per-rev"},
+      {"speed run.wav --csv - --json", 2, "standard output"},
+      {"speed run.wav --csv run.wav", 2, "overwrite"},
+      {"speed run.wav --csv new.csv --curve new.csv", 2, "same file"},
+      {"speed run.wav --csv new.csv --plot new.jpg", 2, ".svg or .png"},
+      {"speed run.wav --csv new.csv --plot nodir/new.svg", 1, "nodir"},
+      {"speed run.wav --csv new.csv --truth noise.bin", 1, "noise.bin"},
+      {"speed run.wav --csv new.csv --tolerance 1", 2, "--truth"},
+      {"speed run.wav --csv /dev/full", 1, "/dev/full"},
+      {"info missing.usig", 1, "missing.usig"},
+      {"info run.wav", 1, "no signal file"},
+      {"plot ok.usig -o new.pdf", 2, ".svg or .png"},
+      {"plot run.wav -o new.svg", 1, "no signal file"},
+      {"simulate new.wav --profile 0:600", 2, "two points"},
+      {"simulate new.wav --profile 0:600,1:x", 2, "1:x"},
+      {"simulate new.wav --profile 0:0,1:0", 2, "never turns"},
+      {"simulate new.wav --rate 1000", 2, "--rate"},
+      {"simulate new.wav --teeth 2", 2, "--missing"},
+      {"simulate new.csv", 2, "--truth"},
+      {"unit furlong", 1, "furlong"},
+      {"unit rpm --to V", 1, "cannot be converted"},
+      {"unit 'dB(V)' --to V", 1, "cannot be converted"},
+  };
+  const std::set<std::string> before = Files();
+  for (const auto& c : cases) {
+    const Result result = Run(c.arguments);
+    EXPECT_EQ(result.code, c.code) << c.arguments << "\n" << result.err;
+    EXPECT_EQ(result.out, "") << c.arguments;
+    EXPECT_TRUE(result.err.starts_with("umlauf: ") && result.err.find('\n') == result.err.size() - 1)
+        << result.err;
+    EXPECT_NE(result.err.find(c.message), std::string::npos) << c.arguments << "\n" << result.err;
+    EXPECT_EQ(Files(), before) << c.arguments;
+  }
+}
+
+TEST_F(ProgramTool, MissingGnuplotAndTerminationLeaveNothing) {
+  Good("simulate run.wav --profile 0:600,0.2:600");
+  const std::set<std::string> before = Files();
+  const Result missing = Shell("PATH=/nowhere '" UMLAUF_TOOL "' speed run.wav --csv new.csv --plot new.svg");
+  EXPECT_EQ(missing.code, 1);
+  EXPECT_NE(missing.err.find("gnuplot"), std::string::npos) << missing.err;
+  EXPECT_EQ(Files(), before);
+  // Hours of recording: it is still at work when its temporary file is there.
+  const Result stopped =
+      Shell("'" UMLAUF_TOOL
+            "' simulate long.wav --duration 10000 & process=$!;"
+            "until ls -A | grep -q part; do :; done; kill -TERM $process; wait $process; test $? -eq 143");
+  EXPECT_EQ(stopped.code, 0) << stopped.err;
+  EXPECT_EQ(Files(), before);
+}
+
+TEST_F(ProgramTool, ToleranceDecidesTheExitCodeAndKeepsTheOutput) {
+  Good("simulate run.wav --profile 0:600,0.5:900");
+  const std::string speed =
+      "speed run.wav --pulses-per-rev 60 --gap auto --truth run.csv --csv p.csv --tolerance ";
+  EXPECT_NE(Good(speed + "5").find("deviation"), std::string::npos);
+  Write("run.csv", "0 700\n1 1200\n");
+  const Result result = Run(speed + "5");
+  EXPECT_EQ(result.code, 1);
+  EXPECT_NE(result.err.find("tolerance of 5 %"), std::string::npos) << result.err;
+  EXPECT_TRUE(Files().contains("p.csv"));
+}
+
+TEST_F(ProgramTool, CurveIsASignalFile) {
+  Good("simulate run.wav --profile 0:600,0.5:1600 --noise 0 --jitter 0");
+  Good("speed run.wav --pulses-per-rev 60 --gap auto --curve speed.usig --curve-step 0.02");
+  const std::string bytes = Text("speed.usig");
+  EXPECT_EQ(bytes.substr(0, 24), std::string("UMLAUF\r\n"
+                                             "\x01\0\0\0"
+                                             "\x66\0\0\0"
+                                             "\x02\0\0\0"
+                                             "\0\0\0\0",
+                                             24));
+  std::uint64_t length = 0;
+  std::memcpy(&length, bytes.data() + 24, sizeof length);
+  EXPECT_EQ(length + 32, bytes.size());
+
+  const std::string info = Good("info speed.usig");
+  for (const char* line :
+       {"equidistant curve (102)", "name        run.wav\n", "x unit      s\n", "y unit      rpm\n",
+        "samples     24\n", "step        0.02\n", "compression none\n"}) {
+    EXPECT_NE(info.find(line), std::string::npos) << line << info;
+  }
+  // The samples are means over 20 ms of a straight line: sample k lies on it, in the middle of its step.
+  float xMin = 0, sample = 0;
+  std::memcpy(&xMin, bytes.data() + bytes.size() - 24 * 4 - 16, 4);
+  for (std::size_t k = 0; k < 24; ++k) {
+    std::memcpy(&sample, bytes.data() + bytes.size() - (24 - k) * 4, 4);
+    EXPECT_NEAR(sample, 600 + 2000 * (xMin + 0.02f * static_cast<float>(k)), 4) << k;
+  }
+
+  Good("plot speed.usig -o speed.svg");
+  Good("plot speed.usig -o speed.png");
+  Good("speed run.wav --pulses-per-rev 60 --gap auto --truth run.csv --plot both.svg");
+  EXPECT_NE(Text("speed.svg").find("rpm"), std::string::npos);
+  EXPECT_TRUE(Text("speed.png").starts_with("\x89PNG"));
+  for (const char* label :
+       {"speed in rpm", "time in s", "truth", "each pulse", "gap corrected", "deviation in %"}) {
+    EXPECT_NE(Text("both.svg").find(label), std::string::npos) << label;
+  }
+
+  for (std::size_t n = 0; n < bytes.size(); ++n) {
+    Write("cut.usig", bytes.substr(0, n));
+    const Result cut = Run("info cut.usig");
+    ASSERT_EQ(cut.code, 1) << n;
+    ASSERT_EQ(cut.err.find('\n'), cut.err.size() - 1) << n << cut.err;
+  }
+  for (const std::size_t at : {0, 8, 12, 16, 24}) {
+    std::string damaged = bytes;
+    damaged[at] = static_cast<char>(damaged[at] + 7);
+    Write("cut.usig", damaged);
+    EXPECT_EQ(Run("info cut.usig").code, 1) << at;
+  }
+  Write("cut.usig", bytes + "x");
+  EXPECT_EQ(Run("info cut.usig").code, 1);
+}
+
+TEST_F(ProgramTool, UnitsAreExplainedAsTheyAreHeld) {
+  const struct {
+    const char* arguments;
+    const char* line;
+  } cases[] = {
+      {"rpm", "standard unit Hz, 1 rpm = 0.01666667 Hz\n"},
+      {"UpM", "prints as     rpm\n"},
+      {"'(m/s)^2'", "power         2\n"},
+      {"'dB(Pa)'", "level in dB"},
+      {"'10^ V'", "logarithm to base 10"},
+      {"kHz", "prefix        10^9\n"},
+      {"kHz", "prints as     GHz\n"},
+      {"kHz", "note          "},
+      {"-- -", "standard unit none\n"},
+      {"rpm --to Hz --value 3000", "conversion    3000 rpm = 50 Hz\n"},
+      {"km/h --to m/s --value -36", "conversion    -36 km/h = -10 m/s\n"},
+      {"g --to 'm/s²'", "conversion    1 g = 9.80665 m/s²\n"},
+      {"kHz --to rpm --value 2", "conversion    2 GHz = 1.2e+11 rpm\n"},
+  };
+  for (const auto& c : cases) {
+    const std::string out = Good(std::string("unit ") + c.arguments);
+    EXPECT_NE(out.find(c.line), std::string::npos) << c.arguments << "\n" << out;
+  }
+}
+
+}  // namespace

@@ -1,0 +1,20 @@
+#pragma once
+
+#include <CLI/CLI.hpp>
+
+namespace umlauf::tool {
+
+// Each declares one subcommand with its options. Its work starts from CLI11's callback and ends in ToolError
+// when it fails.
+void AddSpeedCommand(CLI::App& app);
+void AddInfoCommand(CLI::App& app);
+void AddPlotCommand(CLI::App& app);
+void AddUnitCommand(CLI::App& app);
+void AddSimulateCommand(CLI::App& app);
+
+/// Accepts numbers that are finite and above 0.
+CLI::Validator AboveZero();
+/// Accepts finite numbers.
+CLI::Validator Finite();
+
+}  // namespace umlauf::tool

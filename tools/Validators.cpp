@@ -1,0 +1,26 @@
+#include <cmath>
+
+#include "tools/Commands.h"
+#include "tools/NumberText.h"
+
+namespace umlauf::tool {
+
+CLI::Validator AboveZero() {
+  return CLI::Validator(
+      [](const std::string& text) -> std::string {
+        const auto number = ParseNumber(text);
+        return number && std::isfinite(*number) && *number > 0 ? "" : text + " is no number above 0";
+      },
+      "NUMBER > 0");
+}
+
+CLI::Validator Finite() {
+  return CLI::Validator(
+      [](const std::string& text) -> std::string {
+        const auto number = ParseNumber(text);
+        return number && std::isfinite(*number) ? "" : text + " is no number";
+      },
+      "NUMBER");
+}
+
+}  // namespace umlauf::tool

@@ -1,0 +1,56 @@
+#include <memory>
+#include <string>
+
+#include "tools/Commands.h"
+#include "tools/SignalFile.h"
+#include "umlauf/signal/SigCurve.h"
+
+namespace umlauf::tool {
+namespace {
+
+std::string_view TypeName(LONG tag) {
+  switch (tag) {
+    case SigIdCurve:
+      return "equidistant curve";
+    case SigIdCurveExt:
+      return "equidistant curve with a valid span";
+    case SigIdPairs:
+      return "point pairs";
+    default:
+      return "signal";
+  }
+}
+
+std::string UnitText(const CMeasuringUnit& unit) { return unit.prefixunit(false).ToUtf8(); }
+
+void Row(std::string_view name, std::string_view value) { fmt::print("{:<12}{}\n", name, value); }
+
+void RunInfo(const std::string& path) {
+  const std::unique_ptr<CSignal> signal = ReadSignalFile(path);
+  float xLow = 0, xHigh = 0, yLow = 0, yHigh = 0;
+  signal->GetXRange(xLow, xHigh);
+  signal->GetYRange(yLow, yHigh);
+  Row("file", path);
+  Row("type", fmt::format("{} ({})", TypeName(signal->SigId()), signal->SigId()));
+  Row("name", CString(signal->Name()).ToUtf8());
+  Row("x unit", UnitText(signal->XUnit()));
+  Row("y unit", UnitText(signal->YUnit()));
+  Row("x range", fmt::format("{:.7g} ... {:.7g}", xLow, xHigh));
+  Row("samples", fmt::format("{}", signal->DLen()));
+  Row("y range", signal->DLen() > 0 ? fmt::format("{:.7g} ... {:.7g}", yLow, yHigh) : "none");
+  if (const auto* curve = dynamic_cast<const CSigCurve*>(signal.get())) {
+    Row("step", fmt::format("{:.6g}", curve->XDelta()));
+    Row("compression", curve->FileCompression() ? "8 bits a sample" : "none");
+  }
+}
+
+}  // namespace
+
+void AddInfoCommand(CLI::App& app) {
+  auto path = std::make_shared<std::string>();
+  CLI::App* command = app.add_subcommand("info", "Tells what is in a signal file");
+  command->add_option("file", *path, "signal file, as speed --curve writes it")->required();
+  command->callback([path] { RunInfo(*path); });
+}
+
+}  // namespace umlauf::tool

@@ -1,0 +1,164 @@
+#include <sndfile.h>
+
+#include <algorithm>
+#include <cmath>
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "tools/Commands.h"
+#include "tools/Error.h"
+#include "tools/NumberText.h"
+#include "tools/OutputFile.h"
+#include "tools/Progress.h"
+#include "tools/WheelSimulator.h"
+
+namespace umlauf::tool {
+namespace {
+
+struct SimulateOptions {
+  std::string output, truth;
+  std::string profile;
+  std::optional<double> from, to, duration;
+  WheelSettings wheel;
+};
+
+constexpr double truthStep = 0.01;  ///< [s]
+constexpr double longestRun = 1e6;  ///< [s]
+
+SpeedProfile ParseProfile(const SimulateOptions& options) {
+  std::vector<SpeedProfile::Point> points;
+  if (options.profile.empty()) {
+    points = {{0, options.from.value_or(600)}, {options.duration.value_or(10), options.to.value_or(3000)}};
+  }
+  std::string_view rest = options.profile;
+  while (!rest.empty()) {
+    const std::string_view part = rest.substr(0, rest.find(','));
+    const std::size_t colon = std::min(part.find(':'), part.size());
+    const auto time = ParseNumber(part.substr(0, colon));
+    const auto rpm = colon < part.size() ? ParseNumber(part.substr(colon + 1)) : std::nullopt;
+    const bool good = time && rpm && std::isfinite(*time) && std::isfinite(*rpm) && *rpm >= 0 &&
+                      (points.empty() ? *time == 0 : *time > points.back().time);
+    if (!good)
+      FailUsage(
+          "--profile: \"{}\" is no SECONDS:RPM with times that rise from 0; give for example 0:600,5:3000",
+          part);
+    points.push_back({*time, *rpm});
+    rest.remove_prefix(std::min(rest.size(), part.size() + 1));
+  }
+  if (points.size() < 2) FailUsage("--profile needs at least two points; give for example 0:600,5:3000");
+  if (points.back().time > longestRun) FailUsage("a run is at most {} s long; make it shorter", longestRun);
+  SpeedProfile profile(std::move(points));
+  if (!(profile.greatest() > 0)) FailUsage("the wheel never turns; give a speed above 0");
+  return profile;
+}
+
+void WriteRecording(const SimulateOptions& options, const SpeedProfile& profile, OutputFile& out) {
+  WheelSimulator simulator(profile, options.wheel);
+  const bool w64 = out.target().extension() == ".w64";
+  if (!w64 && simulator.frames() > 1'000'000'000) {
+    Fail("{} samples do not fit into a WAV file; name the output .w64", simulator.frames());
+  }
+  SF_INFO info{};
+  info.samplerate = static_cast<int>(options.wheel.rate);
+  info.channels = 1;
+  info.format = (w64 ? SF_FORMAT_W64 : SF_FORMAT_WAV) | SF_FORMAT_FLOAT;
+  const std::unique_ptr<SNDFILE, int (*)(SNDFILE*)> file(sf_open(out.temporary().c_str(), SFM_WRITE, &info),
+                                                         sf_close);
+  if (!file) Fail("cannot write {}: {}", out.target().string(), sf_strerror(nullptr));
+  // The peak chunk holds the time of day, and the file would not be the same for the same seed.
+  sf_command(file.get(), SFC_SET_ADD_PEAK_CHUNK, nullptr, SF_FALSE);
+  Progress progress("simulating", simulator.frames());
+  std::vector<float> block(65536);
+  for (std::uint64_t left = simulator.frames(); left > 0;) {
+    const auto n = static_cast<std::size_t>(std::min<std::uint64_t>(left, block.size()));
+    simulator.Next({block.data(), n});
+    if (sf_writef_float(file.get(), block.data(), static_cast<sf_count_t>(n)) != static_cast<sf_count_t>(n)) {
+      Fail("cannot write {}: {}", out.target().string(), sf_strerror(file.get()));
+    }
+    left -= n;
+    progress.Advance(n);
+  }
+}
+
+void WriteTruth(const SpeedProfile& profile, OutputFile& out) {
+  out.Print("time_s,rpm\n");
+  std::size_t point = 0;
+  const auto& points = profile.points();
+  for (std::uint64_t i = 0; point < points.size(); ++i) {
+    const double time = static_cast<double>(i) * truthStep;
+    for (; point < points.size() && points[point].time <= time; ++point) {
+      out.Print("{},{}\n", points[point].time, points[point].rpm);
+    }
+    if (point < points.size() && point > 0 && points[point - 1].time < time)
+      out.Print("{},{}\n", time, profile.Rpm(time));
+  }
+}
+
+void RunSimulate(SimulateOptions options) {
+  const SpeedProfile profile = ParseProfile(options);
+  WheelSettings& wheel = options.wheel;
+  if (wheel.rate != std::floor(wheel.rate)) FailUsage("--rate {} is no whole number; give one", wheel.rate);
+  if (wheel.missing >= wheel.teeth)
+    FailUsage("--missing {} leaves no tooth of {}; give fewer", wheel.missing, wheel.teeth);
+  const double toothRate = profile.greatest() / 60 * wheel.teeth;
+  if (toothRate > wheel.rate / 2) {
+    FailUsage("--rate {:g} is too slow for {:g} teeth a second; give at least {:g}", wheel.rate, toothRate,
+              std::ceil(4 * toothRate));
+  }
+  if (options.truth.empty()) {
+    options.truth = std::filesystem::path(options.output).replace_extension(".csv").string();
+  }
+  if (options.truth == options.output)
+    FailUsage("the recording and the true speed would be one file; give --truth FILE");
+  if (options.output == "-") FailUsage("the recording is a binary file; name one");
+  OutputFile recording(options.output), truth(options.truth);
+  WriteRecording(options, profile, recording);
+  WriteTruth(profile, truth);
+  recording.Commit();
+  truth.Commit();
+}
+
+}  // namespace
+
+void AddSimulateCommand(CLI::App& app) {
+  auto options = std::make_shared<SimulateOptions>();
+  WheelSettings& wheel = options->wheel;
+  CLI::App* command =
+      app.add_subcommand("simulate", "Writes the recording of a test-bench run that is known");
+  command->add_option("output", options->output, "recording to write, .wav or .w64 (float)")->required();
+  command->add_option("--truth", options->truth, "true speed as CSV (the output's name with .csv)")
+      ->type_name("FILE");
+
+  CLI::Option* profile =
+      command->add_option("--profile", options->profile, "speed over time: SECONDS:RPM,SECONDS:RPM,...");
+  profile->type_name("TEXT");
+  const auto number = [&](const char* name, auto& target, const char* text, const CLI::Validator& check) {
+    return command->add_option(name, target, text)->check(check);
+  };
+  const CLI::Validator above = AboveZero().description(""), zeroOrMore = CLI::Range(0.0, 1e9).description("");
+  number("--from", options->from, "speed at the start, in rpm (600)", zeroOrMore)->excludes(profile);
+  number("--to", options->to, "speed at the end, in rpm (3000)", zeroOrMore)->excludes(profile);
+  number("--duration", options->duration, "length in seconds (10)", above)->excludes(profile);
+  number("--teeth", wheel.teeth, "teeth of the wheel, with the missing ones (60)",
+         CLI::Range(1u, 100000u).description(""));
+  number("--missing", wheel.missing, "of them missing, side by side (2)",
+         CLI::Range(0u, 100000u).description(""));
+  number("--rate", wheel.rate, "samples per second (50000)", CLI::Range(1.0, 1e9).description(""));
+  number("--amplitude", wheel.amplitude, "of the sine at the greatest speed, level of TTL (1)", above);
+  number("--amplitude-growth", wheel.growth, "the sine's amplitude goes with speed to this power (0.2)",
+         zeroOrMore);
+  number("--noise", wheel.noise, "standard deviation as part of the amplitude (0.005)", zeroOrMore);
+  number("--jitter", wheel.jitter, "standard deviation of an edge's place, in teeth (0.001)", zeroOrMore);
+  const std::map<std::string, WheelSettings::Shape> shapes = {{"sine", WheelSettings::Shape::sine},
+                                                              {"ttl", WheelSettings::Shape::ttl}};
+  command->add_option("--shape", wheel.shape, "pulse shape: sine or ttl (sine)")
+      ->transform(CLI::CheckedTransformer(shapes).description(""))
+      ->type_name("SHAPE");
+  command->add_option("--seed", wheel.seed, "of noise and jitter (1)");
+  command->callback([options] { RunSimulate(*options); });
+}
+
+}  // namespace umlauf::tool
