@@ -2,6 +2,7 @@
 
 #include <atomic>
 
+#include "umlauf/platform/framework/ComboBoxControl.h"
 #include "umlauf/platform/tramsea/PrWin.h"
 
 namespace {
@@ -16,6 +17,10 @@ std::atomic<CUserInterface*> g_current{nullptr};
 }  // namespace
 
 void CUserInterface::ShowMessage(const CString& text, Icon) { PrWin::Output(PrWin::note, L"%s\n", text); }
+
+std::unique_ptr<CComboBoxControl> CUserInterface::CreateComboBoxControl() {
+  return std::make_unique<CWindowlessComboBox>();
+}
 
 CUserInterface& CUserInterface::Get() {
   CUserInterface* current = g_current.load();

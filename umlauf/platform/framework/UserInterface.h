@@ -1,7 +1,11 @@
 #pragma once
 
+#include <memory>
+
 #include "umlauf/Export.h"
 #include "umlauf/platform/framework/CString.h"
+
+class CComboBoxControl;
 
 /// What the library asks of a user interface. The library has none: the default writes messages to the log.
 /// An application derives from this class and sets its own object, which must outlive every use of the
@@ -13,6 +17,9 @@ class UMLAUF_API CUserInterface {
   virtual ~CUserInterface() = default;
   /// Shows a message and returns when it was read. The default writes it to the log, category 1.
   virtual void ShowMessage(const CString& text, Icon icon);
+  /// A new control for a combo box. The default is one that lives in memory only (CWindowlessComboBox), which
+  /// also stands in for null.
+  virtual std::unique_ptr<CComboBoxControl> CreateComboBoxControl();
 
   /// The interface in use. Safe from every thread.
   static CUserInterface& Get();
