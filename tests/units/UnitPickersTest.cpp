@@ -40,15 +40,13 @@ class CRememberingPicker : public CSiPrefixComboBox {
   void OnSelectionChanged() { chosen.push_back(Retrieve()); }
   std::vector<int> chosen;
 };
-UMLAUF_BEGIN_MESSAGE_MAP(CRememberingPicker, CSiPrefixComboBox)
-UMLAUF_ON_NOTIFICATION(CBN_SELCHANGE, OnSelectionChanged)
-UMLAUF_END_MESSAGE_MAP()
+UMLAUF_IMPLEMENT_MESSAGE_MAP(CRememberingPicker, CSiPrefixComboBox,
+                             UMLAUF_ON_NOTIFICATION(CBN_SELCHANGE, OnSelectionChanged))
 
 class CQuietPicker : public CRememberingPicker {
   UMLAUF_DECLARE_MESSAGE_MAP()
 };
-UMLAUF_BEGIN_MESSAGE_MAP(CQuietPicker, CRememberingPicker)
-UMLAUF_END_MESSAGE_MAP()
+UMLAUF_IMPLEMENT_MESSAGE_MAP(CQuietPicker, CRememberingPicker)
 
 TEST(ComboBox, ControlOfTheApplicationServesAndNotifies) {
   struct UserInterface : CUserInterface {

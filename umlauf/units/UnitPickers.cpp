@@ -3,12 +3,10 @@
 #include <array>
 
 UMLAUF_IMPLEMENT_DYNCREATE(CMeasuringUnitComboBox, CComboBox)
-UMLAUF_BEGIN_MESSAGE_MAP(CMeasuringUnitComboBox, CComboBox)
-UMLAUF_END_MESSAGE_MAP()
+UMLAUF_IMPLEMENT_MESSAGE_MAP(CMeasuringUnitComboBox, CComboBox)
 
 UMLAUF_IMPLEMENT_DYNCREATE(CSiPrefixComboBox, CComboBox)
-UMLAUF_BEGIN_MESSAGE_MAP(CSiPrefixComboBox, CComboBox)
-UMLAUF_END_MESSAGE_MAP()
+UMLAUF_IMPLEMENT_MESSAGE_MAP(CSiPrefixComboBox, CComboBox)
 
 namespace {
 

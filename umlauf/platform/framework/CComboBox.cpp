@@ -29,7 +29,7 @@ void CComboBox::OnNotify(unsigned notification) {
 }
 
 const CMessageMap* CComboBox::GetThisMessageMap() {
-  static const CMessageMapEntry entries[] = {{0, nullptr}};
+  static const CMessageMapEntry entries[] = {CMessageMapEntry{}};
   static const CMessageMap map{nullptr, entries};
   return &map;
 }

@@ -11,8 +11,8 @@ class CComboBox;
 
 /// A notification of the control and the member function that handles it.
 struct CMessageMapEntry {
-  unsigned notification;
-  void (CComboBox::*handler)();
+  unsigned notification = 0;
+  void (CComboBox::*handler)() = nullptr;
 };
 
 /// The notifications that a class handles; what it does not name goes to its base.
@@ -62,19 +62,14 @@ class UMLAUF_API CComboBox : public CObject {
   static const CMessageMap* GetThisMessageMap(); \
   const CMessageMap* GetMessageMap() const override;
 
-/// Defines it: UMLAUF_BEGIN_MESSAGE_MAP, one UMLAUF_ON_NOTIFICATION for each handler, UMLAUF_END_MESSAGE_MAP.
-#define UMLAUF_BEGIN_MESSAGE_MAP(Class, Base)                                     \
-  const CMessageMap* Class::GetMessageMap() const { return GetThisMessageMap(); } \
-  const CMessageMap* Class::GetThisMessageMap() {                                 \
-    using ThisClass [[maybe_unused]] = Class;                                     \
-    constexpr const CMessageMap* (*base)() = &Base::GetThisMessageMap;            \
-    static const CMessageMapEntry entries[] = {
-#define UMLAUF_ON_NOTIFICATION(notification, handler) \
-  {notification, static_cast<void (CComboBox::*)()>(&ThisClass::handler)},
-#define UMLAUF_END_MESSAGE_MAP()               \
-  { 0, nullptr }                               \
-  }                                            \
-  ;                                            \
-  static const CMessageMap map{base, entries}; \
-  return &map;                                 \
+/// Defines it; behind the classes stand the handlers, one UMLAUF_ON_NOTIFICATION each.
+#define UMLAUF_IMPLEMENT_MESSAGE_MAP(Class, Base, ...)                                         \
+  const CMessageMap* Class::GetMessageMap() const { return GetThisMessageMap(); }              \
+  const CMessageMap* Class::GetThisMessageMap() {                                              \
+    using ThisClass [[maybe_unused]] = Class;                                                  \
+    static const CMessageMapEntry entries[] = {__VA_ARGS__ __VA_OPT__(, ) CMessageMapEntry{}}; \
+    static const CMessageMap map{&Base::GetThisMessageMap, entries};                           \
+    return &map;                                                                               \
   }
+#define UMLAUF_ON_NOTIFICATION(notification, handler) \
+  CMessageMapEntry { notification, static_cast<void (CComboBox::*)()>(&ThisClass::handler) }
