@@ -111,6 +111,8 @@ class UMLAUF_API CSigPairs : public CSignal {
   /// A percentage of the mean point spacing. Above 100 it falls into the automatic range, which is 5 percent.
   void PunktgleichheitToleranzP(float percent) { tolerance_ = -percent; }
   void PunktgleichheitAutoToleranz() { tolerance_ = -101.0f; }
+  /// The tolerance as a distance in x for this signal's span and number of points; 0 when there are none.
+  float ToleranzInX() const;
 
   // Building
   /// Appends a point. False when there is no memory.
@@ -287,7 +289,6 @@ class UMLAUF_API CSigPairs : public CSignal {
   std::size_t InsertionIndex(float x) const;
   std::size_t UpperNeighbour(float x) const;
   float Report(std::size_t i, float* x, std::size_t* index) const;
-  float Tolerance(float span) const;
   std::size_t KeepRange(std::size_t first, std::size_t n);
   CSigPairs& Combine(const CSigPairs& other, int operation);
   CSigPairs Combined(const CSigPairs& other, int operation) const;

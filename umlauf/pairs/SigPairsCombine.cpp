@@ -131,10 +131,12 @@ std::pair<SPunkt*, SPunkt*> Cropped(SPunkt* from, SPunkt* end, float lo, float h
 
 }  // namespace
 
-float CSigPairs::Tolerance(float span) const {
+float CSigPairs::ToleranzInX() const {
   if (tolerance_ >= 0.0f) return tolerance_;
+  float lo = 0.0f, hi = 0.0f;
+  if (!XBereich(lo, hi)) return 0.0f;
   const float percent = tolerance_ >= -100.0f ? -tolerance_ : 5.0f;
-  return percent * 0.01f * (span / static_cast<float>(NPaare()));
+  return percent * 0.01f * ((hi - lo) / static_cast<float>(NPaare()));
 }
 
 bool CSigPairs::OperationVorbereiten(const CSigPairs& other, float& tolerance) {
@@ -144,7 +146,7 @@ bool CSigPairs::OperationVorbereiten(const CSigPairs& other, float& tolerance) {
   XBereich(lo, hi);
   other.XBereich(otherLo, otherHi);
   if (otherLo > hi || lo > otherHi) return false;
-  tolerance = Tolerance(hi - lo);
+  tolerance = ToleranzInX();
   return true;
 }
 
