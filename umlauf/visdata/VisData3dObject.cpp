@@ -5,10 +5,9 @@ UMLAUF_IMPLEMENT_DYNCREATE(CVisDataArray, CVisData3dObject)
 UMLAUF_IMPLEMENT_DYNCREATE(CVisDataGrid, CVisData3dObject)
 
 void CVisData3dObject::CalcRange(Dataaxis axes) {
-  if (Empty()) return;
   if ((axes & AxisX) != 0) SetXRange(axis_.Extent());
   if ((axes & AxisY) != 0) {
-    Range range;
+    Range range(0.0f, 1.0f);
     CalcVecRange(RawData(), Rows() * columns_, range);
     SetYRange(range);
   }
@@ -63,4 +62,9 @@ CVisDataItem::Range CVisDataArray::ZExtent() const {
   Range range(0.0f, 1.0f);
   CalcVecRange(z_.Data(), std::min(z_.Size(), Rows()), range);
   return range;
+}
+
+void CVisDataGrid::Reset() {
+  CVisData3dObject::Reset();
+  zAxis_ = SVisDataAxis();
 }

@@ -81,8 +81,8 @@ class UMLAUF_API CVisDataItem : public CObject, public VisDataTypes {
   const Range& XRange() const { return xRange_; }
   const Range& YRange() const { return yRange_; }
   const Range& ZRange() const { return zRange_; }
-  /// Fills the ranges of the given axes from the data; those that the class does not have, and all of an item
-  /// without elements, stay as they are.
+  /// Fills the ranges of the given axes from the data; those that the class does not have stay. Without
+  /// elements a range is (0, 1), that of an equidistant axis its ends.
   virtual void CalcRange(Dataaxis) {}
   /// Minimum and maximum of n floats as QVL::VectorMinMax finds them; n = 0 leaves the range alone.
   static void CalcVecRange(const float* values, std::uint64_t n, Range& range);

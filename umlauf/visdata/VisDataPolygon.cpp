@@ -22,14 +22,16 @@ bool CVisDataPolygon::Append(float x, float y) {
 }
 
 void CVisDataPolygon::CalcRange(Dataaxis axes) {
-  if (Empty()) return;
-  const auto range = [this](const float* first) {
-    Range found;
-    QVL::VectorMinMax(first, static_cast<std::size_t>(Size()), 2, found.first, found.second);
-    return found;
-  };
-  if ((axes & AxisX) != 0) SetXRange(range(RawData()));
-  if ((axes & AxisY) != 0) SetYRange(range(RawData() + 1));
+  if ((axes & AxisX) != 0) SetXRange(CoordinateRange(0));
+  if ((axes & AxisY) != 0) SetYRange(CoordinateRange(1));
+}
+
+CVisDataItem::Range CVisDataPolygon::CoordinateRange(std::size_t coordinate) const {
+  Range range(0.0f, 1.0f);
+  if (!Empty()) {
+    QVL::VectorMinMax(RawData() + coordinate, static_cast<std::size_t>(Size()), 2, range.first, range.second);
+  }
+  return range;
 }
 
 void CVisDataPolygon::Reset() {

@@ -37,5 +37,7 @@ class UMLAUF_API CVisDataPolygon : public CVisDataItem {
   void Reset() override;
 
  private:
+  Range CoordinateRange(std::size_t coordinate) const;
+
   std::uint64_t size_ = 0;
 };

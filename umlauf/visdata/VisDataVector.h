@@ -93,4 +93,7 @@ class UMLAUF_API CVisDataIntVector : public CVisDataSamples<std::int32_t> {
   bool SetValues(const float* values, std::uint64_t n);
   /// Of those asked for, x: the ends of the axis; y: the range of the values.
   void CalcRange(Dataaxis axes) override;
+
+ private:
+  Range ValueRange() const;
 };
