@@ -40,4 +40,21 @@ class File {
   virtual bool Flush() = 0;
 };
 
+/// Raises the calling thread to time-critical priority for the life of the object, where the process may have
+/// it.
+class TimeCriticalPriority {
+ public:
+  TimeCriticalPriority();
+  ~TimeCriticalPriority();
+  TimeCriticalPriority(const TimeCriticalPriority&) = delete;
+  TimeCriticalPriority& operator=(const TimeCriticalPriority&) = delete;
+  /// False when the system refused: the thread runs as before.
+  bool Raised() const { return raised_; }
+
+ private:
+  int oldPolicy_ = 0;
+  int oldPriority_ = 0;
+  bool raised_ = false;
+};
+
 }  // namespace umlauf::os

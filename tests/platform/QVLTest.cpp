@@ -1,0 +1,319 @@
+#include "umlauf/platform/vekta/QVL.h"
+
+#include <gtest/gtest.h>
+#include <hwy/targets.h>
+
+#include <algorithm>
+#include <bit>
+#include <cmath>
+#include <limits>
+#include <memory>
+#include <random>
+#include <vector>
+
+#include "umlauf/platform/vekta/numeric.h"
+
+namespace {
+
+constexpr float nan = std::numeric_limits<float>::quiet_NaN();
+constexpr float inf = std::numeric_limits<float>::infinity();
+
+/// A block on the heap that ends with its last element, so that an address sanitizer sees every step beyond.
+template <class T>
+class Exact {
+ public:
+  Exact(std::size_t n, std::size_t offset) : n_(n), offset_(offset), memory_(new T[n + offset]) {}
+  T* data() { return memory_.get() + offset_; }
+  T& operator[](std::size_t i) { return data()[i]; }
+  std::vector<T> copy() { return {data(), data() + n_}; }
+
+ private:
+  std::size_t n_, offset_;
+  std::unique_ptr<T[]> memory_;
+};
+
+std::vector<std::size_t> Lengths() {
+  std::vector<std::size_t> lengths{127, 128, 129, 200, 1023, 1024, 1025, 2051};
+  for (std::size_t n = 0; n <= 70; ++n) lengths.push_back(n);
+  return lengths;
+}
+
+/// Multiples of 1/4 in [-8, 8]: they tie often, and sums of some thousand (squares) are exact in any order.
+void FillGrid(Exact<float>& x, std::size_t n, std::mt19937& random) {
+  for (std::size_t i = 0; i < n; ++i) x[i] = static_cast<float>(static_cast<int>(random() % 65) - 32) / 4.0f;
+}
+/// Numbers of all digits, every eighth one out of the ordinary.
+void FillWild(Exact<float>& x, std::size_t n, std::mt19937& random) {
+  constexpr float special[] = {nan, -nan, inf, -inf, 0.0f, -0.0f, 1.0f, -1.0f, 1e30f, -1e30f, 1e-40f};
+  std::uniform_real_distribution<float> digits(-2.0f, 2.0f);
+  for (std::size_t i = 0; i < n; ++i) {
+    x[i] = random() % 8 == 0 ? special[random() % std::size(special)] : digits(random);
+  }
+}
+
+bool SameBits(float a, float b) {
+  return std::bit_cast<std::uint32_t>(a) == std::bit_cast<std::uint32_t>(b) ||
+         (std::isnan(a) && std::isnan(b));
+}
+bool Equal(float a, float b) { return a == b || (std::isnan(a) && std::isnan(b)); }
+
+/// Each test runs with every instruction set that this processor has.
+class QVLKernels : public testing::TestWithParam<std::int64_t> {
+ protected:
+  QVLKernels() { Choose(GetParam()); }
+  ~QVLKernels() override { Choose(0); }
+  static void Choose(std::int64_t target) {
+    hwy::SetSupportedTargetsForTest(target);
+    hwy::GetChosenTarget().Update(hwy::SupportedTargets());
+  }
+  std::mt19937 random_{20240607};
+};
+INSTANTIATE_TEST_SUITE_P(On, QVLKernels, testing::ValuesIn(hwy::SupportedAndGeneratedTargets()),
+                         [](const auto& target) { return hwy::TargetName(target.param); });
+
+TEST_P(QVLKernels, RangesFollowTheScalarRule) {
+  for (const std::size_t n : Lengths()) {
+    for (const std::size_t stride : {1u, 2u, 3u, 4u, 5u, 8u}) {
+      const std::size_t length = n == 0 ? 0 : (n - 1) * stride + 1;
+      Exact<float> x(length, n % 3);
+      n % 2 == 0 ? FillGrid(x, length, random_) : FillWild(x, length, random_);
+      float min = 77.0f, max = 78.0f, magnitude = 0.0f;
+      std::size_t minIndex = 0, maxIndex = 0;
+      for (std::size_t i = 0; i < n; ++i) {
+        const float v = x[i * stride];
+        if (i == 0) min = max = v;
+        if (v < min) min = v, minIndex = i;
+        if (v > max) max = v, maxIndex = i;
+        if (std::fabs(v) > magnitude) magnitude = std::fabs(v);
+      }
+      float low = 77.0f, high = 78.0f;
+      QVL::VectorMinMax(x.data(), n, stride, low, high);
+      ASSERT_TRUE(Equal(low, min) && Equal(high, max)) << n << " by " << stride << ": " << low << " " << high;
+      ASSERT_EQ(QVL::VectorMaxMagnitude(x.data(), n, stride), magnitude) << n << " by " << stride;
+      if (stride > 1) continue;
+      std::size_t lowIndex = 99, highIndex = 99;
+      QVL::VectorMinMaxIndex(x.data(), n, lowIndex, highIndex);
+      ASSERT_TRUE(lowIndex == minIndex && highIndex == maxIndex) << n << ": " << lowIndex << " " << highIndex;
+      if (n == 0) continue;
+      const QVL::Moments moments = QVL::VectorMoments(x.data(), n);
+      ASSERT_TRUE(Equal(moments.min, min) && Equal(moments.max, max)) << n;
+    }
+  }
+}
+
+TEST_P(QVLKernels, SumsAreExactWhereSinglePrecisionIs) {
+  for (const std::size_t n : Lengths()) {
+    for (const std::size_t stride : {1u, 2u, 3u, 4u, 5u, 8u}) {
+      const std::size_t length = n == 0 ? 0 : (n - 1) * stride + 1;
+      Exact<float> x(length, n % 3), y(length, (n + 1) % 3);
+      FillGrid(x, length, random_);
+      FillGrid(y, length, random_);
+      float sum = 0, squares = 0, magnitudes = 0, dot = 0;
+      for (std::size_t i = 0; i < n; ++i) {
+        const float v = x[i * stride];
+        sum += v;
+        squares += v * v;
+        magnitudes += std::fabs(v);
+        dot += x[i] * y[i];
+      }
+      const float count = static_cast<float>(std::max<std::size_t>(n, 1));
+      const float* p = x.data();
+      ASSERT_EQ(QVL::VectorSum(p, n, stride), sum) << n << " by " << stride;
+      ASSERT_EQ(QVL::VectorSumSquares(p, n, stride), squares) << n << " by " << stride;
+      ASSERT_EQ(QVL::VectorSumMagnitudes(p, n, stride), magnitudes) << n << " by " << stride;
+      ASSERT_EQ(QVL::VectorMean(p, n, stride), sum / count);
+      ASSERT_EQ(QVL::VectorMeanSquare(p, n, stride), squares / count);
+      ASSERT_EQ(QVL::VectorMeanMagnitude(p, n, stride), magnitudes / count);
+      ASSERT_EQ(QVL::DotProduct(p, y.data(), n), dot) << n;
+      if (n == 0 || stride > 1) continue;
+      const QVL::Moments moments = QVL::VectorMoments(p, n);
+      ASSERT_TRUE(moments.sum == sum && moments.sumSquares == squares) << n;
+    }
+  }
+}
+
+TEST_P(QVLKernels, LongSumsStayAccurate) {
+  const std::size_t n = (1u << 20) + 7;
+  Exact<float> x(n, 0);
+  std::uniform_real_distribution<float> digits(0.0f, 1.0f);
+  double sum = 0, squares = 0;
+  for (std::size_t i = 0; i < n; ++i) {
+    x[i] = digits(random_);
+    sum += double(x[i]);
+    squares += double(x[i]) * double(x[i]);
+  }
+  const QVL::Moments moments = QVL::VectorMoments(x.data(), n);
+  const struct {
+    float value;
+    double expected, tolerance;
+  } cases[] = {{QVL::VectorSum(x.data(), n), sum, 1e-4},
+               {moments.sum, sum, 1e-4},
+               {QVL::VectorSumSquares(x.data(), n), squares, 1e-4},
+               {moments.sumSquares, squares, 1e-4},
+               {QVL::DotProduct(x.data(), x.data(), n), squares, 1e-4}};
+  for (const auto& c : cases) EXPECT_NEAR(double(c.value) / c.expected, 1.0, c.tolerance);
+}
+
+TEST_P(QVLKernels, LevelsAddAsPowers) {
+  const struct {
+    std::vector<float> levels;
+    std::size_t stride;
+    float sum;
+  } cases[] = {{{}, 1, 0.0f},
+               {{-3.5f}, 1, -3.5f},
+               {{60, 60}, 1, 63.0103f},
+               {{90, 80, nan, 70}, 3, 90.0432f},
+               {{5000, 5000, -inf}, 1, 5003.0103f},
+               {{-5000, -5000}, 1, -4996.9897f},
+               {{-inf, -inf}, 1, -inf},
+               {{1, inf}, 1, inf},
+               {{1, nan}, 1, nan}};
+  for (const auto& c : cases) {
+    const float level =
+        QVL::VectorLogSum(c.levels.data(), (c.levels.size() + c.stride - 1) / c.stride, c.stride);
+    EXPECT_TRUE(Equal(level, c.sum) || std::fabs(level - c.sum) < 1e-3f) << level << " for " << c.sum;
+  }
+}
+
+constexpr float kA = 0.3f, kB = -1.7f;  // their products round
+const struct {
+  const char* name;
+  void (*run)(float* out, const float* a, const float* b, std::size_t n);
+  float (*expected)(float a, float b);
+  bool addsToOut;  // out holds b on entry
+} kElementwise[] = {
+    {"Fill", [](auto* o, auto*, auto*, auto n) { QVL::FillFloat(o, n, kA); }, [](float, float) { return kA; },
+     false},
+    {"AddFloat", [](auto* o, auto* a, auto*, auto n) { QVL::AddFloat(o, a, n, kA); },
+     [](float a, float) { return a + kA; }, false},
+    {"MulFloat", [](auto* o, auto* a, auto*, auto n) { QVL::MulFloat(o, a, n, kA); },
+     [](float a, float) { return a * kA; }, false},
+    {"Add", QVL::AddVectors, [](float a, float b) { return a + b; }, false},
+    {"Sub", QVL::SubVectors, [](float a, float b) { return a - b; }, false},
+    {"Mul", QVL::MulVectors, [](float a, float b) { return a * b; }, false},
+    {"Maximize", QVL::MaximizeVectors, [](float a, float b) { return a > b ? a : b; }, false},
+    {"Minimize", QVL::MinimizeVectors, [](float a, float b) { return a < b ? a : b; }, false},
+    {"WeightedSum", [](auto* o, auto* a, auto* b, auto n) { QVL::VectorWeightedSum(o, a, kA, b, kB, n); },
+     [](float a, float b) { return a * kA + b * kB; }, false},
+    {"AddScaled", [](auto* o, auto* a, auto*, auto n) { QVL::AddScaled(o, a, kA, n); },
+     [](float a, float b) { return b + a * kA; }, true},
+    {"AddSquares", [](auto* o, auto* a, auto*, auto n) { QVL::AddSquares(o, a, kB, n); },
+     [](float a, float b) { return b + (a * a) * kB; }, true},
+    {"Abs", [](auto* o, auto* a, auto*, auto n) { QVL::AbsVector(o, a, n); },
+     [](float a, float) { return std::fabs(a); }, false},
+    {"Square", [](auto* o, auto* a, auto*, auto n) { QVL::SquareVector(o, a, n); },
+     [](float a, float) { return a * a; }, false},
+    {"Sqrt", [](auto* o, auto* a, auto*, auto n) { QVL::SqrtVector(o, a, n); },
+     [](float a, float) { return a <= 0.0f ? 0.0f : std::sqrt(a); }, false},
+    {"ClipUpper", [](auto* o, auto* a, auto*, auto n) { QVL::ClipUpper(o, a, n, 0.0f); },
+     [](float a, float) { return a >= 0.0f ? 0.0f : a; }, false},
+    {"ClipLower", [](auto* o, auto* a, auto*, auto n) { QVL::ClipLower(o, a, n, 0.0f); },
+     [](float a, float) { return a <= 0.0f ? 0.0f : a; }, false},
+};
+
+TEST_P(QVLKernels, ElementsEqualTheScalarLoopToTheBitAlsoInPlace) {
+  for (const auto& function : kElementwise) {
+    for (const std::size_t n : Lengths()) {
+      Exact<float> a(n, n % 3), b(n, (n + 1) % 3), out(n, (n + 2) % 3);
+      FillWild(a, n, random_);
+      FillWild(b, n, random_);
+      const auto oldA = a.copy(), oldB = b.copy();
+      if (function.addsToOut) std::copy_n(b.data(), n, out.data());
+      function.run(out.data(), a.data(), b.data(), n);
+      if (!function.addsToOut) function.run(a.data(), a.data(), b.data(), n);
+      for (std::size_t i = 0; i < n; ++i) {
+        const float expected = function.expected(oldA[i], oldB[i]);
+        ASSERT_TRUE(SameBits(out[i], expected)) << function.name << " " << i << " of " << n << ": " << out[i];
+        ASSERT_TRUE(function.addsToOut || SameBits(a[i], expected)) << function.name << " in place";
+      }
+    }
+  }
+  float negative[] = {-nan, -0.0f, -inf};
+  QVL::AbsVector(negative, negative, 3);
+  for (const float x : negative) EXPECT_FALSE(std::signbit(x));
+}
+
+TEST_P(QVLKernels, ReversedTwiceIsTheSame) {
+  for (const std::size_t n : Lengths()) {
+    Exact<float> x(n, n % 3);
+    FillGrid(x, n, random_);
+    auto expected = x.copy();
+    std::reverse(expected.begin(), expected.end());
+    QVL::ReverseVector(x.data(), n);
+    ASSERT_EQ(x.copy(), expected) << n;
+  }
+}
+
+template <class T>
+void CheckCopies() {
+  for (const std::size_t n : Lengths()) {
+    for (const std::size_t from : {1u, 2u, 3u, 4u, 5u, 8u, 32u}) {
+      for (const std::size_t to : {1u, 2u, 3u, 4u, 8u, 32u}) {
+        Exact<T> in(n == 0 ? 0 : (n - 1) * from + 1, n % 3), out(n == 0 ? 0 : (n - 1) * to + 1, (n + 1) % 3);
+        for (std::size_t i = 0; n > 0 && i <= (n - 1) * from; ++i) in[i] = static_cast<T>(i + 1);
+        std::fill_n(out.data(), out.copy().size(), static_cast<T>(-5));  // what lies between stays
+        auto expected = out.copy();
+        for (std::size_t i = 0; i < n; ++i) expected[i * to] = in[i * from];
+        QVL::Interleave(out.data(), to, in.data(), from, n);
+        ASSERT_EQ(out.copy(), expected) << n << " from " << from << " to " << to;
+      }
+    }
+  }
+}
+
+TEST_P(QVLKernels, StridedCopiesTouchOnlyTheirElements) {
+  CheckCopies<float>();
+  CheckCopies<std::int32_t>();
+  CheckCopies<std::uint32_t>();
+  CheckCopies<std::int16_t>();
+}
+
+TEST_P(QVLKernels, BytesWrapAndNaNIsTheLowestInteger) {
+  for (const std::size_t n : Lengths()) {
+    Exact<float> x(n, n % 3), back(n, (n + 1) % 3);
+    Exact<std::uint8_t> bytes(n, n % 5);
+    FillWild(x, n, random_);
+    const float lo = -0.75f, factor = n % 2 == 0 ? 0.4f : 4.0f, step = 0.3f;
+    QVL::QuantizeBytes(bytes.data(), x.data(), n, lo, factor);
+    QVL::DequantizeBytes(back.data(), bytes.data(), n, step, lo);
+    for (std::size_t i = 0; i < n; ++i) {
+      const std::int32_t whole = numeric::trunc_sat<std::int32_t>((x[i] - lo) * factor * 255.0f + 0.5f);
+      ASSERT_EQ(bytes[i], static_cast<std::uint8_t>(whole & 255)) << x[i] << " " << i << " of " << n;
+      ASSERT_EQ(back[i], static_cast<float>(bytes[i]) * step + lo) << i;
+    }
+  }
+}
+
+TEST_P(QVLKernels, MasksHaveOneBitASample) {
+  const struct {
+    float upper, lower;
+  } thresholds[] = {{1.0f, -1.0f}, {-1.0f, 1.0f}, {inf, -inf}, {-inf, inf}, {0.0f, -0.0f}, {nan, 1.0f}};
+  for (const std::size_t n : Lengths()) {
+    for (const auto [upper, lower] : thresholds) {
+      Exact<float> x(n, n % 3);
+      FillWild(x, n, random_);
+      const std::size_t words = (n + 63) / 64;
+      Exact<std::uint64_t> above(words, 0), below(words, 0);
+      QVL::ThresholdMasks(x.data(), n, upper, lower, above.data(), below.data());
+      for (std::size_t i = 0; i < 64 * words; ++i) {
+        const bool over = i < n && x[i] > upper, under = i < n && lower > x[i];
+        ASSERT_EQ(above[i / 64] >> (i % 64) & 1, over) << i << " of " << n;
+        ASSERT_EQ(below[i / 64] >> (i % 64) & 1, under) << i << " of " << n;
+      }
+    }
+  }
+}
+
+TEST_P(QVLKernels, CountsEqualElements) {
+  for (const std::size_t n : Lengths()) {
+    Exact<float> x(n, n % 3);
+    n % 2 == 0 ? FillGrid(x, n, random_) : FillWild(x, n, random_);
+    for (const float value : {0.0f, -0.0f, 2.25f, inf, nan}) {
+      ASSERT_EQ(QVL::CountEqual(x.data(), n, value),
+                static_cast<std::size_t>(std::count(x.data(), x.data() + n, value)))
+          << value << " in " << n;
+    }
+  }
+}
+
+}  // namespace

@@ -1,0 +1,145 @@
+#include "umlauf/units/MeasuringUnit.h"
+
+#include <gtest/gtest.h>
+
+#include <array>
+#include <cmath>
+#include <limits>
+#include <vector>
+
+namespace {
+
+using U = CMeasuringUnit;
+
+TEST(MeasuringUnit, OwnersAndHoldersKeepToTheirRecords) {
+  CMeasuringUnit a(U::rpm, 3, 2, 0.5f, U::flag_db);
+  const std::vector<CMeasuringUnit> copies(3, a);
+  a.clear();
+  EXPECT_TRUE(a == CMeasuringUnit() && !a && a.power() == 1 && a.logref() == 1.0f);
+  for (const CMeasuringUnit& copy : copies) {
+    EXPECT_EQ(&static_cast<const CMeasuringUnitInterface&>(copy).pod(), &copy.pod());
+    EXPECT_TRUE(copy == U(U::rpm, 3, 2, 0.5f, U::flag_db));
+  }
+  SMeasuringUnitPOD record{U::volt, 0, 1, 1.0f, 0};
+  CMeasuringUnitInterface holder(record);
+  EXPECT_TRUE(holder == U::volt);
+  holder = copies[0];
+  EXPECT_TRUE(record.unit == U::rpm && CMeasuringUnit(holder) == copies[1]);
+  holder._construct(true);
+  EXPECT_EQ(record.exponent, 3);
+  holder._construct(false);
+  EXPECT_TRUE(holder == a);
+  holder.set(0, 0, 1, 1.0f, 0);
+  std::array<std::byte, 16> flat;
+  ASSERT_EQ(copies[2].write(flat.data()), 16);
+  ASSERT_EQ(a.read(flat.data(), 15), -1);
+  ASSERT_EQ(a.read(flat.data(), 16), 16);
+  EXPECT_TRUE(a == copies[2]);
+}
+
+TEST(MeasuringUnit, FlagsChangeOneByOneAndEqualityLooksAtAllFields) {
+  CMeasuringUnit a(U::volt);
+  a.set_db(true);
+  a.set_log(true);
+  EXPECT_EQ(a.flags(), 3u);
+  a.set_db(false);
+  EXPECT_TRUE(a.is_log() && !a.is_db());
+  a.set_log(false);
+  EXPECT_TRUE(a == U(U::volt) && a != U(U::watt) && a != U(U::volt, 3) && a != U(U::volt, 0, 2));
+  EXPECT_TRUE(a != U(U::volt, 0, 1, 2) && a != U(U::volt, 0, 1, 1, 1));
+  EXPECT_TRUE(a == L"V" && a != L"v" && a == commonUnits::volt && a != commonUnits::watt);
+}
+
+TEST(MeasuringUnit, EngineeringGivesOneToThreeDigits) {
+  constexpr float inf = std::numeric_limits<float>::infinity();
+  constexpr float nan = std::numeric_limits<float>::quiet_NaN();
+  const struct {
+    float x;
+    int before, after, shift;
+  } cases[] = {{12e3f, 0, 3, -3},       {-12e3f, 0, 3, -3}, {0.5f, 0, -3, 3}, {999.0f, 0, 0, 0},
+               {1e3f, 0, 3, -3},        {0.02f, 3, 0, 3},   {5.0f, 4, 3, 1},  {5.0f, -4, -6, 2},
+               {0.0f, 4, 4, 0},         {inf, 4, 4, 0},     {nan, 4, 4, 0},   {1e-30f, -32768, -32766, -2},
+               {1e30f, 32767, 32766, 1}};
+  for (const auto& c : cases) {
+    CMeasuringUnit unit(U::volt, static_cast<short>(c.before));
+    EXPECT_EQ(unit.engineering(c.x), c.shift) << c.x << " e" << c.before;
+    EXPECT_EQ(unit.exponent(), c.after) << c.x << " e" << c.before;
+  }
+}
+
+TEST(MeasuringUnit, PrefixGroupsRoundDown) {
+  for (int e = -32768; e <= 32767; e += 1) {
+    const auto [group, rest] = U(U::volt, static_cast<short>(e)).prefixidx();
+    ASSERT_TRUE(rest >= 0 && rest <= 2 && 3 * group + rest == e) << e;
+  }
+  EXPECT_TRUE(U::prefix(-6) == L'-' && U::prefix(-5) == L'f' && U::prefix(4) == L'T' && U::prefix(5) == L'-');
+}
+
+TEST(MeasuringUnit, NormalizeAndInvert) {
+  CMeasuringUnit unit(U::rpm, 3);
+  EXPECT_FLOAT_EQ(unit.normalize(), 1000.0f / 60);
+  EXPECT_TRUE(unit == U(U::hertz, 1));
+  unit = U(U::kilometre_per_hour, 0, 2);
+  EXPECT_FLOAT_EQ(unit.normalize(), 1 / (3.6f * 3.6f));
+  EXPECT_TRUE(unit == U(U::metre_per_second, 1, 2));
+  EXPECT_EQ(U(commonUnits(77)).normalize(), 0.0f);
+  const struct {
+    U before, after;
+    float factor;
+  } cases[] = {{U(U::hertz, 3), U(U::second, -3), 1},
+               {U(U::rpm), U(U::second), 60},
+               {U(U::degree, 0, 2), U(U::order, 0, 2), 360 * 360},
+               {U(U::volt, 3, 2), U(U::volt, -3, -2), 1},
+               {U(U::number, -32768, -32768), U(U::number, 32767, 32767), 1},
+               {U(U::rpm, 3, 1, 1, U::flag_log), U(U::rpm, 3, 1, 1, U::flag_log), 1}};
+  for (const auto& c : cases) {
+    CMeasuringUnit inverted(c.before);
+    EXPECT_FLOAT_EQ(inverted.invert(), c.factor);
+    EXPECT_TRUE(inverted == c.after) << c.before.prefixstring().ToUtf8();
+  }
+}
+
+TEST(MeasuringUnit, ScaleAndMatch) {
+  const struct {
+    U from, to;
+    float factor;
+    bool matches;
+  } cases[] = {{U(U::rpm), U(U::hertz, 3), 1e-3f / 60, true},
+               {U(U::second), U(U::metre), 0, false},
+               {U(U::second, 0, 2), U(U::second), 0, false},
+               {U(U::second, 0, 2), U(U::second, 0, 2), 1, true},
+               {U(U::bar, 0, 2), U(U::pascal, 0, 2), 1e10f, true},
+               {U(U::volt), U(U::volt, -3, 1, 2.0f), 1000, false},
+               {U(U::volt), U(U::volt, 0, 1, 1.0f, U::flag_db), 1, false},
+               {U(U::radian), U(U::degree), 57.29578f, true},
+               {U(commonUnits(40)), U(commonUnits(40)), 1, true},
+               {U(commonUnits(40)), U(U::volt), 0, false}};
+  for (const auto& c : cases) {
+    EXPECT_FLOAT_EQ(c.from.scale_to(c.to), c.factor) << c.from.prefixstring().ToUtf8();
+    EXPECT_EQ(c.from.matches(c.to), c.matches) << c.from.prefixstring().ToUtf8();
+  }
+  EXPECT_TRUE(std::isnan(U(commonUnits(40)).scale_to(U(commonUnits(41)))));
+  EXPECT_TRUE(U::inverse(31) == 0 && U::standard(31) == 0 && U::inv_fac(31) == 0 && U::std_fac(31) == 0);
+}
+
+TEST(MeasuringUnit, PowersAndRoots) {
+  CMeasuringUnit unit(U::metre, 3);
+  unit.power(2);
+  EXPECT_TRUE(unit == U(U::metre, 6, 2));
+  unit.power(32767);
+  EXPECT_TRUE(unit == U(U::metre, 32767, 32767));
+  const struct {
+    int exponent, power, n, exponentAfter, powerAfter;
+    bool done;
+  } cases[] = {{6, 2, 2, 3, 1, true},  {6, 3, 2, 6, 3, false},   {-7, 2, 2, -3, 1, true},
+               {5, 0, 2, 5, 0, false}, {5, 0, 1, 5, 0, true},    {5, 2, 0, 5, 2, false},
+               {5, 2, 4, 5, 2, false}, {6, 2, -1, -6, -2, true}, {-32768, -32768, -1, 32767, 32767, true}};
+  for (const auto& c : cases) {
+    CMeasuringUnit root(U::metre, static_cast<short>(c.exponent), static_cast<short>(c.power));
+    EXPECT_EQ(root.root(static_cast<short>(c.n)), c.done) << c.power << " by " << c.n;
+    EXPECT_TRUE(root.exponent() == c.exponentAfter && root.power() == c.powerAfter)
+        << c.power << " by " << c.n;
+  }
+}
+
+}  // namespace

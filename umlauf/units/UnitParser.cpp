@@ -1,0 +1,151 @@
+#include "umlauf/units/UnitParser.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <limits>
+#include <string>
+
+#include "umlauf/platform/basis/CArithExpression.h"
+#include "umlauf/units/UnitStrings.h"
+
+namespace umlauf::units {
+namespace {
+
+constexpr std::wstring_view kLineEnds = L"\n\r\u2028\u2029";
+
+/// Takes "dB(" and ")" off a text that has both and something other than line ends between them.
+bool TakeDecibel(std::wstring_view& text) {
+  constexpr std::wstring_view opening = L"dB(";
+  if (text.size() < opening.size() + 2 || !text.starts_with(opening) || !text.ends_with(L')')) return false;
+  const std::wstring_view inner = text.substr(opening.size(), text.size() - opening.size() - 1);
+  if (inner.find_first_of(kLineEnds) != std::wstring_view::npos) return false;
+  text = inner;
+  return true;
+}
+
+bool TakeLogarithm(std::wstring_view& text) {
+  constexpr std::wstring_view opening = L"10^ ";
+  if (!text.starts_with(opening)) return false;
+  text.remove_prefix(opening.size());
+  return true;
+}
+
+constexpr int PrefixExponent(wchar_t letter) {
+  switch (letter) {
+    case L'f':
+      return -15;
+    case L'p':
+      return -12;
+    case L'n':
+      return -9;
+    case L'u':
+    case L'µ':
+      return -6;
+    case L'm':
+      return -3;
+    case L'k':
+      return 3;
+    case L'M':
+      return 6;
+    case L'G':
+      return 9;
+    case L'T':
+      return 12;
+    default:
+      return 0;
+  }
+}
+
+constexpr bool IsOperator(wchar_t c) {
+  switch (c) {
+    case L'+':
+    case L'-':
+    case L'*':
+    case L'/':
+    case L'^':
+    case L'(':
+    case L')':
+      return true;
+    default:
+      return false;
+  }
+}
+
+/// Takes a prefix letter off a name and returns the exponent that the unit gets.
+/// Intended: it is the square of the prefix's exponent ("k" gives 9, and so does "m").
+std::int16_t TakePrefix(std::wstring_view& name) {
+  if (name.size() < 2 || IsOperator(name[1])) return 0;
+  const int exponent = PrefixExponent(name[0]);
+  if (exponent != 0) name.remove_prefix(1);
+  return static_cast<std::int16_t>(exponent * exponent);
+}
+
+/// True for a text that as an expression is one name or number and nothing else.
+bool IsSingleName(std::wstring_view text) {
+  constexpr auto ends = [](wchar_t c) {
+    return IsOperator(c) || c == L'²' || c == L'³' || c == L' ' || (c >= L'\t' && c <= L'\r');
+  };
+  return !text.empty() && std::none_of(text.begin(), text.end(), ends);
+}
+
+std::wstring WithCarets(std::wstring_view text) {
+  std::wstring out;
+  out.reserve(text.size() + 2);
+  for (const wchar_t c : text) {
+    if (c == L'²' || c == L'³') out += L'^';
+    out += c == L'²' ? L'2' : c == L'³' ? L'3' : c;
+  }
+  return out;
+}
+
+/// Takes a power with an integer operand off the root of the tree. False when it is out of range.
+bool TakePower(const CExpression& tree, CExpression::Node& root, std::int16_t& power) {
+  using Limits = std::numeric_limits<std::int16_t>;
+  std::int32_t value = 0;
+  if (tree.KindOf(root) != CExpression::Kind::power || !tree.Integer(tree.Right(root), value)) return true;
+  if (value < Limits::min() || value > Limits::max()) return false;
+  power = static_cast<std::int16_t>(value);
+  root = tree.Left(root);
+  return true;
+}
+
+bool ParseExpression(std::wstring_view text, SMeasuringUnitPOD& unit, CString& reason) {
+  const CArithExpression expression(WithCarets(text));
+  if (!expression.valid()) {
+    reason = expression.reason();
+    return false;
+  }
+  const CExpression& tree = expression.tree();
+  CExpression::Node root = tree.Root();
+  if (!TakePower(tree, root, unit.power)) {
+    reason = L"the power is outside the range from -32768 to 32767";
+    return false;
+  }
+  const CString rest = tree.Infix(root);
+  std::wstring_view prefixed = rest.view();
+  unit.exponent = TakePrefix(prefixed);
+  CString name(prefixed);
+  name.Replace(L"^2", L"²");
+  name.Replace(L"^3", L"³");
+  unit.unit = UnitStrings::Instance().Lookup(name.view());
+  return true;
+}
+
+}  // namespace
+
+bool ParseUnit(std::wstring_view text, SMeasuringUnitPOD& unit, CString& reason) {
+  unit = SMeasuringUnitPOD();
+  // As expressions these would begin with the prefixes "k" and "m".
+  if (text == L"km/h" || text == L"mph") {
+    unit.unit = text == L"mph" ? CommonUnits::mile_per_hour : CommonUnits::kilometre_per_hour;
+    return true;
+  }
+  if (TakeDecibel(text)) unit.flags |= CommonUnits::flag_db;
+  if (TakeLogarithm(text)) unit.flags |= CommonUnits::flag_log;
+  if (text != L"-" && !IsSingleName(text)) return ParseExpression(text, unit, reason);
+  unit.exponent = TakePrefix(text);
+  unit.unit = UnitStrings::Instance().Lookup(text);
+  return true;
+}
+
+}  // namespace umlauf::units

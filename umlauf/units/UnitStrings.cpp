@@ -1,0 +1,71 @@
+#include "umlauf/units/UnitStrings.h"
+
+#include "umlauf/platform/tramsea/PrWin.h"
+#include "umlauf/units/CommonUnits.h"
+
+namespace {
+
+constexpr int kMessageStyle = 3;
+
+struct AlternativeName {
+  const wchar_t* name;
+  std::uint32_t unit;
+};
+
+constexpr AlternativeName kAlternativeNames[] = {
+    {L"Rpm", CommonUnits::rpm},
+    {L"RPM", CommonUnits::rpm},
+    {L"Rev", CommonUnits::revolution},
+    {L"Rad", CommonUnits::radian},
+    {L"Rad/s", CommonUnits::radian_per_second},
+    {L"Rad/s²", CommonUnits::radian_per_second_squared},
+    {L"UpM", CommonUnits::rpm},
+    {L"Upm", CommonUnits::rpm},
+    {L"Umd", CommonUnits::revolution},
+    {L"Ord", CommonUnits::order},
+    {L"rpm", CommonUnits::rpm},
+    {L"n", CommonUnits::number},
+};
+
+}  // namespace
+
+UnitStrings& UnitStrings::Instance() {
+  static UnitStrings registry;
+  return registry;
+}
+
+UnitStrings::UnitStrings() {
+  for (const SCommonUnit& row : kCommonUnits) indices_.emplace(names_.emplace_back(row.name), row.unit);
+  // Names go before alternative names: emplacing leaves what is there.
+  for (const AlternativeName& row : kAlternativeNames) indices_.emplace(row.name, row.unit);
+}
+
+std::uint32_t UnitStrings::Lookup(std::wstring_view name, std::optional<bool> registering,
+                                  std::optional<bool> warning) {
+  std::uint32_t index = 0;
+  {
+    const std::lock_guard lock(mutex_);
+    if (const auto known = indices_.find(name); known != indices_.end()) return known->second;
+    if (registering.value_or(registers) && !name.empty() && names_.size() < kMaxNames) {
+      index = static_cast<std::uint32_t>(names_.size());
+      indices_.emplace(names_.emplace_back(name), index);
+      if (!warning.value_or(warns)) return index;
+    }
+  }
+  if (index == 0) {
+    PrWin::Output(PrWin::debug, kMessageStyle,
+                  L"CMeasuringUnit::UnitStrings: Unknown measuring unit ‘%s’ rejected!\n", CString(name));
+  } else {
+    PrWin::Output(
+        PrWin::debug, kMessageStyle,
+        L"CMeasuringUnit::UnitStrings: Uncommon measuring unit ‘%s’ registered as #%d. This may cause "
+        L"compatibility issues. Please check for a newer version of the Presentation app.\n",
+        CString(name), index);
+  }
+  return index;
+}
+
+std::wstring_view UnitStrings::Name(std::uint32_t index) const {
+  const std::lock_guard lock(mutex_);
+  return names_[index < names_.size() ? index : 0];
+}
