@@ -2,46 +2,35 @@
 
 #include <gtest/gtest.h>
 
-#include <array>
 #include <cmath>
 #include <limits>
-#include <vector>
 
 namespace {
 
 using U = CMeasuringUnit;
 
 TEST(MeasuringUnit, OwnersAndHoldersKeepToTheirRecords) {
-  CMeasuringUnit a(U::rpm, 3, 2, 0.5f, U::flag_db);
-  const std::vector<CMeasuringUnit> copies(3, a);
+  U a(U::rpm, 3, 2, 0.5f, U::flag_db);
+  const U copy(a);
+  EXPECT_EQ(&static_cast<const CMeasuringUnitInterface&>(copy).pod(), &copy.pod());
   a.clear();
-  EXPECT_TRUE(a == CMeasuringUnit() && !a && a.power() == 1 && a.logref() == 1.0f);
-  for (const CMeasuringUnit& copy : copies) {
-    EXPECT_EQ(&static_cast<const CMeasuringUnitInterface&>(copy).pod(), &copy.pod());
-    EXPECT_TRUE(copy == U(U::rpm, 3, 2, 0.5f, U::flag_db));
-  }
+  EXPECT_TRUE(a == U() && !a && a.power() == 1 && a.logref() == 1.0f);
   SMeasuringUnitPOD record{U::volt, 0, 1, 1.0f, 0};
   CMeasuringUnitInterface holder(record);
   EXPECT_TRUE(holder == U::volt);
-  holder = copies[0];
-  EXPECT_TRUE(record.unit == U::rpm && CMeasuringUnit(holder) == copies[1]);
+  holder = copy;
+  EXPECT_TRUE(record.unit == U::rpm && U(holder) == copy && copy == U(U::rpm, 3, 2, 0.5f, U::flag_db));
   holder._construct(true);
   EXPECT_EQ(record.exponent, 3);
   holder._construct(false);
   EXPECT_TRUE(holder == a);
   holder.set(0, 0, 1, 1.0f, 0);
-  std::array<std::byte, 16> flat;
-  ASSERT_EQ(copies[2].write(flat.data()), 16);
-  ASSERT_EQ(a.read(flat.data(), 15), -1);
-  ASSERT_EQ(a.read(flat.data(), 16), 16);
-  EXPECT_TRUE(a == copies[2]);
 }
 
 TEST(MeasuringUnit, FlagsChangeOneByOneAndEqualityLooksAtAllFields) {
-  CMeasuringUnit a(U::volt);
+  U a(U::volt);
   a.set_db(true);
   a.set_log(true);
-  EXPECT_EQ(a.flags(), 3u);
   a.set_db(false);
   EXPECT_TRUE(a.is_log() && !a.is_db());
   a.set_log(false);

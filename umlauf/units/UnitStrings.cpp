@@ -27,6 +27,19 @@ constexpr AlternativeName kAlternativeNames[] = {
     {L"n", CommonUnits::number},
 };
 
+void TellRejected(const CString& name) {
+  PrWin::Output(PrWin::debug, kMessageStyle,
+                L"CMeasuringUnit::UnitStrings: Unknown measuring unit ‘%s’ rejected!\n", name);
+}
+
+void TellRegistered(const CString& name, std::uint32_t index) {
+  PrWin::Output(
+      PrWin::debug, kMessageStyle,
+      L"CMeasuringUnit::UnitStrings: Uncommon measuring unit ‘%s’ registered as #%d. This may cause "
+      L"compatibility issues. Please check for a newer version of the Presentation app.\n",
+      name, index);
+}
+
 }  // namespace
 
 UnitStrings& UnitStrings::Instance() {
@@ -53,14 +66,9 @@ std::uint32_t UnitStrings::Lookup(std::wstring_view name, std::optional<bool> re
     }
   }
   if (index == 0) {
-    PrWin::Output(PrWin::debug, kMessageStyle,
-                  L"CMeasuringUnit::UnitStrings: Unknown measuring unit ‘%s’ rejected!\n", CString(name));
+    TellRejected(CString(name));
   } else {
-    PrWin::Output(
-        PrWin::debug, kMessageStyle,
-        L"CMeasuringUnit::UnitStrings: Uncommon measuring unit ‘%s’ registered as #%d. This may cause "
-        L"compatibility issues. Please check for a newer version of the Presentation app.\n",
-        CString(name), index);
+    TellRegistered(CString(name), index);
   }
   return index;
 }

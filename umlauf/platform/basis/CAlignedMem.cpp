@@ -1,10 +1,15 @@
 #include "umlauf/platform/basis/CAlignedMem.h"
 
+#include <limits>
 #include <new>
 
 namespace umlauf {
 
 void* AlignedAlloc(std::size_t bytes) noexcept {
+  // The run-time library rounds up to the alignment, which must not overflow.
+  constexpr auto most =
+      static_cast<std::size_t>(std::numeric_limits<std::ptrdiff_t>::max()) - kSampleAlignment;
+  if (bytes > most) return nullptr;
   return ::operator new (bytes, std::align_val_t{kSampleAlignment}, std::nothrow);
 }
 

@@ -11,7 +11,6 @@
 namespace os = umlauf::os;
 
 FormatArg::FormatArg(const CString& text) : value_(text.view()) {}
-FormatArg::FormatArg(const char* utf8) : value_(os::Utf8ToWide(utf8 != nullptr ? utf8 : "(null)")) {}
 
 CString::CString(const char* utf8) : text_(os::Utf8ToWide(utf8 != nullptr ? utf8 : "")) {}
 
@@ -61,7 +60,15 @@ int CString::Insert(int position, const wchar_t* what) {
 void CString::FormatV(const wchar_t* format, std::initializer_list<FormatArg> args) {
   fmt::dynamic_format_arg_store<fmt::wprintf_context> store;
   for (const FormatArg& arg : args) {
-    std::visit([&store](const auto& value) { store.push_back(value); }, arg.value());
+    if (const auto* utf8 = std::get_if<std::string_view>(&arg.value())) {
+      store.push_back(os::Utf8ToWide(*utf8));
+    } else {
+      std::visit(
+          [&store](const auto& value) {
+            if constexpr (!std::is_same_v<decltype(value), const std::string_view&>) store.push_back(value);
+          },
+          arg.value());
+    }
   }
   try {
     text_ = fmt::vsprintf(fmt::wstring_view(format), fmt::basic_format_args<fmt::wprintf_context>(store));

@@ -1,7 +1,5 @@
 // Strided copies and the reversal.
 
-#include <cstring>
-
 #include "umlauf/platform/vekta/QVL.h"
 
 #undef HWY_TARGET_INCLUDE
@@ -58,23 +56,12 @@ HWY_EXPORT(CopyWords);
 HWY_EXPORT(CopyShorts);
 HWY_EXPORT(ReverseFloats);
 
-namespace {
-template <class T, class Strided>
-void Copy(T* out, std::size_t outStride, const T* in, std::size_t inStride, std::size_t n, Strided strided) {
-  if (outStride == 1 && inStride == 1) {
-    if (n > 0) std::memcpy(out, in, n * sizeof(T));
-  } else {
-    strided(out, outStride, in, inStride, n);
-  }
-}
-}  // namespace
-
 void Interleave(float* out, std::size_t outStride, const float* in, std::size_t inStride, std::size_t n) {
-  Copy(out, outStride, in, inStride, n, HWY_DYNAMIC_DISPATCH(CopyFloats));
+  HWY_DYNAMIC_DISPATCH(CopyFloats)(out, outStride, in, inStride, n);
 }
 void Interleave(std::int32_t* out, std::size_t outStride, const std::int32_t* in, std::size_t inStride,
                 std::size_t n) {
-  Copy(out, outStride, in, inStride, n, HWY_DYNAMIC_DISPATCH(CopyWords));
+  HWY_DYNAMIC_DISPATCH(CopyWords)(out, outStride, in, inStride, n);
 }
 void Interleave(std::uint32_t* out, std::size_t outStride, const std::uint32_t* in, std::size_t inStride,
                 std::size_t n) {
@@ -83,7 +70,7 @@ void Interleave(std::uint32_t* out, std::size_t outStride, const std::uint32_t* 
 }
 void Interleave(std::int16_t* out, std::size_t outStride, const std::int16_t* in, std::size_t inStride,
                 std::size_t n) {
-  Copy(out, outStride, in, inStride, n, HWY_DYNAMIC_DISPATCH(CopyShorts));
+  HWY_DYNAMIC_DISPATCH(CopyShorts)(out, outStride, in, inStride, n);
 }
 
 void ReverseVector(float* x, std::size_t n) { HWY_DYNAMIC_DISPATCH(ReverseFloats)(x, n); }

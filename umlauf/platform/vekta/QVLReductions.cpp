@@ -38,11 +38,15 @@ HWY_INLINE void ExtendRange(D d, const float* x, size_t n, float& min, float& ma
     hi = Greater(v, hi);
   };
   size_t i = 0;
-  for (; i + 4 * N <= n; i += 4 * N) {
-    extend(x + i, min0, max0);
-    extend(x + i + N, min1, max1);
-    extend(x + i + 2 * N, min2, max2);
-    extend(x + i + 3 * N, min3, max3);
+  while (n - i >= 4 * N) {
+    const Part part = NextPart(i, n, N);
+    for (size_t j = i; j < part.end; j += part.step) {
+      extend(x + j, min0, max0);
+      extend(x + j + part.gap, min1, max1);
+      extend(x + j + 2 * part.gap, min2, max2);
+      extend(x + j + 3 * part.gap, min3, max3);
+    }
+    i = part.next;
   }
   for (; i + N <= n; i += N) extend(x + i, min0, max0);
   extend(x + (n - N), min1, max1);
@@ -82,6 +86,9 @@ float Dot(const float* a, const float* b, size_t n) {
   return Accumulate(Floats(), step, n, a, b);
 }
 
+/// Steps after which the partial sums of moments are added to the totals.
+constexpr size_t kPartialSteps = 1024;
+
 /// The four moments of n contiguous elements; min and max start at the values handed in.
 template <class D>
 HWY_INLINE void ExtendMoments(D d, const float* x, size_t n, Moments& moments) {
@@ -94,8 +101,7 @@ HWY_INLINE void ExtendMoments(D d, const float* x, size_t n, Moments& moments) {
   }
   auto min0 = hn::Set(d, moments.min), min1 = min0;
   auto max0 = hn::Set(d, moments.max), max1 = max0;
-  auto sum0 = hn::Zero(d), sum1 = sum0;
-  auto squares0 = sum0, squares1 = sum0;
+  auto total = hn::Zero(d), totalSquares = total;
   const auto extend = [&](auto v, auto w, auto& lo, auto& hi, auto& sum, auto& squares) HWY_ATTR {
     lo = Lesser(v, lo);
     hi = Greater(v, hi);
@@ -103,24 +109,30 @@ HWY_INLINE void ExtendMoments(D d, const float* x, size_t n, Moments& moments) {
     squares = hn::MulAdd(w, w, squares);
   };
   size_t i = 0;
-  for (; i + 2 * N <= n; i += 2 * N) {
-    const auto v0 = hn::LoadU(d, x + i), v1 = hn::LoadU(d, x + i + N);
-    extend(v0, v0, min0, max0, sum0, squares0);
-    extend(v1, v1, min1, max1, sum1, squares1);
+  while (i + 2 * N <= n) {
+    auto sum0 = hn::Zero(d), sum1 = sum0, squares0 = sum0, squares1 = sum0;
+    const size_t end = i + std::min((n - i) / (2 * N), kPartialSteps) * 2 * N;
+    for (; i < end; i += 2 * N) {
+      const auto v0 = hn::LoadU(d, x + i), v1 = hn::LoadU(d, x + i + N);
+      extend(v0, v0, min0, max0, sum0, squares0);
+      extend(v1, v1, min1, max1, sum1, squares1);
+    }
+    total = hn::Add(total, hn::Add(sum0, sum1));
+    totalSquares = hn::Add(totalSquares, hn::Add(squares0, squares1));
   }
   if (i + N <= n) {
     const auto v = hn::LoadU(d, x + i);
-    extend(v, v, min0, max0, sum0, squares0);
+    extend(v, v, min0, max0, total, totalSquares);
     i += N;
   }
   if (i < n) {
     const auto v = hn::LoadU(d, x + (n - N));
-    extend(v, hn::IfThenZeroElse(hn::FirstN(d, N - (n - i)), v), min1, max1, sum1, squares1);
+    extend(v, hn::IfThenZeroElse(hn::FirstN(d, N - (n - i)), v), min1, max1, total, totalSquares);
   }
   moments.min = hn::GetLane(hn::MinOfLanes(d, Lesser(min0, min1)));
   moments.max = hn::GetLane(hn::MaxOfLanes(d, Greater(max0, max1)));
-  moments.sum = hn::GetLane(hn::SumOfLanes(d, hn::Add(sum0, sum1)));
-  moments.sumSquares = hn::GetLane(hn::SumOfLanes(d, hn::Add(squares0, squares1)));
+  moments.sum = hn::GetLane(hn::SumOfLanes(d, total));
+  moments.sumSquares = hn::GetLane(hn::SumOfLanes(d, totalSquares));
 }
 
 Moments MomentsOf(const float* x, size_t n) {

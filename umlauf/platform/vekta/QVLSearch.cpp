@@ -60,21 +60,35 @@ HWY_INLINE void CompareRest(D d, const float* x, size_t before, size_t count, fl
   }
 }
 
+/// The threshold bits of 64 samples.
+template <class D>
+HWY_INLINE void CompareWord(D d, const float* x, float upper, float lower, std::uint64_t* above,
+                            std::uint64_t* below) {
+  const size_t N = hn::Lanes(d);
+#if HWY_TARGET == HWY_AVX3
+  // A mask is 16 bits here and is stored as such: no detour over the integer registers.
+  for (size_t lane = 0; lane < 64; lane += N) {
+    const auto v = hn::LoadU(d, x + lane);
+    hn::StoreMaskBits(d, hn::Gt(v, hn::Set(d, upper)), reinterpret_cast<std::uint8_t*>(above) + lane / 8);
+    hn::StoreMaskBits(d, hn::Lt(v, hn::Set(d, lower)), reinterpret_cast<std::uint8_t*>(below) + lane / 8);
+  }
+#else
+  std::uint64_t allAbove = 0, allBelow = 0, a = 0, b = 0;
+  for (size_t lane = 0; lane < 64; lane += N) {
+    Compare(d, x + lane, upper, lower, a, b);
+    allAbove |= a << lane;
+    allBelow |= b << lane;
+  }
+  *above = allAbove;
+  *below = allBelow;
+#endif
+}
+
 void Thresholds(const float* x, size_t n, float upper, float lower, std::uint64_t* above,
                 std::uint64_t* below) {
   const Floats d;
-  const size_t N = hn::Lanes(d);
   size_t i = 0;
-  for (; i + 64 <= n; i += 64) {
-    std::uint64_t allAbove = 0, allBelow = 0, a = 0, b = 0;
-    for (size_t lane = 0; lane < 64; lane += N) {
-      Compare(d, x + i + lane, upper, lower, a, b);
-      allAbove |= a << lane;
-      allBelow |= b << lane;
-    }
-    above[i / 64] = allAbove;
-    below[i / 64] = allBelow;
-  }
+  for (; i + 64 <= n; i += 64) CompareWord(d, x + i, upper, lower, above + i / 64, below + i / 64);
   if (i == n) return;
   std::uint64_t restAbove = 0, restBelow = 0;
   CompareRest(d, x + i, i, n - i, upper, lower, restAbove, restBelow);

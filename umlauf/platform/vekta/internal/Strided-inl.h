@@ -13,14 +13,12 @@
 #include <cstring>
 
 #include "hwy/highway.h"
+#include "umlauf/platform/vekta/internal/Loops-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace QVL {
 namespace HWY_NAMESPACE {
 namespace {
-
-namespace hn = hwy::HWY_NAMESPACE;
-using std::size_t;
 
 #if HWY_TARGET != HWY_SCALAR
 /// A vector of in[0], in[kStride], in[2 kStride], ...; reads kStride whole vectors.
@@ -49,6 +47,11 @@ HWY_INLINE void Gather(T* out, const T* in, size_t n) {
 #if HWY_TARGET != HWY_SCALAR
   const hn::ScalableTag<T> d;
   const size_t N = hn::Lanes(d);
+  if (IsStreamed(n * (kStride + 1) * sizeof(T))) {
+    for (const size_t aligned = UntilAligned(d, out); i < aligned; ++i) out[i] = in[i * kStride];
+    for (; i + N < n; i += N) hn::Stream(LoadEvery<kStride>(d, in + i * kStride), d, out + i);
+    hwy::FlushStream();
+  }
   for (; i + N < n; i += N) hn::StoreU(LoadEvery<kStride>(d, in + i * kStride), d, out + i);
 #endif
   for (; i < n; ++i) out[i] = in[i * kStride];
