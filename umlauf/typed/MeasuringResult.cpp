@@ -19,7 +19,9 @@ bool CMeasuringResultBaseInterface::_description_eq(const CMeasuringResultBaseIn
 void CMeasuringResultScalarInterface::_construct(bool keep) {
   CMeasuringResultBaseInterface::_construct(keep);
   unit_._construct(keep);
-  if (!keep) Value(0.0f);
+  if (keep) return;
+  pod().value = 0.0f;
+  pod().padding = 0;
 }
 
 bool CMeasuringResultScalarInterface::_description_eq(const CMeasuringResultBaseInterface& other) const {
