@@ -52,3 +52,13 @@ function(umlauf_bench name)
   target_include_directories(bench_${name} PRIVATE "${PROJECT_SOURCE_DIR}/bench")
   target_link_libraries(bench_${name} PRIVATE umlauf umlauf_options benchmark::benchmark_main ${arg_LIBRARIES})
 endfunction()
+
+# umlauf_example(NAME [ARGUMENTS ...]): builds examples/NAME.cpp and runs it as a test.
+function(umlauf_example name)
+  cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "ARGUMENTS")
+  add_executable(example_${name} ${name}.cpp)
+  target_link_libraries(example_${name} PRIVATE umlauf umlauf_options)
+  if(UMLAUF_BUILD_TESTS)
+    add_test(NAME example_${name} COMMAND example_${name} ${arg_ARGUMENTS})
+  endif()
+endfunction()

@@ -52,10 +52,10 @@ int main(int argc, char** argv) {
   const double quarterNs = 4.0 / TimeStampRate();
   const std::uint64_t origin = TimeStamp();
 
-  // Reading one clock takes tens of nanoseconds: a resolution of 64 ns lets the master stand still while the
-  // others are read.
+  // Reading one clock takes tens of nanoseconds. In steps of 1024 ns the master stands still while the others
+  // are read.
   CTimeCapsule monotonic =
-      CTimeCapsule::ForCounter(32, 6, [] { return Nanoseconds<std::chrono::steady_clock>() >> 6; });
+      CTimeCapsule::ForCounter(32, 10, [] { return Nanoseconds<std::chrono::steady_clock>() >> 10; });
   CTimeCapsule timeStamp = CTimeCapsule::ForCounter(40, -2, [=] {
     return static_cast<std::uint64_t>(static_cast<double>(TimeStamp() - origin) * quarterNs);
   });

@@ -3,7 +3,7 @@
 #include <cmath>
 
 #include "umlauf/platform/vekta/numeric.h"
-#include "umlauf/timemachine/WrappingCount.h"
+#include "umlauf/timemachine/internal/WrappingCount.h"
 
 namespace KxTimeMachine {
 namespace {

@@ -3,7 +3,7 @@
 #include <limits>
 
 #include "umlauf/platform/os/os.h"
-#include "umlauf/timemachine/WrappingCount.h"
+#include "umlauf/timemachine/internal/WrappingCount.h"
 
 namespace KxTimeMachine {
 namespace {

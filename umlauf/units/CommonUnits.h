@@ -65,8 +65,8 @@ struct SCommonUnit {
 };
 
 /// The common units by index.
-/// Intended: "rad/s²" normalises to "-", "№" has an inversion factor without an inverse unit, "%" is a share
-/// of "pu".
+/// Intended: "rad/s²" normalises to "-", "№" has an inversion factor without an inverse unit, "%" is a
+/// share of "pu".
 inline constexpr std::array<SCommonUnit, CommonUnits::kCommonUnitCount> kCommonUnits = [] {
   using U = CommonUnits;
   constexpr float turn = static_cast<float>(2 * std::numbers::pi);

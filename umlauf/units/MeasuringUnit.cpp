@@ -12,8 +12,8 @@
 #include "umlauf/platform/basis/Formatting.h"
 #include "umlauf/platform/tramsea/PrWin.h"
 #include "umlauf/platform/vekta/numeric.h"
-#include "umlauf/units/UnitParser.h"
-#include "umlauf/units/UnitStrings.h"
+#include "umlauf/units/internal/UnitParser.h"
+#include "umlauf/units/internal/UnitStrings.h"
 
 namespace {
 

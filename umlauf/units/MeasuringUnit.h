@@ -26,12 +26,12 @@ static_assert(sizeof(SMeasuringUnitPOD) == 16 && offsetof(SMeasuringUnitPOD, exp
               offsetof(SMeasuringUnitPOD, flags) == 12);
 
 /// The physical unit of a signal axis, over a record that lies elsewhere: parsing, text, comparison,
-/// conversion and file record. Does not own the record, which must outlive it; makes no check of the record,
-/// so that any 16 bytes are a unit (an index without a name reads as "-").
+/// conversion and file record. Does not own the record, which must outlive it; makes no check of the
+/// record, so that any 16 bytes are a unit (an index without a name reads as "-").
 ///
 /// Units are values for one thread at a time. The registry of unit names behind them is one for the process
-/// and may be used by all threads. Nothing throws: without memory, texts are empty and operations that return
-/// bool fail.
+/// and may be used by all threads. Nothing throws: without memory, texts are empty and operations that
+/// return bool fail.
 class UMLAUF_API CMeasuringUnitInterface : public CPODHolder<SMeasuringUnitPOD>, public CommonUnits {
  public:
   /// Lays the unit over a record, whose values stay.
@@ -60,7 +60,7 @@ class UMLAUF_API CMeasuringUnitInterface : public CPODHolder<SMeasuringUnitPOD>,
   void clearExponent() { pod().exponent = 0; }
   std::int16_t power() const { return pod().power; }
   void set_power(std::int16_t power) { pod().power = power; }
-  /// Power 0, not 1: the unit's text is empty then.
+  /// Power 0, not 1: `prefixunit` is empty then.
   void clearPower() { pod().power = 0; }
   float logref() const { return pod().logref; }
   void logref(float reference) { pod().logref = reference; }
@@ -74,41 +74,41 @@ class UMLAUF_API CMeasuringUnitInterface : public CPODHolder<SMeasuringUnitPOD>,
   ///
   /// - "km/h" and "mph" as they stand; then "dB(...)" around the rest sets `flag_db`, and "10^ " before it
   ///   sets `flag_log`.
-  /// - What is left is an expression (CArithExpression; "²" and "³" are "^2" and "^3"). A power with an
-  /// integer
-  ///   operand at its root is the unit's power; the rest, without needless parentheses, is the name.
+  /// - What is left is an expression (CArithExpression; "²" and "³" are "^2" and "^3"). A power operator at
+  ///   its root with an integer operand is the unit's power; the rest, without needless parentheses, is the
+  ///   name.
   /// - A name of two characters or more that begins with one of "f p n u µ m k M G T", not followed by an
   ///   operator or parenthesis, loses this prefix letter.
-  ///   Intended: the exponent becomes the square of the prefix's ("kHz" and "mHz" both have exponent 9); use
-  ///   `exponent(short)` to give a unit its prefix.
-  /// - The name is looked up among the registered names, then the alternative ones ("Rpm", "UpM", "Ord", "n"
-  ///   ...). An unknown name, and a lone "-", is unit 0; the result is true all the same.
+  ///   Intended: the exponent becomes the square of the prefix's ("kHz" and "mHz" both have exponent 9);
+  ///   use `exponent(short)` to give a unit its prefix.
+  /// - The name is looked up among the registered names, then the alternative ones ("Rpm", "UpM", "n" ...).
+  ///   An unknown name, and a lone "-", is unit 0; the result is true all the same.
   ///
-  /// False, with the cleared unit, for no text (null or empty), and with a message in the log for a text that
-  /// is no expression or has a power outside 16 bits.
+  /// False, with the cleared unit, for no text (null or empty), and with a message in the log for a text
+  /// that is no expression or has a power outside 16 bits.
   ///
   /// What `prefixstring` gives for a common unit with exponent 0, any power, is read back as the same unit,
   /// except "pu" (prefix "p"), "km/h" and "mph" with a power other than 1 (prefixes "k" and "m"), and "-",
   /// whose power is not printed. Within "dB(...)" and behind "10^ ", "km/h" and "mph" are excepted, too.
   bool set(const wchar_t* text);
-  /// As `set(const wchar_t*)` for text in code page 1252. Text of more than 255 bytes is refused: false, and
-  /// the unit is cleared.
+  /// As `set(const wchar_t*)` for text in code page 1252. Text of more than 255 bytes is refused: false,
+  /// and the unit is cleared.
   bool setA(const char* text);
 
-  /// Name with prefix and power, for example "kV²", "(m/s)^4", "V^(-1)". An exponent that is no multiple of 3
-  /// has the rest as a number in front ("1e+01km" for exponent 4 on "m"); one beyond the prefixes f to T is a
-  /// number as a whole ("1e+36m").
+  /// Name with prefix and power, for example "kV²", "(m/s)^4", "V^(-1)". An exponent that is no multiple of
+  /// 3 has the rest as a number in front ("1e+01km" for exponent 4 on "m"); one beyond the prefixes f to T
+  /// is a number as a whole ("1e+36m").
   CString prefixstring() const;
   /// The text for people: `prefixstring`, within "dB(...)" for dB units, and for logarithmic ones "10^ ..."
   /// when `longForm`, else "log(...)". dB wins over logarithmic. Empty when the power is 0.
   CString prefixunit(bool longForm) const;
-  /// `prefixunit` in code page 1252, cut to 255 bytes, in one static buffer: the next call, by any thread and
-  /// for any unit, overwrites it. Not for concurrent use.
+  /// `prefixunit` in code page 1252, cut to 255 bytes, in one static buffer: the next call, by any thread
+  /// and for any unit, overwrites it. Not for concurrent use.
   const char* prefixunitA(bool longForm) const;
   /// The name alone, without prefix or power.
   CString baseunit() const { return UnitString(unit()); }
-  /// Whether dB units are shown as "dB(...)" or just as "dB". One for the process; true at first. Plain: set
-  /// it before threads share it.
+  /// Whether dB units are shown as "dB(...)" or just as "dB". One for the process; true at first. Plain:
+  /// set it before threads share it.
   static bool m_showUnitWithDb;
 
   /// Letter of a prefix group (exponent / 3): "f" for -5 ... "T" for 4; "-" for 0 and outside.
@@ -131,13 +131,13 @@ class UMLAUF_API CMeasuringUnitInterface : public CPODHolder<SMeasuringUnitPOD>,
   /// Whether values can be shown on one axis: same SI unit, power, logref and flags.
   bool matches(const CMeasuringUnitInterface& other) const;
   /// Moves to the unit of the reciprocal: the new value is the returned factor / value. "rpm" becomes "s"
-  /// with factor 60; units without an inverse unit get the opposite power and exponent, factor 1. Logarithmic
-  /// units stay, factor 1. Opposite numbers saturate at 16 bits.
+  /// with factor 60; units without an inverse unit get the opposite power and exponent, factor 1.
+  /// Logarithmic units stay, factor 1. Opposite numbers saturate at 16 bits.
   float invert();
   /// Raises the unit to the n-th power: power and exponent times n, saturated at 16 bits.
   void power(std::int16_t n);
-  /// The n-th root; the exponent is cut toward 0. False, and nothing changes, when the power is not divisible
-  /// by n, or n or the power is 0 (n = 1 always succeeds).
+  /// The n-th root; the exponent is cut toward 0. False, and nothing changes, when the power is not
+  /// divisible by n, or n or the power is 0 (n = 1 always succeeds).
   bool root(std::int16_t n);
 
   /// All five fields equal.
@@ -152,8 +152,8 @@ class UMLAUF_API CMeasuringUnitInterface : public CPODHolder<SMeasuringUnitPOD>,
   /// page become "?". False when writing failed.
   bool WriteToFile(CFile& file) const;
   /// Reads a record of versions 0 to 12. The name of an uncommon unit is registered, whatever
-  /// `registerUncommonUnits` says. False when there is no version byte or another version (the unit stays as
-  /// it was), and when the file ends within the record (the unit is cleared).
+  /// `registerUncommonUnits` says. False when there is no version byte or another version (the unit stays
+  /// as it was), and when the file ends within the record (the unit is cleared).
   bool ReadFromFile(CFile& file);
 
   /// Registered name with an index; that of index 0, "-", when there is none.
@@ -168,7 +168,7 @@ class UMLAUF_API CMeasuringUnitInterface : public CPODHolder<SMeasuringUnitPOD>,
   /// them as unit 0. For the process; off at first. Any thread may ask and set it.
   static bool registerUncommonUnits();
   static void registerUncommonUnits(bool on);
-  /// Whether a registration is told in the log. For the process; on at first. Any thread may ask and set it.
+  /// Whether a registration is told in the log. As above, but on at first.
   static bool warnOnRegistration();
   static void warnOnRegistration(bool on);
 
@@ -176,8 +176,8 @@ class UMLAUF_API CMeasuringUnitInterface : public CPODHolder<SMeasuringUnitPOD>,
   bool ReadBody(CFile& file, unsigned version);
 };
 
-/// A measuring unit that owns its record; see CMeasuringUnitInterface for what it does. The flat form is the
-/// 16 bytes of the record.
+/// A measuring unit that owns its record; see CMeasuringUnitInterface for what it does. The flat form is
+/// the 16 bytes of the record.
 class UMLAUF_API CMeasuringUnit : public CPODOwner<SMeasuringUnitPOD>, public CMeasuringUnitInterface {
  public:
   /// The cleared unit.

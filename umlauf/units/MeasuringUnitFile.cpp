@@ -9,7 +9,7 @@
 #include "umlauf/platform/basis/Formatting.h"
 #include "umlauf/platform/framework/CFile.h"
 #include "umlauf/units/MeasuringUnit.h"
-#include "umlauf/units/UnitStrings.h"
+#include "umlauf/units/internal/UnitStrings.h"
 
 namespace {
 

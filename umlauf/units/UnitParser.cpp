@@ -1,4 +1,4 @@
-#include "umlauf/units/UnitParser.h"
+#include "umlauf/units/internal/UnitParser.h"
 
 #include <algorithm>
 #include <cstdint>
@@ -6,7 +6,7 @@
 #include <string>
 
 #include "umlauf/platform/basis/CArithExpression.h"
-#include "umlauf/units/UnitStrings.h"
+#include "umlauf/units/internal/UnitStrings.h"
 
 namespace umlauf::units {
 namespace {

@@ -1,4 +1,4 @@
-#include "umlauf/units/UnitStrings.h"
+#include "umlauf/units/internal/UnitStrings.h"
 
 #include "umlauf/platform/tramsea/PrWin.h"
 #include "umlauf/units/CommonUnits.h"

@@ -10,6 +10,7 @@ using Node = CExpression::Node;
 
 constexpr std::wstring_view kBlanks = L" \t\n\v\f\r";
 constexpr std::wstring_view kSymbols = L"+-*/^()";
+constexpr std::wstring_view kOperandEnds = L"+-*/^() \t\n\v\f\r";
 
 bool Contains(std::wstring_view set, wchar_t c) { return set.find(c) != std::wstring_view::npos; }
 
@@ -53,7 +54,7 @@ class CArithExpression::Parser {
     const bool symbol = Contains(kSymbols, text_[at_]);
     type_ = symbol ? text_[at_] : kOperand;
     length_ = 1;
-    if (!symbol) length_ = std::min(text_.find_first_of(L"+-*/^() \t\n\v\f\r", at_), text_.size()) - at_;
+    if (!symbol) length_ = std::min(text_.find_first_of(kOperandEnds, at_), text_.size()) - at_;
   }
 
   bool Take(wchar_t type) {

@@ -16,12 +16,12 @@
 ///     operand = name | number | "(" sum ")"
 ///
 /// A name is any run of characters other than operators, parentheses and blanks (space, tab, line ends), so
-/// "°C", "%" and "10V" are names. A run of digits with at most one decimal point is a number. Blanks separate
-/// and have no other meaning.
+/// "°C", "%" and "10V" are names. A run of digits with at most one decimal point is a number. Blanks
+/// separate and have no other meaning.
 class UMLAUF_API CArithExpression {
  public:
-  /// Names, numbers, operators and parentheses that one expression may have. The bound keeps the depth of any
-  /// tree, and with it the stack that reading and writing need, small.
+  /// Names, numbers, operators and parentheses that one expression may have. The bound keeps the depth of
+  /// any tree, and with it the stack that reading and writing need, small.
   static constexpr std::size_t kMaxTokens = 256;
 
   explicit CArithExpression(std::wstring_view text);

@@ -9,9 +9,9 @@
 #include "umlauf/Export.h"
 #include "umlauf/platform/framework/CString.h"
 
-/// The tree of an arithmetic expression, as CArithExpression makes it. A tree holds its own copy of the text
-/// and copies independently. Its nodes are named by numbers that are valid for this tree and its copies.
-/// Immutable once made, so that threads may share it.
+/// The tree of an arithmetic expression, as CArithExpression makes it. A tree holds its own copy of the
+/// text and copies independently. Its nodes are named by numbers that are valid for this tree and its
+/// copies. Immutable once made, so that threads may share it.
 class UMLAUF_API CExpression {
  public:
   enum class Kind : std::uint8_t { name, number, negate, add, subtract, multiply, divide, power };
@@ -28,12 +28,12 @@ class UMLAUF_API CExpression {
   /// Right operand of an operator with two operands, and the operand of `negate`.
   Node Right(Node node) const { return entries_[node].right; }
 
-  /// True when the node is a number without decimal point or the negation of one; gives its value, limited to
-  /// ±10^9.
+  /// True when the node is a number without decimal point or the negation of one; gives its value, limited
+  /// to ±10^9.
   bool Integer(Node node, std::int32_t& value) const;
 
-  /// The text of the tree below a node, without blanks and with only those parentheses without which it would
-  /// be another tree: "((a))/(b/c)" becomes "a/(b/c)".
+  /// The text of the tree below a node, without blanks and with only those parentheses without which it
+  /// would be another tree: "((a))/(b/c)" becomes "a/(b/c)".
   CString Infix(Node node) const;
   CString Infix() const { return empty() ? CString() : Infix(Root()); }
 

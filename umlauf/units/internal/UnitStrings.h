@@ -9,9 +9,10 @@
 #include <string_view>
 #include <unordered_map>
 
-/// The process-wide registry of unit names, internal to the units: names get indices here, and an index keeps
-/// its name for the life of the process. It starts with the common units, whose indices are their values.
-/// May be used by all threads; messages are logged outside the lock, so that a log sink may use units itself.
+/// The process-wide registry of unit names, internal to the units: names get indices here, and an index
+/// keeps its name for the life of the process. It starts with the common units, whose indices are their
+/// values. May be used by all threads; messages are logged outside the lock, so that a log sink may use
+/// units itself.
 class UnitStrings {
  public:
   /// No more names than this are registered, whatever files and texts contain.
@@ -20,8 +21,8 @@ class UnitStrings {
   static UnitStrings& Instance();
 
   /// Index of a name or alternative name (case counts). An unknown name is registered when that is switched
-  /// on and there is room for it; otherwise it is rejected, with a message, and the index is 0. An empty name
-  /// is never registered. The two switches can be given for this one lookup.
+  /// on and there is room for it; otherwise it is rejected, with a message, and the index is 0. An empty
+  /// name is never registered. The two switches can be given for this one lookup.
   std::uint32_t Lookup(std::wstring_view name, std::optional<bool> registering = {},
                        std::optional<bool> warning = {});
   /// Name with an index; that of index 0 ("-") for an index that has none. Valid as long as the process.

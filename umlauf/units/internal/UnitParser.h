@@ -7,8 +7,8 @@
 
 namespace umlauf::units {
 
-/// Reads a unit text by the rules told at CMeasuringUnitInterface::set. False when it is no expression; then
-/// `reason` says why and the unit is not to be used. Throws std::bad_alloc only.
+/// Reads a unit text by the rules told at CMeasuringUnitInterface::set. False when it is no expression;
+/// then `reason` says why and the unit is not to be used. Throws std::bad_alloc only.
 bool ParseUnit(std::wstring_view text, SMeasuringUnitPOD& unit, CString& reason);
 
 }  // namespace umlauf::units
