@@ -19,7 +19,8 @@ namespace QVL {
 // ---------------------------------------------------------------
 
 /// Smallest and greatest element. Both start at the first element and take strictly smaller (greater) ones,
-/// so NaN elements are passed over unless the first one is NaN. n = 0 leaves the outputs alone.
+/// so NaN elements are passed over unless the first one is NaN. Where both zeros occur, either can be the end
+/// of the range. n = 0 leaves the outputs alone.
 UMLAUF_API void VectorMinMax(const float* x, std::size_t n, std::size_t stride, float& min, float& max);
 /// Index of the first smallest and first greatest element, by the same rule; 0 for n = 0.
 UMLAUF_API void VectorMinMaxIndex(const float* x, std::size_t n, std::size_t& minIndex,

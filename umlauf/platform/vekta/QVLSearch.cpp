@@ -65,7 +65,7 @@ template <class D>
 HWY_INLINE void CompareWord(D d, const float* x, float upper, float lower, std::uint64_t* above,
                             std::uint64_t* below) {
   const size_t N = hn::Lanes(d);
-#if HWY_TARGET == HWY_AVX3
+#if HWY_TARGET == HWY_AVX3 || HWY_TARGET == HWY_AVX3_DL
   // A mask is 16 bits here and is stored as such: no detour over the integer registers.
   for (size_t lane = 0; lane < 64; lane += N) {
     const auto v = hn::LoadU(d, x + lane);

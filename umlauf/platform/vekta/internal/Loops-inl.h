@@ -71,8 +71,10 @@ HWY_INLINE void Map(D d, Op op, size_t n, Out* out, const In*... in) {
     return;
   }
   const hn::Rebind<Out, D> dOut;
-  const auto result = [&]([[maybe_unused]] size_t i)
-                          HWY_ATTR { return op(d, hn::LoadU(hn::Rebind<In, D>(), in + i)...); };
+  const auto result = [&](size_t i) HWY_ATTR {
+    static_cast<void>(i);  // for an op without inputs
+    return op(d, hn::LoadU(hn::Rebind<In, D>(), in + i)...);
+  };
   const auto last = result(n - N);
   size_t i = 0;
   if constexpr (sizeof(Out) == sizeof(float)) {
