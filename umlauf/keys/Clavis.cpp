@@ -4,7 +4,11 @@
 #include <array>
 #include <charconv>
 #include <istream>
+#include <optional>
 #include <ostream>
+
+#include "umlauf/platform/tramsea/CResourceSea.h"
+#include "umlauf/platform/tramsea/CSeaBase.h"
 
 std::strong_ordering operator<=>(const SClavis& a, const SClavis& b) {
   return std::lexicographical_compare_three_way(std::begin(a.field), std::end(a.field), std::begin(b.field),
@@ -18,6 +22,22 @@ CClavis& CClavis::operator+=(const SClavis& other) {
     if (field[i] == Clavis::notSet) field[i] = other.field[i];
   }
   return *this;
+}
+
+bool CClavis::ReadSea(const CString& path) {
+  // One look-up for all fields: another process that writes the entry meanwhile cannot mix two keys.
+  std::array<std::optional<int>, Clavis::fieldCount> values;
+  if (!CSeaBase::ApplicationSea().LookupInts(path, 0, values)) return false;
+  for (std::size_t i = 0; i < values.size(); ++i) field[i] = values[i].value_or(field[i]);
+  return true;
+}
+
+bool CClavis::WriteSea(const CString& path) const {
+  return CSeaBase::ApplicationSea().LookupSetInts(path, 0, field);
+}
+
+bool CClavis::SeaLookup(int index, const CString& path, const CResourceSea& sea) {
+  return index >= 0 && index < Clavis::fieldCount && sea.LookupGetInt(path, index, field[index]);
 }
 
 void CClavisPODOwnerInterface::_construct(bool keep) {

@@ -7,6 +7,7 @@
 #include <type_traits>
 
 #include "umlauf/Export.h"
+#include "umlauf/platform/framework/CString.h"
 #include "umlauf/platform/framework/Types.h"
 #include "umlauf/typed/FlatRecord.h"
 
@@ -84,6 +85,7 @@ UMLAUF_API std::wistream& operator>>(std::wistream& in, SClavis& key);
 }  // namespace Clavis
 
 class CClavisPODOwnerInterface;
+class CResourceSea;
 
 /// A key as a value: a key record with an initial state, all six fields not set.
 class UMLAUF_API CClavis : public SClavis {
@@ -99,6 +101,15 @@ class UMLAUF_API CClavis : public SClavis {
 
   /// Combines another key into this one: fields that are not set here are taken from the other key.
   CClavis& operator+=(const SClavis& other);
+
+  /// Takes the key from an entry of the application's settings database (CSeaBase::ApplicationSea): field i
+  /// is value i. Fields that the entry does not hold keep their values; false when it holds none.
+  bool ReadSea(const CString& path);
+  /// Stores the six fields as values 0-5 of the entry; false, and nothing was written, on failure.
+  bool WriteSea(const CString& path) const;
+  /// Takes field `index` from value `index` of an entry; false, and the field keeps its value, when that
+  /// value is not there or there is no such field.
+  bool SeaLookup(int index, const CString& path, const CResourceSea& sea);
 };
 
 /// The logic of a key that lies in a larger record (see CPODHolder). Its initial state is all fields not set.
