@@ -88,12 +88,11 @@ TEST(Clavis, TextRoundTripsWhateverTheStreamIsSetTo) {
   EXPECT_EQ(out.str(), "1 2 3 -1 -1 7");
   std::mt19937 random(2);
   std::wstringstream text;
-  std::vector<CClavis> keys{CClavis(INT_MIN, INT_MAX, 0, 1000000, -1, INT_MIN)};
-  for (int i = 0; i < 50; ++i) {
-    CClavis key;
+  std::vector<CClavis> keys(50);
+  for (CClavis& key : keys) {
     for (int& field : key.Field()) field = static_cast<int>(random());
-    keys.push_back(key);
   }
+  keys.emplace_back(INT_MIN, INT_MAX, 0, 1000000, -1, INT_MIN);
   for (const CClavis& key : keys) text << key << L'\n';
   for (const CClavis& key : keys) {
     CClavis read;

@@ -18,10 +18,10 @@
 /// it is there as a whole or not at all, also when the process is killed or the machine loses power in the
 /// middle of it. A writer waits up to ten seconds for others before it gives up.
 ///
-/// Nothing throws. A failure gives a neutral result and a note in the log (category 1) that names the file
-/// and the reason; on a database that is not open everything is missing and nothing can be written, without
-/// further notes. The functions may be called from every thread. A database must not be carried through a
-/// fork: open it in the child.
+/// Nothing throws. A failure gives a neutral result; the log (category 1) names the file and the reason, save
+/// for bad arguments: an empty path, or an index below 0 or beyond 32 bits. On a database that is not open
+/// everything is missing and nothing can be written, without further notes. The functions may be called from
+/// every thread. A database must not be carried through a fork: open it in the child.
 class UMLAUF_API CResourceSea {
  public:
   enum class Access {
