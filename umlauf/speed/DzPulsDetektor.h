@@ -8,6 +8,10 @@
 
 class CDzPulsListe;
 
+namespace umlauf::speed {
+struct Edges;
+}
+
 /// Finds speed pulses (tooth or marker edges) in a sampled tacho signal, block by block, and writes those of
 /// each block into a pulse list. Blocks join without a seam: whatever the split, the closed pulses are the
 /// same within single-precision rounding.
@@ -181,6 +185,9 @@ class UMLAUF_API CDzPulsDetektor {
   static float Deviation(float mean, float meanSquare);
   void StartBlock(float first);
   void SearchChunk(const float* x, std::size_t n, std::uint64_t& samplesSincePulse, CDzPulsListe& list);
+  template <bool kPlain>
+  std::uint64_t TakeEdges(const umlauf::speed::Edges& edges, std::size_t n, std::uint64_t samplesSincePulse,
+                          CDzPulsListe& list);
   static bool PulsEintragen(const Settings& settings, Run& run, CDzPulsListe& list,
                             std::uint64_t samplesSincePulse, float fraction, bool rising);
   static bool AcceptValue(const Settings& settings, Run& run, float value);

@@ -56,20 +56,24 @@ void FindPositions(const float* x, std::size_t n, float upper, float lower, bool
 }
 
 void Interpolate(const float* x, float previous, float upper, float lower, Edges& edges) {
+  struct Direction {
+    float level, sign;
+  };
+  const Direction rising{upper, 1.0f}, falling{lower, -1.0f};
+  Direction direction = edges.firstRising ? rising : falling;
+  Direction other = edges.firstRising != edges.alternating ? rising : falling;
   std::array<float, kChunk> step;
-  float level = edges.firstRising ? upper : lower;
-  float other = edges.firstRising != edges.alternating ? upper : lower;
-  for (std::size_t k = 0; k < edges.count; ++k, std::swap(level, other)) {
+  for (std::size_t k = 0; k < edges.count; ++k, std::swap(direction, other)) {
     const std::size_t i = edges.position[k];
     const float before = i != 0 ? x[i - 1] : previous;
-    step[k] = x[i] - before;
-    edges.fraction[k] = level - before;
+    step[k] = (x[i] - before) * direction.sign;
+    edges.fraction[k] = (direction.level - before) * direction.sign;
   }
   // Without branches, for the compiler to take several at a time.
   for (std::size_t k = 0; k < edges.count; ++k) {
     const float fraction = edges.fraction[k] / step[k];
-    const bool inside = (std::fabs(step[k]) > kFlatStep) & (fraction > 0.0f) & (fraction <= 1.0f);
-    edges.fraction[k] = inside ? fraction : 0.0f;
+    const bool valid = (step[k] > kFlatStep) & (fraction == fraction);
+    edges.fraction[k] = valid ? fraction : 0.0f;
   }
 }
 
