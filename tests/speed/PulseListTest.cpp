@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "umlauf/platform/tramsea/PrWin.h"
+#include "umlauf/signal/SigCurve.h"
 #include "umlauf/speed/DzPulsListArray.h"
 #include "umlauf/speed/DzPulsListe.h"
 #include "umlauf/speed/FueGroeAnzeigeInfo.h"
@@ -318,6 +319,21 @@ TEST(PulseList, Exports) {
   EXPECT_THAT(out, ElementsAre(0, 1, 0, 0, 1, 0, 0, 0, 0));
   list.AnalogPulsExport(out.data(), 4);  // the second pulse ends behind
   EXPECT_THAT(out, ElementsAre(0, 1, 0, 0, 1, 0, 0, 0, 0));
+
+  CSigCurve curve;
+  ASSERT_TRUE(list.GenerateVisCurve(curve, 14));
+  EXPECT_THAT(std::vector<float>(curve.FData(), curve.FData() + 14),
+              ElementsAre(600, 600, 600, 600, 1200, 1200, 1200, 1200, 1200, 1200, 1200, 1200, 1200, 1200));
+  EXPECT_FLOAT_EQ(curve.XMax(), 0.007f);
+  EXPECT_EQ(curve.XUnit().baseunit(), L"s");
+  EXPECT_EQ(curve.YUnit().baseunit(), L"rpm");
+  ASSERT_TRUE(list.GenerateVisCurve(curve, 2));  // 3.5 samples each
+  EXPECT_FLOAT_EQ(curve.FData()[0], (2 * 600.0f + 1.5f * 1200.0f) / 3.5f);
+  EXPECT_FLOAT_EQ(curve.FData()[1], 1200.0f);
+  EXPECT_FALSE(list.GenerateVisCurve(curve, 0));
+  EXPECT_FALSE(list.GenerateVisCurve(curve, UINT64_MAX));
+  EXPECT_FALSE(CDzPulsListe().GenerateVisCurve(curve, 10));
+  EXPECT_EQ(curve.DLen(), 2u);
 
   CFueGroeHopListe hops;
   hops.AddEntry(99, 1.0f);
