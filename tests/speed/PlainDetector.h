@@ -11,6 +11,7 @@ struct PlainDetector {
     std::uint64_t samples;
     float value;
     bool rising;
+    bool operator==(const Pulse&) const = default;
   };
 
   float upper = 0.75f, lower = 0.25f, sourcePulses = 1.0f, spikeThreshold = 0.2f;
@@ -19,23 +20,21 @@ struct PlainDetector {
 
   bool first = true, high = false;
   float carry = 0, previous = 0, lastValue = 0;
-  std::int64_t countdown = 0, edges = 0, runInLeft = 5, rejections = 0, deadLeft = 0;
-  double minimum = 0, maximum = 0, mean = 0, meanSquare = 0, above = 0, below = 0;
-
-  void Restart() {
-    runInLeft = runIn;
-    deadLeft = deadTime;
-  }
+  std::int64_t countdown = 0, edges = 0, runInLeft = 0, rejections = 0, deadLeft = 0;
+  double statistics[6] = {};  // minimum, maximum, mean, mean of squares, average above, average below
 
   /// Closed pulses of one block; `rest` tells the samples behind the last.
   std::vector<Pulse> Search(const float* x, std::size_t n, std::size_t stride, std::uint64_t& rest) {
     std::vector<Pulse> pulses;
-    if (countdown == 0) countdown = divider;
     if (first) {
       first = false;
+      countdown = divider;
+      runInLeft = runIn;
+      deadLeft = deadTime;
       previous = x[0];
       high = x[0] > upper;
     }
+    const auto mean = static_cast<float>(statistics[2]);
     double low = x[0], top = x[0], sum = 0, squares = 0;
     std::uint64_t since = 0;
     for (std::size_t i = 0; i < n; ++i) {
@@ -47,7 +46,7 @@ struct PlainDetector {
       top = std::max<double>(top, v);
       sum += v;
       squares += static_cast<double>(v) * v;
-      double& average = v != static_cast<float>(mean) ? above : below;
+      double& average = statistics[v != mean ? 4 : 5];
       average = average * 0.995 + static_cast<double>(v) * 0.005;
       bool edge = false;
       if (!high) {
@@ -68,12 +67,8 @@ struct PlainDetector {
     }
     rest = since;
     carry += static_cast<float>(since);
-    const auto smooth = [](double& old, double fresh) { old = 0.25 * fresh + 0.75 * old; };
-    smooth(minimum, low);
-    smooth(maximum, top);
-    smooth(mean, sum / static_cast<double>(n));
-    smooth(meanSquare, squares / static_cast<double>(n));
-    mean = static_cast<float>(mean);
+    const double block[] = {low, top, sum / static_cast<double>(n), squares / static_cast<double>(n)};
+    for (int i = 0; i < 4; ++i) statistics[i] = 0.25 * block[i] + 0.75 * statistics[i];
     return pulses;
   }
 

@@ -2,7 +2,7 @@
 
 #include <numbers>
 #include <random>
-#include <string>
+#include <tuple>
 
 #include "speed/PlainDetector.h"
 #include "umlauf/speed/DzPulsDetektor.h"
@@ -67,7 +67,6 @@ TEST_P(Signals, FastSearchIsThePlainOne) {
       SCOPED_TRACE(testing::Message() << config.name << ", seed " << GetParam() << ", stride " << stride);
       PlainDetector plain;
       config.set(plain);
-      plain.Restart();
       CDzPulsDetektor fast = Fast(plain);
       CDzPulsListe list;
       const std::vector<float> x = Tacho(GetParam(), 20000, stride);
@@ -79,19 +78,13 @@ TEST_P(Signals, FastSearchIsThePlainOne) {
         done += n;
         ASSERT_EQ(list.NrRealPulses(), expected.size());
         for (std::size_t i = 0; i < expected.size(); ++i) {
-          ASSERT_EQ(list[i].NrSamples(), expected[i].samples) << i;
-          ASSERT_EQ(list[i].Value(), expected[i].value) << i;
-          ASSERT_EQ(list[i].IsHiFlank(), expected[i].rising) << i;
+          const PulsEntry& e = list[i];
+          ASSERT_EQ((PlainDetector::Pulse{e.NrSamples(), e.Value(), e.IsHiFlank()}), expected[i]) << i;
         }
-        ASSERT_EQ(list.LastPulsUsable(), rest == 0);
         ASSERT_EQ(rest, list.LastPulsUsable() ? 0 : list[expected.size()].NrSamples());
         const auto& s = fast.SampleStatistik();
-        EXPECT_NEAR(s.minimum, plain.minimum, 1e-6);
-        EXPECT_NEAR(s.maximum, plain.maximum, 1e-6);
-        EXPECT_NEAR(s.mean, plain.mean, 2e-6);
-        EXPECT_NEAR(s.meanSquare, plain.meanSquare, 2e-6);
-        EXPECT_NEAR(s.averageAbove, plain.above, 1e-5);
-        EXPECT_NEAR(s.averageBelow, plain.below, 1e-5);
+        const float fields[] = {s.minimum, s.maximum, s.mean, s.meanSquare, s.averageAbove, s.averageBelow};
+        for (int i = 0; i < 6; ++i) EXPECT_NEAR(fields[i], plain.statistics[i], i < 4 ? 2e-6 : 1e-5) << i;
       }
     }
   }
@@ -120,21 +113,21 @@ std::vector<PlainDetector::Pulse> InBlocks(const PlainDetector& settings, const 
 }
 
 TEST_P(Signals, BlocksJoinWithoutASeam) {
-  // Whole lengths are equal; values differ by the rounding of the carry, which is single precision.
   const std::vector<float> x = Tacho(GetParam(), 60000, 1);
   for (const Config& config : kConfigs) {
     SCOPED_TRACE(testing::Message() << config.name << ", seed " << GetParam());
     PlainDetector settings;
     config.set(settings);
-    const auto whole = InBlocks(settings, x, nullptr);
-    ASSERT_GT(whole.size(), 300u);
     std::mt19937 split(GetParam());
+    const auto whole = InBlocks(settings, x, nullptr);
     const auto parts = InBlocks(settings, x, &split);
+    ASSERT_GT(whole.size(), 300u);
     ASSERT_EQ(parts.size(), whole.size());
     for (std::size_t i = 0; i < whole.size(); ++i) {
-      ASSERT_EQ(parts[i].samples, whole[i].samples) << i;
+      // Whole lengths and edges are equal, values but for the rounding of the single-precision carry.
+      ASSERT_EQ(std::tie(parts[i].samples, parts[i].rising), std::tie(whole[i].samples, whole[i].rising))
+          << i;
       ASSERT_NEAR(parts[i].value, whole[i].value, 2e-6f * (1.0f + std::fabs(whole[i].value))) << i;
-      ASSERT_EQ(parts[i].rising, whole[i].rising) << i;
     }
   }
 }

@@ -157,7 +157,7 @@ inline std::uint64_t CDzPulsDetektor::TakeEdges(const Edges& edges, std::size_t 
   // Copies, which stay in registers: what is written to the list could otherwise change the originals.
   Settings settings = settings_;
   Run run = run_;
-  if (kSimple) {
+  if constexpr (kSimple) {
     settings.spikeFilter = false;
     settings.dividerReciprocal = 1.0f;
   }
@@ -169,7 +169,7 @@ inline std::uint64_t CDzPulsDetektor::TakeEdges(const Edges& edges, std::size_t 
   bool rising = edges.firstRising;
   for (std::size_t k = 0; k < edges.count; ++k, rising ^= edges.alternating) {
     const std::int64_t at = edges.position[k];
-    if (!kSimple) {
+    if constexpr (!kSimple) {
       if (at < deadUntil) continue;
       deadUntil = at + settings.deadTime;
       if (--run.dividerRemaining != 0) continue;
