@@ -1,0 +1,109 @@
+#include <limits>
+
+#include "pairs/PlainPairs.h"
+#include "signal/SignalTestSupport.h"
+#include "umlauf/platform/tramsea/PrWin.h"
+
+namespace {
+
+class SigPairsFile : public testing::Test {
+ protected:
+  ~SigPairsFile() override { PrWin::SetSink(sink_); }
+  PrWin::Sink sink_ = PrWin::SetSink([](int, int, const CString&) {});
+};
+
+CSigPairs Sample() {
+  CSigPairs s(3);
+  s.NeuesPaar(2, 5);
+  s.NeuesPaar(1, -1);
+  s.SetName(L"Öl\u4e2d");
+  s.Parameter() = 0.5f;
+  s.Nummer() = 0x00020003;
+  return s;
+}
+
+// capacity, zero, count, parameter, number
+const std::string kGolden = std::string(
+                                "06000000"
+                                "00000000"
+                                "02000000"
+                                "0000003f"
+                                "03000200") +
+                            std::string(40, '0') + "d66c3f" + std::string(74, '0') +
+                            "00000040"
+                            "0000803f"
+                            "00000000"
+                            "0000a040"
+                            "000080bf"
+                            "00000000";
+
+TEST_F(SigPairsFile, GoldenBytes) {
+  CMemFile file;
+  Sample().DateiExport(file);
+  EXPECT_EQ(Hex(file.Bytes()), kGolden);
+  CMemFile record;
+  CMemFile header;
+  EXPECT_TRUE(Sample().WriteToFile(record, 2));
+  Sample().CSignal::WriteToFile(header, 2);
+  EXPECT_EQ(Hex(record.Bytes()), Hex(header.Bytes()) + kGolden);
+}
+
+TEST_F(SigPairsFile, ExportThenImportGivesTheSame) {
+  CMemFile file;
+  Sample().WriteToFile(file, 2);
+  file.Seek(0, CFile::begin);
+  CSigPairs back = Pairs({{1, 1}});
+  ASSERT_TRUE(back.ReadFromFile(file, 2));
+  EXPECT_EQ(PointsOf(back), PointsOf(Sample()));
+  EXPECT_EQ(back.Parameter(), 0.5f);
+  EXPECT_EQ(back.Nummer(), 0x00020003);
+  EXPECT_STREQ(back.Name(), L"Öl?");  // code page 1252
+  EXPECT_TRUE(back.IstInversSortiert() && !back.IstSortiert());
+  EXPECT_EQ(file.Remaining(), 0u);
+  RandomPoints random(41);
+  for (const std::size_t n : {0u, 1u, 100u, 16384u, 40000u}) {
+    const CSigPairs s = Pairs(random.Make(n, 1000));
+    CMemFile large;
+    s.DateiExport(large);
+    large.Seek(0, CFile::begin);
+    EXPECT_EQ(back.DateiImport(large), 1);
+    EXPECT_EQ(PointsOf(back), PointsOf(s));
+    EXPECT_EQ(large.Remaining(), 0u);
+  }
+}
+
+TEST_F(SigPairsFile, CutAtEveryLengthIsRefused) {
+  CMemFile whole;
+  Sample().WriteToFile(whole, 2);
+  for (std::size_t length = 0; length < whole.GetLength(); ++length) {
+    CMemFile file(whole.Bytes().first(length));
+    CSigPairs back = Pairs({{1, 1}});
+    EXPECT_FALSE(back.ReadFromFile(file, 2)) << length;
+    EXPECT_TRUE(back.IstSortiert());
+    CMemFile pairs(whole.Bytes().first(length).subspan(std::min<std::size_t>(length, 78)));
+    EXPECT_EQ(back.DateiImport(pairs), 0);
+    EXPECT_FALSE(back.Gueltig());
+  }
+}
+
+TEST_F(SigPairsFile, AnyCapacityAndCountIsSurvived) {
+  CMemFile whole;
+  Sample().DateiExport(whole);
+  const std::uint32_t values[] = {0, 1, 2, 3, 5, 6, 7, 8, 0x7FFFFFFF, 0x80000000, 0xFFFFFFFF};
+  for (const std::uint32_t capacity : values) {
+    for (const std::uint32_t count : values) {
+      CMemFile file(whole.Bytes());
+      file.Write(&capacity, 4);
+      file.Seek(8, CFile::begin);
+      file.Write(&count, 4);
+      file.Seek(0, CFile::begin);
+      CSigPairs back = Pairs({{1, 1}});
+      const bool fits = capacity <= 6;
+      EXPECT_EQ(back.DateiImport(file), fits ? 1 : 0) << capacity;
+      EXPECT_EQ(back.NPaare(), fits ? std::min(count, capacity / 2) : 0u) << capacity << ' ' << count;
+      EXPECT_EQ(file.GetPosition(), 80 + (fits ? 4 * capacity : 0));
+    }
+  }
+}
+
+}  // namespace

@@ -1,0 +1,5 @@
+#include "umlauf/platform/framework/CInvalidArgException.h"
+
+CInvalidArgException::~CInvalidArgException() = default;
+
+void AfxThrowInvalidArgException() { throw CInvalidArgException(); }
