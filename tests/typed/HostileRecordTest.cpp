@@ -78,7 +78,7 @@ TEST(HostileRecords, NoCopyLeavesTheBlocks) {
 }
 
 TEST(HostileRecords, NoFloatOperationLeavesTheBlocks) {
-  for (int i = 0; i < 3000; ++i) {
+  for (int i = 0; i < 1000; ++i) {
     CSignalieee32 s = HostileSignal<CSignalieee32>();
     CSignalieee32 other = HostileSignal<CSignalieee32>();
     const auto first = s.begin(Pick({0, 1, 32}), Pick({0, 1, 40, UINT32_MAX}));

@@ -26,12 +26,15 @@ constexpr std::uint64_t Fits(std::uint64_t size, std::uint64_t start, std::uint6
 }
 
 /// Copies all lanes, whose outputs overlap no input. The lanes share cache lines, so they are copied piece by
-/// piece: a piece of all lanes stays in the first-level cache, and memory is read and written once.
-/// frameBytes: what one sample of every lane takes in the blocks that are read and written.
+/// piece: memory is read and written once. frameBytes: what one sample of every lane takes in the blocks that
+/// are read and written.
 template <class T>
 void Copy(std::span<const Lane<T>> all, std::uint64_t frameBytes) {
-  constexpr std::uint64_t kPieceBytes = 16384, kLeast = 32;
-  const std::uint64_t piece = std::max(kPieceBytes / std::max<std::uint64_t>(frameBytes, 1), kLeast);
+  // Small pieces do best: far below the first-level cache, so that the lines of many channels with addresses
+  // alike (blocks whose distance is a power of two) do not push each other out; at least a cache line a lane.
+  constexpr std::uint64_t kPieceBytes = 4096, kLeast = 16;
+  if (all.empty()) return;
+  const std::uint64_t piece = std::max(kPieceBytes / frameBytes / kLeast, std::uint64_t{1}) * kLeast;
   std::uint64_t longest = 0;
   for (const Lane<T>& lane : all) longest = std::max(longest, lane.n);
   for (std::uint64_t at = 0; at < longest; at += piece) {
