@@ -22,7 +22,7 @@ std::string SpeedReport::Json() const {
   json["thresholds"] = {{"upper", Decimal(upper)}, {"lower", Decimal(lower)}};
   json["settings"] = settings;
   json["pulses"] = counts->pulses();
-  json["gap_corrected"] = counts->gapCorrected();
+  json["gap_corrected"] = counts->correctedGaps();
   json["rpm"] = {{"min", speed.min}, {"mean", speed.Mean(sampleRate)}, {"max", speed.max}};
   json["duration_s"] = duration;
   json["channel"] = channel;
@@ -68,8 +68,8 @@ std::string SpeedReport::Table() const {
   std::string pulses = fmt::format("{}", counts->pulses());
   if (gap != nullptr && gap->gaps() == 0) pulses += ", no gap found";
   if (gap != nullptr && gap->gaps() > 0) {
-    pulses += fmt::format(", {} of them in {} gaps of {:.3g} teeth", counts->gapCorrected(), gap->gaps(),
-                          gap->relativeLength());
+    pulses +=
+        fmt::format(", {} gaps of {:.3g} teeth corrected", counts->correctedGaps(), gap->relativeLength());
   }
   if (counts->held() > 0) pulses += fmt::format(", {} held by the spike filter", counts->held());
   row("pulses", pulses);

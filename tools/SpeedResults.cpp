@@ -21,7 +21,7 @@ void SpeedSummary::Add(double addedTurns, double addedSamples, double sampleRate
 
 void PulseCounts::Take(const Pulse& pulse) {
   ++pulses_;
-  if (pulse.gapCorrected) ++gapCorrected_;
+  if (pulse.startsGap) ++correctedGaps_;
   if (pulse.held) ++held_;
   if (pulse.hasSpeed() && pulse.length() > 0) speed_.Add(pulse.turns(), pulse.length(), sampleRate_);
 }

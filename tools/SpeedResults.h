@@ -34,13 +34,14 @@ class PulseCounts {
   void Take(const Pulse& pulse);
 
   std::uint64_t pulses() const { return pulses_; }
-  std::uint64_t gapCorrected() const { return gapCorrected_; }
+  /// Gaps that were corrected, one that the end of the recording cuts included.
+  std::uint64_t correctedGaps() const { return correctedGaps_; }
   std::uint64_t held() const { return held_; }
   const SpeedSummary& speed() const { return speed_; }
 
  private:
   double sampleRate_;
-  std::uint64_t pulses_ = 0, gapCorrected_ = 0, held_ = 0;
+  std::uint64_t pulses_ = 0, correctedGaps_ = 0, held_ = 0;
   SpeedSummary speed_;
 };
 

@@ -14,6 +14,7 @@
 #include "tools/OutputFile.h"
 #include "tools/Progress.h"
 #include "tools/WheelSimulator.h"
+#include "umlauf/platform/vekta/numeric.h"
 
 namespace umlauf::tool {
 namespace {
@@ -62,7 +63,7 @@ void WriteRecording(const SimulateOptions& options, const SpeedProfile& profile,
     Fail("{} samples do not fit into a WAV file; name the output .w64", simulator.frames());
   }
   SF_INFO info{};
-  info.samplerate = static_cast<int>(options.wheel.rate);
+  info.samplerate = numeric::trunc_sat<int>(options.wheel.rate);
   info.channels = 1;
   info.format = (w64 ? SF_FORMAT_W64 : SF_FORMAT_WAV) | SF_FORMAT_FLOAT;
   const std::unique_ptr<SNDFILE, int (*)(SNDFILE*)> file(sf_open(out.temporary().c_str(), SFM_WRITE, &info),

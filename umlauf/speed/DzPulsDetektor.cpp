@@ -149,18 +149,18 @@ inline bool CDzPulsDetektor::PulsEintragen(const Settings& settings, Run& run, C
   return true;
 }
 
-void CDzPulsDetektor::SearchChunk(const float* x, std::size_t n, std::uint64_t& samplesSincePulse,
-                                  CDzPulsListe& list) {
+/// kSimple: divider, dead time and spike filter are known to be out of play, which leaves them out of the
+/// loop.
+template <bool kSimple>
+inline std::uint64_t CDzPulsDetektor::TakeEdges(const Edges& edges, std::size_t n,
+                                                std::uint64_t samplesSincePulse, CDzPulsListe& list) {
   // Copies, which stay in registers: what is written to the list could otherwise change the originals.
-  const Settings settings = settings_;
+  Settings settings = settings_;
   Run run = run_;
-  Edges edges;
-  const EdgeKind kind = settings.both      ? EdgeKind::both
-                        : settings.falling ? EdgeKind::falling
-                                           : EdgeKind::rising;
-  umlauf::speed::FindEdges(x, n, run.previous, settings.upper, settings.lower, kind, run_.high, edges);
-  run.high = run_.high;
-
+  if constexpr (kSimple) {
+    settings.spikeFilter = false;
+    settings.dividerReciprocal = 1.0f;
+  }
   const std::uint32_t divider = std::max(settings.divider, 1u);
   if (run.dividerRemaining == 0) run.dividerRemaining = divider;
   // Positions in the chunk, negative before it.
@@ -169,18 +169,31 @@ void CDzPulsDetektor::SearchChunk(const float* x, std::size_t n, std::uint64_t& 
   bool rising = edges.firstRising;
   for (std::size_t k = 0; k < edges.count; ++k, rising ^= edges.alternating) {
     const std::int64_t at = edges.position[k];
-    if (at < deadUntil) continue;
-    if (--run.dividerRemaining == 0) {
+    if constexpr (!kSimple) {
+      if (at < deadUntil) continue;
+      deadUntil = at + settings.deadTime;
+      if (--run.dividerRemaining != 0) continue;
       run.dividerRemaining = divider;
-      const auto samples = static_cast<std::uint64_t>(at - lastPulse);
-      if (PulsEintragen(settings, run, list, samples, edges.fraction[k], rising)) lastPulse = at;
     }
-    deadUntil = at + settings.deadTime;
+    const auto samples = static_cast<std::uint64_t>(at - lastPulse);
+    if (PulsEintragen(settings, run, list, samples, edges.fraction[k], rising)) lastPulse = at;
   }
   const auto end = static_cast<std::int64_t>(n);
-  samplesSincePulse = static_cast<std::uint64_t>(end - 1 - lastPulse);
   run.deadTimeRemaining = static_cast<std::uint64_t>(std::max<std::int64_t>(deadUntil + 1 - end, 0));
   run_ = run;
+  return static_cast<std::uint64_t>(end - 1 - lastPulse);
+}
+
+void CDzPulsDetektor::SearchChunk(const float* x, std::size_t n, std::uint64_t& samplesSincePulse,
+                                  CDzPulsListe& list) {
+  const EdgeKind oneKind = settings_.falling ? EdgeKind::falling : EdgeKind::rising;
+  Edges edges;
+  umlauf::speed::FindEdges(x, n, run_.previous, settings_.upper, settings_.lower,
+                           settings_.both ? EdgeKind::both : oneKind, run_.high, edges);
+  const bool simple = !settings_.spikeFilter && settings_.deadTime == 0 && run_.deadTimeRemaining == 0 &&
+                      settings_.divider < 2 && run_.dividerRemaining < 2;
+  samplesSincePulse = simple ? TakeEdges<true>(edges, n, samplesSincePulse, list)
+                             : TakeEdges<false>(edges, n, samplesSincePulse, list);
 }
 
 void CDzPulsDetektor::SampleAufmitteln(float x) {

@@ -8,6 +8,10 @@
 
 class CDzPulsListe;
 
+namespace umlauf::speed {
+struct Edges;
+}
+
 /// Finds speed pulses (tooth or marker edges) in a sampled tacho signal, block by block, and writes those of
 /// each block into a pulse list. Blocks join without a seam: whatever the split, the closed pulses are the
 /// same within single-precision rounding.
@@ -133,8 +137,7 @@ class UMLAUF_API CDzPulsDetektor {
 
  private:
   struct Settings {
-    float upper = 0.75f;
-    float lower = 0.25f;
+    float upper = 0.75f, lower = 0.25f;
     std::uint32_t sourcePulses = 1;
     float sourcePulsesReal = 1.0f;
     std::uint32_t divider = 1;
@@ -142,12 +145,8 @@ class UMLAUF_API CDzPulsDetektor {
     std::uint32_t minLength = 20;
     bool spikeFilter = false;
     double spikeThreshold = static_cast<double>(0.2f);
-    std::uint32_t runIn = 5;
-    std::uint32_t deadTime = 0;
-    bool ttl = false;
-    bool falling = false;
-    bool both = false;
-    bool gapCorrection = false;
+    std::uint32_t runIn = 5, deadTime = 0;
+    bool ttl = false, falling = false, both = false, gapCorrection = false;
     float gapFactor = 1.0f;
 
     bool operator==(const Settings&) const = default;
@@ -170,17 +169,17 @@ class UMLAUF_API CDzPulsDetektor {
   /// Accumulators of the block in progress; sums in double, so that their error does not grow with the block.
   struct BlockStatistics {
     std::uint64_t count = 0;
-    float minimum = 0.0f;
-    float maximum = 0.0f;
-    double sum = 0.0;
-    double sumSquares = 0.0;
-    float averageAbove = 0.0f;
-    float averageBelow = 0.0f;
+    float minimum = 0.0f, maximum = 0.0f;
+    double sum = 0.0, sumSquares = 0.0;
+    float averageAbove = 0.0f, averageBelow = 0.0f;
   };
 
   static float Deviation(float mean, float meanSquare);
   void StartBlock(float first);
   void SearchChunk(const float* x, std::size_t n, std::uint64_t& samplesSincePulse, CDzPulsListe& list);
+  template <bool kSimple>
+  std::uint64_t TakeEdges(const umlauf::speed::Edges& edges, std::size_t n, std::uint64_t samplesSincePulse,
+                          CDzPulsListe& list);
   static bool PulsEintragen(const Settings& settings, Run& run, CDzPulsListe& list,
                             std::uint64_t samplesSincePulse, float fraction, bool rising);
   static bool AcceptValue(const Settings& settings, Run& run, float value);

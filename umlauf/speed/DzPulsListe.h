@@ -95,9 +95,10 @@ class UMLAUF_API CDzPulsListe : public CFueGroeListe<PulsEntry> {
   void AnalogExport(float* out, std::uint64_t n) const;
   /// The pulses as a train [n samples]: 1 at each sample whose edge ended a pulse, 0 elsewhere.
   void AnalogPulsExport(float* out, std::uint64_t n) const;
-  /// The speed over the time of the block as a curve of `points` samples, units s and rpm: each is the mean
-  /// speed over its share of the time, so that no pulse is lost when points are fewer than pulses. False, and
-  /// the curve unchanged, without entries, points, sample rate or memory.
+  /// The speed over the time of the block as a curve of `points` samples, units s and rpm (none with another
+  /// speed factor): each is the mean speed over its share of the time, so that no pulse is lost when points
+  /// are fewer than pulses. Name and other fields of the curve stay. False, and the curve unchanged, without
+  /// samples, points, sample rate or memory.
   bool GenerateVisCurve(CSigCurve& curve, std::uint64_t points) const;
   /// Lists title (may be null) and the first and last n entries in the log, category 16.
   void DebugOutput(const wchar_t* title, unsigned n) const;

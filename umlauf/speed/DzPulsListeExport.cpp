@@ -2,10 +2,11 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 
 #include "umlauf/platform/tramsea/PrWin.h"
 #include "umlauf/platform/vekta/QVL.h"
-#include "umlauf/platform/vekta/numeric.h"
+#include "umlauf/signal/SigCurve.h"
 #include "umlauf/speed/DzPulsListe.h"
 #include "umlauf/speed/FueGroeHopListe.h"
 
@@ -152,6 +153,35 @@ void CDzPulsListe::AnalogPulsExport(float* out, std::uint64_t n) const {
     const bool whole = end - first == entry.NrSamples();
     if (whole && end != first && !entry.IsOpen()) out[end - 1] = 1.0f;
   });
+}
+
+bool CDzPulsListe::GenerateVisCurve(CSigCurve& curve, std::uint64_t points) const {
+  double total = 0.0;
+  for (const PulsEntry& entry : entries_) total += static_cast<double>(entry.NrSamples());
+  if (!(total > 0.0) || !(SampleRate() > 0.0f) || points == 0 || !curve.Resize(points)) return false;
+
+  const double share = total / static_cast<double>(points);
+  auto entry = entries_.begin();
+  double entryEnd = static_cast<double>(entry->NrSamples());
+  double position = 0.0;
+  for (std::uint64_t i = 0; i < points; ++i) {
+    const double start = position;
+    const double end = share * static_cast<double>(i + 1);
+    double sum = 0.0;
+    while (entryEnd < end && entry + 1 != entries_.end()) {
+      sum += (entryEnd - position) * static_cast<double>(Rpm(entry->Value()));
+      position = entryEnd;
+      ++entry;
+      entryEnd += static_cast<double>(entry->NrSamples());
+    }
+    sum += (end - position) * static_cast<double>(Rpm(entry->Value()));
+    position = end;
+    curve.SetAt(static_cast<std::size_t>(i), end > start ? static_cast<float>(sum / (end - start)) : 0.0f);
+  }
+  curve.SetXMinMax(0.0f, static_cast<float>(total / static_cast<double>(SampleRate())));
+  curve.SetXUnit(CMeasuringUnit(CMeasuringUnit::second));
+  curve.SetYUnit(CMeasuringUnit(IsRealSpeedList() ? CMeasuringUnit::rpm : CMeasuringUnit::none));
+  return true;
 }
 
 void CDzPulsListe::DebugOutput(const wchar_t* title, unsigned n) const {

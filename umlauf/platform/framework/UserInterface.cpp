@@ -18,6 +18,8 @@ std::atomic<CUserInterface*> g_current{nullptr};
 
 void CUserInterface::ShowMessage(const CString& text, Icon) { PrWin::Output(PrWin::note, L"%s\n", text); }
 
+bool CUserInterface::AskForFile(const OpenFileDialog&, CString&) { return false; }
+
 std::unique_ptr<CComboBoxControl> CUserInterface::CreateComboBoxControl() {
   return std::make_unique<CWindowlessComboBox>();
 }

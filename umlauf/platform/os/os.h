@@ -18,6 +18,14 @@ std::string WideToUtf8(std::wstring_view wide);
 std::wstring Cp1252ToWide(std::string_view ansi);
 std::string WideToCp1252(std::wstring_view wide);
 
+/// Value of an environment variable; empty when it is not set.
+std::wstring Environment(const char* name);
+/// The folder in which the user's programs keep their configuration; empty when the system names none. It
+/// need not exist.
+std::wstring UserConfigFolder();
+/// Creates a folder with all folders above it, for this user alone; true when it is there afterwards.
+bool CreateFolders(const std::wstring& path);
+
 struct OpenMode {
   bool read = true;
   bool write = false;

@@ -5,7 +5,7 @@
 #include <limits>
 #include <type_traits>
 
-/// Conversions between number types that are defined for every input.
+/// Conversions between number types and arithmetic that are defined for every input.
 namespace numeric {
 
 /// Truncates toward zero and saturates: a value outside the range of T gives the nearest end of the range,
@@ -19,6 +19,16 @@ constexpr T trunc_sat(F x) {
   if (!(x > static_cast<F>(Limits::min()))) return Limits::min();
   if (x >= above) return Limits::max();
   return static_cast<T>(x);
+}
+
+/// Product and sum that stay at the greatest number when they overflow: sizes and positions formed from
+/// counts that foreign data holds.
+constexpr std::uint64_t mul_sat(std::uint64_t a, std::uint64_t b) {
+  constexpr std::uint64_t most = std::numeric_limits<std::uint64_t>::max();
+  return a != 0 && b > most / a ? most : a * b;
+}
+constexpr std::uint64_t add_sat(std::uint64_t a, std::uint64_t b) {
+  return a + b < a ? std::numeric_limits<std::uint64_t>::max() : a + b;
 }
 
 /// Nearest integer, halves away from zero.

@@ -2,7 +2,6 @@
 
 #include <bit>
 #include <cmath>
-#include <utility>
 
 #include "umlauf/platform/vekta/QVL.h"
 
@@ -55,21 +54,17 @@ void FindPositions(const float* x, std::size_t n, float upper, float lower, bool
   edges.count = count;
 }
 
-void Interpolate(const float* x, float previous, float upper, float lower, Edges& edges) {
-  std::array<float, kChunk> step;
-  float level = edges.firstRising ? upper : lower;
-  float other = edges.firstRising != edges.alternating ? upper : lower;
-  for (std::size_t k = 0; k < edges.count; ++k, std::swap(level, other)) {
+/// Crossing fractions of the edges first, first + distance, ..., which are all of one kind.
+void Interpolate(const float* x, float previous, float level, bool rising, std::size_t first,
+                 std::size_t distance, Edges& edges) {
+  const float direction = rising ? 1.0f : -1.0f;
+  for (std::size_t k = first; k < edges.count; k += distance) {
     const std::size_t i = edges.position[k];
     const float before = i != 0 ? x[i - 1] : previous;
-    step[k] = x[i] - before;
-    edges.fraction[k] = level - before;
-  }
-  // Without branches, for the compiler to take several at a time.
-  for (std::size_t k = 0; k < edges.count; ++k) {
-    const float fraction = edges.fraction[k] / step[k];
-    const bool inside = (std::fabs(step[k]) > kFlatStep) & (fraction > 0.0f) & (fraction <= 1.0f);
-    edges.fraction[k] = inside ? fraction : 0.0f;
+    const float step = x[i] - before;
+    const float fraction = (level - before) / step;
+    const bool valid = step * direction > kFlatStep && !std::isnan(fraction);
+    edges.fraction[k] = valid ? fraction : 0.0f;
   }
 }
 
@@ -80,7 +75,10 @@ void FindEdges(const float* x, std::size_t n, float previous, float upper, float
   edges.alternating = kind == EdgeKind::both;
   edges.firstRising = edges.alternating ? !high : kind == EdgeKind::rising;
   FindPositions(x, n, upper, lower, high, edges);
-  Interpolate(x, previous, upper, lower, edges);
+  const std::size_t distance = edges.alternating ? 2 : 1;
+  const std::size_t firstFalling = edges.firstRising ? 1 : 0;
+  if (kind != EdgeKind::falling) Interpolate(x, previous, upper, true, 1 - firstFalling, distance, edges);
+  if (kind != EdgeKind::rising) Interpolate(x, previous, lower, false, firstFalling, distance, edges);
 }
 
 }  // namespace umlauf::speed

@@ -18,9 +18,9 @@ struct Edges {
   bool firstRising;
   bool alternating;  ///< rising and falling in turn; else all are like the first
   std::array<std::uint16_t, kChunk> position;
-  /// Where between the sample before and the one at the position the signal crossed the threshold, 0 to 1. 0
-  /// where the step is too flat to tell, and where the crossing is not inside the step, which happens only
-  /// when thresholds were changed between blocks or lie upside down.
+  /// Where between the sample before and the one at the position the signal crossed the threshold, 0 to 1; 0
+  /// where the step is too flat to tell. Outside 0 to 1 only when thresholds were changed between blocks or
+  /// lie upside down.
   std::array<float, kChunk> fraction;
 };
 

@@ -1,0 +1,140 @@
+#include "umlauf/keys/Clavis.h"
+
+#include <gtest/gtest.h>
+
+#include <array>
+#include <climits>
+#include <locale>
+#include <random>
+#include <sstream>
+#include <vector>
+
+#include "umlauf/platform/tramsea/CResourceSea.h"
+#include "umlauf/platform/tramsea/CSeaBase.h"
+
+namespace {
+
+using Clavis::operator<<;
+using Clavis::operator>>;
+
+/// Writes numbers as nobody else reads them: "1.000".
+struct GroupDigits : std::numpunct<char> {
+  char do_thousands_sep() const override { return '.'; }
+  std::string do_grouping() const override { return "\3"; }
+};
+
+TEST(Clavis, OrderIsThatOfTheFieldsAsSignedNumbers) {
+  EXPECT_LT(CClavis(1, 2, 3, -1, -1, 7), CClavis(1, 2, 4, 0, 0, 0));
+  EXPECT_LT(CClavis(), CClavis(0, -1, -1, -1, -1, -1));
+  EXPECT_FALSE(CClavis(1, 2, 3, 4, 5, 6) < CClavis(1, 2, 3, 4, 5, 6));
+  std::mt19937 random(1);
+  std::uniform_int_distribution<int> value(-1, 1);
+  for (int run = 0; run < 2000; ++run) {
+    std::array<std::array<int, 6>, 2> f{};
+    for (auto& fields : f) {
+      for (int& field : fields) field = value(random);
+    }
+    const CClavis a(f[0][0], f[0][1], f[0][2], f[0][3], f[0][4], f[0][5]);
+    CClavis b(f[1][0], f[1][1], f[1][2], f[1][3], f[1][4], f[1][5]);
+    const CClavisPODOwnerInterface holder(b.Base());
+    EXPECT_EQ(a < b, f[0] < f[1]);
+    EXPECT_EQ(a >= holder, f[0] >= f[1]);
+    EXPECT_EQ(a != holder, f[0] != f[1]);
+  }
+}
+
+TEST(Clavis, FieldsAreReachedByNameNumberAndKind) {
+  CClavis key(10, 11, 12, 13, 14, 15);
+  CClavisPODOwner owner(key);
+  const std::array byName{owner.Mode(),     owner.Instrument(), owner[Clavis::qChannel],
+                          owner.Location(), owner.InstrParam(), owner.Sensor()};
+  for (int i = 0; i < Clavis::fieldCount; ++i) {
+    EXPECT_EQ(byName[static_cast<std::size_t>(i)], 10 + i);
+    EXPECT_EQ(key[i], 10 + i);
+    EXPECT_EQ(&key[static_cast<Clavis::qOrder>(i)], &key.Field()[i]);
+  }
+  key += CClavis(1, 2, 3, 4, 5, 6);
+  EXPECT_EQ(key, owner.Base());
+  CClavis partly(-1, 2, -1, 0, -1, -1);
+  partly += CClavis(7, 8, 9, 10, -1, 11);
+  EXPECT_EQ(partly, CClavis(7, 2, 9, 0, -1, 11));
+}
+
+TEST(Clavis, FlatFormAndOwnersThatMove) {
+  CClavisPODOwner owner(CClavis(1, 2, 3, -1, 0x01020304, INT_MIN));
+  std::array<unsigned char, 24> bytes{};
+  ASSERT_EQ(owner.write(bytes.data()), 24);
+  constexpr std::array<unsigned char, 24> golden{1,    0,    0,    0,    2, 0, 0, 0, 3, 0, 0, 0,
+                                                 0xFF, 0xFF, 0xFF, 0xFF, 4, 3, 2, 1, 0, 0, 0, 0x80};
+  EXPECT_EQ(bytes, golden);
+  std::vector<CClavisPODOwner> owners(3);
+  for (std::uint64_t n = 0; n < bytes.size(); ++n) EXPECT_LT(owners[0].read(bytes.data(), n), 0) << n;
+  EXPECT_EQ(owners[0].Base(), CClavis());
+  EXPECT_EQ(owners[0].read(bytes.data(), bytes.size()), 24);
+  for (int i = 0; i < 20; ++i) owners.push_back(owners[0]);  // grows, and so moves its elements
+  for (CClavisPODOwner& each : owners) EXPECT_EQ(&each.Base(), &each.pod());
+  EXPECT_EQ(owners.back().Base(), owner.Base());
+  owners.back()._construct(true);
+  EXPECT_EQ(owners.back().Base(), owner.Base());
+  owners.back()._construct(false);
+  EXPECT_EQ(owners.back().Base(), CClavis());
+  EXPECT_EQ(owners[0].Base(), owner.Base());
+}
+
+TEST(Clavis, TextRoundTripsWhateverTheStreamIsSetTo) {
+  std::ostringstream out;
+  out.imbue(std::locale(std::locale::classic(), new GroupDigits));
+  out << std::hex << std::showpos << CClavis(1, 2, 3, -1, -1, 7);
+  EXPECT_EQ(out.str(), "1 2 3 -1 -1 7");
+  std::mt19937 random(2);
+  std::wstringstream text;
+  std::vector<CClavis> keys(50);
+  for (CClavis& key : keys) {
+    for (int& field : key.Field()) field = static_cast<int>(random());
+  }
+  keys.emplace_back(INT_MIN, INT_MAX, 0, 1000000, -1, INT_MIN);
+  for (const CClavis& key : keys) text << key << L'\n';
+  for (const CClavis& key : keys) {
+    CClavis read;
+    EXPECT_TRUE(text >> read);
+    EXPECT_EQ(read, key);
+  }
+}
+
+TEST(Clavis, MalformedTextFailsTheStreamAndKeepsTheKey) {
+  for (const char* bad : {"", "1 2 3 4 5", "1 2 x 4 5 6", "1 2 3 4 5 -", "1 2 3 4 5 2147483648",
+                          "-2147483649 2 3 4 5 6", "99999999999999999999999999 2 3 4 5 6", "1,2,3,4,5,6"}) {
+    std::istringstream in(bad);
+    CClavis key(9, 9, 9, 9, 9, 9);
+    EXPECT_FALSE(in >> key) << bad;
+    EXPECT_EQ(key, CClavis(9, 9, 9, 9, 9, 9)) << bad;
+  }
+  std::istringstream in("\n +1\t02 00000000000000000003 4 5 6, 8");
+  CClavis key;
+  EXPECT_TRUE(in >> key);
+  EXPECT_EQ(key, CClavis(1, 2, 3, 4, 5, 6));
+  EXPECT_EQ(in.get(), ',');
+}
+
+TEST(Clavis, SettingsEntryHoldsTheFieldsByIndex) {
+  CResourceSea& sea = CSeaBase::ApplicationSea();
+  ASSERT_EQ(sea.Path(), L":memory:");
+  const CClavis key(1, -1, 3, 4, 5, INT_MIN);
+  ASSERT_TRUE(key.WriteSea(L"keys/written"));
+  CClavis read;
+  EXPECT_TRUE(read.ReadSea(L"keys/written"));
+  EXPECT_EQ(read, key);
+  EXPECT_FALSE(read.ReadSea(L"keys/missing"));
+  EXPECT_EQ(read, key);
+  ASSERT_TRUE(sea.LookupSetInt(L"keys/partly", 2, 77));
+  EXPECT_TRUE(read.ReadSea(L"keys/partly"));
+  EXPECT_EQ(read, CClavis(1, -1, 77, 4, 5, INT_MIN));
+  for (const int missing : {-1, 0, 6, INT_MAX}) {
+    EXPECT_FALSE(read.SeaLookup(missing, L"keys/partly", sea)) << missing;
+  }
+  CClavis fresh;
+  EXPECT_TRUE(fresh.SeaLookup(2, L"keys/partly", sea));
+  EXPECT_EQ(fresh, CClavis(-1, -1, 77, -1, -1, -1));
+}
+
+}  // namespace

@@ -1,0 +1,181 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <climits>
+#include <random>
+
+#include "umlauf/keys/ClavisFilter.h"
+#include "umlauf/keys/ClavisSet.h"
+#include "umlauf/keys/MaskedClavis.h"
+#include "umlauf/platform/tramsea/CResourceSea.h"
+
+namespace {
+
+using testing::ElementsAre;
+using testing::Pair;
+
+CClavis RandomKey(std::mt19937& random, int most) {
+  std::uniform_int_distribution<int> value(-1, most);
+  CClavis key;
+  for (int& field : key.Field()) field = value(random);
+  return key;
+}
+
+TEST(MaskedClavis, OnlyFieldsInTheMaskCount) {
+  const CClavis a(1, 2, 3, 4, 5, 6);
+  const CClavis b(1, 9, 3, 9, 9, 9);
+  EXPECT_EQ(CMaskedClavis(a, 0b000101), CMaskedClavis(b, 0b000101));
+  EXPECT_NE(CMaskedClavis(a, 0b000111), CMaskedClavis(b, 0b000111));
+  EXPECT_NE(CMaskedClavis(a, 0b000101), CMaskedClavis(a, 0b000001));
+  EXPECT_LT(CMaskedClavis(b, 0b000001), CMaskedClavis(a, 0b000100));  // the mask goes first
+  EXPECT_LT(CMaskedClavis(a, 0b000111), CMaskedClavis(b, 0b000111));
+  CMaskedClavis masked(a, 0b000010);
+  masked = b;
+  EXPECT_EQ(masked, CMaskedClavis(b, 0b000010));
+  EXPECT_EQ(CMaskedClavis(), CMaskedClavis(CClavis(), 63));
+  // A strict order that agrees with equality.
+  std::mt19937 random(3);
+  for (int run = 0; run < 2000; ++run) {
+    const CMaskedClavis x(RandomKey(random, 0), random() % 4);
+    const CMaskedClavis y(RandomKey(random, 0), random() % 4);
+    EXPECT_EQ((x < y) + (y < x) + (x == y), 1);
+    EXPECT_EQ(x <= y, !(y < x));
+  }
+}
+
+TEST(MaskedClavis, SettingsEntryHoldsMaskAndMaskedFields) {
+  CResourceSea sea(L":memory:");
+  const CString path(L"mask");
+  for (const int index : {3, 4, 7}) ASSERT_TRUE(sea.LookupSetInt(path, index, 1000 + index));
+  EXPECT_EQ(CMaskedClavis(CClavis(1, 2, 3, 4, 5, 6), 0b100101).Write(path, sea), 4);
+  EXPECT_THAT(sea.Values(path), ElementsAre(Pair(0, 0b100101), Pair(1, 1), Pair(2, 3), Pair(3, 6),
+                                            Pair(4, 1004), Pair(7, 1007)));
+  CMaskedClavis read;
+  EXPECT_EQ(read.Read(path, sea), 4);
+  EXPECT_EQ(read.GetMask(), 0b100101u);
+  EXPECT_EQ(read.Base(), CClavis(1, -1, 3, -1, -1, 6));
+  ASSERT_TRUE(sea.LookupSetInt(path, 0, -62));  // cut to 0b000010
+  EXPECT_EQ(read.Read(path, sea), 2);
+  EXPECT_EQ(read.GetMask(), 0b000010u);
+  EXPECT_EQ(read.Base(), CClavis(1, 1, 3, -1, -1, 6));
+  EXPECT_EQ(read.Read(L"missing", sea), 2);
+  EXPECT_EQ(read.Base(), CClavis(1, 1, 3, -1, -1, 6));
+  CResourceSea closed;
+  EXPECT_EQ(read.Write(path, closed), 0);
+}
+
+TEST(ClavisFilter, RulesAgreeWithTheirTable) {
+  struct Entry {
+    CClavis pattern;
+    bool flag;
+  };
+  const Entry is2{{-1, 2, -1, -1, -1, -1}, false}, not2{is2.pattern, true};
+  const Entry two{{-1, 2, 3, -1, -1, -1}, false}, notTwo{two.pattern, true};
+  const Entry any{{4, -1, -1, -1, -1, -1}, false}, anyFlag{any.pattern, true};
+  const CClavis k2(-1, 2, 3, -1, -1, -1), k5(-1, 5, 3, -1, -1, -1), unset;
+  const struct {
+    std::vector<Entry> entries;
+    CClavis key;
+    bool some, all;
+  } cases[] = {
+      {{}, k5, true, true},
+      {{is2}, k2, true, false},
+      {{is2}, k5, false, true},
+      {{not2}, k2, false, true},
+      {{not2}, k5, true, false},
+      {{is2}, unset, false, false},  // nothing to compare
+      {{any}, k2, false, false},
+      {{anyFlag}, k2, false, false},
+      {{two}, k2, true, false},
+      {{two}, k5, true, true},  // channel equal, instrument not
+      {{notTwo}, k5, true, true},
+      {{any, is2}, k2, true, false},
+      {{is2, notTwo}, k2, true, false},
+      {{is2, notTwo}, k5, true, true},
+  };
+  for (const auto& c : cases) {
+    for (const bool anyMode : {true, false}) {
+      CClavisFilter filter(3, anyMode);
+      for (const Entry& entry : c.entries) filter.append(entry.pattern, entry.flag);
+      const auto line = &c - cases;
+      EXPECT_EQ(filter.Active(), !c.entries.empty());
+      EXPECT_EQ(filter || c.key, c.some) << line;
+      EXPECT_EQ(filter && c.key, c.all) << line;
+      EXPECT_EQ(filter.FilterMatch(c.key), anyMode ? c.some : c.all) << line;
+      CClavis inStep = c.key;
+      inStep.Mode() = 3;
+      EXPECT_EQ(filter.FilterMatch(inStep), anyMode ? c.some : c.all) << line;
+      inStep.Mode() = 4;
+      EXPECT_FALSE(filter.FilterMatch(inStep)) << line;
+      filter.SetMode(-1);
+      EXPECT_EQ(filter.FilterMatch(inStep), anyMode ? c.some : c.all) << line;
+    }
+  }
+}
+
+TEST(ClavisSet, InsertionTakesUnsetFieldsOnlyWhenTold) {
+  const CClavis key(1, 2, -1, 4, -1, 6);
+  CClavisSet some;
+  some.insert(key.Field(), false);
+  EXPECT_THAT(some[Clavis::qInstrument], ElementsAre(2));
+  EXPECT_TRUE(some[Clavis::qChannel].empty() && some.InstrParamSet().empty() && some.LocaChanSet().empty());
+  CClavisSet all;
+  all.insert(key.Field(), true);
+  EXPECT_THAT(all[Clavis::qChannel], ElementsAre(-1));
+  EXPECT_THAT(all.InstrParamSet(), ElementsAre(Pair(2, -1)));
+  EXPECT_THAT(all.LocaChanSet(), ElementsAre(Pair(4, -1)));
+  EXPECT_EQ(all.completeness_check(some).to_ulong(), 0u);
+  EXPECT_EQ(some.completeness_check(all).to_ulong(), 0b11010100u);
+  for (const unsigned kind : {6u, 7u, 8u, UINT_MAX}) {
+    EXPECT_FALSE(all.contains(static_cast<Clavis::qOrder>(kind), -1)) << kind;
+  }
+  all.clear();
+  EXPECT_TRUE(all.ElementSet(Clavis::qMode).empty() && all.InstrParamSet().empty());
+}
+
+/// A set out of a few random keys and pairs over -1...2.
+CClavisSet RandomSet(std::mt19937& random) {
+  CClavisSet set;
+  for (auto n = random() % 3; n > 0; --n) set.insert(RandomKey(random, 2).Field(), random() % 2 == 0);
+  const CClavis key = RandomKey(random, 2);
+  set.insertInstrPar(key[0], key[1]);
+  set.insertLocaChan(key[2], key[3]);
+  return set;
+}
+
+TEST(ClavisSet, OperationsAgreeWithContainmentOfEveryValue) {
+  std::mt19937 random(4);
+  for (int run = 0; run < 500; ++run) {
+    const CClavisSet a = RandomSet(random);
+    const CClavisSet b = RandomSet(random);
+    CClavisSet both = a;
+    both &= b;
+    CClavisSet either = a;
+    either |= b;
+    for (int i = 0; i <= 3; ++i) {  // 3 occurs in no set: only "all" holds it
+      for (int j = 0; j <= 3; ++j) {
+        const auto kind = static_cast<Clavis::qOrder>(j);
+        EXPECT_EQ(both.contains(kind, i), a.contains(kind, i) && b.contains(kind, i));
+        EXPECT_EQ(either.contains(kind, i), a.contains(kind, i) || b.contains(kind, i));
+        EXPECT_EQ(both.containsInstrPar(i, j), a.containsInstrPar(i, j) && b.containsInstrPar(i, j));
+        EXPECT_EQ(either.containsLocaChan(i, j), a.containsLocaChan(i, j) || b.containsLocaChan(i, j));
+      }
+    }
+    EXPECT_TRUE(CClavisSet::CheckForCompleteness(either, a));
+    EXPECT_TRUE(CClavisSet::CheckForCompleteness(a, both) && CClavisSet::CheckForCompleteness(b, both));
+
+    const CClavis key = RandomKey(random, 2);
+    CClavisSet one;
+    one += key.Field();
+    CClavisSet with = a;
+    with += key.Field();
+    EXPECT_TRUE(with && key.Field());
+    EXPECT_EQ(a && key.Field(), CClavisSet::CheckForCompleteness(a, one));
+    with -= key.Field();
+    EXPECT_TRUE(CClavisSet::CheckForCompleteness(a, with));
+    one -= key.Field();
+    EXPECT_TRUE(CClavisSet::CheckForCompleteness(CClavisSet(), one));
+  }
+}
+
+}  // namespace

@@ -1,0 +1,286 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <climits>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "umlauf/platform/tramsea/CResourceSea.h"
+#include "umlauf/platform/tramsea/CSeaBase.h"
+#include "umlauf/platform/tramsea/PrWin.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::Pair;
+using Access = CResourceSea::Access;
+
+/// A folder of its own, and what the log received.
+class SettingsDatabase : public testing::Test {
+ protected:
+  SettingsDatabase() {
+    fs::create_directories(folder_);
+    sinkBefore_ = PrWin::SetSink([this](int, int, const CString& text) { log_ += text.ToUtf8(); });
+  }
+  ~SettingsDatabase() override {
+    PrWin::SetSink(sinkBefore_);
+    fs::remove_all(folder_);
+  }
+
+  fs::path Path(const char* name) const { return folder_ / name; }
+  static CString Text(const fs::path& path) { return CString(path.c_str()); }
+  static std::string Bytes(const fs::path& path) {
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
+  }
+  static void Write(const fs::path& path, const std::string& bytes) {
+    std::ofstream(path, std::ios::binary) << bytes;
+  }
+  /// A database of several pages: entry "old" with 2000 values of 5.
+  fs::path MakeDatabase(const char* name) {
+    CResourceSea sea(Text(Path(name)));
+    EXPECT_TRUE(sea.LookupSetInts(L"old", 0, std::vector<int>(2000, 5)));
+    return Path(name);
+  }
+  std::string TakeLog() { return std::exchange(log_, {}); }
+
+ private:
+  fs::path folder_ = fs::path(testing::TempDir()) / ("umlauf_settings_" + std::to_string(getpid()));
+  std::string log_;
+  PrWin::Sink sinkBefore_;
+};
+
+/// Runs `child` in a process of its own, which ends with 0 when it returns true; the result is its id.
+template <class Child>
+pid_t Fork(Child child) {
+  const pid_t id = fork();
+  if (id == 0) _exit(child() ? 0 : 1);
+  return id;
+}
+
+TEST_F(SettingsDatabase, HoldsValuesByPathAndIndex) {
+  for (const CString& path : {Text(Path("values.db")), CString(L":memory:")}) {
+    CResourceSea sea(path);
+    ASSERT_TRUE(sea.IsOpen());
+    EXPECT_FALSE(sea.FindEntry(L"a").has_value());
+    EXPECT_TRUE(sea.LookupSetInts(L"a", 2, std::vector{INT_MIN, INT_MAX}));
+    EXPECT_TRUE(sea.LookupSetInt(L"a", INT_MAX, -1));
+    EXPECT_TRUE(sea.LookupSetInt(L"a", 2, 7));
+    EXPECT_THAT(sea.Values(L"a"), ElementsAre(Pair(2, 7), Pair(3, INT_MAX), Pair(INT_MAX, -1)));
+    EXPECT_EQ(sea.LookupInt(L"a", 3, 0), INT_MAX);
+    EXPECT_EQ(sea.LookupInt(L"a", 4, 99), 99);
+    int value = 42;
+    EXPECT_FALSE(sea.LookupGetInt(L"b", 2, value) || sea.LookupGetInt(L"a", -1, value) || value != 42);
+    EXPECT_FALSE(sea.LookupSetInt(L"a", -1, 0) || sea.LookupSetInt(L"", 0, 0));
+    EXPECT_FALSE(sea.LookupSetInts(L"a", INT_MAX, std::vector{1, 2}));
+    EXPECT_EQ(sea.LookupInt(L"a", INT_MAX, 0), -1);
+    const auto entry = sea.FindEntry(L"a");
+    ASSERT_TRUE(entry.has_value());
+    EXPECT_TRUE(entry->LookupSetInt(1, 11));
+    std::vector<std::optional<int>> values(4, 5);
+    EXPECT_TRUE(entry->LookupInts(0, values));
+    EXPECT_THAT(values, ElementsAre(std::nullopt, 11, 7, INT_MAX));
+  }
+  EXPECT_THAT(TakeLog(), IsEmpty());
+  EXPECT_EQ(CResourceSea(Text(Path("values.db"))).Values(L"a").size(), 4u);
+  EXPECT_TRUE(CResourceSea(L":memory:").Paths().empty());
+}
+
+TEST_F(SettingsDatabase, ListsPathsByPrefixAndRemovesEntries) {
+  CResourceSea sea(L":memory:");
+  for (const wchar_t* path : {L"a", L"a/b", L"a/b/c", L"a%", L"b", L"\u00E4/\u8A66"}) {
+    ASSERT_TRUE(sea.LookupSetInts(path, 0, std::vector{1, 2}));
+  }
+  EXPECT_THAT(sea.Paths(), ElementsAre(L"a", L"a%", L"a/b", L"a/b/c", L"b", L"\u00E4/\u8A66"));
+  EXPECT_THAT(sea.Paths(L"\u00E4"), ElementsAre(L"\u00E4/\u8A66"));
+  EXPECT_TRUE(sea.RemoveEntry(L"a/b") && sea.RemoveEntry(L"nothing"));
+  EXPECT_THAT(sea.Paths(L"a/"), ElementsAre(L"a/b/c"));
+}
+
+TEST_F(SettingsDatabase, WhatCannotBeOpenedIsNamedAndLeftAlone) {
+  const std::string good = Bytes(MakeDatabase("good.db"));
+  const auto patched = [&good](std::size_t at, char byte) {
+    std::string bytes = good;
+    bytes.at(at) = byte;
+    return bytes;
+  };
+  const struct {
+    const char* name;
+    std::string bytes;
+    Access access;
+    const char* reason;
+  } cases[] = {
+      {"text.db", "This is no database, but a letter to its owner.\n", Access::readWrite, "no settings"},
+      {"other.db", patched(71, 1), Access::readWrite, "no settings database"},  // application id
+      {"later.db", patched(63, 2), Access::readWrite, "later version"},         // user version
+      {"page.db", patched(2 * 4096, 77), Access::readWrite, "damaged"},         // kind of a page
+      {"page.db", patched(2 * 4096, 77), Access::readOnly, "damaged"},
+      {"schema.db", patched(100, 77), Access::readWrite, "damaged"},
+      {"empty.db", "", Access::readOnly, "no settings database"},
+  };
+  for (const auto& c : cases) {
+    Write(Path(c.name), c.bytes);
+    CResourceSea sea;
+    EXPECT_FALSE(sea.Open(Text(Path(c.name)), c.access)) << c.name;
+    EXPECT_THAT(TakeLog(), testing::AllOf(HasSubstr(c.name), HasSubstr(c.reason)));
+    EXPECT_FALSE(sea.IsOpen() || sea.LookupSetInt(L"a", 0, 1) || sea.RemoveEntry(L"a"));
+    EXPECT_EQ(sea.LookupInt(L"old", 0, -3), -3);
+    EXPECT_EQ(Bytes(Path(c.name)), c.bytes) << c.name;
+    EXPECT_THAT(TakeLog(), IsEmpty());
+  }
+  // Cut short; SQLite takes a file of a single byte for an empty one.
+  for (std::size_t n = 2; n < good.size(); n += n < 4200 ? 97 : 1021) {
+    Write(Path("cut.db"), good.substr(0, n));
+    EXPECT_FALSE(CResourceSea(Text(Path("cut.db"))).IsOpen()) << n;
+    EXPECT_EQ(Bytes(Path("cut.db")).size(), n);
+    EXPECT_THAT(TakeLog(), HasSubstr("damaged")) << n;
+  }
+  EXPECT_FALSE(CResourceSea(Text(Path("missing.db")), Access::readOnly).IsOpen());
+  EXPECT_FALSE(fs::exists(Path("missing.db")));
+  for (const char* name : {"", "no folder/x.db"}) EXPECT_FALSE(CResourceSea(Text(Path(name))).IsOpen());
+  EXPECT_THAT(TakeLog(), HasSubstr("does not exist"));
+  EXPECT_FALSE(CResourceSea(L"").IsOpen());
+}
+
+TEST_F(SettingsDatabase, ReadOnlyReadsAndWritesNothing) {
+  const fs::path path = MakeDatabase("read.db");
+  const std::string before = Bytes(path);
+  CResourceSea sea(Text(path), Access::readOnly);
+  EXPECT_TRUE(sea.IsOpen() && sea.IsReadOnly());
+  EXPECT_EQ(sea.LookupInt(L"old", 1999, 0), 5);
+  EXPECT_FALSE(sea.LookupSetInt(L"old", 0, 6));
+  EXPECT_THAT(TakeLog(), HasSubstr("only be read"));
+  EXPECT_FALSE(sea.RemoveEntry(L"old"));
+  EXPECT_EQ(Bytes(path), before);
+  EXPECT_TRUE(CResourceSea(Text(path)).LookupSetInt(L"old", 0, 6));  // readers lock out no writer
+  EXPECT_EQ(sea.LookupInt(L"old", 0, 0), 6);
+}
+
+TEST_F(SettingsDatabase, TransactionsAreWholeOrNotAtAll) {
+  CResourceSea sea(Text(Path("transaction.db")));
+  const auto write = [&sea](int value, int index, bool commit) {
+    CResourceSea::Transaction outer(sea);
+    sea.LookupSetInt(L"a", 0, value);
+    EXPECT_EQ(sea.LookupInt(L"a", 0, 0), value);
+    CResourceSea::Transaction inner(sea);
+    sea.LookupSetInt(L"b", index, value);
+    inner.Commit();
+    return commit && outer.Commit() && !outer.Commit();
+  };
+  const auto values = [&sea] { return std::pair(sea.LookupInt(L"a", 0, 0), sea.LookupInt(L"b", 0, 0)); };
+  EXPECT_TRUE(write(1, 0, true));
+  EXPECT_FALSE(write(2, 0, false));
+  EXPECT_THAT(values(), Pair(1, 1));
+  EXPECT_FALSE(write(3, -1, true));  // one of the writes fails
+  EXPECT_THAT(values(), Pair(1, 1));
+  EXPECT_TRUE(write(4, 0, true));
+  EXPECT_THAT(values(), Pair(4, 4));
+  CResourceSea::Transaction closed(sea);
+  sea.LookupSetInt(L"a", 0, 5);
+  sea.Close();
+  EXPECT_FALSE(closed.Commit());
+  sea.Open(Text(Path("transaction.db")));
+  EXPECT_THAT(values(), Pair(4, 4));
+}
+
+/// Adds 1 to a value, many times; true when all went well.
+bool CountUp(CResourceSea& sea, int times) {
+  bool fine = sea.IsOpen();
+  for (int i = 0; i < times; ++i) {
+    CResourceSea::Transaction transaction(sea);
+    fine &= sea.LookupSetInt(L"count", 0, sea.LookupInt(L"count", 0, 0) + 1);
+    fine &= transaction.Commit();
+  }
+  return fine;
+}
+
+TEST_F(SettingsDatabase, ProcessesThatWriteAtOnceLoseNothing) {
+  const CString path = Text(Path("shared.db"));  // they also race for creating it
+  std::vector<pid_t> children;
+  for (int i = 0; i < 3; ++i) {
+    children.push_back(Fork([&path] {
+      CResourceSea sea(path);
+      return CountUp(sea, 30);
+    }));
+  }
+  for (const pid_t child : children) {
+    int status = -1;
+    EXPECT_EQ(waitpid(child, &status, 0), child);
+    EXPECT_EQ(status, 0);
+  }
+  EXPECT_EQ(CResourceSea(path).LookupInt(L"count", 0, 0), 90);
+}
+
+TEST_F(SettingsDatabase, ThreadsShareOneObject) {
+  CResourceSea sea(L":memory:");
+  std::vector<std::thread> threads;
+  for (int i = 0; i < 4; ++i) threads.emplace_back([&sea] { EXPECT_TRUE(CountUp(sea, 100)); });
+  for (std::thread& thread : threads) thread.join();
+  EXPECT_EQ(sea.LookupInt(L"count", 0, 0), 400);
+}
+
+TEST_F(SettingsDatabase, WriterKilledInTheMiddleLeavesTheOldValues) {
+  const fs::path path = MakeDatabase("killed.db");
+  int written[2];
+  ASSERT_EQ(pipe(written), 0);
+  const pid_t child = Fork([&] {
+    CResourceSea sea(Text(path));
+    CResourceSea::Transaction transaction(sea);
+    sea.LookupSetInts(L"old", 0, std::vector<int>(2000, 6));
+    // More than is kept in memory: the file itself is changed.
+    sea.LookupSetInts(CString(std::wstring(200, L'n')), 0, std::vector<int>(40000, 6));
+    const bool told = write(written[1], "", 1) == 1;
+    pause();
+    return told;
+  });
+  char byte = 1;
+  ASSERT_EQ(read(written[0], &byte, 1), 1);
+  kill(child, SIGKILL);
+  waitpid(child, nullptr, 0);
+  close(written[0]);
+  close(written[1]);
+  ASSERT_TRUE(fs::exists(path.string() + "-journal"));
+  for (const Access access : {Access::readOnly, Access::readWrite}) {
+    CResourceSea sea(Text(path), access);
+    ASSERT_TRUE(sea.IsOpen()) << TakeLog();
+    EXPECT_THAT(sea.Paths(), ElementsAre(L"old"));
+    const auto values = sea.Values(L"old");
+    EXPECT_EQ(values.size(), 2000u);
+    for (const auto& [index, value] : values) ASSERT_EQ(value, 5) << index;
+  }
+  EXPECT_TRUE(CResourceSea(Text(path)).LookupSetInt(L"old", 0, 7));
+}
+
+TEST_F(SettingsDatabase, ApplicationOpensTheFileThatIsNamed) {
+  const std::string home = Path("home").string();
+  const struct {
+    const char *settings, *config, *home;
+    std::string expected;
+  } cases[] = {{"/x/y.db", "/config", "/home", "/x/y.db"},
+               {"", "/config", "/home", "/config/umlauf/settings.db"},
+               {"", "relative", "/home", "/home/.config/umlauf/settings.db"},
+               {"", "", home.c_str(), home + "/.config/umlauf/settings.db"}};
+  for (const auto& c : cases) {
+    setenv("UMLAUF_SETTINGS", c.settings, 1);
+    setenv("XDG_CONFIG_HOME", c.config, 1);
+    setenv("HOME", c.home, 1);
+    EXPECT_EQ(CSeaBase::ApplicationPath().ToUtf8(), c.expected);
+  }
+  CResourceSea& sea = CSeaBase::ApplicationSea();  // its folder is made, too
+  EXPECT_TRUE(sea.LookupSetInt(L"a", 0, 1));
+  EXPECT_EQ(CResourceSea(CString(cases[3].expected.c_str()), Access::readOnly).LookupInt(L"a", 0, 0), 1);
+  EXPECT_EQ(&CSeaBase::ApplicationSea(), &sea);
+}
+
+}  // namespace

@@ -1,0 +1,37 @@
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "umlauf/speed/DzPulsListe.h"
+
+/// A list as text, "samples mark value" for each entry: + rising, - falling, g gap corrected, o open. "3+2.75
+/// 4o4". Entries must follow each other without holes.
+inline std::string Text(const CDzPulsListe& list) {
+  std::string text;
+  std::uint64_t start = 0;
+  for (const PulsEntry& entry : list) {
+    EXPECT_EQ(entry.StartSample(), start);
+    start += entry.NrSamples();
+    const char mark = entry.IsOpen() ? 'o' : entry.IsGapCorrected() ? 'g' : entry.IsLoFlank() ? '-' : '+';
+    char item[64];
+    std::snprintf(item, sizeof item, " %llu%c%.6g", static_cast<unsigned long long>(entry.NrSamples()), mark,
+                  static_cast<double>(entry.Value()));
+    text += text.empty() ? item + 1 : item;
+  }
+  return text;
+}
+
+/// A completed list of rising pulses, (samples, value) each, and `rest` samples behind them, at 1000
+/// samples/s.
+inline CDzPulsListe Pulses(const std::vector<std::pair<std::uint64_t, float>>& pulses, std::uint64_t rest) {
+  CDzPulsListe list;
+  for (const auto& [samples, value] : pulses) list.AddEntry(samples, value);
+  list.CompletePulsList(rest);
+  list.SetSampleRate(1000.0f);
+  return list;
+}

@@ -1,0 +1,186 @@
+#include "umlauf/typed/Description.h"
+
+#include <climits>
+#include <limits>
+
+#include "typed/TypedTestSupport.h"
+
+namespace {
+
+using Y = CYChannelDescriptionInterface;
+
+TEST(ChannelDescription, AxisPositions) {
+  CXChannelDescription x;
+  x.Len(10);
+  x.BeginIdx(2);
+  x.Delta(0.5f);
+  x.Start(7.0f);
+  EXPECT_EQ(x.pod().x0, 6.0f);
+  EXPECT_EQ(x.Start(), 7.0f);
+  EXPECT_EQ(x.Len(), 8u);
+  EXPECT_EQ(x.XLen(), 4.0f);
+  EXPECT_EQ(x.Idx(7.25f), 2.5f);
+  x.EndIdx(1);  // before the beginning
+  EXPECT_EQ(x.Len(), 0u);
+  EXPECT_EQ(x.XLen(), 0.0f);
+}
+
+TEST(ChannelDescription, TisModes) {
+  // coding, bit 6, bit 5
+  const int expected[][4] = {{3, 0, 0, 1},  {3, 0, 1, 1},  {3, 1, 0, 4},  {3, 1, 1, 4}, {12, 0, 1, 2},
+                             {12, 0, 0, 3}, {12, 1, 1, 5}, {12, 1, 0, 6}, {2, 1, 1, 0}, {0, 0, 0, 0}};
+  for (const auto& [coding, bit6, bit5, mode] : expected) {
+    CYChannelDescription y;
+    y.ChannelCoding(static_cast<std::uint32_t>(coding));
+    y.SetCodingFlag(6, bit6 != 0);
+    y.SetCodingFlag(5, bit5 != 0);
+    y.SetCodingFlag(2, true);
+    y.SetCodingFlag(32, true);
+    EXPECT_EQ(y.TisMode(), mode) << coding << bit6 << bit5;
+    EXPECT_EQ(y.CodingFlags(), static_cast<std::uint32_t>(64 * bit6 + 32 * bit5 + 4));
+    y.SetCodingFlag(2, false);
+    EXPECT_FALSE(y.HasCoding(4));
+  }
+}
+
+TEST(ChannelDescription, CodingTests) {
+  const struct {
+    std::uint32_t coding;
+    bool (Y::*test)() const;
+  } cases[] = {{1, &Y::IsIntChannel},  {2, &Y::IsFloatChannel}, {3, &Y::IsTis24Channel},
+               {4, &Y::IsUIntChannel}, {5, &Y::IsInt16Channel}, {6, &Y::IsInt16x2Channel},
+               {8, &Y::IsRawChannel}};
+  for (const auto& c : cases) {
+    for (std::uint32_t coding = 0; coding < 14; ++coding) {
+      CYChannelDescription y;
+      y.ChannelCoding(coding);
+      EXPECT_EQ((y.*c.test)(), coding == c.coding) << coding;
+    }
+  }
+}
+
+TEST(ChannelDescription, ChannelSettersReplaceWhatWasThere) {
+  const struct {
+    void (*set)(Y&);
+    std::uint32_t coding, flags;
+    int id, low, high;
+  } cases[] = {{[](Y& y) { y.SetFloatChannel(70000); }, 2, 0, 70000, 4464, 1},
+               {[](Y& y) { y.SetTisChannels(5, 7, true); }, 3, 65, 0x00070005, 5, 7},
+               {[](Y& y) { y.SetTisChannels(-1, -1, false); }, 3, 1, -1, -1, -1},
+               {[](Y& y) { y.SetTisChannels(0x8000, -2, false); }, 3, 1, -98304, 0x8000, -2},
+               {[](Y& y) { y.SetRIEChannel(9, true, true); }, 12, 96, 9, 9, 0},
+               {[](Y& y) { y.SetRIEChannel(9, false, false); }, 12, 0, 9, 9, 0},
+               {[](Y& y) { y.AppSigId(0x00070005), y.AppSigIdLwChan(-1); }, 77, 0xFF, 0x0007FFFF, -1, 7},
+               {[](Y& y) { y.AppSigId(0x00070005), y.AppSigIdHwChan(-1); }, 77, 0xFF, -65531, 5, -1}};
+  for (const auto& c : cases) {
+    CYChannelDescription y;
+    y.ChannelCoding(77);
+    y.CodingFlags(0xFF);
+    y.Coordinate(true);
+    c.set(y);
+    EXPECT_EQ(y.ChannelCoding(), c.coding);
+    EXPECT_EQ(y.CodingFlags(), c.flags);
+    EXPECT_EQ(y.Coordinate(), c.coding == 77);
+    EXPECT_EQ(y.AppSigId(), c.id);
+    EXPECT_EQ(y.AppSigIdLwChan(), c.low);
+    EXPECT_EQ(y.AppSigIdHwChan(), c.high);
+  }
+}
+
+TEST(Description, ElementsAndStrides) {
+  const struct {
+    std::uint32_t coding;
+    std::vector<std::uint32_t> lengths;
+    unsigned channels;
+    std::uint64_t elements;
+    std::vector<std::uint64_t> strides;
+  } cases[] = {{1, {10, 4}, 3, 120, {3, 30, 120, 120}},
+               {2, {10, 4}, 3, 120, {1, 10, 40, 40}},
+               {0, {10, 4}, 3, 0, {0, 0, 0}},
+               {3, {10, 4}, 3, 0, {0, 0, 0}},
+               {1, {}, 3, 3, {3, 3}},
+               {2, {10}, 0, 0, {1, 10}},
+               {1, {UINT32_MAX, UINT32_MAX, 2}, 1, UINT64_MAX, {1, UINT32_MAX, 18446744065119617025u}},
+               {2, {UINT32_MAX, UINT32_MAX, 2, 0}, 9, 0, {1}}};
+  for (const auto& c : cases) {
+    const CDescription d = Described(c.coding, c.lengths, c.channels);
+    EXPECT_EQ(d.elements(), c.elements);
+    for (unsigned i = 0; i < c.strides.size(); ++i) EXPECT_EQ(d.stride(i), c.strides[i]) << i;
+  }
+}
+
+// Ids of the y channels (100 = first of the old ones) or total lengths of the x dimensions.
+std::vector<int> Ids(const CDescription& d, unsigned n, bool x) {
+  std::vector<int> ids;
+  for (unsigned i = 0; i < n; ++i) ids.push_back(x ? static_cast<int>(d.X(i).Len()) : d.Y(i).AppSigId());
+  return ids;
+}
+
+TEST(Description, InsertingAndRemovingSlots) {
+  const struct {
+    bool insert;
+    unsigned pos, n, count;
+    std::vector<int> slots;
+  } cases[] = {{true, 1, 2, 5, {100, 101, 102, 101, 102}}, {true, 3, 1, 4, {100, 101, 102}},
+               {true, 0, 0, 3, {100, 101, 102}},           {true, 0, 29, 32, {100, 101, 102}},
+               {true, 1, 40, 32, {100, 101, 102}},        // only what is free
+               {true, 50, 2, 5, {100, 101, 102}},         // behind the end is the end
+               {false, 0, 1, 2, {101, 102, 102}},         // freed slots are not cleared
+               {false, 1, UINT_MAX, 1, {100, 101, 102}},  // only what is there
+               {false, 7, 1, 3, {100, 101, 102}}};
+  for (const auto& c : cases) {
+    for (const bool x : {true, false}) {
+      CDescription d = Described(1, {100, 101, 102}, 3);
+      if (x) {
+        c.insert ? d.XInsert(c.pos, c.n) : d.XRemove(c.pos, c.n);
+      } else {
+        c.insert ? d.YInsert(c.pos, c.n) : d.YRemove(c.pos, c.n);
+      }
+      EXPECT_EQ(x ? d.XCount() : d.YCount(), c.count);
+      EXPECT_EQ(x ? d.YCount() : d.XCount(), 3u);
+      EXPECT_EQ(Ids(d, static_cast<unsigned>(c.slots.size()), x), c.slots) << c.pos << ' ' << c.n;
+    }
+  }
+}
+
+TEST(Description, FindsChannelsBySubChannelIds) {
+  CDescription d = Described(1, {1}, 5);
+  d.Y(1).SetTisChannels(5, 7, false);
+  d.Y(2).SetTisChannels(65535, -3, false);
+  d.Y(3).SetFloatChannel(0x00090008);  // no sub-channels
+  d.Y(4).SetFloatChannel(7);
+  const int cases[][3] = {{100, 0, 0}, {100, 1, -1},   {5, 0, 1},       {7, 0, 1},          {7, 2, 4},
+                          {-3, 0, 2},  {65535, 0, -1}, {9, 0, -1},      {0x00090008, 0, 3}, {-1, 0, -1},
+                          {7, -9, 1},  {7, 5, -1},     {7, INT_MAX, -1}};
+  for (const auto& [id, from, found] : cases) EXPECT_EQ(d.FindAppSigId(id, from), found) << id << ' ' << from;
+}
+
+TEST(Description, EqualityCoversAxesAndUnitsOnly) {
+  const struct {
+    void (*change)(CDescription&);
+    bool equal;
+  } cases[] = {{[](CDescription& d) { d.X(0).BeginIdx(3), d.X(0).EndIdx(4), d.X(0).AppSigId(8); }, true},
+               {[](CDescription& d) { d.Y(1).SetTisChannels(1, 2, true), d.Y(1).Gauge(9); }, true},
+               {[](CDescription& d) { d.X(1).Delta(9), d.Y(2).Unit().set_db(true); }, true},  // not in use
+               {[](CDescription& d) { d.SignalCoding(2); }, false},
+               {[](CDescription& d) { d.XInsert(1, 1); }, false},
+               {[](CDescription& d) { d.YRemove(0, 1); }, false},
+               {[](CDescription& d) { d.X(0).pod().length = 9; }, false},
+               {[](CDescription& d) { d.X(0).pod().x0 = 9; }, false},
+               {[](CDescription& d) { d.X(0).Delta(std::numeric_limits<float>::quiet_NaN()); }, false},
+               {[](CDescription& d) { d.X(0).Unit().logref(2); }, false},
+               {[](CDescription& d) { d.Y(1).Unit().set_power(2); }, false}};
+  for (std::size_t i = 0; i < std::size(cases); ++i) {
+    const CDescription a = Described(1, {10}, 2);
+    CDescription b(a);
+    cases[i].change(b);
+    EXPECT_EQ(a == b, cases[i].equal) << i;
+    EXPECT_EQ(b != a, !cases[i].equal) << i;
+  }
+  CDescription nan;
+  nan.XInsert(0, 1);
+  nan.X(0).Delta(std::numeric_limits<float>::quiet_NaN());
+  EXPECT_FALSE(nan == CDescription(nan));
+}
+
+}  // namespace

@@ -1,0 +1,30 @@
+#include "umlauf/platform/tramsea/CSeaBase.h"
+
+#include "umlauf/platform/os/os.h"
+#include "umlauf/platform/tramsea/CResourceSea.h"
+
+namespace os = umlauf::os;
+
+namespace {
+
+std::wstring DefaultFolder() {
+  const std::wstring config = os::UserConfigFolder();
+  return config.empty() ? config : config + L"/umlauf";
+}
+
+}  // namespace
+
+CString CSeaBase::ApplicationPath() {
+  if (const std::wstring named = os::Environment("UMLAUF_SETTINGS"); !named.empty()) return named;
+  const std::wstring folder = DefaultFolder();
+  return folder.empty() ? folder : folder + L"/settings.db";
+}
+
+CResourceSea& CSeaBase::ApplicationSea() {
+  static CResourceSea sea([] {
+    // The folder of a file that was named is its owner's business.
+    if (os::Environment("UMLAUF_SETTINGS").empty()) os::CreateFolders(DefaultFolder());
+    return ApplicationPath();
+  }());
+  return sea;
+}
