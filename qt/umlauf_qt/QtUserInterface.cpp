@@ -1,7 +1,10 @@
 #include "umlauf_qt/QtUserInterface.h"
 
 #include <QApplication>
+#include <QDir>
+#include <QFileDialog>
 #include <QMessageBox>
+#include <QRegularExpression>
 #include <QThread>
 #include <utility>
 
@@ -31,6 +34,36 @@ QMessageBox::Icon ToQt(CUserInterface::Icon icon) {
   }
 }
 
+/// From "text|*.xml;*.dbc|text|*.*||" to "text (*.xml *.dbc)", "text (*)". What the texts say of the patterns
+/// in parentheses goes.
+QStringList NameFilters(const QString& filter) {
+  static const QRegularExpression parentheses(R"(\s*\([^()]*\)\s*$)");
+  QStringList filters;
+  const QStringList fields = filter.split('|');
+  for (qsizetype i = 0; i + 1 < fields.size() && !fields[i].isEmpty(); i += 2) {
+    QString patterns = fields[i + 1];
+    patterns.replace("*.*", "*").replace(';', ' ');
+    filters << QString(fields[i]).remove(parentheses) + " (" + patterns + ")";
+  }
+  return filters;
+}
+
+bool IsPattern(const QString& name) { return name.contains('*') || name.contains('?'); }
+
+void SetUp(QFileDialog& box, const OpenFileDialog& dialog) {
+  box.setWindowTitle(ToQString(dialog.title));
+  box.setDirectory(ToQString(dialog.folder));
+  box.setAcceptMode(QFileDialog::AcceptOpen);
+  box.setFileMode(dialog.fileMustExist ? QFileDialog::ExistingFile : QFileDialog::AnyFile);
+  box.setDefaultSuffix(ToQString(dialog.defaultExtension).remove("*."));
+  const QStringList filters = NameFilters(ToQString(dialog.filter));
+  if (!filters.isEmpty()) box.setNameFilters(filters);
+  const QString name = ToQString(dialog.fileName);
+  if (!IsPattern(name)) return box.selectFile(name);
+  const QStringList shown = filters.filter(name);
+  if (!shown.isEmpty()) box.selectNameFilter(shown.front());
+}
+
 }  // namespace
 
 void CQtUserInterface::ShowMessage(const CString& text, Icon icon) {
@@ -41,6 +74,18 @@ void CQtUserInterface::ShowMessage(const CString& text, Icon icon) {
     box.setTextFormat(Qt::PlainText);
     box.exec();
   });
+}
+
+bool CQtUserInterface::AskForFile(const OpenFileDialog& dialog, CString& path) {
+  if (!HasApplication()) return CUserInterface::AskForFile(dialog, path);
+  bool chosen = false;
+  InUserInterfaceThread([&] {
+    QFileDialog box(window_);
+    SetUp(box, dialog);
+    chosen = box.exec() == QDialog::Accepted && !box.selectedFiles().isEmpty();
+    if (chosen) path = FromQString(QDir::toNativeSeparators(box.selectedFiles().front()));
+  });
+  return chosen;
 }
 
 std::unique_ptr<CComboBoxControl> CQtUserInterface::CreateComboBoxControl() {

@@ -2,9 +2,12 @@
 #include <gtest/gtest.h>
 
 #include <QApplication>
+#include <QDir>
+#include <QFileDialog>
 #include <QKeyEvent>
 #include <QMessageBox>
 #include <QPushButton>
+#include <QTemporaryDir>
 #include <QTimer>
 #include <memory>
 #include <thread>
@@ -38,11 +41,15 @@ void Press(QWidget& widget, int key) {
 /// Does something with the modal dialog that comes up next.
 template <class Dialog, class Use>
 void WithNextDialog(Use use) {
-  QTimer::singleShot(0, qApp, [use] {
+  auto* timer = new QTimer(qApp);
+  QObject::connect(timer, &QTimer::timeout, timer, [timer, use] {
     auto* dialog = qobject_cast<Dialog*>(QApplication::activeModalWidget());
-    ASSERT_NE(dialog, nullptr);
+    if (dialog == nullptr) return;
+    timer->stop();
+    timer->deleteLater();
     use(*dialog);
   });
+  timer->start(1);
 }
 
 TEST_F(Qt6, ControlAnswersAsTheWindowlessOne) {
@@ -138,6 +145,36 @@ TEST_F(Qt6, MessagesOfEveryThreadAreShownAndWaitedFor) {
   });
   while (!done) QApplication::processEvents(QEventLoop::WaitForMoreEvents);
   worker.join();
+}
+
+TEST_F(Qt6, FileDialogShowsWhatIsAskedForAndReturnsTheFile) {
+  QTemporaryDir folder;
+  const QString file = folder.filePath(QString::fromUtf8("Größen.xml"));
+  ASSERT_TRUE(QFile(file).open(QIODevice::WriteOnly));
+  OpenFileDialog dialog;
+  dialog.title = L"Load";
+  dialog.folder = FromQString(folder.path());
+  dialog.fileName = L"*.xml";
+  dialog.defaultExtension = L"*.xml";
+  dialog.filter = L"All (*.*)|*.*|Messages (*.xml)|*.xml;*.dbc||";
+  CString path = L"before";
+  const QString current = QDir::currentPath();
+
+  WithNextDialog<QFileDialog>([](QFileDialog& box) { box.reject(); });
+  EXPECT_FALSE(CUserInterface::Get().AskForFile(dialog, path));
+  EXPECT_EQ(path, L"before");
+  WithNextDialog<QFileDialog>([&folder, &file](QFileDialog& box) {
+    EXPECT_EQ(box.windowTitle(), "Load");
+    EXPECT_EQ(box.directory(), QDir(folder.path()));
+    EXPECT_EQ(box.nameFilters(), QStringList({"All (*)", "Messages (*.xml *.dbc)"}));
+    EXPECT_EQ(box.selectedNameFilter(), "Messages (*.xml *.dbc)");
+    EXPECT_EQ(box.fileMode(), QFileDialog::ExistingFile);
+    box.selectFile(file);
+    static_cast<QDialog&>(box).accept();
+  });
+  EXPECT_TRUE(CUserInterface::Get().AskForFile(dialog, path));
+  EXPECT_EQ(path, FromQString(QDir::toNativeSeparators(file)));
+  EXPECT_EQ(QDir::currentPath(), current);
 }
 
 TEST_F(Qt6, UnitConverterFollowsEveryChoice) {
