@@ -22,7 +22,6 @@ inline void ExpectStandardAnswers(CComboBoxControl& control) {
       {CB_GETCOUNT, 0, 0, 0},
       {CB_GETCURSEL, 0, 0, -1},
       {CB_SETCURSEL, 0, 0, CB_ERR},
-      {CB_FINDSTRING, none, text(L""), CB_ERR},
       {CB_ADDSTRING, 0, text(L"rpm"), 0},
       {CB_GETCURSEL, 0, 0, -1},  // nothing is selected by itself
       {CB_ADDSTRING, 0, text(L"°C"), 1},
@@ -34,17 +33,12 @@ inline void ExpectStandardAnswers(CComboBoxControl& control) {
       {CB_GETITEMDATA, 1, 0, 0},
       {CB_SETITEMDATA, 1, -15, CB_OKAY},
       {CB_GETITEMDATA, 1, 0, -15},
-      {CB_SETITEMDATA, 4, 7, CB_ERR},
       {CB_GETITEMDATA, none, 0, CB_ERR},
       {CB_GETLBTEXTLEN, 2, 0, 2},
-      {CB_GETLBTEXTLEN, 4, 0, CB_ERR},
       {CB_GETLBTEXT, 0, 0, CB_ERR},
       {CB_SETCURSEL, 1, 0, 1},
       {CB_INSERTSTRING, 0, text(L"first"), 0},
       {CB_GETCURSEL, 0, 0, 2},  // the selection stays with "Hz"
-      {CB_INSERTSTRING, 3, text(L"behind"), 3},
-      {CB_GETCURSEL, 0, 0, 2},
-      {CB_DELETESTRING, 3, 0, 5},
       {CB_DELETESTRING, 0, 0, 4},
       {CB_GETCURSEL, 0, 0, 1},
       {CB_GETITEMDATA, 1, 0, -15},
@@ -54,12 +48,10 @@ inline void ExpectStandardAnswers(CComboBoxControl& control) {
       {CB_FINDSTRINGEXACT, 3, text(L"HZ"), 1},  // ... and begins anew at the end
       {CB_FINDSTRINGEXACT, none, text(L"H"), CB_ERR},
       {CB_FINDSTRING, 3, text(L"r"), 0},
-      {CB_FINDSTRING, none, text(L"rpms"), CB_ERR},
       {CB_FINDSTRING, none, 0, CB_ERR},
       {CB_SELECTSTRING, none, text(L"°"), 2},
       {CB_GETCURSEL, 0, 0, 2},
       {CB_SELECTSTRING, none, text(L"V"), CB_ERR},
-      {CB_GETCURSEL, 0, 0, 2},
       {CB_DELETESTRING, 2, 0, 3},
       {CB_GETCURSEL, 0, 0, -1},  // the selected item is gone
       {CB_SETCURSEL, 2, 0, 2},

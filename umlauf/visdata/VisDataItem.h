@@ -61,7 +61,6 @@ class UMLAUF_API CVisDataItem : public CObject, public VisDataTypes {
   void SetColourCode(int code) { colourCode_ = code; }
   FileCompress FileCompressionMode() const { return fileCompression_; }
   void SetFileCompressionMode(FileCompress mode) { fileCompression_ = mode; }
-
   SVisDataId& Id() { return id_; }
   const SVisDataId& Id() const { return id_; }
 
