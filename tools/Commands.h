@@ -9,6 +9,7 @@ namespace umlauf::tool {
 void AddSpeedCommand(CLI::App& app);
 void AddInfoCommand(CLI::App& app);
 void AddPlotCommand(CLI::App& app);
+void AddSettingsCommand(CLI::App& app);
 void AddUnitCommand(CLI::App& app);
 void AddSimulateCommand(CLI::App& app);
 

@@ -30,6 +30,7 @@ int main(int argc, char** argv) {
   umlauf::tool::AddPlotCommand(app);
   umlauf::tool::AddUnitCommand(app);
   umlauf::tool::AddSimulateCommand(app);
+  umlauf::tool::AddSettingsCommand(app);
   try {
     app.parse(argc, argv);
     return 0;
