@@ -28,6 +28,7 @@ int main(int argc, char** argv) {
   umlauf::tool::AddSpeedCommand(app);
   umlauf::tool::AddInfoCommand(app);
   umlauf::tool::AddPlotCommand(app);
+  umlauf::tool::AddPairsCommand(app);
   umlauf::tool::AddUnitCommand(app);
   umlauf::tool::AddSimulateCommand(app);
   umlauf::tool::AddSettingsCommand(app);
