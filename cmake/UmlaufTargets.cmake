@@ -4,7 +4,9 @@ add_library(umlauf_options INTERFACE)
 target_compile_options(umlauf_options INTERFACE
   $<$<CXX_COMPILER_ID:GNU,Clang,AppleClang>:-Wall -Wextra -Wpedantic -Wshadow -Wconversion
     # No contraction across stated steps: a product and a sum round separately everywhere.
-    -ffp-contract=off>)
+    -ffp-contract=off
+    # Nobody replaces our functions at load time: calls within the library may be inlined.
+    -fno-semantic-interposition>)
 if(UMLAUF_WARNINGS_AS_ERRORS)
   target_compile_options(umlauf_options INTERFACE $<$<CXX_COMPILER_ID:GNU,Clang,AppleClang>:-Werror>)
 endif()

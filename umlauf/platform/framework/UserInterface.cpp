@@ -17,6 +17,8 @@ std::atomic<CUserInterface*> g_current{nullptr};
 
 void CUserInterface::ShowMessage(const CString& text, Icon) { PrWin::Output(PrWin::note, L"%s\n", text); }
 
+bool CUserInterface::AskForFile(const OpenFileDialog&, CString&) { return false; }
+
 CUserInterface& CUserInterface::Get() {
   CUserInterface* current = g_current.load();
   return current != nullptr ? *current : Default();

@@ -109,5 +109,9 @@ UMLAUF_API void ThresholdMasks(const float* x, std::size_t n, float upper, float
                                std::uint64_t* below);
 /// Number of elements that equal a value (NaN equals nothing).
 UMLAUF_API std::size_t CountEqual(const float* x, std::size_t n, float value);
+/// Index of the first of words[0], words[stride], ... (n words) for which (word & mask) == pattern; n when
+/// there is none. The memory may hold other 32-bit data, such as floats. Here a stride of 0 is allowed.
+UMLAUF_API std::size_t FindMasked(const std::uint32_t* words, std::size_t n, std::size_t stride,
+                                  std::uint32_t mask, std::uint32_t pattern);
 
 }  // namespace QVL

@@ -1,0 +1,98 @@
+#include "umlauf/can/CanMessageDecoder.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <bit>
+#include <clocale>
+
+#include "umlauf/platform/framework/UserInterface.h"
+
+namespace {
+
+TEST(CanMessageDecoder, KeepsApplicationSignals) {
+  CCanMessageDecoderBase decoder;
+  for (int id = 100; id > 0; --id) decoder.AppSignalBekanntmachen(id, L"first");
+  decoder.AppSignalBekanntmachen(98, L"renamed");
+  EXPECT_EQ(decoder.NumAppSignals(), 100u);
+  EXPECT_EQ(decoder.AppSignal(2), L"renamed");
+  EXPECT_EQ(decoder.AppSignalId(99), 1);
+  EXPECT_EQ(decoder.AppSignal(100), L"");
+  EXPECT_EQ(decoder.AppSignalId(100), -1);
+  decoder.AppSigIdSammeln(98);
+  decoder.AppSigIdSammeln(1000);
+  decoder.AppSignalBekanntmachen(98, L"again");
+  EXPECT_TRUE(decoder.AppSigIdGesehen(98));
+  EXPECT_FALSE(decoder.AppSigIdGesehen(97));
+  EXPECT_FALSE(decoder.AppSigIdGesehen(1000));
+  decoder.AppSignalListeNeustart();
+  EXPECT_EQ(decoder.NumAppSignals(), 0u);
+  EXPECT_FALSE(decoder.AppSigIdGesehen(98));
+}
+
+TEST(CanMessageDecoder, DemoPreparesResultsAndDecodesNothing) {
+  CCanMessageDecoderDemo first;
+  const std::unique_ptr<CCanMessageDecoderBase> made = first.Create();
+  auto* demo = dynamic_cast<CCanMessageDecoderDemo*>(made.get());
+  ASSERT_NE(demo, nullptr);
+  EXPECT_EQ(CCanMessageDecoderBase().Create(), nullptr);
+  demo->AppSignalBekanntmachen(7, L"a");
+  demo->AppSignalBekanntmachen(-3, L"b");
+  demo->AppSigIdSammeln(7);
+  for (const unsigned length : {8u, 200u, 3u}) {
+    EXPECT_EQ(demo->DecodeCanMessage({0xAA000055 | length << 16, 0, {}}), 0u);
+  }
+  EXPECT_EQ(demo->MaxMessageLen(), 200u);
+  demo->StartDecoderSession();
+  EXPECT_EQ(demo->MaxMessageLen(), 0u);
+  EXPECT_FALSE(demo->AppSigIdGesehen(7));
+  ASSERT_EQ(demo->NumResults(), 2u);
+  EXPECT_EQ(demo->ResultId(0), 7);
+  EXPECT_EQ(demo->ResultId(1), -3);
+  EXPECT_EQ(demo->ResultValue(1), 0.0);
+  EXPECT_EQ(std::bit_cast<std::uint32_t>(demo->ResultFactor(1)), 0x3EA0EA0Fu);
+  EXPECT_EQ(demo->DecodeCanMessage({}), 0u);
+  EXPECT_EQ(demo->NumResults(), 0u);
+  EXPECT_EQ(demo->MaxMessageLen(), 0u);
+}
+
+/// Answers a dialog, and leaves another numeric locale behind when the system has one.
+class Answer : public CUserInterface {
+ public:
+  explicit Answer(bool confirms) : confirms_(confirms) { Set(this); }
+  ~Answer() override { Set(nullptr); }
+  bool AskForFile(const OpenFileDialog& dialog, CString& path) override {
+    shown = dialog;
+    path = L"/data/vehicle.xml";
+    for (const char* name : {"de_DE.UTF-8", "C.UTF-8"}) {
+      if (std::setlocale(LC_NUMERIC, name) != nullptr) break;
+    }
+    return confirms_;
+  }
+  OpenFileDialog shown;
+
+ private:
+  bool confirms_;
+};
+
+TEST(CanMessageDecoder, AsksForADescription) {
+  CString path = L"before";
+  EXPECT_FALSE(CCanMessageDecoderBase::AskForDecoderXmlFile(path));  // no user interface
+  {
+    const Answer cancels(false);
+    EXPECT_FALSE(CCanMessageDecoderBase::AskForDecoderXmlFile(path));
+    EXPECT_EQ(path, L"before");
+  }
+  const Answer confirms(true);
+  EXPECT_TRUE(CCanMessageDecoderBase::AskForDecoderXmlFile(path));
+  EXPECT_EQ(path, L"/data/vehicle.xml");
+  EXPECT_STREQ(std::setlocale(LC_NUMERIC, nullptr), "C");
+  const OpenFileDialog& shown = confirms.shown;
+  EXPECT_EQ(shown.title, L"Load Decoder File");
+  EXPECT_EQ(shown.filter, L"XML Files (*.xml)|*.xml|All Files (*.*)|*.*||");
+  EXPECT_EQ(shown.fileName, L"*.xml");
+  EXPECT_EQ(shown.defaultExtension, L"*.xml");
+  EXPECT_TRUE(shown.explorerStyle && shown.resizable && shown.fileMustExist && shown.keepCurrentFolder);
+}
+
+}  // namespace

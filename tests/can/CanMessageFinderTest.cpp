@@ -1,0 +1,223 @@
+#include "umlauf/can/CanMessageFinder.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <memory>
+
+#include "can/CanStreams.h"
+#include "umlauf/can/CanMessageCompressor.h"
+
+namespace {
+
+using testing::ElementsAre;
+using testing::ElementsAreArray;
+
+constexpr ULONG H4 = Header(4), H8 = Header(8);
+
+TEST(CanMessageFinder, KnowsHeaders) {
+  const struct {
+    std::uint32_t word;
+    bool header;
+  } cases[] = {{0xAA015555, true},  {0xAA010055, true},  {0xAA40FF55, true},  {0xAA000055, false},
+               {0xAA410055, false}, {0xAAFF0055, false}, {0xAB080055, false}, {0xAA080054, false}};
+  for (const auto& c : cases) EXPECT_EQ(IsCanHeader(c.word), c.header) << std::hex << c.word;
+}
+
+TEST(CanMessageFinder, FindsMessagesByTheRules) {
+  const struct {
+    const char* what;
+    std::vector<ULONG> words;
+    int channel1, channel2;
+    unsigned stride;
+    std::vector<Found> expected;
+  } cases[] = {
+      {"two and a rest", {9, H4, 7, 8, H8, 5, 6, 7, 0}, 0, -1, 1, {{1, {H4, 7, 8}}, {4, {H8, 5, 6, 7}}}},
+      {"whole words only",
+       {Header(7), 1, 2, Header(3), 4, 5, 6},
+       0,
+       -1,
+       1,
+       {{0, {Header(7), 1, 2}}, {3, {Header(3), 4}}}},
+      {"lengths not valid", {Header(0), Header(65), H4, 1, 2, 3}, 0, -1, 1, {{2, {H4, 1, 2}}}},
+      {"the last 3 are not tested", {0, H4, 1, 2}, 0, -1, 1, {}},
+      {"fits", {0, Header(12), Header(1), 2, 3, 4}, 0, -1, 1, {{1, {Header(12), Header(1), 2, 3, 4}}}},
+      {"a cut one ends the search", {0, Header(16), Header(1), 2, 3, 4}, 0, -1, 1, {}},
+      {"second of three", {H4, H4, 0, 1, 1, 1, 2, 2, 2, 3, 3, 3}, 1, -1, 3, {{0, {H4, 1, 2}}}},
+      {"no second one", {H8, 1, 2, 3}, 0, 1, 1, {{0, {H8, 1, 2, 3}}}},
+      {"twice the same", {H8, 9, 1, 9, 2, 9, 3, 9}, 0, 0, 2, {{0, {H8, 1, 2, 3}}}},
+      {"header in the first", {0, 0, H8, 1, 2, 3, 0, 0}, 0, 1, 2, {{1, {H8, 1, 2, 3}}}},
+      {"the word that follows", {0, 0, H8, 1, 2, 3, 0, 0}, 1, 0, 2, {{1, {H8, 2, 2}}}},
+      {"the word that follows", {1, 2, H8, 3, 4, 5, 6, 6, 6}, 0, 2, 3, {{0, {H8, 2, 5, 4}}}},
+      {"behind the block is 0", {H8, 1, 2, 3}, 1, 0, 2, {{0, {H8, 2, 2}}}},
+      {"headers in both", {H4, H8, 1, 2, 3, 4}, 0, 1, 2, {{0, {H4, H8}}}},
+      {"the last one is not tested", {0, 0, H4, 1}, 0, 1, 2, {}},
+      {"cut", {H8, 0, 1, 2, Header(16), 1, 2, 3}, 0, 1, 2, {{0, {H8, 0, 1, 2}}}},
+      {"negative channel", {H8, 1, 2, 3}, -1, -1, 1, {}},
+      {"first of two behind the frame", {H8, 1, 2, 3, H8, 1, 2, 3}, 4, 0, 2, {}},
+  };
+  for (const auto& c : cases) {
+    CCanMessageFinder finder;
+    const unsigned samples = static_cast<unsigned>(c.words.size()) / c.stride;
+    finder.StartSearchBlock(c.words.data(), samples, c.channel1, c.channel2, c.stride);
+    EXPECT_EQ(FindAll(finder), c.expected) << c.what;
+    EXPECT_FALSE(finder.FindNextMessage()) << c.what;
+  }
+}
+
+TEST(CanMessageFinder, StartsInTheResetStateAndTakesNoBlock) {
+  CCanMessageFinder finder;
+  EXPECT_THAT(Words(finder.Message()), ElementsAre(0xAA00FF55u));
+  EXPECT_FALSE(finder.FindNextMessage());
+  finder.StartSearchBlock(nullptr, 100, 0, -1, 1);
+  EXPECT_FALSE(finder.FindNextMessage());
+  const ULONG words[] = {Header(8), 1, 2, 3, Header(1), 9, 9, 9};
+  EXPECT_EQ(finder.IsValidMessageData1C(words + 1), 0u);
+  EXPECT_EQ(finder.IsValidMessageData1C(words), 4u);
+  EXPECT_EQ(finder.IsValidMessageData1C(words + 4), 2u);
+  EXPECT_THAT(Words(finder.Message()), ElementsAre(Header(1), 9));  // nothing of the message before
+  EXPECT_EQ(finder.IsValidMessageData2C(words, words + 2), 2u);
+  EXPECT_THAT(Words(finder.Message()), ElementsAre(Header(8), 2, 1, 3));
+  EXPECT_EQ(finder.IsValidMessageData2C(words + 1, words), 2u);
+  EXPECT_THAT(Words(finder.Message()), ElementsAre(Header(8), 2, 1, 3));
+}
+
+/// The rules read word by word, on a block of whole frames.
+std::vector<Found> FindPlainly(const std::vector<ULONG>& words, int channel1, int channel2, unsigned stride) {
+  const auto samples = static_cast<unsigned>(words.size() / stride);
+  const auto at = [&](unsigned sample, int channel) {
+    const std::size_t i = std::size_t{sample} * stride + static_cast<unsigned>(channel);
+    return i < std::size_t{samples} * stride ? words[i] : 0;
+  };
+  const bool two = channel2 >= 0 && channel2 != channel1 && static_cast<unsigned>(channel2) < stride;
+  std::vector<Found> all;
+  for (unsigned i = 0; samples - i >= (two ? 2u : 4u);) {
+    const bool inFirst = IsCanHeader(at(i, channel1)), inSecond = two && IsCanHeader(at(i, channel2));
+    if (!inFirst && !inSecond) {
+      ++i;
+      continue;
+    }
+    const unsigned length = CanDataLength(at(i, inFirst ? channel1 : channel2));
+    const unsigned used = two ? (length >> 3) + 1 : (length >> 2) + 2;
+    if (used > samples - i) break;
+    Found found{i, {}};
+    for (unsigned k = 0; k < used; ++k) {
+      found.words.push_back(at(i + k, inFirst ? channel1 : channel2));
+      if (two) found.words.push_back(at(i + k, inFirst ? channel2 : channel1 + 1));
+    }
+    while (found.words.back() == 0) found.words.pop_back();
+    all.push_back(found);
+    i += used;
+  }
+  return all;
+}
+
+TEST(CanMessageFinder, AgreesWithAPlainReadingOfTheRules) {
+  std::mt19937 random(5);
+  for (int round = 0; round < 600; ++round) {
+    const auto stride = static_cast<unsigned>(1 + random() % 5);
+    const std::size_t samples = round % 20 == 0 ? 30000 + random() % 50000 : random() % 200;
+    const std::vector<ULONG> stream = RandomStream(samples * stride, round % 2 == 0 ? 4 : 3000, random);
+    const int channel1 = static_cast<int>(random() % stride);
+    const int channel2 = static_cast<int>(random() % (stride + 2)) - 1;
+    CCanMessageFinder finder;
+    finder.StartSearchBlock(stream.data(), static_cast<unsigned>(samples), channel1, channel2, stride);
+    ASSERT_EQ(FindAll(finder), FindPlainly(stream, channel1, channel2, stride))
+        << "round " << round << ": " << samples << " by " << stride << ", channels " << channel1 << " and "
+        << channel2;
+  }
+}
+
+TEST(CanMessageFinder, EditorCurveShowsLengths) {
+  const ULONG words[] = {0, Header(9), 1, 2, 3, H4, 1, 2, 0, 0};
+  CCanMessageFinder finder;
+  finder.StartSearchBlock(words, 10, 0, -1, 1);
+  ASSERT_TRUE(finder.FindNextMessage());
+  float curve[12];
+  std::fill(std::begin(curve), std::end(curve), 77.0f);
+  finder.GenerateWavEditorCurve(curve, 11, 0, -1, 1);
+  EXPECT_THAT(curve, ElementsAre(0, 9, 9, 9, 9, 4, 4, 4, 0, 0, 0, 77));
+  finder.GenerateWavEditorCurve(curve, 6, 1, 0, 2);  // five samples of two channels
+  EXPECT_THAT(curve, ElementsAre(9, 9, 4, 0, 0, 0, 4, 4, 0, 0, 0, 77)) << "pairs of words";
+  EXPECT_TRUE(finder.FindNextMessage()) << "the search goes on";
+  EXPECT_EQ(finder.SamplePos(), 5u);
+}
+
+std::vector<float> AsFloats(const std::vector<ULONG>& words) {
+  std::vector<float> floats(words.size());
+  if (!words.empty()) std::memcpy(floats.data(), words.data(), words.size() * sizeof(float));
+  return floats;
+}
+
+std::vector<std::uint32_t> AsWords(const std::vector<float>& floats) {
+  std::vector<std::uint32_t> words(floats.size());
+  if (!words.empty()) std::memcpy(words.data(), floats.data(), words.size() * sizeof(float));
+  return words;
+}
+
+TEST(CanMessageCompressor, KeepsMessagesWhole) {
+  // Messages of one data word among 120 samples.
+  std::vector<ULONG> stream(120);
+  for (const unsigned i : {10u, 40u, 60u, 110u}) {
+    stream[i] = H4;
+    stream[i + 1] = stream[i + 2] = i;
+  }
+  const std::vector<float> in = AsFloats(stream);
+  const struct {
+    float ratio, phase;
+    unsigned outputs;
+    float phaseAfter;
+    std::vector<std::pair<unsigned, unsigned>> expected;  // output, message
+  } cases[] = {
+      // j = position / 2 + 1, at least 18 apart; that of sample 110 at 60 leaves, 42 is not 0: no repeat
+      {2.0f, 0.0f, 60, 0.0f, {{6, 10}, {24, 40}, {42, 60}, {60, 110}}},
+      // 60 would begin behind the 30 outputs: left out; 40 leaves and comes again at 12, where 10 has a 0
+      {4.0f, 0.0f, 30, 0.0f, {{3, 10}, {21, 40}, {12, 40}}},
+      {1.0f, 0.5f, 120, 0.5f, {{10, 10}, {40, 40}, {60, 60}, {110, 110}, {102, 110}}},
+      {12.0f, 0.0f, 10, 0.0f, {{1, 10}}},  // fewer than 18 outputs: no repeat
+      {0.0f, 0.5f, 0, 0.5f, {}},
+      {-1.0f, 0.5f, 0, 0.5f, {}},
+      {std::numeric_limits<float>::quiet_NaN(), 0.5f, 0, 0.5f, {}},
+      {1e-30f, 0.5f, 0, 0.5f, {}},
+  };
+  for (const auto& c : cases) {
+    for (const unsigned stride : {1u, 3u}) {
+      std::vector<float> out(std::size_t{c.outputs + 18} * stride, 5.0f), spread(in.size() * stride);
+      for (std::size_t i = 0; i < in.size(); ++i) std::memcpy(&spread[i * stride], &in[i], sizeof(float));
+      std::vector<std::uint32_t> expected = AsWords(out);
+      for (unsigned i = 0; i < c.outputs; ++i) expected[i * stride] = 0;
+      for (const auto& [output, message] : c.expected) {
+        const std::uint32_t words[18] = {H4, message, message};
+        for (unsigned k = 0; k < 18; ++k) expected[(output + k) * stride] = words[k];
+      }
+      float phase = c.phase;
+      CCanMessageCompressor compressor;
+      EXPECT_EQ(compressor.CanDownsampling(out.data(), stride, spread.data(), 120, stride, c.ratio, phase),
+                c.outputs);
+      EXPECT_EQ(AsWords(out), expected) << "ratio " << c.ratio << ", stride " << stride;
+      EXPECT_EQ(phase, c.phaseAfter) << c.ratio;
+    }
+  }
+}
+
+TEST(CanMessageCompressor, StaysWithinTheRoomToldAndCarriesThePhase) {
+  std::mt19937 random(3);
+  for (int round = 0; round < 300; ++round) {
+    float phase = 0.0f, ratio = 0.3f + 0.1f * static_cast<float>(random() % 100);
+    double inputs = 0.0, outputs = 0.0;
+    for (int block = 0; block < 5; ++block) {
+      const auto n = static_cast<unsigned>(random() % 300);
+      const std::vector<float> in = AsFloats(RandomStream(n, 8, random));
+      const auto room = static_cast<std::size_t>(static_cast<float>(n) / ratio + phase) + 18;
+      const std::unique_ptr<float[]> out(new float[room]);
+      CCanMessageCompressor compressor;
+      const unsigned count = compressor.CanDownsampling(out.get(), 1, in.data(), n, 1, ratio, phase);
+      ASSERT_EQ(count + 18, room);
+      inputs += n;
+      outputs += count;
+    }
+    ASSERT_NEAR(inputs / static_cast<double>(ratio), outputs + static_cast<double>(phase), 1e-2);
+  }
+}
+
+}  // namespace

@@ -1,0 +1,12 @@
+# umlauf.h includes every header that is installed.
+file(READ "${SOURCE_DIR}/umlauf/umlauf.h" all)
+file(GLOB_RECURSE headers RELATIVE "${SOURCE_DIR}" "${SOURCE_DIR}/umlauf/*.h")
+foreach(header IN LISTS headers)
+  if(header MATCHES "/internal/|/platform/os/|umlauf/umlauf.h$")
+    continue()
+  endif()
+  string(FIND "${all}" "#include \"${header}\"" at)
+  if(at EQUAL -1)
+    message(SEND_ERROR "umlauf/umlauf.h does not include ${header}")
+  endif()
+endforeach()

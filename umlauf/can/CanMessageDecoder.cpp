@@ -1,0 +1,120 @@
+#include "umlauf/can/CanMessageDecoder.h"
+
+#include <algorithm>
+#include <bit>
+#include <clocale>
+#include <new>
+
+#include "umlauf/platform/framework/UserInterface.h"
+#include "umlauf/platform/tramsea/PrWin.h"
+
+namespace {
+
+constexpr auto kDemoFactor = std::bit_cast<float>(0x3EA0EA0Fu);
+constexpr wchar_t kXmlFiles[] = L"*.xml";
+
+/// Runs what may allocate; false, with a note, when there was no memory.
+template <class Action>
+bool Allocates(Action action) {
+  try {
+    action();
+    return true;
+  } catch (const std::bad_alloc&) {
+    PrWin::Output(PrWin::note, L"CAN decoder: out of memory\n");
+    return false;
+  }
+}
+
+}  // namespace
+
+unsigned CCanMessageDecoderBase::DecodeCanMessage(const CanMessageBlock_s& message) {
+  ClearResults();
+  KeepMessageLen(message);
+  return 0;
+}
+
+void CCanMessageDecoderBase::RegisterWindowsCallback(HWND, unsigned, unsigned) {}
+bool CCanMessageDecoderBase::SetDecoderXmlFile(const wchar_t*) { return false; }
+bool CCanMessageDecoderBase::SetDecoderXmlText(const wchar_t*) { return false; }
+
+const CCanMessageDecoderBase::ApplicationSignal* CCanMessageDecoderBase::Find(int id) const {
+  const auto found = std::find_if(appSignals_.begin(), appSignals_.end(),
+                                  [id](const ApplicationSignal& signal) { return signal.id == id; });
+  return found != appSignals_.end() ? &*found : nullptr;
+}
+
+void CCanMessageDecoderBase::AppSignalBekanntmachen(int id, const CString& name) {
+  Allocates([&] {
+    if (const ApplicationSignal* known = Find(id)) {
+      appSignals_[static_cast<std::size_t>(known - appSignals_.data())].name = name;
+    } else {
+      appSignals_.push_back({id, name, false});
+    }
+  });
+}
+
+const CString& CCanMessageDecoderBase::AppSignal(unsigned index) const {
+  static const CString none;
+  return index < appSignals_.size() ? appSignals_[index].name : none;
+}
+
+int CCanMessageDecoderBase::AppSignalId(unsigned index) const {
+  return index < appSignals_.size() ? appSignals_[index].id : -1;
+}
+
+void CCanMessageDecoderBase::AppSigIdSammeln(int id) {
+  if (const ApplicationSignal* known = Find(id)) MarkSeen(static_cast<unsigned>(known - appSignals_.data()));
+}
+
+bool CCanMessageDecoderBase::AppSigIdGesehen(int id) const {
+  const ApplicationSignal* known = Find(id);
+  return known != nullptr && known->seen;
+}
+
+void CCanMessageDecoderBase::MarkSeen(unsigned index) {
+  if (index < appSignals_.size()) appSignals_[index].seen = true;
+}
+
+void CCanMessageDecoderBase::ClearSeen() {
+  for (ApplicationSignal& signal : appSignals_) signal.seen = false;
+}
+
+void CCanMessageDecoderBase::KeepMessageLen(const CanMessageBlock_s& message) {
+  maxMessageLen_ = std::max(maxMessageLen_, CanDataLength(message.header));
+}
+
+bool CCanMessageDecoderBase::ResizeResults(unsigned count) {
+  const bool done = Allocates([&] { results_.assign(count, Result()); });
+  numResults_ = done ? count : 0;
+  return done;
+}
+
+void CCanMessageDecoderBase::AddResult(int id, double value) {
+  if (numResults_ < results_.size()) results_[numResults_++] = {id, value};
+}
+
+bool CCanMessageDecoderBase::AskForDecoderXmlFile(CString& path) {
+  OpenFileDialog dialog;
+  dialog.title = L"Load Decoder File";
+  dialog.folder = L".";
+  dialog.fileName = dialog.defaultExtension = kXmlFiles;
+  dialog.filter = L"XML Files (*.xml)|*.xml|All Files (*.*)|*.*||";
+  CString chosen;
+  const bool confirmed = CUserInterface::Get().AskForFile(dialog, chosen);
+  std::setlocale(LC_NUMERIC, "C");
+  if (confirmed) path = chosen;
+  return confirmed;
+}
+
+std::unique_ptr<CCanMessageDecoderBase> CCanMessageDecoderDemo::Create() const {
+  return std::unique_ptr<CCanMessageDecoderBase>(new (std::nothrow) CCanMessageDecoderDemo);
+}
+
+void CCanMessageDecoderDemo::StartDecoderSession() {
+  ResetMaxMsgLen();
+  ClearSeen();
+  factors_.clear();
+  const unsigned count = NumAppSignals();
+  if (!ResizeResults(count) || !Allocates([&] { factors_.assign(count, kDemoFactor); })) return;
+  for (unsigned i = 0; i < count; ++i) SetResult(i, AppSignalId(i), 0.0);
+}

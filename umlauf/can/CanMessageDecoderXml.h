@@ -1,0 +1,89 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+
+#include "umlauf/Export.h"
+#include "umlauf/can/CanMessageDecoder.h"
+
+/// One signal of a message description.
+struct UMLAUF_API CanSignalInfo_s {
+  CString message;
+  CString signal;
+  CString unit;
+  std::uint32_t identifier = 0;  ///< of the message
+  bool extended = false;         ///< 29 bits of identifier instead of 11
+  double min = 0.0;              ///< as described; infinite where not. Values outside are not cut.
+  double max = 0.0;
+};
+
+/// Decodes messages by a description in XML, in the open KCD format. Of a network definition it takes all
+/// messages of all buses with their signals: byte order, integers and floating point, slope, intercept, unit,
+/// multiplexed groups. A message that comes again with the same identifier and format is left out.
+///
+///     CCanMessageDecoderXml decoder;
+///     decoder.SetDecoderXmlFile(L"vehicle.kcd");
+///     decoder.AppSignalBekanntmachen(7, L"EngineSpeed");
+///     decoder.StartDecoderSession();
+///     while (finder.FindNextMessage()) decoder.DecodeCanMessage(finder.Message());
+///
+/// An application signal named "Signal" gets the values of the signals of this name in every message, one
+/// named "Message.Signal" those of that message. A message's identifier is the second word of its block:
+/// with bit 31 set a 29-bit one, else an 11-bit one or, where none is described, a 29-bit one.
+///
+/// Bit 8 b + k of a message is bit k (0 = least significant) of data byte b. A signal's offset is that of its
+/// least significant bit, in both byte orders (see SetBigEndianOffset).
+///
+/// Notes go to the log: a document that cannot be used, what was left out of one (up to 20 notes), and in a
+/// session application signals that are not described, the first unknown identifier, and once per message
+/// that described signals lie outside the data recorded. Threads and failure as the base.
+class UMLAUF_API CCanMessageDecoderXml : public CCanMessageDecoderBase {
+ public:
+  /// What the offset of a big-endian signal means. The format says the least significant bit; some programs
+  /// write the most significant one.
+  enum class BigEndianOffset { leastSignificantBit, mostSignificantBit };
+
+  CCanMessageDecoderXml();
+  ~CCanMessageDecoderXml() override;
+
+  std::unique_ptr<CCanMessageDecoderBase> Create() const override;
+  /// Clears the longest length, the seen flags and the count of unknown messages, and looks up the
+  /// application signals: those registered later are decoded from the next session on.
+  void StartDecoderSession() override;
+  /// Decodes the application signals that the message holds: results in the order of the description, values
+  /// in the signal's unit. Marks them as seen. Unknown messages are counted and have no results.
+  unsigned DecodeCanMessage(const CanMessageBlock_s& message) override;
+
+  /// Replaces the description; false leaves an empty one. In a session it counts from the next message on.
+  /// Files up to 64 MB.
+  bool SetDecoderXmlFile(const wchar_t* path) override;
+  bool SetDecoderXmlText(const wchar_t* text) override;
+
+  /// For descriptions set later; at first leastSignificantBit.
+  void SetBigEndianOffset(BigEndianOffset meaning) { bigEndianOffset_ = meaning; }
+  /// Channels of the stream that the messages come from, 1 (at first) or 2: recordings over one channel hold
+  /// the data in whole groups of 4 bytes, over two channels of 8 bytes. A message's length rounded down to
+  /// that counts as its data.
+  void SetRecordedChannels(unsigned channels) { recordedGroup_ = channels == 2 ? 8 : 4; }
+
+  /// The signals of the description, in its order.
+  unsigned NumSignals() const;
+  /// An empty record outside the count.
+  CanSignalInfo_s Signal(unsigned index) const;
+  /// Messages of the session whose identifier is not described.
+  std::uint64_t NumUnknownMessages() const { return unknownMessages_; }
+
+ private:
+  struct State;
+
+  void ClearDescription();
+  bool Read(const void* bytes, std::size_t size, bool wide);
+  void Bind(bool noteMissing);
+  void NoteUnknown(std::uint32_t identifier);
+
+  std::unique_ptr<State> state_;  // null without memory
+  BigEndianOffset bigEndianOffset_ = BigEndianOffset::leastSignificantBit;
+  unsigned recordedGroup_ = 4;
+  std::uint64_t unknownMessages_ = 0;
+};
