@@ -7,6 +7,7 @@ namespace umlauf::tool {
 // Each declares one subcommand with its options. Its work starts from CLI11's callback and ends in ToolError
 // when it fails.
 void AddSpeedCommand(CLI::App& app);
+void AddCanCommand(CLI::App& app);
 void AddInfoCommand(CLI::App& app);
 void AddPlotCommand(CLI::App& app);
 void AddSettingsCommand(CLI::App& app);

@@ -105,8 +105,10 @@ std::string PlotScript(const Plot& plot, const OutputFile& out) {
     for (const PlotSeries& series : panel.series) x.Add(series, &PlotPoint::x);
   }
   if (!(x.low < x.high)) x.Widen();
-  const double below = plot.panels.size() > 1 ? 0.28 : 0;
   const auto others = static_cast<double>(plot.panels.size() - 1);
+  // Of each further panel, with the space above it.
+  const double even = (top - bottom + between) / (others + 1);
+  const double below = others > 0 ? plot.alike ? even : std::min(even, 0.28) : 0;
   std::string script = fmt::format(
       "set encoding utf8\nset terminal {} noenhanced\nset output {}\n"
       "set grid lc rgb '#d8d8d8' lt 1 lw 0.8\nset tics nomirror out\n"

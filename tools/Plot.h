@@ -55,10 +55,11 @@ struct PlotPanel {
   std::string rightLabel = {};
 };
 
-/// Panels one below the other over the same x axis; the first one is the tallest.
+/// Panels one below the other over the same x axis; the first one is the tallest unless all are alike.
 struct Plot {
   std::string title, xLabel;
   std::vector<PlotPanel> panels;
+  bool alike = false;
 };
 
 /// Refuses names that end neither in .svg nor in .png, before any work is done for them.

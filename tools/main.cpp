@@ -26,6 +26,7 @@ int main(int argc, char** argv) {
   app.set_version_flag("--version", UMLAUF_VERSION);
   app.require_subcommand(1);
   umlauf::tool::AddSpeedCommand(app);
+  umlauf::tool::AddCanCommand(app);
   umlauf::tool::AddInfoCommand(app);
   umlauf::tool::AddPlotCommand(app);
   umlauf::tool::AddPairsCommand(app);
