@@ -8,6 +8,7 @@
 
 #include "tools/Plot.h"
 #include "tools/Pulse.h"
+#include "umlauf/pairs/SigPairs.h"
 #include "umlauf/signal/SigCurve.h"
 
 /// What is made of the pulses of a recording, one pulse after the other. Every class here takes each closed
@@ -90,6 +91,19 @@ class CurveBuilder {
   double cursor_ = 0;  ///< [s] end of what was taken
   double turns_ = 0;   ///< in the step in progress
   std::vector<float> rpm_;
+};
+
+/// Speed as point pairs over time, in s and rpm: the speed of each pulse at its middle.
+class PairsBuilder {
+ public:
+  PairsBuilder(double sampleRate, double startTime) : sampleRate_(sampleRate), startTime_(startTime) {}
+  void Take(const Pulse& pulse);
+  /// Hands out the points; call once.
+  std::unique_ptr<CSigPairs> Finish(const wchar_t* name);
+
+ private:
+  double sampleRate_, startTime_;
+  std::unique_ptr<CSigPairs> points_ = std::make_unique<CSigPairs>();
 };
 
 /// Compares the speed of each pulse with a known one: a table of seconds and rpm, straight lines between.

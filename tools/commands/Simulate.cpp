@@ -1,5 +1,3 @@
-#include <sndfile.h>
-
 #include <algorithm>
 #include <cmath>
 #include <map>
@@ -13,8 +11,8 @@
 #include "tools/NumberText.h"
 #include "tools/OutputFile.h"
 #include "tools/Progress.h"
+#include "tools/SoundFileWriter.h"
 #include "tools/WheelSimulator.h"
-#include "umlauf/platform/vekta/numeric.h"
 
 namespace umlauf::tool {
 namespace {
@@ -58,30 +56,17 @@ SpeedProfile ParseProfile(const SimulateOptions& options) {
 
 void WriteRecording(const SimulateOptions& options, const SpeedProfile& profile, OutputFile& out) {
   WheelSimulator simulator(profile, options.wheel);
-  const bool w64 = out.target().extension() == ".w64";
-  if (!w64 && simulator.frames() > 1'000'000'000) {
-    Fail("{} samples do not fit into a WAV file; name the output .w64", simulator.frames());
-  }
-  SF_INFO info{};
-  info.samplerate = numeric::trunc_sat<int>(options.wheel.rate);
-  info.channels = 1;
-  info.format = (w64 ? SF_FORMAT_W64 : SF_FORMAT_WAV) | SF_FORMAT_FLOAT;
-  const std::unique_ptr<SNDFILE, int (*)(SNDFILE*)> file(sf_open(out.temporary().c_str(), SFM_WRITE, &info),
-                                                         sf_close);
-  if (!file) Fail("cannot write {}: {}", out.target().string(), sf_strerror(nullptr));
-  // The peak chunk holds the time of day, and the file would not be the same for the same seed.
-  sf_command(file.get(), SFC_SET_ADD_PEAK_CHUNK, nullptr, SF_FALSE);
+  SoundFileWriter writer(out, options.wheel.rate, 1, simulator.frames());
   Progress progress("simulating", simulator.frames());
   std::vector<float> block(65536);
   for (std::uint64_t left = simulator.frames(); left > 0;) {
     const auto n = static_cast<std::size_t>(std::min<std::uint64_t>(left, block.size()));
     simulator.Next({block.data(), n});
-    if (sf_writef_float(file.get(), block.data(), static_cast<sf_count_t>(n)) != static_cast<sf_count_t>(n)) {
-      Fail("cannot write {}: {}", out.target().string(), sf_strerror(file.get()));
-    }
+    writer.Write(block.data(), n);
     left -= n;
     progress.Advance(n);
   }
+  writer.Close();
 }
 
 void WriteTruth(const SpeedProfile& profile, OutputFile& out) {
@@ -115,6 +100,7 @@ void RunSimulate(SimulateOptions options) {
   if (options.truth == options.output)
     FailUsage("the recording and the true speed would be one file; give --truth FILE");
   if (options.output == "-") FailUsage("the recording is a binary file; name one");
+  CheckSoundName("output", options.output);
   OutputFile recording(options.output), truth(options.truth);
   WriteRecording(options, profile, recording);
   WriteTruth(profile, truth);
