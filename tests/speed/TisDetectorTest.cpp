@@ -235,12 +235,10 @@ TEST(TisDetector, DisplayKeepsEveryEdge) {
   }
   D detector(ETisMode::tisStandard);
   ULONG in[4] = {1, 2, 3, 4}, out[2] = {0, 77};
-  for (const auto& [ratio, phase] : {std::pair{NAN, 0.5f}, {0.0f, 0.5f}, {2.0f, -1.0f}, {2.0f, NAN}}) {
-    float same = phase;
-    EXPECT_EQ(detector.Downsampling(in, 4, out, 2, ratio, same), 0u);
-  }
-  float phase = 0.0f;
-  EXPECT_EQ(detector.Downsampling(in, 4, out, 1, 2.0f, phase), 1u);
+  float phases[] = {0.5f, 0.5f, -1.0f, NAN, 0.0f};
+  const float ratios[] = {NAN, 0.0f, 2.0f, 2.0f, 2.0f};
+  for (int k = 0; k < 5; ++k)
+    EXPECT_EQ(detector.Downsampling(in, 4, out, 1, ratios[k], phases[k]), k == 4 ? 1u : 0u);
   EXPECT_EQ(out[1], 77u);  // no room, no output
 }
 

@@ -72,7 +72,8 @@ class UMLAUF_API CDzPulsTisDetector {
 
   /// Minimum pulse length in seconds; in samples its whole part.
   void SetMinPulsTime(float seconds);
-  /// Minimum pulse length in samples; `Restart` forms it anew from the time it stands for.
+  /// Minimum pulse length in samples. `Restart` forms it anew from the time it stands for [float], which for
+  /// some lengths gives one sample less.
   void SetMinPulsSamples(unsigned n);
   float MinPulsTime() const { return minTime_; }
   unsigned MinPulsSamples() const { return minSamples_; }
