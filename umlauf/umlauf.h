@@ -3,6 +3,11 @@
 // Every public header of the library.
 
 #include "umlauf/Version.h"
+#include "umlauf/can/CanMessage.h"
+#include "umlauf/can/CanMessageCompressor.h"
+#include "umlauf/can/CanMessageDecoder.h"
+#include "umlauf/can/CanMessageDecoderXml.h"
+#include "umlauf/can/CanMessageFinder.h"
 #include "umlauf/platform/basis/CAlignedMem.h"
 #include "umlauf/platform/basis/CArithExpression.h"
 #include "umlauf/platform/basis/CExpression.h"
