@@ -2,6 +2,7 @@
 
 #include <atomic>
 
+#include "umlauf/platform/framework/ComboBoxControl.h"
 #include "umlauf/platform/tramsea/PrWin.h"
 
 namespace {
@@ -18,6 +19,10 @@ std::atomic<CUserInterface*> g_current{nullptr};
 void CUserInterface::ShowMessage(const CString& text, Icon) { PrWin::Output(PrWin::note, L"%s\n", text); }
 
 bool CUserInterface::AskForFile(const OpenFileDialog&, CString&) { return false; }
+
+std::unique_ptr<CComboBoxControl> CUserInterface::CreateComboBoxControl() {
+  return std::make_unique<CWindowlessComboBox>();
+}
 
 CUserInterface& CUserInterface::Get() {
   CUserInterface* current = g_current.load();

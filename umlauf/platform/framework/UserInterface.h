@@ -1,7 +1,11 @@
 #pragma once
 
+#include <memory>
+
 #include "umlauf/Export.h"
 #include "umlauf/platform/framework/CString.h"
+
+class CComboBoxControl;
 
 /// What a modal dialog that asks for an existing file shows at first.
 struct UMLAUF_API OpenFileDialog {
@@ -29,6 +33,9 @@ class UMLAUF_API CUserInterface {
   /// Asks for a file and returns when the dialog is closed: true, with its full path, on OK. The default
   /// cancels: false, and `path` stays.
   virtual bool AskForFile(const OpenFileDialog& dialog, CString& path);
+  /// A new control for a combo box. The default is one that lives in memory only (CWindowlessComboBox), which
+  /// also stands in for null.
+  virtual std::unique_ptr<CComboBoxControl> CreateComboBoxControl();
 
   /// The interface in use. Safe from every thread.
   static CUserInterface& Get();

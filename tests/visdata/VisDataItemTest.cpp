@@ -1,0 +1,243 @@
+#include "umlauf/visdata/VisDataItem.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <numeric>
+#include <string>
+#include <vector>
+
+#include "umlauf/visdata/VisDataPolygon.h"
+
+namespace {
+
+using testing::Each;
+using testing::ElementsAre;
+using Item = CVisDataItem;
+
+constexpr std::uint64_t kTooMany[] = {~0ull, ~0ull / 2 + 2, 1ull << 62, 1ull << 60};
+
+std::vector<float> Raw(const Item& item) {
+  return {item.RawData(), item.RawData() + static_cast<std::ptrdiff_t>(item.RawCapacity())};
+}
+
+std::vector<float> Ramp(std::size_t n) {
+  std::vector<float> ramp(n);
+  std::iota(ramp.begin(), ramp.end(), 1.0f);
+  return ramp;
+}
+
+TEST(VisDataItem, NameGrowsToWhatItNeedsAndNeverShrinks) {
+  Item item;
+  EXPECT_EQ(item.NameCapacity(), 51u);
+  const struct {
+    bool append;
+    std::size_t length;
+    std::uint64_t capacity;
+  } steps[] = {{false, 50, 51}, {true, 0, 51},   {true, 1, 52},     {false, 3, 52},
+               {true, 48, 52},  {true, 60, 112}, {false, 200, 201}, {false, 0, 201}};
+  std::wstring expected;
+  for (const auto& step : steps) {
+    const std::wstring text(step.length, static_cast<wchar_t>(L'a' + step.length % 26));
+    expected = step.append ? expected + text : text;
+    step.append ? item.AppendToName(text.c_str()) : item.SetName(text.c_str());
+    EXPECT_EQ(item.Name(), expected);
+    EXPECT_EQ(item.NameCapacity(), step.capacity);
+  }
+  item.SetName(L"torque");
+  item.SetName(item.Name() + 3);
+  EXPECT_STREQ(item.Name(), L"que");
+  for (int i = 0; i < 7; ++i) item.AppendToName(item.Name());  // in place and into a larger array
+  EXPECT_EQ(std::wstring(item.Name()).size(), 3u << 7);
+  EXPECT_EQ(std::wstring(item.Name()).substr(380), L"eque");
+  item.SetName(nullptr);
+  item.AppendToName(nullptr);
+  EXPECT_STREQ(item.Name(), L"");
+}
+
+TEST(VisDataItem, NamesOfTypesAndModes) {
+  const struct {
+    int code;
+    const wchar_t* name;
+  } types[] = {{0, L"(unknown)"},    {1, L"Vector"}, {2, L"IntVector"}, {3, L"Polygon"},
+               {4, L"Vector-Array"}, {5, L"Grid"},   {6, L"(unknown)"}, {-1, L"(unknown)"}};
+  for (const auto& type : types) EXPECT_STREQ(Item::DataTypeName(type.code), type.name) << type.code;
+
+  const struct {
+    int modes;
+    const wchar_t* name;
+  } modes[] = {{0, L""},
+               {1, L"Bg"},
+               {2, L"|Hg"},
+               {4, L"|Sb"},
+               {8, L"|St"},
+               {16, L"|Fg"},
+               {1 | 16, L"Bg|Fg"},
+               {-1, L"Bg|Fg|Th|Hg|Sb|St"},
+               {32 | 2, L"|Th|Hg"},
+               {64, L""}};
+  for (const auto& mode : modes) EXPECT_STREQ(Item::DisplayModeName(mode.modes), mode.name) << mode.modes;
+
+  Item item;
+  item.AddDisplayMode(Item::DmStairs);
+  item.AddDisplayMode(Item::DmForeground | Item::DmBackground);
+  EXPECT_STREQ(Item::DisplayModeName(static_cast<int>(item.DisplayModes())), L"Bg|Fg|St");
+  EXPECT_TRUE(item.HasDisplayMode(Item::DmStairs | Item::DmThreshold));
+  EXPECT_FALSE(item.HasDisplayMode(Item::DmThreshold));
+}
+
+TEST(VisDataItem, ScaleAndVectorRange) {
+  Item item;
+  for (const auto& [factor, inverse] : {std::pair{4.0f, 0.25f}, {0.0f, 1.0f}, {-0.5f, -2.0f}}) {
+    item.SetScaleFactor(factor);
+    EXPECT_EQ(item.ScaleFactor(), factor);
+    EXPECT_EQ(item.InverseScaleFactor(), inverse);
+  }
+  Item::Range range(7.0f, 8.0f);
+  Item::CalcVecRange(nullptr, 0, range);
+  EXPECT_EQ(range, Item::Range(7.0f, 8.0f));
+  const float values[] = {3.0f, -1.0f, 2.0f, 99.0f};
+  Item::CalcVecRange(values, 3, range);
+  EXPECT_EQ(range, Item::Range(-1.0f, 3.0f));
+}
+
+TEST(VisDataItem, RawDataGrowAsAskedOrByDoubling) {
+  Item item;
+  EXPECT_TRUE(item.AllocRawData(0));
+  EXPECT_EQ(item.RawData(), nullptr);
+  EXPECT_TRUE(item.ExpandRawData(10));
+  EXPECT_EQ(item.RawCapacity(), 64u);
+  const std::vector<float> ramp = Ramp(64);
+  ASSERT_TRUE(item.CopyRawData(ramp.data(), 64));
+  EXPECT_TRUE(item.ExpandRawData(200));
+  ASSERT_EQ(item.RawCapacity(), 256u);
+  EXPECT_EQ(std::vector(item.RawData(), item.RawData() + 64), ramp);
+  EXPECT_EQ(std::accumulate(item.RawData() + 64, item.RawData() + 256, 0.0f), 0.0f);
+  EXPECT_EQ(reinterpret_cast<std::uintptr_t>(item.RawData()) % 128, 0u);
+  EXPECT_TRUE(item.ExpandRawData(256));
+  EXPECT_TRUE(item.AllocRawData(0));
+  EXPECT_EQ(item.RawData()[63], 64.0f);  // neither changed anything
+  EXPECT_TRUE(item.AllocRawData(5));
+  EXPECT_EQ(item.RawCapacity(), 256u);
+  EXPECT_THAT(Raw(item), Each(0.0f));
+  EXPECT_TRUE(item.AllocRawData(300));
+  EXPECT_EQ(item.RawCapacity(), 300u);
+  item.FreeRawData();
+  EXPECT_EQ(item.RawData(), nullptr);
+  EXPECT_EQ(item.RawCapacity(), 0u);
+}
+
+TEST(VisDataItem, FailedAllocations) {
+  const std::vector<float> ramp = Ramp(3);
+  for (const std::uint64_t tooMany : kTooMany) {
+    Item item;
+    item.CopyRawData(ramp.data(), 3);
+    EXPECT_FALSE(item.ExpandRawData(tooMany)) << tooMany;
+    EXPECT_EQ(item.RawCapacity(), 0u);
+    ASSERT_NE(item.RawData(), nullptr);  // the old block stays ...
+    EXPECT_EQ(item.RawData()[2], 3.0f);
+    EXPECT_TRUE(item.CopyRawData(item.RawData() + 1, 2));  // ... and may even be the source of the next
+    EXPECT_THAT(Raw(item), ElementsAre(2.0f, 3.0f));
+    EXPECT_FALSE(item.AllocRawData(tooMany));
+    EXPECT_EQ(item.RawData(), nullptr);
+    EXPECT_EQ(item.RawCapacity(), 0u);
+    item.CopyRawData(ramp.data(), 3);
+    EXPECT_FALSE(item.CopyRawData(ramp.data(), tooMany));
+    EXPECT_EQ(item.RawData(), nullptr);
+  }
+  Item item;
+  EXPECT_FALSE(item.CopyRawData(nullptr, 1));
+}
+
+TEST(VisDataItem, CopiesRawDataAlsoFromItself) {
+  Item item;
+  const std::vector<float> ramp = Ramp(6);
+  EXPECT_TRUE(item.CopyRawData(ramp.data(), 6));
+  EXPECT_TRUE(item.CopyRawData(item.RawData() + 2, 3));
+  EXPECT_THAT(Raw(item), ElementsAre(3, 4, 5, 0, 0, 0));
+  EXPECT_TRUE(item.CopyRawData(item));
+  EXPECT_THAT(Raw(item), ElementsAre(3, 4, 5, 0, 0, 0));
+  Item larger;
+  larger.AllocRawData(8);
+  EXPECT_TRUE(larger.CopyRawData(item));
+  EXPECT_THAT(Raw(larger), ElementsAre(3, 4, 5, 0, 0, 0, 0, 0));
+  EXPECT_TRUE(larger.CopyRawData(Item()));
+  EXPECT_EQ(larger.RawData()[2], 5.0f);
+}
+
+/// A polygon with nothing as in a new one.
+CVisDataPolygon Painted() {
+  CVisDataPolygon item;
+  item.SetName(L"run-up");
+  item.SetExtName(L"gear 3");
+  item.Id().word = 1;
+  item.Id().number = 2;
+  item.Id().block[7] = 3;
+  item.AddDisplayMode(Item::DmSidebands);
+  item.SetColourCode(4);
+  item.SetFileCompressionMode(Item::CompressBytes);
+  item.XUnit() = CMeasuringUnit(CMeasuringUnit::second);
+  item.YUnit() = CMeasuringUnit(CMeasuringUnit::rpm);
+  item.ZUnit() = CMeasuringUnit(CMeasuringUnit::volt, -3);
+  item.SetScaleFactor(0.5f);
+  item.Append(-2.0f, 5.0f);
+  item.Append(3.0f, 4.0f);
+  item.CalcRange(Item::AllAxes);
+  return item;
+}
+
+void ExpectSameInfos(const Item& a, const Item& b) {
+  EXPECT_STREQ(a.Name(), b.Name());
+  EXPECT_EQ(a.ExtName(), b.ExtName());
+  EXPECT_EQ(a.Id(), b.Id());
+  EXPECT_EQ(a.DisplayModes(), b.DisplayModes());
+  EXPECT_EQ(a.ColourCode(), b.ColourCode());
+  EXPECT_EQ(a.XUnit(), b.XUnit());
+  EXPECT_EQ(a.YUnit(), b.YUnit());
+  EXPECT_EQ(a.ZUnit(), b.ZUnit());
+  EXPECT_EQ(a.XRange(), b.XRange());
+  EXPECT_EQ(a.YRange(), b.YRange());
+  EXPECT_EQ(a.ZRange(), b.ZRange());
+  EXPECT_EQ(a.ScaleFactor(), b.ScaleFactor());
+  EXPECT_EQ(a.InverseScaleFactor(), b.InverseScaleFactor());
+}
+
+TEST(VisDataItem, CopiesAndResets) {
+  const CVisDataPolygon polygon = Painted();
+  Item item;
+  item.CopyRawData(Ramp(3).data(), 3);
+  item.CopyInfos(polygon);
+  ExpectSameInfos(item, polygon);
+  EXPECT_EQ(item.FileCompressionMode(), Item::CompressBytes);
+  EXPECT_FALSE(item.DtIsPolygon());
+  EXPECT_FALSE(item.DtSameAs(polygon));
+  EXPECT_THAT(Raw(item), ElementsAre(1, 2, 3));
+  item.CopyInfos(item);
+  ExpectSameInfos(item, polygon);
+
+  Item copied(static_cast<const Item&>(polygon));
+  EXPECT_TRUE(copied.DtSameAs(polygon));
+  EXPECT_EQ(Raw(copied), Raw(polygon));
+  CVisDataPolygon assigned;
+  assigned = polygon;
+  assigned = *&assigned;
+  ExpectSameInfos(assigned, polygon);
+  EXPECT_EQ(Raw(assigned), Raw(polygon));
+  EXPECT_NE(assigned.RawData(), polygon.RawData());
+  EXPECT_EQ(assigned.Size(), 2u);
+
+  assigned.Reset();
+  ExpectSameInfos(assigned, Item());
+  EXPECT_TRUE(assigned.DtIsPolygon());
+  EXPECT_EQ(assigned.FileCompressionMode(), Item::CompressBytes);
+  EXPECT_EQ(Raw(assigned), Raw(polygon));
+  EXPECT_EQ(assigned.Size(), 0u);
+}
+
+TEST(VisDataItem, IsMadeFromItsClassRecord) {
+  const std::unique_ptr<CObject> made(CVisDataPolygon::GetThisClass()->CreateObject());
+  EXPECT_TRUE(made->IsKindOf(Item::GetThisClass()));
+  EXPECT_TRUE(dynamic_cast<CVisDataPolygon&>(*made).DtIsPolygon());
+}
+
+}  // namespace

@@ -1,0 +1,38 @@
+#pragma once
+
+#include "umlauf/Export.h"
+#include "umlauf/pairs/SigPairs.h"
+#include "umlauf/signal/SigCurve.h"
+#include "umlauf/visdata/VisData3dObject.h"
+#include "umlauf/visdata/VisDataPolygon.h"
+#include "umlauf/visdata/VisDataVector.h"
+
+/// From signals to drawable items.
+///
+/// A conversion replaces the elements of the item and takes both names, x and y unit and colour along, of
+/// curves also the axis, the scale factor and the file compression; the ranges are then calculated. Display
+/// modes, identification and z unit of the item stay. Of an extended curve (CSigCurveExt) only the valid span
+/// is taken, also when it is passed as CSigCurve.
+///
+/// All return false, with no elements in the item, when there is no memory. They are safe on several threads
+/// for different signals and items.
+namespace VisData {
+
+/// The samples over their part of the axis.
+UMLAUF_API bool Convert(const CSigCurve& from, CVisDataVector& to);
+/// The samples rounded to multiples of `step`, which becomes the item's scale factor; 0 counts as 1.
+UMLAUF_API bool Convert(const CSigCurve& from, CVisDataIntVector& to, float step);
+/// The samples as points at their positions.
+UMLAUF_API bool Convert(const CSigCurve& from, CVisDataPolygon& to);
+/// The points.
+UMLAUF_API bool Convert(const CSigPairs& from, CVisDataPolygon& to);
+
+/// Appends the samples of a curve as a row at a z, for example the time of the curve. The first row of an
+/// empty item gives it names, x and y unit, colour and axis; further rows must have the same length and axis
+/// (both ends closer than a thousandth of a step), else false and nothing changes. The ranges are not
+/// calculated, call `CalcRange` behind the last row.
+UMLAUF_API bool AppendRow(CVisDataArray& to, const CSigCurve& from, float z);
+/// Likewise as the next row of a grid.
+UMLAUF_API bool AppendRow(CVisDataGrid& to, const CSigCurve& from);
+
+}  // namespace VisData
