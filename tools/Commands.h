@@ -9,6 +9,7 @@ namespace umlauf::tool {
 void AddSpeedCommand(CLI::App& app);
 void AddCanCommand(CLI::App& app);
 void AddDownsampleCommand(CLI::App& app);
+void AddEncoderCommand(CLI::App& app);
 void AddInfoCommand(CLI::App& app);
 void AddPlotCommand(CLI::App& app);
 void AddSettingsCommand(CLI::App& app);

@@ -28,6 +28,7 @@ int main(int argc, char** argv) {
   umlauf::tool::AddSpeedCommand(app);
   umlauf::tool::AddCanCommand(app);
   umlauf::tool::AddDownsampleCommand(app);
+  umlauf::tool::AddEncoderCommand(app);
   umlauf::tool::AddInfoCommand(app);
   umlauf::tool::AddPlotCommand(app);
   umlauf::tool::AddPairsCommand(app);

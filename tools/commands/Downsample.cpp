@@ -68,7 +68,8 @@ void RunDownsample(const DownsampleOptions& options) {
   Convert(*source, stream, writer);
   writer.Close();
   out.Commit();
-  fmt::print("{} samples/s to {:.9g} samples/s, {} channels\n", source->sampleRate(), rate, source->width());
+  fmt::print("{:g} samples/s to {:.9g} samples/s, {} channel{}\n", source->sampleRate(), rate,
+             source->width(), source->width() > 1 ? "s" : "");
   if (rate != std::round(rate)) {
     fmt::print("note: the file tells {:.0f} samples/s, as it can only tell whole ones\n", rate);
   }
