@@ -23,6 +23,15 @@ bool LooksLikeText(const std::filesystem::path& path) {
 
 }  // namespace
 
+const float* Contiguous(const SampleBlock& block, unsigned width, std::vector<float>& buffer) {
+  if (block.stride == width) return block.samples;
+  buffer.resize(block.count * width);
+  for (std::size_t i = 0; i < block.count; ++i) {
+    std::copy_n(block.samples + i * block.stride, width, buffer.data() + i * width);
+  }
+  return buffer.data();
+}
+
 unsigned ChannelIndex(const RecordingOptions& options, unsigned channels) {
   const unsigned channel = options.channel.value_or(1);
   if (channel < 1 || channel > channels) {

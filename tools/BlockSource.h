@@ -6,6 +6,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace umlauf::tool {
 
@@ -16,6 +17,10 @@ struct SampleBlock {
   std::size_t count = 0;  ///< 0 = the recording has ended
   unsigned stride = 1;
 };
+
+/// The `width` channels of a block side by side, without others between them; where they are not, through
+/// the buffer. Valid as long as block and buffer.
+const float* Contiguous(const SampleBlock& block, unsigned width, std::vector<float>& buffer);
 
 /// One channel of a recording, or all of them side by side, read from start to end block by block: memory
 /// does not grow with the length of the file. Failures throw ToolError. Not for several threads.

@@ -8,6 +8,8 @@ namespace umlauf::tool {
 // when it fails.
 void AddSpeedCommand(CLI::App& app);
 void AddCanCommand(CLI::App& app);
+void AddDownsampleCommand(CLI::App& app);
+void AddEncoderCommand(CLI::App& app);
 void AddInfoCommand(CLI::App& app);
 void AddPlotCommand(CLI::App& app);
 void AddSettingsCommand(CLI::App& app);

@@ -25,7 +25,7 @@ std::string SpeedReport::Json() const {
   }
   if (encoder) {
     json["mode"] = encoder->mode;
-    json["word"] = encoder->lowWord ? "low" : "high";
+    json["word"] = encoder->word;
     json["error_bits"] = encoder->errorBits;
   }
   json["pulses"] = counts->pulses();
@@ -79,8 +79,8 @@ std::string SpeedReport::Table() const {
     row("settings", thresholds->settings);
   }
   if (encoder) {
-    row("stream", fmt::format("mode {}, {} half of the words, {} error bits", encoder->mode,
-                              encoder->lowWord ? "low" : "high", encoder->errorBits));
+    row("stream",
+        fmt::format("mode {}, {} words, {} error bits", encoder->mode, encoder->word, encoder->errorBits));
   }
   std::string pulses = fmt::format("{}", counts->pulses());
   if (gap != nullptr && gap->gaps() == 0) pulses += ", no gap found";

@@ -20,7 +20,7 @@ struct SpeedReport {
   /// Of an encoder stream.
   struct Encoder {
     unsigned mode = 0;
-    bool lowWord = false;
+    std::string word;  ///< the part of each word that was used: high, low or whole
     std::uint64_t errorBits = 0;
   };
 

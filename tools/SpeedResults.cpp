@@ -42,7 +42,7 @@ void Revolutions::Take(const Pulse& pulse) {
   if (!started_) begin_ = pulse.begin;
   started_ = true;
   pitches_ += pulse.pitches;
-  if (pitches_ >= pulsesPerRevolution_ - 1e-6) {
+  if (std::abs(pitches_) >= pulsesPerRevolution_ - 1e-6) {
     Close(pulse.end, pitches_ / pulsesPerRevolution_);
     begin_ = pulse.end;
     pitches_ = 0;

@@ -18,7 +18,7 @@ namespace umlauf::tool {
 /// Speeds over stretches of time.
 struct SpeedSummary {
   double min = std::numeric_limits<double>::infinity();  ///< [rpm]
-  double max = 0;
+  double max = -std::numeric_limits<double>::infinity();
   double first = 0, last = 0;
   double turns = 0;    ///< revolutions in all
   double samples = 0;  ///< in which they were made

@@ -27,6 +27,8 @@ int main(int argc, char** argv) {
   app.require_subcommand(1);
   umlauf::tool::AddSpeedCommand(app);
   umlauf::tool::AddCanCommand(app);
+  umlauf::tool::AddDownsampleCommand(app);
+  umlauf::tool::AddEncoderCommand(app);
   umlauf::tool::AddInfoCommand(app);
   umlauf::tool::AddPlotCommand(app);
   umlauf::tool::AddPairsCommand(app);

@@ -6,10 +6,13 @@
 #include <utility>
 #include <vector>
 
+#include "tools/BlockSource.h"
 #include "tools/Commands.h"
 #include "tools/Error.h"
 #include "tools/Plot.h"
+#include "tools/Progress.h"
 #include "tools/SignalFile.h"
+#include "umlauf/rate/DownsamplingStream.h"
 #include "umlauf/signal/SigCurveExt.h"
 
 namespace umlauf::tool {
@@ -17,6 +20,7 @@ namespace {
 
 struct PlotOptions {
   std::vector<std::string> inputs;
+  RecordingOptions recording;  ///< how those of them that are recordings are read
   std::string output;
 };
 
@@ -61,14 +65,47 @@ std::vector<PlotPoint> PairsPoints(CSigPairs& pairs) {
   return pairs.IstSortiert() ? trace.Points() : points;
 }
 
-Source ReadSource(const std::string& path) {
+/// Smallest and greatest sample of each column of the picture.
+std::vector<PlotPoint> RecordingPoints(BlockSource& source) {
+  constexpr double columns = 1600;
+  constexpr std::size_t blockSize = 65536;
+  const double ratio = std::max(1.0, static_cast<double>(source.frames()) / columns);
+  CDownsamplingStream stream(ratio, CDownsamplingStream::Reduction::MinMax);
+  if (!stream.IsValid()) Fail("there is no memory to draw a recording");
+  std::vector<float> buffer, out(std::max(stream.MaxOutput(blockSize), stream.MaxFlush()));
+  std::vector<PlotPoint> points;
+  const auto take = [&](std::uint64_t n) {
+    for (std::uint64_t i = 0; i < n; ++i) {
+      const auto column = static_cast<double>(points.size() / 2);
+      const double time = source.startTime() + (column * ratio + (ratio - 1) / 2) / source.sampleRate();
+      points.push_back({time, static_cast<double>(out[i])});
+    }
+  };
+  Progress progress("reading", source.frames());
+  for (SampleBlock block = source.Read(blockSize); block.count > 0; block = source.Read(blockSize)) {
+    take(stream.Process(out.data(), Contiguous(block, 1, buffer), block.count));
+    progress.Advance(block.count);
+  }
+  take(stream.Flush(out.data()));
+  std::erase_if(points, [](const PlotPoint& point) { return !std::isfinite(point.y); });
+  return points;
+}
+
+Source ReadRecording(const PlotOptions& options, const std::string& path) {
+  RecordingOptions recording = options.recording;
+  recording.path = path;
+  const std::unique_ptr<BlockSource> source = OpenRecording(recording);
+  const std::string file = recording.path.filename().string();
+  return {file, fmt::format("{}, {}", file, source->channelName()), "s", "", RecordingPoints(*source)};
+}
+
+Source ReadSignal(const std::string& path) {
   const std::unique_ptr<CSignal> signal = ReadSignalFile(path);
   const std::string file = std::filesystem::path(path).filename().string();
   Source source{
       file, CString(signal->Name()).ToUtf8(), UnitText(signal->XUnit()), UnitText(signal->YUnit()), {}};
   if (const auto* curve = dynamic_cast<const CSigCurve*>(signal.get())) source.points = CurvePoints(*curve);
   if (auto* pairs = dynamic_cast<CSigPairs*>(signal.get())) source.points = PairsPoints(*pairs);
-  if (source.points.empty()) Fail("cannot draw {}: it holds no samples", path);
   if (source.name.empty()) source.name = file;
   return source;
 }
@@ -114,7 +151,8 @@ void RunPlot(const PlotOptions& options) {
   std::vector<Source> sources;
   for (const std::string& input : options.inputs) {
     CheckOutputPath("-o", options.output, input);
-    sources.push_back(ReadSource(input));
+    sources.push_back(IsSignalFile(input) ? ReadSignal(input) : ReadRecording(options, input));
+    if (sources.back().points.empty()) Fail("cannot draw {}: it holds no samples", input);
   }
   const Plot plot = Overlay(std::move(sources));
   OutputFile out(options.output);
@@ -126,9 +164,10 @@ void RunPlot(const PlotOptions& options) {
 
 void AddPlotCommand(CLI::App& app) {
   auto options = std::make_shared<PlotOptions>();
-  CLI::App* command = app.add_subcommand("plot", "Draws signal files, several over each other");
-  command->add_option("files", options->inputs, "signal files, as speed --curve and --pairs write them")
-      ->required();
+  CLI::App* command =
+      app.add_subcommand("plot", "Draws signal files and recordings, several over each other");
+  command->add_option("files", options->inputs, "signal files and recordings")->required();
+  DeclareRecordingFormat(*command, options->recording);
   command->add_option("-o,--output", options->output, "picture")->required()->type_name("FILE.svg|.png");
   command->callback([options] { RunPlot(*options); });
 }
