@@ -23,6 +23,15 @@ bool LooksLikeText(const std::filesystem::path& path) {
 
 }  // namespace
 
+const float* Contiguous(const SampleBlock& block, unsigned width, std::vector<float>& buffer) {
+  if (block.stride == width) return block.samples;
+  buffer.resize(block.count * width);
+  for (std::size_t i = 0; i < block.count; ++i) {
+    std::copy_n(block.samples + i * block.stride, width, buffer.data() + i * width);
+  }
+  return buffer.data();
+}
+
 unsigned ChannelIndex(const RecordingOptions& options, unsigned channels) {
   const unsigned channel = options.channel.value_or(1);
   if (channel < 1 || channel > channels) {
@@ -32,18 +41,22 @@ unsigned ChannelIndex(const RecordingOptions& options, unsigned channels) {
   return channel - 1;
 }
 
-std::unique_ptr<BlockSource> OpenRecording(const RecordingOptions& options) {
+void CheckRecordingExists(const std::filesystem::path& path) {
   std::error_code error;
-  const auto status = std::filesystem::status(options.path, error);
+  const auto status = std::filesystem::status(path, error);
   if (!std::filesystem::exists(status)) {
-    Fail("cannot read {}: there is no such file; check the name", options.path.string());
+    Fail("cannot read {}: there is no such file; check the name", path.string());
   }
   if (std::filesystem::is_directory(status)) {
-    Fail("cannot read {}: it is a folder; name a recording", options.path.string());
+    Fail("cannot read {}: it is a folder; name a recording", path.string());
   }
+}
+
+std::unique_ptr<BlockSource> OpenRecording(const RecordingOptions& options) {
+  CheckRecordingExists(options.path);
   if (options.raw) {
     if (options.column) FailUsage("--column is for CSV files; use --channel with --raw");
-    if (!options.rate) FailUsage("--raw needs the sample rate; give --rate HZ");
+    if (!options.rate) FailUsage("--raw needs the sample rate; give {} HZ", options.rateOption);
     return OpenRawFile(options);
   }
   if (options.channels) FailUsage("--channels describes raw samples; give --raw FORMAT with it");
@@ -52,7 +65,9 @@ std::unique_ptr<BlockSource> OpenRecording(const RecordingOptions& options) {
     return OpenCsvFile(options);
   }
   if (options.column) FailUsage("--column is for CSV files; use --channel for {}", options.path.string());
-  if (options.rate) FailUsage("--rate is for --raw and CSV files; {} tells its own", options.path.string());
+  if (options.rate) {
+    FailUsage("{} is for --raw and CSV files; {} tells its own", options.rateOption, options.path.string());
+  }
   return OpenSoundFile(options);
 }
 

@@ -25,8 +25,10 @@ int SignificantDigits(std::string_view number) {
 class CsvSource final : public BlockSource {
  public:
   explicit CsvSource(const RecordingOptions& options) : path_(options.path.string()), reader_(options.path) {
-    column_ = WantedColumn(options);
+    const bool all = options.allChannels && !options.column && reader_.columns() >= 2;
+    column_ = all ? 1 : WantedColumn(options);
     channels_ = static_cast<unsigned>(std::max<std::size_t>(reader_.columns(), 2) - 1);
+    if (all) width_ = channels_;
     channelName_ = reader_.header().empty() ? fmt::format("column {}", column_ + 1)
                                             : fmt::format("column \"{}\"", reader_.header()[column_]);
     ReadTimes(options.rate);
@@ -34,10 +36,12 @@ class CsvSource final : public BlockSource {
 
   SampleBlock Read(std::size_t count) override {
     samples_.clear();
-    while (samples_.size() < count && reader_.NextRow()) {
-      samples_.push_back(static_cast<float>(reader_.Number(column_)));
+    while (samples_.size() < count * width_ && reader_.NextRow()) {
+      for (std::size_t column = column_; column < column_ + width_; ++column) {
+        samples_.push_back(static_cast<float>(reader_.Number(column)));
+      }
     }
-    return {samples_.data(), samples_.size(), 1};
+    return {samples_.data(), samples_.size() / width_, width_};
   }
 
   void Rewind() override { reader_.Rewind(); }

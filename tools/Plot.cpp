@@ -46,12 +46,10 @@ std::string LookOf(const PlotSeries& series) {
 struct Range {
   double low = std::numeric_limits<double>::infinity(), high = -std::numeric_limits<double>::infinity();
 
-  void Add(const PlotPanel& panel, double PlotPoint::*coordinate) {
-    for (const PlotSeries& series : panel.series) {
-      for (const PlotPoint& point : series.points) {
-        low = std::min(low, point.*coordinate);
-        high = std::max(high, point.*coordinate);
-      }
+  void Add(const PlotSeries& series, double PlotPoint::*coordinate) {
+    for (const PlotPoint& point : series.points) {
+      low = std::min(low, point.*coordinate);
+      high = std::max(high, point.*coordinate);
     }
   }
   /// Some room at both ends, but not below 0 for what is never negative.
@@ -71,23 +69,49 @@ std::string PanelScript(const PlotPanel& panel) {
     data += fmt::format("$s{} << END_OF_DATA\n", number);
     for (const PlotPoint& point : series.points) data += fmt::format("{:.9g} {:.9g}\n", point.x, point.y);
     data += "END_OF_DATA\n";
-    command += fmt::format("{} $s{} using 1:2 {} {}", command.empty() ? "plot" : ",", number, LookOf(series),
+    command += fmt::format("{} $s{} using 1:2 axes x1{} {} {}", command.empty() ? "plot" : ",", number,
+                           series.rightAxis ? "y2" : "y1", LookOf(series),
                            series.title.empty() ? "notitle" : "title " + Quoted(series.title));
   }
   return data + command + "\n";
 }
 
+/// Ranges, labels and tics of a panel's y axes.
+std::string YAxes(const PlotPanel& panel) {
+  Range left, right;
+  for (const PlotSeries& series : panel.series) (series.rightAxis ? right : left).Add(series, &PlotPoint::y);
+  left.Widen();
+  std::string script =
+      fmt::format("set yrange [{:.9g}:{:.9g}]\nset ylabel {}\n", left.low, left.high, Quoted(panel.yLabel));
+  if (right.low <= right.high) {
+    right.Widen();
+    script += fmt::format(
+        "set border 11 lc rgb '#505050'\nset y2tics out\nset y2range [{:.9g}:{:.9g}]\nset y2label {}\n",
+        right.low, right.high, Quoted(panel.rightLabel));
+  } else {
+    script += "set border 3 lc rgb '#505050'\nunset y2tics\nunset y2label\n";
+  }
+  return script;
+}
+
 std::string PlotScript(const Plot& plot, const OutputFile& out) {
+  const bool twoAxes = std::any_of(plot.panels.begin(), plot.panels.end(),
+                                   [](const PlotPanel& panel) { return !panel.rightLabel.empty(); });
   // Edges of the drawing area as parts of the picture.
-  constexpr double left = 0.095, right = 0.98, top = 0.87, bottom = 0.125, between = 0.05;
+  constexpr double left = 0.095, top = 0.87, bottom = 0.125, between = 0.05;
+  const double right = twoAxes ? 0.91 : 0.98;
   Range x;
-  for (const PlotPanel& panel : plot.panels) x.Add(panel, &PlotPoint::x);
+  for (const PlotPanel& panel : plot.panels) {
+    for (const PlotSeries& series : panel.series) x.Add(series, &PlotPoint::x);
+  }
   if (!(x.low < x.high)) x.Widen();
-  const double below = plot.panels.size() > 1 ? 0.28 : 0;
   const auto others = static_cast<double>(plot.panels.size() - 1);
+  // Of each further panel, with the space above it.
+  const double even = (top - bottom + between) / (others + 1);
+  const double below = others > 0 ? plot.alike ? even : std::min(even, 0.28) : 0;
   std::string script = fmt::format(
       "set encoding utf8\nset terminal {} noenhanced\nset output {}\n"
-      "set grid lc rgb '#d8d8d8' lt 1 lw 0.8\nset border 3 lc rgb '#505050'\nset tics nomirror out\n"
+      "set grid lc rgb '#d8d8d8' lt 1 lw 0.8\nset tics nomirror out\n"
       "set xrange [{:.9g}:{:.9g}]\nset multiplot\nset lmargin at screen {}\nset rmargin at screen {}\n",
       Terminal(out.target()), Quoted(out.temporary().string()), x.low, x.high, left, right);
   script += fmt::format(
@@ -99,15 +123,11 @@ std::string PlotScript(const Plot& plot, const OutputFile& out) {
     const bool first = &panel == &plot.panels.front(), last = &panel == &plot.panels.back();
     const double height = first ? top - bottom - others * below : below - between;
     if (!first) ceiling -= between;
-    Range y;
-    y.Add(panel, &PlotPoint::y);
-    y.Widen();
     script += fmt::format(
-        "set tmargin at screen {:.4f}\nset bmargin at screen {:.4f}\nset yrange [{:.9g}:{:.9g}]\nset ylabel "
-        "{}\n"
-        "set xlabel {}\nset format x {}\n{}unset label 1\n",
-        ceiling, ceiling - height, y.low, y.high, Quoted(panel.yLabel), last ? Quoted(plot.xLabel) : "''",
-        last ? "'% h'" : "''", PanelScript(panel));
+        "set tmargin at screen {:.4f}\nset bmargin at screen {:.4f}\n{}set xlabel {}\nset format x {}\n{}"
+        "unset label 1\n",
+        ceiling, ceiling - height, YAxes(panel), last ? Quoted(plot.xLabel) : "''", last ? "'% h'" : "''",
+        PanelScript(panel));
     ceiling -= height;
   }
   return script + "unset multiplot\nunset output\n";

@@ -44,18 +44,22 @@ struct PlotSeries {
   Look look = Look::line;
   std::string colour = "#1f5fa8";
   std::vector<PlotPoint> points;
+  bool rightAxis = false;
 };
 
-/// One pair of axes; later series are drawn over earlier ones.
+/// One x axis with a y axis and, where a series asks for it, a second one on the right; later series are
+/// drawn over earlier ones. At least one series is on the left.
 struct PlotPanel {
   std::string yLabel;
   std::vector<PlotSeries> series;
+  std::string rightLabel = {};
 };
 
-/// Panels one below the other over the same x axis; the first one is the tallest.
+/// Panels one below the other over the same x axis; the first one is the tallest unless all are alike.
 struct Plot {
   std::string title, xLabel;
   std::vector<PlotPanel> panels;
+  bool alike = false;
 };
 
 /// Refuses names that end neither in .svg nor in .png, before any work is done for them.

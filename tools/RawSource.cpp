@@ -1,19 +1,13 @@
-#include <array>
-#include <cerrno>
-#include <cstdio>
 #include <cstring>
 #include <vector>
 
 #include "tools/BlockSource.h"
 #include "tools/Error.h"
+#include "tools/RawFile.h"
 #include "umlauf/platform/framework/Types.h"
 
 namespace umlauf::tool {
 namespace {
-
-struct CloseFile {
-  void operator()(std::FILE* file) const { std::fclose(file); }
-};
 
 constexpr std::size_t SampleSize(RawFormat format) { return format == RawFormat::i16 ? 2 : 4; }
 
@@ -27,55 +21,49 @@ void Convert(const char* bytes, std::size_t count, std::size_t stride, float* ou
   }
 }
 
-/// Headerless little-endian samples, channels interleaved. Bytes behind the last whole frame are left out.
+/// Headerless little-endian samples, channels interleaved.
 class RawSource final : public BlockSource {
  public:
   explicit RawSource(const RecordingOptions& options)
-      : path_(options.path.string()), format_(*options.raw), file_(std::fopen(options.path.c_str(), "rb")) {
-    if (!file_) Fail("cannot read {}: {}", path_, std::strerror(errno));
+      : format_(*options.raw), file_(options.path, SampleSize(format_) * options.channels.value_or(1)) {
     channels_ = options.channels.value_or(1);
     channel_ = ChannelIndex(options, channels_);
+    if (options.allChannels && !options.channel) width_ = channels_;
     channelName_ = fmt::format("channel {} of {}", channel_ + 1, channels_);
     sampleRate_ = *options.rate;
-    frameSize_ = SampleSize(format_) * channels_;
-    std::error_code error;
-    const std::uintmax_t bytes = std::filesystem::file_size(options.path, error);
-    if (error) Fail("cannot read {}: {}", path_, error.message());
-    frames_ = bytes / frameSize_;
+    frames_ = file_.frames();
   }
 
   SampleBlock Read(std::size_t count) override {
-    bytes_.resize(count * frameSize_);
-    samples_.resize(count);
-    const std::size_t n = std::fread(bytes_.data(), frameSize_, count, file_.get());
-    if (n < count && std::ferror(file_.get()) != 0) Fail("cannot read {}: {}", path_, std::strerror(errno));
+    bytes_.resize(count * file_.frameSize());
+    samples_.resize(count * width_);
+    const std::size_t n = file_.Read(bytes_.data(), count);
     const char* first = bytes_.data() + channel_ * SampleSize(format_);
+    const std::size_t stride = width_ > 1 ? SampleSize(format_) : file_.frameSize();
     switch (format_) {
       case RawFormat::f32:
-        Convert<float>(first, n, frameSize_, samples_.data());
+        Convert<float>(first, n * width_, stride, samples_.data());
         break;
       case RawFormat::i16:
-        Convert<std::int16_t>(first, n, frameSize_, samples_.data());
+        Convert<std::int16_t>(first, n * width_, stride, samples_.data());
         break;
       case RawFormat::i32:
-        Convert<std::int32_t>(first, n, frameSize_, samples_.data());
+        Convert<std::int32_t>(first, n * width_, stride, samples_.data());
         break;
       case RawFormat::u32:
-        Convert<std::uint32_t>(first, n, frameSize_, samples_.data());
+        Convert<std::uint32_t>(first, n * width_, stride, samples_.data());
         break;
     }
-    return {samples_.data(), n, 1};
+    return {samples_.data(), n, width_};
   }
 
-  void Rewind() override { std::rewind(file_.get()); }
+  void Rewind() override { file_.Rewind(); }
 
  private:
-  std::string path_;
   RawFormat format_;
-  std::unique_ptr<std::FILE, CloseFile> file_;
+  RawFile file_;
   std::vector<char> bytes_;
   std::vector<float> samples_;
-  std::size_t frameSize_ = 0;
   unsigned channel_ = 0;
 };
 

@@ -11,7 +11,7 @@
 
 #include "tools/Error.h"
 #include "umlauf/platform/framework/CMemFile.h"
-#include "umlauf/signal/SigCurve.h"
+#include "umlauf/signal/SigCurveExt.h"
 
 namespace umlauf::tool {
 namespace {
@@ -33,6 +33,10 @@ std::unique_ptr<CSignal> EmptySignal(LONG tag) {
   switch (tag) {
     case SigIdCurve:
       return std::make_unique<CSigCurve>();
+    case SigIdCurveExt:
+      return std::make_unique<CSigCurveExt>();
+    case SigIdPairs:
+      return std::make_unique<CSigPairs>();
     default:
       return nullptr;
   }
@@ -94,6 +98,29 @@ std::unique_ptr<CSignal> ReadSignalFile(const std::filesystem::path& path) {
                      record.Remaining() == 0 && RecordSize(*signal, header.record) == header.length;
   if (!whole) Fail("cannot read {}: it is damaged or incomplete; write it again", path.string());
   return signal;
+}
+
+bool IsSignalFile(const std::filesystem::path& path) {
+  std::error_code error;
+  if (!std::filesystem::is_regular_file(path, error)) return false;
+  const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::fopen(path.c_str(), "rb"), std::fclose);
+  std::array<char, magic.size()> start{};
+  return file && std::fread(start.data(), 1, start.size(), file.get()) == start.size() && start == magic;
+}
+
+std::unique_ptr<CSigPairs> ReadPairs(const std::filesystem::path& path) {
+  std::unique_ptr<CSignal> signal = ReadSignalFile(path);
+  if (auto* pairs = dynamic_cast<CSigPairs*>(signal.get())) {
+    static_cast<void>(signal.release());
+    return std::unique_ptr<CSigPairs>(pairs);
+  }
+  const auto& curve = dynamic_cast<const CSigCurve&>(*signal);
+  auto pairs = std::make_unique<CSigPairs>(curve);
+  if (curve.DLen() > 0 && !pairs->Gueltig()) {
+    Fail("cannot use {}: there is no memory for {} points, or none of its samples is valid", path.string(),
+         curve.DLen());
+  }
+  return pairs;
 }
 
 }  // namespace umlauf::tool

@@ -23,15 +23,16 @@ class SoundFileSource final : public BlockSource {
     file_.reset(sf_open(options.path.c_str(), SFM_READ, &info));
     if (!file_) {
       Fail(
-          "cannot read {}: no recording in a known format ({}); give --raw FORMAT --rate HZ if it is raw "
+          "cannot read {}: no recording in a known format ({}); give --raw FORMAT {} HZ if it is raw "
           "samples",
-          path_, Reason(nullptr));
+          path_, Reason(nullptr), options.rateOption);
     }
     if (info.samplerate <= 0 || info.channels <= 0 || info.frames < 0) {
       Fail("cannot read {}: its header tells no usable sample rate, channels and length", path_);
     }
     channels_ = static_cast<unsigned>(info.channels);
     channel_ = ChannelIndex(options, channels_);
+    if (options.allChannels && !options.channel) width_ = channels_;
     channelName_ = fmt::format("channel {} of {}", channel_ + 1, channels_);
     sampleRate_ = info.samplerate;
     frames_ = static_cast<std::uint64_t>(info.frames);

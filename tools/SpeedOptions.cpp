@@ -2,12 +2,10 @@
 
 #include <array>
 #include <cmath>
-#include <map>
 
 #include "tools/Commands.h"
 #include "tools/Error.h"
 #include "tools/NumberText.h"
-#include "tools/Plot.h"
 #include "umlauf/platform/vekta/numeric.h"
 
 namespace umlauf::tool {
@@ -36,40 +34,8 @@ SpikeFilter ParseSpikeFilter(const std::string& text) {
   FailUsage("--spike-filter {} is not THRESHOLD[,RUNIN[,DEADTIME]]; give for example 0.2,5,0", text);
 }
 
-void DeclareRecording(CLI::App& command, RecordingOptions& recording) {
-  const std::map<std::string, RawFormat> rawFormats = {
-      {"f32", RawFormat::f32}, {"i16", RawFormat::i16}, {"i32", RawFormat::i32}, {"u32", RawFormat::u32}};
-  command.add_option("recording", recording.path, "WAV, FLAC, W64, RF64, MAT ..., CSV or raw samples")
-      ->required();
-  command.add_option("--channel", recording.channel, "channel of a sound or raw file, from 1")
-      ->group("Recording");
-  command
-      .add_option("--column", recording.column, "column of a CSV file, number from 1 (1 is the time) or name")
-      ->group("Recording");
-  command.add_option("--raw", recording.raw, "headerless little-endian samples: f32, i16, i32 or u32")
-      ->transform(CLI::CheckedTransformer(rawFormats).description(""))
-      ->type_name("FORMAT")
-      ->group("Recording");
-  command
-      .add_option("--rate", recording.rate,
-                  "samples per second of raw samples; for CSV in place of its times")
-      ->check(AboveZero().description(""))
-      ->type_name("HZ")
-      ->group("Recording");
-  command.add_option("--channels", recording.channels, "channels of raw samples (1)")
-      ->check(CLI::Range(1u, 65535u).description(""))
-      ->group("Recording");
-}
-
 void DeclareDetector(CLI::App& command, SpeedOptions& o) {
   const std::string group = "Detector";
-  command
-      .add_option(
-          "--pulses-per-rev", o.pulsesPerRev,
-          "pulses of a revolution: the edges that count, so twice the teeth with --edges both; with --gap "
-          "those of a wheel without the gap (1)")
-      ->check(AboveZero().description(""))
-      ->group(group);
   command.add_option("--upper", o.upper, "upper threshold (automatic)")
       ->check(Finite().description(""))
       ->group(group);
@@ -97,38 +63,6 @@ void DeclareDetector(CLI::App& command, SpeedOptions& o) {
       .add_option("--settings", o.settings, "settings line of the detector, in place of the options above")
       ->type_name("TEXT")
       ->group(group);
-  command
-      .add_option("--gap", o.gap,
-                  "the wheel has a gap of this length in teeth (3 when two are missing), or auto")
-      ->type_name("REL|auto")
-      ->group(group);
-  command.add_option("--block", o.block, "samples per block (65536)")
-      ->check(CLI::Range(std::size_t{1}, std::size_t{1} << 26).description(""))
-      ->type_name("SAMPLES")
-      ->group(group);
-}
-
-void DeclareOutput(CLI::App& command, SpeedOptions& o) {
-  const std::string group = "Output";
-  command.add_option("--csv", o.csv, "one line per pulse; - is standard output")
-      ->type_name("FILE")
-      ->group(group);
-  command.add_option("--curve", o.curve, "speed over time as signal file")->type_name("FILE")->group(group);
-  command.add_option("--curve-step", o.curveStep, "step of that curve (0.01)")
-      ->check(AboveZero().description(""))
-      ->type_name("SECONDS")
-      ->group(group);
-  command.add_option("--plot", o.plot, "speed over time as picture")
-      ->type_name("FILE.svg|.png")
-      ->group(group);
-  command.add_option("--truth", o.truth, "compare with a known speed: CSV of seconds and rpm")
-      ->type_name("FILE")
-      ->group(group);
-  command.add_option("--tolerance", o.tolerance, "fail when a pulse deviates more from --truth, in percent")
-      ->check(AboveZero().description(""))
-      ->type_name("PERCENT")
-      ->group(group);
-  command.add_flag("--json", o.json, "results as one JSON object on standard output")->group(group);
 }
 
 }  // namespace
@@ -136,23 +70,12 @@ void DeclareOutput(CLI::App& command, SpeedOptions& o) {
 void DeclareSpeedOptions(CLI::App& command, SpeedOptions& options) {
   DeclareRecording(command, options.recording);
   DeclareDetector(command, options);
-  DeclareOutput(command, options);
+  DeclareSpeedResults(command, options);
   CLI::Option* settings = command.get_option("--settings");
   for (const char* each :
        {"--upper", "--lower", "--edges", "--divider", "--min-pulse", "--spike-filter", "--ttl"}) {
     settings->excludes(command.get_option(each));
   }
-  command.get_option("--tolerance")->needs(command.get_option("--truth"));
-  command.get_option("--curve-step")->needs(command.get_option("--curve"));
-}
-
-std::optional<double> SpeedOptions::gapLength() const {
-  if (gap == "auto") return std::nullopt;
-  const auto length = ParseNumber(gap);
-  if (!length || !(*length > 1 && *length < 1000)) {
-    FailUsage("--gap {}: give the length of the gap in teeth (more than 1), or auto", gap);
-  }
-  return length;
 }
 
 void CheckSpeedOptions(const SpeedOptions& o) {
@@ -160,31 +83,11 @@ void CheckSpeedOptions(const SpeedOptions& o) {
     FailUsage("--lower {} lies above --upper {}; exchange them", *o.lower, *o.upper);
   }
   if (!o.spikeFilter.empty()) ParseSpikeFilter(o.spikeFilter);
+  CheckSpeedResults(o);
   if (!o.gap.empty()) {
-    const auto length = o.gapLength();
-    if (o.pulsesPerRev < 4 || (length && *length >= o.pulsesPerRev)) {
-      FailUsage(
-          "--gap needs the pulses of the wheel without its gap, more than the gap is long; give "
-          "--pulses-per-rev");
-    }
     const CDzPulsDetektor detector = ConfiguredDetector(o);
     if (detector.BeideFlankenSuchen() || detector.PulsTeiler() > 1) {
       FailUsage("--gap works on every tooth once; leave out --edges both and --divider");
-    }
-  }
-  if (!o.plot.empty()) CheckPlotName("--plot", o.plot);
-  if (o.csv == "-" && o.json)
-    FailUsage("--csv - and --json both write to standard output; name a file for --csv");
-  if (o.curve == "-") FailUsage("--curve writes a binary file; name one");
-  const std::array<std::pair<const char*, const std::string*>, 3> outputs = {
-      {{"--csv", &o.csv}, {"--curve", &o.curve}, {"--plot", &o.plot}}};
-  for (std::size_t i = 0; i < outputs.size(); ++i) {
-    const auto& [option, name] = outputs[i];
-    if (name->empty()) continue;
-    CheckOutputPath(option, *name, o.recording.path);
-    if (!o.truth.empty()) CheckOutputPath(option, *name, o.truth);
-    for (std::size_t k = 0; k < i; ++k) {
-      if (*outputs[k].second == *name) FailUsage("{} and {} name the same file", outputs[k].first, option);
     }
   }
 }

@@ -19,16 +19,26 @@ std::string SpeedReport::Json() const {
   const SpeedSummary& speed = counts->speed();
   nlohmann::ordered_json json;
   json["recording"] = recording;
-  json["thresholds"] = {{"upper", Decimal(upper)}, {"lower", Decimal(lower)}};
-  json["settings"] = settings;
+  if (thresholds) {
+    json["thresholds"] = {{"upper", Decimal(thresholds->upper)}, {"lower", Decimal(thresholds->lower)}};
+    json["settings"] = thresholds->settings;
+  }
+  if (encoder) {
+    json["mode"] = encoder->mode;
+    json["word"] = encoder->word;
+    json["error_bits"] = encoder->errorBits;
+  }
   json["pulses"] = counts->pulses();
   json["gap_corrected"] = counts->correctedGaps();
   json["rpm"] = {{"min", speed.min}, {"mean", speed.Mean(sampleRate)}, {"max", speed.max}};
   json["duration_s"] = duration;
   json["channel"] = channel;
   json["sample_rate_hz"] = sampleRate;
-  json["thresholds_automatic"] = {{"upper", automaticUpper}, {"lower", automaticLower}};
-  json["spike_held"] = counts->held();
+  if (thresholds) {
+    json["thresholds_automatic"] = {{"upper", thresholds->automaticUpper},
+                                    {"lower", thresholds->automaticLower}};
+    json["spike_held"] = counts->held();
+  }
   if (gap != nullptr) {
     json["gap"] = {{"count", gap->gaps()}, {"relative_length", nullptr}};
     if (gap->gaps() > 0) json["gap"]["relative_length"] = gap->relativeLength();
@@ -62,9 +72,16 @@ std::string SpeedReport::Table() const {
   };
   row("recording", recording);
   row("", fmt::format("{}, {:g} samples/s, {:.3f} s", channel, sampleRate, duration));
-  row("thresholds", fmt::format("upper {:g}{}, lower {:g}{}", upper, automaticUpper ? " (automatic)" : "",
-                                lower, automaticLower ? " (automatic)" : ""));
-  row("settings", settings);
+  if (thresholds) {
+    row("thresholds", fmt::format("upper {:g}{}, lower {:g}{}", thresholds->upper,
+                                  thresholds->automaticUpper ? " (automatic)" : "", thresholds->lower,
+                                  thresholds->automaticLower ? " (automatic)" : ""));
+    row("settings", thresholds->settings);
+  }
+  if (encoder) {
+    row("stream",
+        fmt::format("mode {}, {} words, {} error bits", encoder->mode, encoder->word, encoder->errorBits));
+  }
   std::string pulses = fmt::format("{}", counts->pulses());
   if (gap != nullptr && gap->gaps() == 0) pulses += ", no gap found";
   if (gap != nullptr && gap->gaps() > 0) {

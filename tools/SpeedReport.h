@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstdint>
+#include <optional>
 #include <string>
 
 #include "tools/GapCorrection.h"
@@ -7,14 +9,26 @@
 
 namespace umlauf::tool {
 
-/// All that `umlauf speed` found out about a recording.
+/// All that was found out about the speed in a recording.
 struct SpeedReport {
+  /// Of an analogue tacho signal.
+  struct Thresholds {
+    float upper = 0, lower = 0;
+    bool automaticUpper = false, automaticLower = false;
+    std::string settings;  ///< the detector's settings line
+  };
+  /// Of an encoder stream.
+  struct Encoder {
+    unsigned mode = 0;
+    std::string word;  ///< the part of each word that was used: high, low or whole
+    std::uint64_t errorBits = 0;
+  };
+
   std::string recording, channel;
   double sampleRate = 0;  ///< [samples/s]
   double duration = 0;    ///< [s]
-  float upper = 0, lower = 0;
-  bool automaticUpper = false, automaticLower = false;
-  std::string settings;
+  std::optional<Thresholds> thresholds;
+  std::optional<Encoder> encoder;
   const PulseCounts* counts = nullptr;
   const Revolutions* revolutions = nullptr;
   const GapCorrection* gap = nullptr;      ///< null without --gap

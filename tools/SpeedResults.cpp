@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 #include "tools/CsvReader.h"
 #include "tools/Error.h"
@@ -41,7 +42,7 @@ void Revolutions::Take(const Pulse& pulse) {
   if (!started_) begin_ = pulse.begin;
   started_ = true;
   pitches_ += pulse.pitches;
-  if (pitches_ >= pulsesPerRevolution_ - 1e-6) {
+  if (std::abs(pitches_) >= pulsesPerRevolution_ - 1e-6) {
     Close(pulse.end, pitches_ / pulsesPerRevolution_);
     begin_ = pulse.end;
     pitches_ = 0;
@@ -87,6 +88,21 @@ std::unique_ptr<CSigCurve> CurveBuilder::Finish(const wchar_t* name) {
   curve->SetYUnit(CString(L"rpm"));
   curve->SetFileCompression(false);
   return curve;
+}
+
+void PairsBuilder::Take(const Pulse& pulse) {
+  if (!pulse.hasSpeed()) return;
+  const double time = startTime_ + pulse.middle() / sampleRate_;
+  if (!points_->NeuesPaar(static_cast<float>(time), static_cast<float>(pulse.rpm(sampleRate_)))) {
+    Fail("there is no memory for {} points of speed", points_->NPaare() + 1);
+  }
+}
+
+std::unique_ptr<CSigPairs> PairsBuilder::Finish(const wchar_t* name) {
+  points_->SetName(name);
+  points_->SetXUnit(CString(L"s"));
+  points_->SetYUnit(CString(L"rpm"));
+  return std::move(points_);
 }
 
 TruthComparison::TruthComparison(const std::filesystem::path& path, double sampleRate, double startTime)

@@ -8,6 +8,7 @@
 
 #include "tools/Plot.h"
 #include "tools/Pulse.h"
+#include "umlauf/pairs/SigPairs.h"
 #include "umlauf/signal/SigCurve.h"
 
 /// What is made of the pulses of a recording, one pulse after the other. Every class here takes each closed
@@ -17,7 +18,7 @@ namespace umlauf::tool {
 /// Speeds over stretches of time.
 struct SpeedSummary {
   double min = std::numeric_limits<double>::infinity();  ///< [rpm]
-  double max = 0;
+  double max = -std::numeric_limits<double>::infinity();
   double first = 0, last = 0;
   double turns = 0;    ///< revolutions in all
   double samples = 0;  ///< in which they were made
@@ -90,6 +91,19 @@ class CurveBuilder {
   double cursor_ = 0;  ///< [s] end of what was taken
   double turns_ = 0;   ///< in the step in progress
   std::vector<float> rpm_;
+};
+
+/// Speed as point pairs over time, in s and rpm: the speed of each pulse at its middle.
+class PairsBuilder {
+ public:
+  PairsBuilder(double sampleRate, double startTime) : sampleRate_(sampleRate), startTime_(startTime) {}
+  void Take(const Pulse& pulse);
+  /// Hands out the points; call once.
+  std::unique_ptr<CSigPairs> Finish(const wchar_t* name);
+
+ private:
+  double sampleRate_, startTime_;
+  std::unique_ptr<CSigPairs> points_ = std::make_unique<CSigPairs>();
 };
 
 /// Compares the speed of each pulse with a known one: a table of seconds and rpm, straight lines between.

@@ -44,18 +44,18 @@ WheelSimulator::WheelSimulator(SpeedProfile profile, const WheelSettings& settin
       settings_(settings),
       random_(settings.seed),
       frames_(numeric::trunc_sat<std::uint64_t>(profile_.duration() * settings.rate)) {
-  toothEnd_ = 1 + EdgeJitter();
+  toothEnd_ = 1 + random_.Jitter(settings_.jitter);
 }
 
-double WheelSimulator::Normal() {
+double NormalNumbers::Next() {
   // Box and Muller, written out: the distributions of the standard library differ from one to the next.
   const auto uniform = [this] { return (static_cast<double>(random_() >> 11) + 0.5) * 0x1p-53; };
   const double radius = std::sqrt(-2 * std::log(uniform()));
   return radius * std::cos(2 * std::numbers::pi * uniform());
 }
 
-double WheelSimulator::EdgeJitter() {
-  return settings_.jitter > 0 ? std::clamp(settings_.jitter * Normal(), -0.4, 0.4) : 0.0;
+double NormalNumbers::Jitter(double deviation) {
+  return deviation > 0 ? std::clamp(deviation * Next(), -0.4, 0.4) : 0.0;
 }
 
 float WheelSimulator::Sample(double time) {
@@ -63,7 +63,7 @@ float WheelSimulator::Sample(double time) {
   while (angle >= toothEnd_) {
     ++tooth_;
     toothBegin_ = toothEnd_;
-    toothEnd_ = static_cast<double>(tooth_ + 1) + EdgeJitter();
+    toothEnd_ = static_cast<double>(tooth_ + 1) + random_.Jitter(settings_.jitter);
   }
   const bool present = tooth_ % settings_.teeth < settings_.teeth - settings_.missing;
   const double phase = (angle - toothBegin_) / (toothEnd_ - toothBegin_);
@@ -74,7 +74,7 @@ float WheelSimulator::Sample(double time) {
     value = settings_.amplitude * std::pow(profile_.Rpm(time) / profile_.greatest(), settings_.growth) *
             std::sin(2 * std::numbers::pi * phase);
   }
-  if (settings_.noise > 0) value += settings_.noise * settings_.amplitude * Normal();
+  if (settings_.noise > 0) value += settings_.noise * settings_.amplitude * random_.Next();
   return static_cast<float>(value);
 }
 

@@ -46,6 +46,19 @@ struct WheelSettings {
   std::uint64_t seed = 1;
 };
 
+/// Normally distributed numbers, the same on every system for the same seed.
+class NormalNumbers {
+ public:
+  explicit NormalNumbers(std::uint64_t seed) : random_(seed) {}
+  /// Of mean 0 and standard deviation 1.
+  double Next();
+  /// Of an edge's place, in teeth; limited so that edges keep their order. Draws nothing for 0.
+  double Jitter(double deviation);
+
+ private:
+  std::mt19937_64 random_;
+};
+
 /// The signal of a sensor at a toothed wheel, sample after sample; the same for the same settings. A tooth
 /// begins with the rising zero crossing of its sine, or with the rising edge of its TTL pulse.
 class WheelSimulator {
@@ -57,13 +70,11 @@ class WheelSimulator {
   void Next(std::span<float> samples);
 
  private:
-  double Normal();
-  double EdgeJitter();
   float Sample(double time);
 
   SpeedProfile profile_;
   WheelSettings settings_;
-  std::mt19937_64 random_;
+  NormalNumbers random_;
   std::uint64_t frames_;
   std::uint64_t at_ = 0;
   std::uint64_t tooth_ = 0;               ///< since the start

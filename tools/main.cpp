@@ -26,10 +26,15 @@ int main(int argc, char** argv) {
   app.set_version_flag("--version", UMLAUF_VERSION);
   app.require_subcommand(1);
   umlauf::tool::AddSpeedCommand(app);
+  umlauf::tool::AddCanCommand(app);
+  umlauf::tool::AddDownsampleCommand(app);
+  umlauf::tool::AddEncoderCommand(app);
   umlauf::tool::AddInfoCommand(app);
   umlauf::tool::AddPlotCommand(app);
+  umlauf::tool::AddPairsCommand(app);
   umlauf::tool::AddUnitCommand(app);
   umlauf::tool::AddSimulateCommand(app);
+  umlauf::tool::AddSettingsCommand(app);
   try {
     app.parse(argc, argv);
     return 0;

@@ -12,15 +12,18 @@
 namespace {
 
 /// A file of this process's own.
-const std::wstring& Path() {
-  static const std::wstring path = [] {
+class TemporaryFile {
+ public:
+  TemporaryFile() {
+    if (mkstemp(name_) < 0) std::abort();
     PrWin::SetSink([](int, int, const CString&) {});
-    char name[] = "/tmp/fuzz_can_description_XXXXXX";
-    if (mkstemp(name) < 0) std::abort();
-    return CString(name).str();
-  }();
-  return path;
-}
+  }
+  ~TemporaryFile() { std::remove(name_); }
+  CString Path() const { return CString(name_); }
+
+ private:
+  char name_[40] = "/tmp/fuzz_can_description_XXXXXX";
+};
 
 void DecodeAll(CCanMessageDecoderXml& decoder) {
   const unsigned count = decoder.NumSignals() < 100 ? decoder.NumSignals() : 100;
@@ -44,11 +47,12 @@ void DecodeAll(CCanMessageDecoderXml& decoder) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size) {
-  CFile(Path().c_str(), CFile::modeWrite | CFile::modeCreate).Write(bytes, size);
+  static const TemporaryFile file;
+  CFile(file.Path(), CFile::modeWrite | CFile::modeCreate).Write(bytes, size);
   CCanMessageDecoderXml decoder;
   decoder.SetBigEndianOffset(size % 2 == 0 ? CCanMessageDecoderXml::BigEndianOffset::leastSignificantBit
                                            : CCanMessageDecoderXml::BigEndianOffset::mostSignificantBit);
-  decoder.SetDecoderXmlFile(Path().c_str());
+  decoder.SetDecoderXmlFile(file.Path());
   DecodeAll(decoder);
   decoder.SetDecoderXmlText(std::wstring(bytes, bytes + size).c_str());
   DecodeAll(decoder);

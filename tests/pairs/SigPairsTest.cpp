@@ -1,5 +1,6 @@
 #include "umlauf/pairs/SigPairs.h"
 
+#include <array>
 #include <limits>
 #include <memory>
 
@@ -26,15 +27,12 @@ TEST(SigPairs, StorageAndHeader) {
   EXPECT_EQ(fresh.PunktgleichheitToleranz(), -101.0f);
   EXPECT_EQ(fresh.Werte(), fresh.WerteEnd());
   CSigPairs s(3);
-  EXPECT_FALSE(s.Gueltig());
-  EXPECT_FALSE(s.SetzeGueltig(4));
-  EXPECT_TRUE(s.SetzeGueltig(3));
-  EXPECT_EQ(s.DLen(), 3u);
+  EXPECT_FALSE(s.Gueltig() || s.SetzeGueltig(4));
+  EXPECT_TRUE(s.SetzeGueltig(3) && s.DLen() == 3);
   s.Setzen(2, 5, 6);
   EXPECT_TRUE(s.Resize(5));
   EXPECT_THAT(PointsOf(s), ElementsAre(SPunkt{0, 0}, SPunkt{0, 0}, SPunkt{5, 6}, SPunkt{0, 0}, SPunkt{0, 0}));
-  EXPECT_FALSE(s.Resize(UINT64_MAX));
-  EXPECT_FALSE(s.Resize(UINT64_MAX / 2 + 3));
+  EXPECT_FALSE(s.Resize(UINT64_MAX) || s.Resize(UINT64_MAX / 2 + 3));
   EXPECT_EQ(s.Wert(2), 6.0f);
   EXPECT_EQ(std::vector<float>(s.Werte(), s.WerteEnd()), (std::vector<float>{0, 0, 6, 0, 0}));
   EXPECT_EQ(s.ValArray().sum(), 6.0f);
@@ -70,16 +68,12 @@ TEST(SigPairs, CopiesCarryPointsAndFieldsAssignmentAlsoUnits) {
   for (const CSigPairs* c : {&copy, static_cast<const CSigPairs*>(&assigned)}) {
     EXPECT_EQ(PointsOf(*c), PointsOf(source));
     EXPECT_EQ(Order(*c), kDown);
-    EXPECT_EQ(c->Parameter(), 2.5f);
-    EXPECT_EQ(c->Nummer(), 7);
-    EXPECT_EQ(c->PunktgleichheitToleranz(), -20.0f);
+    EXPECT_EQ(std::tuple(c->Parameter(), c->Nummer(), c->PunktgleichheitToleranz(), c->XLen()),
+              std::tuple(2.5f, 7, -20.0f, 3u));
     EXPECT_STREQ(c->Name(), L"a");
-    EXPECT_EQ(c->XLen(), 3u);
   }
   assigned.InitHeader();
-  EXPECT_FALSE(assigned.Gueltig());
-  EXPECT_EQ(assigned.Nummer(), 0);
-  EXPECT_STREQ(assigned.Name(), L"");
+  EXPECT_TRUE(!assigned.Gueltig() && assigned.Nummer() == 0 && *assigned.Name() == L'\0');
 }
 
 TEST(SigPairs, FromCurvesAndBack) {
@@ -90,17 +84,14 @@ TEST(SigPairs, FromCurvesAndBack) {
   curve.SetYUnit(L"V");
   const CSigPairs all(static_cast<const CSigCurve&>(curve));
   EXPECT_THAT(PointsOf(all), ElementsAre(SPunkt{-1, 0}, SPunkt{-0.5f, 1}, SPunkt{0, 4}, SPunkt{0.5f, 9}));
-  EXPECT_EQ(Order(all), kUp);
-  EXPECT_EQ(all.YUnit().prefixstring(), L"V");
+  EXPECT_TRUE(Order(all) == kUp && all.YUnit().prefixstring() == L"V");
   CSigCurveExt back;
   ASSERT_TRUE(all.KurveBilden(&back, 0));
   EXPECT_TRUE(back.FitTogether(&curve));
   EXPECT_EQ(PointsOf(CSigPairs(back)), PointsOf(all));
-  EXPECT_EQ(back.IMax(), 3);
-  EXPECT_STREQ(back.Name(), L"c");
+  EXPECT_TRUE(back.IMax() == 3 && *back.Name() == L'c');
   ASSERT_TRUE(all.KurveBilden(&back, 7));
-  EXPECT_EQ(back.FData()[1], 0.5f);
-  EXPECT_EQ(back.FData()[6], 9.0f);
+  EXPECT_EQ(std::pair(back.FData()[1], back.FData()[6]), std::pair(0.5f, 9.0f));
   curve.SetVIMinMax(1, 2);
   EXPECT_THAT(PointsOf(CSigPairs(curve)), ElementsAre(SPunkt{-0.5f, 1}, SPunkt{0, 4}));
   curve.Invalidate();
@@ -162,12 +153,10 @@ TEST(SigPairs, BuildingKeepsTheOrderKnown) {
   }
   CSigPairs s = Pairs(kHill);
   s.Append(s);
-  EXPECT_EQ(s.NPaare(), 8u);
-  EXPECT_EQ(Order(s), kNeither);
+  EXPECT_TRUE(s.NPaare() == 8 && Order(s) == kNeither);
   s.PunkteEntfernen(4, 99);
-  EXPECT_EQ(PointsOf(s), kHill);
   s.PunktEntfernen(4);
-  EXPECT_EQ(s.NPaare(), 4u);
+  EXPECT_EQ(PointsOf(s), kHill);
   s.PunkteEntfernen(0, SIZE_MAX);
   EXPECT_EQ(Order(s), kBoth);
 }
@@ -195,23 +184,24 @@ TEST(SigPairs, LookupInAllOrders) {
   const CSigPairs mixed = Pairs({kHill[2], kHill[0], kHill[3], kHill[1]});
   const struct {
     float x, y;
-    std::size_t lower, higher, nearest;                     // ascending
-    std::size_t downLower, downHigher, downNearest, mixed;  // descending, unsorted
-  } cases[] = {{-1, 0, 0, 0, 0, 3, 3, 3, 1},       {0, 0, 0, 0, 0, 3, 3, 3, 1},
-               {0.25f, 2.5f, 0, 1, 0, 3, 2, 3, 1}, {1, 10, 1, 1, 1, 2, 2, 2, 3},
-               {1.5f, 15, 1, 2, 2, 2, 1, 2, 0},    {3, 10, 2, 3, 3, 1, 0, 1, 0},
-               {4, 0, 3, 3, 3, 0, 0, 0, 2},        {9, 0, 3, 3, 3, 0, 0, 0, 2}};
+    std::array<std::size_t, 7>
+        index;  // lower, higher, nearest; likewise of descending data; of unsorted data
+  } cases[] = {{-1, 0, {0, 0, 0, 3, 3, 3, 1}},       {0, 0, {0, 0, 0, 3, 3, 3, 1}},
+               {0.25f, 2.5f, {0, 1, 0, 3, 2, 3, 1}}, {1, 10, {1, 1, 1, 2, 2, 2, 3}},
+               {1.5f, 15, {1, 2, 2, 2, 1, 2, 0}},    {3, 10, {2, 3, 3, 1, 0, 1, 0}},
+               {4, 0, {3, 3, 3, 0, 0, 0, 2}},        {9, 0, {3, 3, 3, 0, 0, 0, 2}}};
   for (const auto& c : cases) {
     EXPECT_FLOAT_EQ(up.WertBei(c.x), c.y) << c.x;
     EXPECT_FLOAT_EQ(down.GetValue(c.x), c.y) << c.x;
     EXPECT_EQ(mixed.WertBei(c.x), 0.0f);
-    EXPECT_EQ(up.IndexZu(c.x, 0), c.lower) << c.x;
-    EXPECT_EQ(up.IndexZu(c.x, 1), c.higher) << c.x;
-    EXPECT_EQ(up.IndexZu(c.x, 2), c.nearest) << c.x;
-    EXPECT_EQ(down.IndexZu(c.x, 0), c.downLower) << c.x;
-    EXPECT_EQ(down.IndexZu(c.x, 1), c.downHigher) << c.x;
-    EXPECT_EQ(down.IndexZu(c.x, 2), c.downNearest) << c.x;
-    EXPECT_EQ(mixed.IndexZu(c.x, 0), c.mixed) << c.x;
+    for (int i = 0; i < 7; ++i) {
+      EXPECT_EQ((i < 3   ? up
+                 : i < 6 ? down
+                         : mixed)
+                    .IndexZu(c.x, i % 3),
+                c.index[std::size_t(i)])
+          << c.x << ' ' << i;
+    }
   }
   for (const CSigPairs& one : {Pairs({{3, 7}}), CSigPairs(Pairs({{3, 7}})).PunkteSpiegeln()}) {
     for (const float x : {-9.0f, 3.0f, kInf, kNaN}) EXPECT_EQ(one.WertBei(x), 7.0f);
@@ -220,12 +210,9 @@ TEST(SigPairs, LookupInAllOrders) {
   EXPECT_LT(up.IndexZu(kNaN, 1), 4u);
   EXPECT_LT(mixed.IndexZu(kNaN, 1), 4u);
   EXPECT_TRUE(up.HatWertBei(1.9f, 0.15f));
-  EXPECT_FALSE(up.HatWertBei(3, 1));
-  EXPECT_FALSE(CSigPairs().HatWertBei(0, kInf));
-  EXPECT_TRUE(up.IsInRange(4));
-  EXPECT_FALSE(down.IsInRange(2));
-  EXPECT_TRUE(mixed.IsInRange(2));
-  EXPECT_FALSE(mixed.IsInRange(4));
+  EXPECT_FALSE(up.HatWertBei(3, 1) || CSigPairs().HatWertBei(0, kInf));
+  EXPECT_TRUE(up.IsInRange(4) && mixed.IsInRange(2));
+  EXPECT_FALSE(down.IsInRange(2) || mixed.IsInRange(4));
   std::size_t index = 99;
   EXPECT_FLOAT_EQ(up.PointDistance(-3, 4, &index), 5.0f);
   EXPECT_EQ(index, 0u);
@@ -234,10 +221,8 @@ TEST(SigPairs, LookupInAllOrders) {
   EXPECT_FLOAT_EQ(mixed.PointDistance(1, 11, nullptr), 1.0f);
   EXPECT_EQ(CSigPairs().PointDistance(1, 1, &index), 0.0f);
   // An order that is claimed but not there leads nowhere outside.
-  CSigPairs lying = mixed;
-  lying.PruefeInverseSortierung();
-  EXPECT_EQ(Order(lying), kNeither);
-  lying = up;
+  CSigPairs lying = up;
+  EXPECT_FALSE(lying.PruefeInverseSortierung());
   for (std::size_t i = 0; i < 4; ++i) lying.Setzen(i, i % 2 == 0 ? kNaN : -static_cast<float>(i), 1);
   for (const float x : {-9.0f, -2.5f, -1.0f, 0.0f, kNaN, kInf}) {
     lying.WertBei(x);
@@ -275,8 +260,7 @@ TEST(SigPairs, Ranges) {
   EXPECT_EQ(CSigPairs().YRange(), CSignal::Range{});
   std::size_t index = 9;
   EXPECT_EQ(s.FindeYMax(&lo, &index), 7.0f);
-  EXPECT_EQ(lo, 2.0f);
-  EXPECT_EQ(index, 1u);
+  EXPECT_EQ(std::pair(lo, index), std::pair(2.0f, std::size_t{1}));
   EXPECT_EQ(s.FindeYMin(nullptr, nullptr), -1.0f);
   EXPECT_EQ(s.MinStepSize(), 1.0f);
   EXPECT_EQ(Pairs({{4, -1}}).MinStepSize(), 0.0f);
@@ -319,22 +303,15 @@ TEST(SigPairs, ValuesAndPositionsInPlace) {
 TEST(SigPairs, CuttingKeepsOnePointBeyond) {
   const struct {
     float left, right;
-    Points result;
-  } cases[] = {{-5, 9, kHill},
-               {0, 4, kHill},
-               {1.5f, 9, {kHill[1], kHill[2], kHill[3]}},
-               {1, 9, kHill},
-               {2, 9, {kHill[1], kHill[2], kHill[3]}},
-               {4, 9, {}},
-               {-5, 1.5f, {kHill[0], kHill[1], kHill[2]}},
-               {-5, 2, kHill},
-               {-5, 0, {}},
-               {1.2f, 1.3f, {kHill[1], kHill[2]}},
-               {kNaN, kNaN, kHill}};
+    std::ptrdiff_t first, end;  // of the hill
+  } cases[] = {{-5, 9, 0, 4}, {0, 4, 0, 4},       {1.5f, 9, 1, 4},   {1, 9, 0, 4},
+               {2, 9, 1, 4},  {4, 9, 0, 0},       {-5, 2, 0, 4},     {-5, 1.5f, 0, 3},
+               {-5, 0, 0, 0}, {1.2f, 1.3f, 1, 3}, {kNaN, kNaN, 0, 4}};
   for (const auto& c : cases) {
     CSigPairs s = Pairs({kHill[3], kHill[2], kHill[1], kHill[0]});
-    EXPECT_EQ(PointsOf(s.CutLR(c.left, c.right)), c.result) << c.left << ' ' << c.right;
-    EXPECT_EQ(Order(s), c.result.empty() ? kBoth : kUp);
+    const Points expected(kHill.begin() + c.first, kHill.begin() + c.end);
+    EXPECT_EQ(PointsOf(s.CutLR(c.left, c.right)), expected) << c.left << ' ' << c.right;
+    EXPECT_EQ(Order(s), expected.empty() ? kBoth : kUp);
   }
   CSigPairs().CutLR(0, 0);
 }

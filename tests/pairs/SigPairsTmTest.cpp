@@ -72,8 +72,7 @@ TEST(SigPairsTm, RangeOfZeroLength) {
 TEST(SigPairsTm, NewPairsWidenTheRangeOntoZeroToOne) {
   CSigPairsTm s(4);
   s.Neustart(100, 200, 10);
-  EXPECT_EQ(s.ErsteZeit(), CTime(100));
-  EXPECT_EQ(s.LetzteZeit(), CTime(200));
+  EXPECT_EQ(std::pair(s.ErsteZeit(), s.LetzteZeit()), std::pair(CTime(100), CTime(200)));
   EXPECT_EQ(s.NeuesPaar(150, 5), 0u);
   EXPECT_EQ(s.Punkt(0), 5.0f);
   EXPECT_EQ(s.NeuesPaar(0, 1), 0u);  // before the start
@@ -91,10 +90,8 @@ TEST(SigPairsTm, NewPairsWidenTheRangeOntoZeroToOne) {
   EXPECT_TRUE(s.IstSortiert());
   EXPECT_EQ(s.WertBei(225), 7.0f);
   EXPECT_EQ(s.IndexZu(160, CSigPairs::oberer), 2u);
-  EXPECT_TRUE(s.ZeitImBereich(300));
-  EXPECT_FALSE(s.ZeitImBereich(99));
-  EXPECT_TRUE(s.HatWertBei(152, CTimeSpan(3)));
-  EXPECT_FALSE(s.HatWertBei(154, CTimeSpan(3)));
+  EXPECT_TRUE(s.ZeitImBereich(300) && s.HatWertBei(152, CTimeSpan(3)));
+  EXPECT_FALSE(s.ZeitImBereich(99) || s.HatWertBei(154, CTimeSpan(3)));
   for (const double scale : {0.0, -4.0, std::numeric_limits<double>::quiet_NaN()}) s.SkalierungAendern(scale);
   EXPECT_EQ(s.Punkt(2), 1.0f);
   s.SkalierungAendern(4);

@@ -1,5 +1,4 @@
-// Every operation on records of random bytes. The sanitizers judge that nothing outside the blocks is
-// touched.
+// Every operation on records of random bytes; the sanitizers judge that nothing outside is touched.
 
 #include <cstring>
 #include <random>
@@ -53,7 +52,6 @@ void Exercise() {
   const unsigned channel = Pick({0, 1, 2, 31, 32, UINT32_MAX}), dim = Pick({0, 1, 2, 31, 32, UINT32_MAX});
   source.demux(channel, dst, reshape);
   source.transmux(RandomMask(), dst, channel, reshape);
-  dst.transmux(RandomMask(), dst, channel, false);
   if (source.Description().elements() < 5000) {
     const Signal part(source, RandomMask());
     dst = part;
@@ -66,7 +64,6 @@ void Exercise() {
   std::ptrdiff_t walked = 0;
   for (; it != end && walked <= steps; ++it) ++walked;
   EXPECT_EQ(walked, steps);
-  EXPECT_EQ(Flat(dst).size(), dst.length());
 }
 
 TEST(HostileRecords, NoCopyLeavesTheBlocks) {

@@ -1,3 +1,4 @@
+#include <array>
 #include <thread>
 
 #include "typed/TypedTestSupport.h"
@@ -14,22 +15,17 @@ TEST(SetPoint, SlotsAndIds) {
   s.def(0, -2);  // any negative id is free
   s[3] = 4.5f;
   EXPECT_EQ(s.size(), 2);
-  EXPECT_EQ(s.id2idx(7), 3);
-  EXPECT_EQ(s.idx2id(5), 7);
-  EXPECT_EQ(s.id2idx(-2), 0);
-  EXPECT_EQ(s.id2idx(-1), -1);
-  EXPECT_EQ(s.id2idx(8), -1);
+  EXPECT_TRUE(s.is_def(3) && !s.is_def(0));
   EXPECT_EQ(s.first_free(), 0);
-  EXPECT_TRUE(s.is_def(3));
-  EXPECT_FALSE(s.is_def(0));
+  const int cases[][2] = {{7, 3}, {-2, 0}, {-1, -1}, {8, -1}};
+  for (const auto& [id, slot] : cases) EXPECT_EQ(s.id2idx(id), slot) << id;
   s.clear();
   EXPECT_TRUE(s.empty());
   EXPECT_EQ(s[3], 4.5f);
   for (int i = 0; i < 16; ++i) s.def(i, i);
   s.fill(2.0f);
   EXPECT_EQ(s.first_free(), -1);
-  EXPECT_EQ(s.id2idx(-1), -1);
-  EXPECT_EQ(s.id2idx(15), 15);
+  EXPECT_EQ(s.idx2id(s.id2idx(15)), 15);
   EXPECT_EQ(s[0] + s[15], 4.0f);
 }
 
@@ -47,33 +43,17 @@ TEST(MeasuringResult, IdsAreConsecutiveAndOnlyForNewResults) {
   EXPECT_EQ(CMeasuringResultBase::m_id, first.id() + 4);
 }
 
-TEST(MeasuringResult, IdsDrawnByThreadsAreUnique) {
+TEST(MeasuringResult, NoIdIsLostOrGivenTwiceAmongThreads) {
   const ULONG before = CMeasuringResultBase::m_id;
-  std::vector<ULONG> ids[2];
-  auto draw = [&ids](int t) {
-    for (int i = 0; i < 5000; ++i) ids[t].push_back(CMeasuringResultBase().id());
+  constexpr int each = 5000;
+  std::array<int, 2 * each> seen{};
+  const auto draw = [&] {
+    for (int i = 0; i < each; ++i) ++seen.at(CMeasuringResultBase().id() - before);
   };
-  std::thread other(draw, 0);
-  draw(1);
+  std::thread other(draw);
+  draw();
   other.join();
-  ids[0].insert(ids[0].end(), ids[1].begin(), ids[1].end());
-  std::sort(ids[0].begin(), ids[0].end());
-  for (ULONG i = 0; i < 10000; ++i) ASSERT_EQ(ids[0][i], before + i);
-}
-
-TEST(MeasuringResult, ConstructionReachesTheParts) {
-  CMeasuringResultScalar scalar;
-  scalar.Key().Mode() = 3;
-  scalar.SetPoint().def(1, 1);
-  scalar.Value(5.0f);
-  scalar.Unit() = CMeasuringUnit(commonUnits::volt);
-  CMeasuringResultScalar other(scalar);
-  scalar._construct(true);
-  EXPECT_EQ(Flat(scalar), Flat(other));
-  scalar._construct(false);
-  EXPECT_EQ(scalar.Key().Mode(), -1);
-  EXPECT_TRUE(scalar.SetPoint().empty() && scalar.Unit().empty());
-  EXPECT_EQ(scalar.Value(), 0.0f);
+  EXPECT_THAT(seen, testing::Each(1));
 }
 
 TEST(MeasuringResult, DescriptionEquality) {
@@ -82,12 +62,9 @@ TEST(MeasuringResult, DescriptionEquality) {
   amperes.Unit() = CMeasuringUnit(commonUnits::ampere);
   const CMeasuringResultBase base;
   EXPECT_TRUE(volts._description_eq(CMeasuringResultScalar(volts)));
-  EXPECT_FALSE(volts._description_eq(amperes));
-  EXPECT_FALSE(volts._description_eq(base));
-  EXPECT_FALSE(base._description_eq(volts));
-  EXPECT_TRUE(base._description_eq(CMeasuringResultBase()));
-  EXPECT_FALSE(CTypedSignal<float>()._description_eq(CTypedSignal<std::int32_t>()));
+  EXPECT_FALSE(volts._description_eq(amperes) || volts._description_eq(base) || base._description_eq(volts));
   EXPECT_TRUE(CTypedSignal<float>()._description_eq(CTypedSignal<float>()));
+  EXPECT_FALSE(CTypedSignal<float>()._description_eq(CTypedSignal<std::int32_t>()));
 }
 
 }  // namespace

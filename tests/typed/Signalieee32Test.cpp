@@ -1,15 +1,12 @@
 #include "umlauf/typed/Signalieee32.h"
 
 #include <cmath>
-#include <limits>
-#include <random>
 
 #include "typed/TypedTestSupport.h"
 
 namespace {
 
 using testing::ElementsAre;
-using testing::FloatEq;
 using testing::Pair;
 
 CSignalieee32 Signal(std::uint32_t coding, std::vector<std::uint32_t> lengths, unsigned channels,
@@ -61,24 +58,24 @@ TEST(Signalieee32, OperationsInPlace) {
     const char* name;
     void (*apply)(S&, const S&);
     std::vector<float> after;
-  } cases[] = {
-      {"AbsoluteVal", [](S& s, const S&) { s.AbsoluteVal(); }, {4, 9, 16, 1}},
-      {"Square", [](S& s, const S&) { s.Square(); }, {16, 81, 256, 1}},
-      {"SquareRoot", [](S& s, const S&) { s.SquareRoot(); }, {2, 0, 4, 0}},
-      {"=", [](S& s, const S&) { s = 7.0f; }, {7, 7, 7, 7}},
-      {"*=", [](S& s, const S&) { s *= 2.0f; }, {8, -18, 32, -2}},
-      {"/=", [](S& s, const S&) { s /= 4.0f; }, {1, -2.25f, 4, -0.25f}},
-      {"/= 0", [](S& s, const S&) { s /= 0.0f; }, before},
-      {"+=", [](S& s, const S& o) { s += o; }, {6, -18, 19, -1}},
-      {"-=", [](S& s, const S& o) { s -= o; }, {2, 0, 13, -1}},
-      {"Maximize", [](S& s, const S& o) { s.Maximize(o); }, {4, -9, 16, -1}},
-      {"Minimize", [](S& s, const S& o) { s.Minimize(o); }, {2, -9, 3, -1}},
-      {"WeightedSum", [](S& s, const S& o) { s.WeightedSum(o, 2, 3); }, {14, -45, 41, -1}},
-      {"Scale", [](S& s, const S&) { s.Scale(s.begin(0, 1), s.end(0, 1), 2); }, {4, -18, 16, -2}},
-      {"Fill", [](S& s, const S&) { s.Fill(s.begin(0, 0), s.end(0, 0), 5); }, {5, -9, 5, -1}},
-      {"AbsoluteVal range", [](S& s, const S&) { s.AbsoluteVal(s.begin() + 3, s.end()); }, {4, -9, 16, 1}},
-      {"Square range", [](S& s, const S&) { s.Square(s.begin(0, 1), s.end(0, 1)); }, {4, 81, 16, 1}},
-      {"SquareRoot range", [](S& s, const S&) { s.SquareRoot(s.begin(0, 0), s.end(0, 0)); }, {2, -9, 4, -1}}};
+  } cases[] = {{"AbsoluteVal", [](S& s, const S&) { s.AbsoluteVal(); }, {4, 9, 16, 1}},
+               {"Square", [](S& s, const S&) { s.Square(); }, {16, 81, 256, 1}},
+               {"SquareRoot", [](S& s, const S&) { s.SquareRoot(); }, {2, 0, 4, 0}},
+               {"=", [](S& s, const S&) { s = 7.0f; }, {7, 7, 7, 7}},
+               {"*=", [](S& s, const S&) { s *= 2.0f; }, {8, -18, 32, -2}},
+               {"/=", [](S& s, const S&) { s /= 4.0f; }, {1, -2.25f, 4, -0.25f}},
+               {"/= 0", [](S& s, const S&) { s /= 0.0f; }, before},
+               {"+=", [](S& s, const S& o) { s += o; }, {6, -18, 19, -1}},
+               {"-=", [](S& s, const S& o) { s -= o; }, {2, 0, 13, -1}},
+               {"Maximize", [](S& s, const S& o) { s.Maximize(o); }, {4, -9, 16, -1}},
+               {"Minimize", [](S& s, const S& o) { s.Minimize(o); }, {2, -9, 3, -1}},
+               {"WeightedSum", [](S& s, const S& o) { s.WeightedSum(o, 2, 3); }, {14, -45, 41, -1}},
+               {"ranges",
+                [](S& s, const S&) {
+                  s.Scale(s.begin(0, 1), s.end(0, 1), 2).AbsoluteVal(s.begin() + 3, s.end());
+                  s.Fill(s.begin(), s.begin() + 1, 5).SquareRoot(s.begin(0, 0) + 1, s.end(0, 0));
+                },
+                {5, -18, 4, 2}}};
   for (const auto& c : cases) {
     S signal = Signal(1, {2}, 2, before);
     c.apply(signal, other);
@@ -88,8 +85,7 @@ TEST(Signalieee32, OperationsInPlace) {
 
 TEST(Signalieee32, StridedOperationsCoverLongRanges) {
   CSignalieee32 s(Described(1, {3001}, 3));
-  s = -2.0f;
-  s.Square(s.begin(0, 1), s.end(0, 1));
+  (s = -2.0f).Square(s.begin(0, 1), s.end(0, 1));
   EXPECT_EQ(s.Sum(s.begin(0, 1), s.end(0, 1)), 4.0f * 3001);
   EXPECT_EQ(s.Sum(), 0.0f);
 }
@@ -99,38 +95,29 @@ TEST(Signalieee32, TransposesSamplesAndDescriptions) {
                                                {5, 300, 2}, {70, 40}, {0, 3},    {6},          {}};
   for (const std::uint32_t coding : {1u, 2u}) {
     for (const auto& lengths : shapes) {
-      for (const unsigned channels : {1u, 3u}) {
-        CDescription d = Described(coding, lengths, channels);
-        if (lengths.size() > 1) d.X(1).Unit() = CMeasuringUnit(commonUnits::rpm);
-        auto source = Counting<CSignalieee32>(d);
-        CSignalieee32 result;
-        const ULONG id = result.id();
-        ASSERT_TRUE(result.MakeTransposedOf(source));
-        EXPECT_EQ(result.id(), id);
-        ASSERT_EQ(result.elements(), source.elements());
-        if (lengths.size() < 2) {
-          EXPECT_EQ(Samples(result), Samples(source));
-          EXPECT_EQ(Flat(CDescription(result.Description())), Flat(d));
-          continue;
-        }
-        EXPECT_EQ(result.Description().X(0).Unit(), CMeasuringUnit(commonUnits::rpm));
+      const CDescription d = Described(coding, lengths, 3);
+      auto source = Counting<CSignalieee32>(d);
+      CSignalieee32 result;
+      const ULONG id = result.id();
+      ASSERT_TRUE(result.MakeTransposedOf(source));
+      EXPECT_EQ(result.id(), id);
+      ASSERT_EQ(result.elements(), source.elements());
+      const bool swaps = lengths.size() > 1;
+      if (swaps) {
+        EXPECT_EQ(result.Description().X(0).Len(), lengths[1]);
         EXPECT_EQ(result.Description().X(1).Len(), lengths[0]);
-        const std::uint64_t outer = coding == 1 ? d.points() : d.elements();
-        const std::uint64_t width = coding == 1 ? channels : 1, n0 = lengths[0], n1 = lengths[1];
-        for (std::uint64_t at = 0; at < outer * width; ++at) {
-          const std::uint64_t k = at % width, i = at / width % n0, j = at / width / n0 % n1;
-          const std::uint64_t to = (at / width / n0 / n1 * n0 * n1 + i * n1 + j) * width + k;
-          ASSERT_EQ(result.data()[to], source.data()[at]) << at;
-        }
-        ASSERT_TRUE(source.MakeTransposedOf(source));
-        EXPECT_EQ(Samples(source), Samples(result));
       }
+      const std::uint64_t width = coding == 1 ? 3 : 1, n0 = swaps ? lengths[0] : 1,
+                          n1 = swaps ? lengths[1] : 1;
+      for (std::uint64_t at = 0; at < source.elements(); ++at) {
+        const std::uint64_t k = at % width, i = at / width % n0, j = at / width / n0 % n1;
+        const std::uint64_t to = (at / width / n0 / n1 * n0 * n1 + i * n1 + j) * width + k;
+        ASSERT_EQ(result.data()[to], source.data()[at]) << at;
+      }
+      ASSERT_TRUE(source.MakeTransposedOf(source));
+      EXPECT_EQ(Samples(source), Samples(result));
     }
   }
-  CSignalieee32 tooShort = Counting<CSignalieee32>(Described(1, {2, 2}, 1)), untouched(tooShort);
-  tooShort.Description().YInsert(1, 1);
-  EXPECT_FALSE(untouched.MakeTransposedOf(tooShort));
-  EXPECT_THAT(Samples(untouched), ElementsAre(0, 1, 2, 3));
 }
 
 TEST(Signalieee32, DemuxAllAndMuxAreInverse) {
@@ -154,17 +141,15 @@ TEST(Signalieee32, DemuxAllAndMuxAreInverse) {
 
 TEST(Signalieee32, DemuxAllTakesBlockedSamplesAsInterleavedAndCutsToTheRoom) {
   auto source = Counting<CSignalieee32>(Described(2, {4}, 2));
-  CSignalieee32 parts[2];
-  parts[1] = CSignalieee32(Described(1, {3}, 1));
+  CSignalieee32 parts[] = {CSignalieee32(), CSignalieee32(Described(1, {3}, 1))};
   EXPECT_TRUE(source.demux(parts, false));
-  EXPECT_THAT(Samples(parts[0]), ElementsAre());
+  EXPECT_EQ(parts[0].elements(), 0u);
   EXPECT_THAT(Samples(parts[1]), ElementsAre(1, 3, 5));
   EXPECT_FALSE(source.mux(parts));  // not interleaved
   parts[0] = source;
   EXPECT_TRUE(parts[0].demux(parts, true));  // into itself
   EXPECT_THAT(Samples(parts[0]), ElementsAre(0, 2, 4, 6));
   EXPECT_THAT(Samples(parts[1]), ElementsAre(1, 3, 5, 7));
-  EXPECT_FALSE(parts[0].mux(parts));
 }
 
 }  // namespace

@@ -1,5 +1,3 @@
-#include <sndfile.h>
-
 #include <algorithm>
 #include <cmath>
 #include <map>
@@ -9,12 +7,13 @@
 #include <vector>
 
 #include "tools/Commands.h"
+#include "tools/EncoderSimulator.h"
 #include "tools/Error.h"
 #include "tools/NumberText.h"
 #include "tools/OutputFile.h"
 #include "tools/Progress.h"
+#include "tools/SoundFileWriter.h"
 #include "tools/WheelSimulator.h"
-#include "umlauf/platform/vekta/numeric.h"
 
 namespace umlauf::tool {
 namespace {
@@ -24,6 +23,9 @@ struct SimulateOptions {
   std::string profile;
   std::optional<double> from, to, duration;
   WheelSettings wheel;
+  std::optional<unsigned> missing;
+  std::optional<unsigned> encoder;  ///< mode of an encoder stream in place of a sampled signal
+  bool lowWord = false;
 };
 
 constexpr double truthStep = 0.01;  ///< [s]
@@ -56,32 +58,32 @@ SpeedProfile ParseProfile(const SimulateOptions& options) {
   return profile;
 }
 
-void WriteRecording(const SimulateOptions& options, const SpeedProfile& profile, OutputFile& out) {
-  WheelSimulator simulator(profile, options.wheel);
-  const bool w64 = out.target().extension() == ".w64";
-  if (!w64 && simulator.frames() > 1'000'000'000) {
-    Fail("{} samples do not fit into a WAV file; name the output .w64", simulator.frames());
-  }
-  SF_INFO info{};
-  info.samplerate = numeric::trunc_sat<int>(options.wheel.rate);
-  info.channels = 1;
-  info.format = (w64 ? SF_FORMAT_W64 : SF_FORMAT_WAV) | SF_FORMAT_FLOAT;
-  const std::unique_ptr<SNDFILE, int (*)(SNDFILE*)> file(sf_open(out.temporary().c_str(), SFM_WRITE, &info),
-                                                         sf_close);
-  if (!file) Fail("cannot write {}: {}", out.target().string(), sf_strerror(nullptr));
-  // The peak chunk holds the time of day, and the file would not be the same for the same seed.
-  sf_command(file.get(), SFC_SET_ADD_PEAK_CHUNK, nullptr, SF_FALSE);
+/// Fills and writes block after block.
+template <class Sample, class Simulator, class Writer>
+void WriteBlocks(Simulator& simulator, const Writer& write) {
   Progress progress("simulating", simulator.frames());
-  std::vector<float> block(65536);
+  std::vector<Sample> block(65536);
   for (std::uint64_t left = simulator.frames(); left > 0;) {
     const auto n = static_cast<std::size_t>(std::min<std::uint64_t>(left, block.size()));
     simulator.Next({block.data(), n});
-    if (sf_writef_float(file.get(), block.data(), static_cast<sf_count_t>(n)) != static_cast<sf_count_t>(n)) {
-      Fail("cannot write {}: {}", out.target().string(), sf_strerror(file.get()));
-    }
+    write(block.data(), n);
     left -= n;
     progress.Advance(n);
   }
+}
+
+void WriteRecording(const SimulateOptions& options, const SpeedProfile& profile, OutputFile& out) {
+  if (options.encoder) {
+    EncoderSimulator simulator(profile, options.wheel, EncoderFormat(*options.encoder), options.lowWord);
+    WriteBlocks<ULONG>(simulator, [&out](const ULONG* words, std::size_t n) {
+      out.Write({reinterpret_cast<const char*>(words), n * sizeof *words});
+    });
+    return;
+  }
+  WheelSimulator simulator(profile, options.wheel);
+  SoundFileWriter writer(out, options.wheel.rate, 1, simulator.frames());
+  WriteBlocks<float>(simulator, [&writer](const float* samples, std::size_t n) { writer.Write(samples, n); });
+  writer.Close();
 }
 
 void WriteTruth(const SpeedProfile& profile, OutputFile& out) {
@@ -98,23 +100,42 @@ void WriteTruth(const SpeedProfile& profile, OutputFile& out) {
   }
 }
 
-void RunSimulate(SimulateOptions options) {
-  const SpeedProfile profile = ParseProfile(options);
+void CheckWheel(SimulateOptions& options, const SpeedProfile& profile) {
   WheelSettings& wheel = options.wheel;
+  const EncoderFormat format(options.encoder.value_or(1));
+  if (format.counts() && options.missing.value_or(0) > 0) {
+    FailUsage("--missing is for wheels; an encoder of mode {} counts without gaps", *options.encoder);
+  }
+  if (options.missing || format.counts()) wheel.missing = options.missing.value_or(0);
+  if (options.lowWord && (!options.encoder || format.counts()))
+    FailUsage("--low-word is for --encoder 1 and 4");
   if (wheel.rate != std::floor(wheel.rate)) FailUsage("--rate {} is no whole number; give one", wheel.rate);
   if (wheel.missing >= wheel.teeth)
     FailUsage("--missing {} leaves no tooth of {}; give fewer", wheel.missing, wheel.teeth);
   const double toothRate = profile.greatest() / 60 * wheel.teeth;
-  if (toothRate > wheel.rate / 2) {
+  // High resolution tells up to 14 edges in a sample, counters count any number of them.
+  const double mostInSample = format.counts()                                  ? 1000
+                              : format.mode == EncoderFormat::Mode::tisHighRes ? 10
+                                                                               : 0.5;
+  if (toothRate > wheel.rate * mostInSample) {
     FailUsage("--rate {:g} is too slow for {:g} teeth a second; give at least {:g}", wheel.rate, toothRate,
-              std::ceil(4 * toothRate));
+              std::ceil(2 * toothRate / mostInSample));
   }
+}
+
+void RunSimulate(SimulateOptions options) {
+  const SpeedProfile profile = ParseProfile(options);
+  CheckWheel(options, profile);
   if (options.truth.empty()) {
     options.truth = std::filesystem::path(options.output).replace_extension(".csv").string();
   }
   if (options.truth == options.output)
     FailUsage("the recording and the true speed would be one file; give --truth FILE");
   if (options.output == "-") FailUsage("the recording is a binary file; name one");
+  if (!options.encoder) CheckSoundName("output", options.output);
+  if (options.encoder && std::filesystem::path(options.output).extension() != ".u32") {
+    FailUsage("output {}: an encoder stream is raw words; choose a name that ends in .u32", options.output);
+  }
   OutputFile recording(options.output), truth(options.truth);
   WriteRecording(options, profile, recording);
   WriteTruth(profile, truth);
@@ -129,7 +150,10 @@ void AddSimulateCommand(CLI::App& app) {
   WheelSettings& wheel = options->wheel;
   CLI::App* command =
       app.add_subcommand("simulate", "Writes the recording of a test-bench run that is known");
-  command->add_option("output", options->output, "recording to write, .wav or .w64 (float)")->required();
+  command
+      ->add_option("output", options->output,
+                   "recording to write: .wav, .w64 (float), .flac; .u32 with --encoder")
+      ->required();
   command->add_option("--truth", options->truth, "true speed as CSV (the output's name with .csv)")
       ->type_name("FILE");
 
@@ -145,7 +169,7 @@ void AddSimulateCommand(CLI::App& app) {
   number("--duration", options->duration, "length in seconds (10)", above)->excludes(profile);
   number("--teeth", wheel.teeth, "teeth of the wheel, with the missing ones (60)",
          CLI::Range(1u, 100000u).description(""));
-  number("--missing", wheel.missing, "of them missing, side by side (2)",
+  number("--missing", options->missing, "of them missing, side by side (2)",
          CLI::Range(0u, 100000u).description(""));
   number("--rate", wheel.rate, "samples per second (50000)", CLI::Range(1.0, 1e9).description(""));
   number("--amplitude", wheel.amplitude, "of the sine at the greatest speed, level of TTL (1)", above);
@@ -158,6 +182,10 @@ void AddSimulateCommand(CLI::App& app) {
   command->add_option("--shape", wheel.shape, "pulse shape: sine or ttl (sine)")
       ->transform(CLI::CheckedTransformer(shapes).description(""))
       ->type_name("SHAPE");
+  CLI::Option* encoder = command->add_option("--encoder", options->encoder,
+                                             "write an encoder stream of this mode (see umlauf encoder)");
+  encoder->check(CLI::Range(1u, 6u).description(""))->type_name("MODE");
+  command->add_flag("--low-word", options->lowWord, "with --encoder: edges in the low half of the words");
   command->add_option("--seed", wheel.seed, "of noise and jitter (1)");
   command->callback([options] { RunSimulate(*options); });
 }

@@ -52,7 +52,7 @@ class UMLAUF_API CCanMessageFinder {
 
   /// Curve for an editor's view of a channel, made from the block last set: the data length L in bytes during
   /// each message, 0 between messages. `out` [n contiguous samples], 0 behind the end of the block. Channels
-  /// and stride as in `StartSearchBlock`; the search in progress goes on undisturbed.
+  /// and stride as in `StartSearchBlock`, with channel1 < stride; the search in progress goes on undisturbed.
   void GenerateWavEditorCurve(float* out, unsigned n, int channel1, int channel2, unsigned stride) const;
 
  private:

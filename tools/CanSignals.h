@@ -1,0 +1,49 @@
+#pragma once
+
+#include <cstdint>
+#include <limits>
+#include <string>
+#include <vector>
+
+#include "tools/LibraryNotes.h"
+#include "tools/OutputFile.h"
+#include "tools/Plot.h"
+#include "umlauf/can/CanMessageDecoderXml.h"
+
+namespace umlauf::tool {
+
+/// The signals of a message description, decoded from message after message. Not for several threads.
+class CanSignals {
+ public:
+  struct Signal {
+    std::string message, name, unit;
+    std::uint32_t identifier = 0;
+    std::uint64_t count = 0;
+    double min = std::numeric_limits<double>::infinity(), max = -std::numeric_limits<double>::infinity();
+    double sum = 0;
+    PlotTrace values;  ///< over seconds
+
+    double mean() const { return sum / static_cast<double>(count); }
+  };
+
+  /// Reads a description in KCD. `wanted` names signals as SIGNAL or MESSAGE.SIGNAL; empty = all. The
+  /// messages come from 1 or 2 channels. Throws ToolError.
+  CanSignals(const std::string& kcd, const std::vector<std::string>& wanted, unsigned channels);
+
+  /// Decodes a message and writes a line for each value where there is a file for it.
+  void Take(double time, const CanMessageBlock_s& message, OutputFile* csv);
+
+  const std::vector<Signal>& all() const { return signals_; }
+  std::uint64_t unknownMessages() const { return decoder_.NumUnknownMessages(); }
+  /// What the decoder noted about the description and the messages, on one line.
+  const std::string& notes() const { return notes_.text(); }
+  /// A panel for each signal that has values. Throws ToolError when there are none, or too many.
+  Plot Picture(const std::string& title) const;
+
+ private:
+  LibraryNotes notes_;
+  CCanMessageDecoderXml decoder_;
+  std::vector<Signal> signals_;
+};
+
+}  // namespace umlauf::tool

@@ -1,0 +1,242 @@
+#include <algorithm>
+#include <limits>
+#include <map>
+#include <memory>
+#include <nlohmann/json.hpp>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "tools/CanSignals.h"
+#include "tools/CanStream.h"
+#include "tools/Commands.h"
+#include "tools/Error.h"
+#include "tools/OutputFile.h"
+#include "tools/Plot.h"
+
+namespace umlauf::tool {
+namespace {
+
+struct CanOptions {
+  RecordingOptions recording;
+  std::optional<unsigned> channel2;  ///< from 1
+  std::string kcd;
+  std::vector<std::string> signals;
+  std::string csv, plot;
+  bool json = false;
+};
+
+constexpr std::uint32_t extendedBit = 0x80000000;
+
+/// The messages of one identifier.
+struct Identifier {
+  std::uint64_t count = 0;
+  unsigned shortest = 64, longest = 0;  ///< [bytes]
+  double first = 0, last = 0;           ///< [s]
+  PlotTrace times;
+
+  double interval() const { return count > 1 ? (last - first) / static_cast<double>(count - 1) : 0; }
+};
+
+using Identifiers = std::map<std::uint32_t, Identifier>;
+
+/// Bytes of data that the stream holds: whole words only.
+unsigned RecordedBytes(unsigned length, bool twoChannels) {
+  return twoChannels ? length / 8 * 8 : length / 4 * 4;
+}
+
+void WriteMessage(OutputFile& csv, double time, const CanMessageBlock_s& message, bool twoChannels) {
+  const unsigned length = CanDataLength(message.header);
+  csv.Print("{},{},{},{},", time, message.second & ~extendedBit, message.second / extendedBit, length);
+  for (unsigned i = 0; i < RecordedBytes(length, twoChannels); ++i) csv.Print("{:02X}", message.data[i]);
+  csv.Print("\n");
+}
+
+void Add(Identifiers& identifiers, double time, const CanMessageBlock_s& message) {
+  Identifier& each = identifiers[message.second];
+  const unsigned length = CanDataLength(message.header);
+  if (each.count++ == 0) each.first = time;
+  each.last = time;
+  each.shortest = std::min(each.shortest, length);
+  each.longest = std::max(each.longest, length);
+  each.times.Add(time, message.second & ~extendedBit);
+}
+
+struct CanReport {
+  std::string recording, channel;
+  double sampleRate = 0, duration = 0;
+  const Identifiers* identifiers = nullptr;
+  const CanSignals* signals = nullptr;  ///< null without a description
+
+  std::uint64_t messages() const {
+    std::uint64_t sum = 0;
+    for (const auto& [id, each] : *identifiers) sum += each.count;
+    return sum;
+  }
+};
+
+void PrintJson(const CanReport& report) {
+  nlohmann::ordered_json json;
+  json["recording"] = report.recording;
+  json["channel"] = report.channel;
+  json["sample_rate_hz"] = report.sampleRate;
+  json["duration_s"] = report.duration;
+  json["messages"] = report.messages();
+  json["identifiers"] = nlohmann::ordered_json::array();
+  for (const auto& [id, each] : *report.identifiers) {
+    json["identifiers"].push_back({{"id", id & ~extendedBit},
+                                   {"extended", (id & extendedBit) != 0},
+                                   {"count", each.count},
+                                   {"length", {{"min", each.shortest}, {"max", each.longest}}},
+                                   {"first_s", each.first},
+                                   {"last_s", each.last},
+                                   {"mean_interval_s", each.interval()}});
+  }
+  if (report.signals != nullptr) {
+    json["undescribed_messages"] = report.signals->unknownMessages();
+    json["notes"] = report.signals->notes();
+    json["signals"] = nlohmann::ordered_json::array();
+    for (const CanSignals::Signal& each : report.signals->all()) {
+      nlohmann::ordered_json entry = {{"message", each.message}, {"signal", each.name}, {"unit", each.unit},
+                                      {"id", each.identifier},   {"count", each.count}, {"value", nullptr}};
+      if (each.count > 0) entry["value"] = {{"min", each.min}, {"mean", each.mean()}, {"max", each.max}};
+      json["signals"].push_back(std::move(entry));
+    }
+  }
+  fmt::print("{}\n", json.dump(2, ' ', false, nlohmann::json::error_handler_t::replace));
+}
+
+void PrintTable(const CanReport& report) {
+  fmt::print("{:<12}{}\n{:<12}{}, {:g} samples/s, {:.3f} s\n", "recording", report.recording, "",
+             report.channel, report.sampleRate, report.duration);
+  fmt::print("{:<12}{} of {} identifiers\n", "messages", report.messages(), report.identifiers->size());
+  if (report.signals == nullptr) {
+    fmt::print("\n{:>10} {:>10} {:>8} {:>8} {:>12}\n", "id", "hex", "count", "bytes", "interval/ms");
+    for (const auto& [id, each] : *report.identifiers) {
+      const std::string bytes = each.shortest == each.longest
+                                    ? fmt::format("{}", each.longest)
+                                    : fmt::format("{}-{}", each.shortest, each.longest);
+      fmt::print("{:>10} {:>10} {:>8} {:>8} {:>12.3f}\n", id & ~extendedBit,
+                 fmt::format("{:0{}X}", id & ~extendedBit, (id & extendedBit) != 0 ? 8 : 3), each.count,
+                 bytes, 1000 * each.interval());
+    }
+    return;
+  }
+  fmt::print("{:<12}{} messages\n", "undescribed", report.signals->unknownMessages());
+  if (!report.signals->notes().empty()) fmt::print("{:<12}{}\n", "notes", report.signals->notes());
+  fmt::print("\n{:<40} {:>8} {:>12} {:>12} {:>12} unit\n", "signal", "count", "min", "mean", "max");
+  for (const CanSignals::Signal& each : report.signals->all()) {
+    fmt::print("{:<40} {:>8}", each.message + "." + each.name, each.count);
+    if (each.count > 0)
+      fmt::print(" {:>12.6g} {:>12.6g} {:>12.6g} {}", each.min, each.mean(), each.max, each.unit);
+    fmt::print("\n");
+  }
+}
+
+Plot MessagePlot(const std::string& title, const Identifiers& identifiers) {
+  PlotPanel panel{"identifier", {}};
+  for (const auto& [id, each] : identifiers) {
+    panel.series.push_back({"", PlotSeries::Look::points, "#1f5fa8", each.times.Points()});
+  }
+  return {title, "time in s", {std::move(panel)}};
+}
+
+void CheckCanOptions(const CanOptions& options) {
+  if (!options.plot.empty()) CheckPlotName("--plot", options.plot);
+  if (options.csv == "-" && options.json) {
+    FailUsage("--csv - and --json both write to standard output; name a file for --csv");
+  }
+  if (options.csv == options.plot && !options.csv.empty()) FailUsage("--csv and --plot name the same file");
+  for (const auto& [option, name] : {std::pair("--csv", &options.csv), std::pair("--plot", &options.plot)}) {
+    if (name->empty()) continue;
+    CheckOutputPath(option, *name, options.recording.path);
+    if (!options.kcd.empty()) CheckOutputPath(option, *name, options.kcd);
+  }
+}
+
+int SecondChannel(const CanOptions& options, const WordSource& source) {
+  if (!options.channel2) return -1;
+  if (*options.channel2 > source.channels() || *options.channel2 - 1 == source.channel()) {
+    Fail("--channel2 {} is no second channel of {}; it has {}, and the first one is {}", *options.channel2,
+         options.recording.path.string(), source.channels(), source.channel() + 1);
+  }
+  return static_cast<int>(*options.channel2) - 1;
+}
+
+void RunCan(const CanOptions& options) {
+  CheckCanOptions(options);
+  WordSource source(options.recording);
+  const int channel2 = SecondChannel(options, source);
+  std::optional<CanSignals> signals;
+  if (!options.kcd.empty()) signals.emplace(options.kcd, options.signals, channel2 >= 0 ? 2 : 1);
+  std::optional<OutputFile> csv, plot;
+  if (!options.csv.empty()) csv.emplace(options.csv);
+  if (!options.plot.empty()) plot.emplace(options.plot);
+  if (csv)
+    csv->Print("{}\n", signals ? "time_s,message,signal,value,unit" : "time_s,id,extended,length,data");
+
+  Identifiers identifiers;
+  const double rate = source.sampleRate();
+  FindCanMessages(source, channel2, [&](std::uint64_t position, const CanMessageBlock_s& message) {
+    const double time = static_cast<double>(position) / rate;
+    Add(identifiers, time, message);
+    if (signals) {
+      signals->Take(time, message, csv ? &*csv : nullptr);
+    } else if (csv) {
+      WriteMessage(*csv, time, message, channel2 >= 0);
+    }
+  });
+  const std::string path = options.recording.path.string();
+  if (identifiers.empty()) {
+    Fail(
+        "no messages found in {}: no word is a message's header (AA, length, any, 55); check --channel, "
+        "--channels and --channel2",
+        path);
+  }
+  const CanReport report{path,         source.channelName(),
+                         rate,         static_cast<double>(source.frames()) / rate,
+                         &identifiers, signals ? &*signals : nullptr};
+  if (plot) {
+    const std::string name = options.recording.path.filename().string();
+    DrawPlot(
+        signals ? signals->Picture("Signals in " + name) : MessagePlot("Messages in " + name, identifiers),
+        *plot);
+  }
+  if (csv) csv->Commit();
+  if (plot) plot->Commit();
+  if (options.json) {
+    PrintJson(report);
+  } else if (options.csv != "-") {
+    PrintTable(report);
+  }
+}
+
+}  // namespace
+
+void AddCanCommand(CLI::App& app) {
+  auto options = std::make_shared<CanOptions>();
+  CLI::App* command = app.add_subcommand("can", "CAN messages and their signals from a digital stream");
+  DeclareRecording(*command, options->recording);
+  command
+      ->add_option("--channel2", options->channel2,
+                   "second channel of messages that are split over two, from 1")
+      ->check(CLI::Range(1u, 65535u).description(""))
+      ->group("Recording");
+  CLI::Option* kcd =
+      command->add_option("--kcd", options->kcd, "description of the messages: decodes their signals")
+          ->type_name("FILE");
+  command
+      ->add_option("--signal", options->signals,
+                   "only this signal, SIGNAL or MESSAGE.SIGNAL; may be repeated")
+      ->needs(kcd)
+      ->type_name("NAME")
+      ->expected(1, std::numeric_limits<int>::max());
+  command->add_option("--csv", options->csv, "one line per message or value; - is standard output")
+      ->type_name("FILE");
+  command->add_option("--plot", options->plot, "signals, or messages by identifier, over time as picture")
+      ->type_name("FILE.svg|.png");
+  command->add_flag("--json", options->json, "results as one JSON object on standard output");
+  command->callback([options] { RunCan(*options); });
+}
+
+}  // namespace umlauf::tool
