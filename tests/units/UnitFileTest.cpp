@@ -19,6 +19,7 @@ std::string BytesOf(const CMemFile& file) {
 }
 
 // Little-endian fields of a record.
+std::string Version(int version) { return std::string(1, static_cast<char>(version)); }
 std::string Name(const std::string& name) { return static_cast<char>(name.size()) + name; }
 std::string Index(unsigned char index) { return std::string{static_cast<char>(index), 0, 0, 0}; }
 const std::string kFields("\3\0\2\0", 4);  // exponent 3, power 2
@@ -32,14 +33,15 @@ TEST(UnitFile, GoldenRecordsAreReadWhateverTheirVersionAndRefusedWhenCut) {
     std::string bytes;
     CMeasuringUnit unit;
   } cases[] = {
-      {"2", "\x02" + Name("\xB0") + Index(19) + kFields + kOne + Index(2),
+      {"2", Version(2) + Name("\xB0") + Index(19) + kFields + kOne + Index(2),
        CMeasuringUnit(U::degree, 3, 2, 1, 2)},
-      {"2, index first", "\x02" + Name("V") + Index(9) + kFields + kOne + kZero,
+      {"2, index first", Version(2) + Name("V") + Index(9) + kFields + kOne + kZero,
        CMeasuringUnit(U::rpm, 3, 2)},
-      {"2, name", "\x02" + Name("Upm") + Index(99) + kFields + kOne + kZero, CMeasuringUnit(U::rpm, 3, 2)},
-      {"12", "\x0C" + Name("V") + Index(12) + kFields + kOne + kZero, CMeasuringUnit(U::volt, 3, 2)},
-      {"1, dB", "\x01" + Name("V") + Index(12) + kFields + kOne, CMeasuringUnit(U::volt, 3, 2, 1, 1)},
-      {"1", "\x01" + Name("V") + Index(12) + kFields + kZero, CMeasuringUnit(U::volt, 3, 2, 0)},
+      {"2, name", Version(2) + Name("Upm") + Index(99) + kFields + kOne + kZero,
+       CMeasuringUnit(U::rpm, 3, 2)},
+      {"12", Version(12) + Name("V") + Index(12) + kFields + kOne + kZero, CMeasuringUnit(U::volt, 3, 2)},
+      {"1, dB", Version(1) + Name("V") + Index(12) + kFields + kOne, CMeasuringUnit(U::volt, 3, 2, 1, 1)},
+      {"1", Version(1) + Name("V") + Index(12) + kFields + kZero, CMeasuringUnit(U::volt, 3, 2, 0)},
       {"0", kNul + Name("\xB0") + kFields + kOne, CMeasuringUnit(U::degree, 3, 2, 1, 1)},
       {"0, no unit", kNul + kNul + kFields + kOne, CMeasuringUnit()},
   };
@@ -62,7 +64,7 @@ TEST(UnitFile, GoldenRecordsAreReadWhateverTheirVersionAndRefusedWhenCut) {
   EXPECT_EQ(BytesOf(written), cases[0].bytes);
   CFile closed;
   EXPECT_FALSE(cases[0].unit.WriteToFile(closed));
-  CMemFile thirteen = FileOf("\x0D" + cases[0].bytes.substr(1));
+  CMemFile thirteen = FileOf(Version(13) + cases[0].bytes.substr(1));
   CMeasuringUnit unit(U::watt);
   EXPECT_FALSE(unit.ReadFromFile(thirteen));
   EXPECT_TRUE(unit == U::watt);
@@ -75,9 +77,9 @@ TEST(UnitFile, UncommonNamesAreRegisteredForTheOneLookup) {
     std::string bytes;
     const wchar_t* name;
     std::size_t messages;
-  } cases[] = {{"\x02" + Name("smoot") + fields, L"smoot", 1},
+  } cases[] = {{Version(2) + Name("smoot") + fields, L"smoot", 1},
                {kNul + Name(std::string("fathom\0x", 8)) + kFields + kOne, L"fathom", 0},
-               {"\x02" + Name("") + fields, L"-", 1}};
+               {Version(2) + Name("") + fields, L"-", 1}};
   CMeasuringUnit unit;
   for (const auto& c : cases) {
     CMemFile file = FileOf(c.bytes);
@@ -91,7 +93,7 @@ TEST(UnitFile, UncommonNamesAreRegisteredForTheOneLookup) {
   U::registerUncommonUnits(false);
   CMemFile written;
   EXPECT_TRUE(longName.WriteToFile(written));
-  EXPECT_EQ(BytesOf(written).substr(0, 257), "\x02\xFF" + std::string(255, 'q'));
+  EXPECT_EQ(BytesOf(written).substr(0, 257), Version(2) + "\xFF" + std::string(255, 'q'));
   EXPECT_THAT(written.Bytes(), SizeIs(2 + 255 + 16));
 }
 

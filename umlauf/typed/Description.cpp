@@ -7,7 +7,7 @@
 
 namespace {
 
-unsigned Used(std::uint32_t count) { return std::min<unsigned>(count, SDescriptionPOD::slots); }
+unsigned Used(std::uint32_t count) { return std::min<unsigned>(count, SDescriptionPOD::slotCount); }
 
 template <class Slot>
 void Move(Slot* slots, unsigned to, unsigned from, unsigned n) {
@@ -18,7 +18,7 @@ template <class Slot>
 void Insert(Slot* slots, std::uint32_t& count, unsigned pos, unsigned n) {
   const unsigned used = Used(count);
   pos = std::min(pos, used);
-  n = std::min(n, SDescriptionPOD::slots - used);
+  n = std::min(n, SDescriptionPOD::slotCount - used);
   if (n == 0) return;
   Move(slots, pos + n, pos, used - pos);
   count = used + n;

@@ -19,13 +19,13 @@ enum ESignalCoding : std::uint32_t {
 
 /// How the samples of a signal are arranged and what they mean. As initialised here it is the initial state.
 struct SDescriptionPOD {
-  static constexpr unsigned slots = 32;
+  static constexpr unsigned slotCount = 32;
 
   std::uint32_t signalCoding = signalCodingInterleaved;
   std::uint32_t xCount = 0;  ///< x dimensions in use
   std::uint32_t yCount = 0;  ///< y channels in use
-  SXChannelDescriptionPOD x[slots];
-  SYChannelDescriptionPOD y[slots];
+  SXChannelDescriptionPOD x[slotCount];
+  SYChannelDescriptionPOD y[slotCount];
 };
 static_assert(sizeof(SDescriptionPOD) == 2444 && offsetof(SDescriptionPOD, signalCoding) == 0 &&
               offsetof(SDescriptionPOD, xCount) == 4 && offsetof(SDescriptionPOD, yCount) == 8 &&
@@ -77,7 +77,7 @@ class UMLAUF_API CDescriptionInterface : public CPODHolder<SDescriptionPOD> {
   std::uint64_t stride(unsigned d) const;
   /// Product of the used lengths of the dimensions 0 ... d - 1 (at most those in use), whatever the coding:
   /// with d = `XCount()` the samples of one channel.
-  std::uint64_t points(unsigned d = SDescriptionPOD::slots) const;
+  std::uint64_t points(unsigned d = SDescriptionPOD::slotCount) const;
 
   /// First y channel at or after `from` (negative = 0) with an application signal id, be it its own or one of
   /// its two sub-channels'; -1 when there is none, and for id -1.
@@ -90,12 +90,12 @@ class UMLAUF_API CDescriptionInterface : public CPODHolder<SDescriptionPOD> {
   bool operator!=(const CDescriptionInterface& other) const { return !(*this == other); }
 
  private:
-  using Slots = std::make_index_sequence<SDescriptionPOD::slots>;
+  using Slots = std::make_index_sequence<SDescriptionPOD::slotCount>;
   template <std::size_t... i>
   CDescriptionInterface(SDescriptionPOD& record, std::index_sequence<i...>);
 
-  std::array<CXChannelDescriptionInterface, SDescriptionPOD::slots> x_;
-  std::array<CYChannelDescriptionInterface, SDescriptionPOD::slots> y_;
+  std::array<CXChannelDescriptionInterface, SDescriptionPOD::slotCount> x_;
+  std::array<CYChannelDescriptionInterface, SDescriptionPOD::slotCount> y_;
 };
 
 /// A description that owns its record. The flat form is the 2444 bytes of the record.

@@ -29,7 +29,7 @@ void CSetPointInterface::fill(float value) {
 
 int CSetPointInterface::size() const {
   const auto free = std::count_if(std::begin(pod().id), std::end(pod().id), IsFree);
-  return SSetPointPOD::slots - static_cast<int>(free);
+  return SSetPointPOD::slotCount - static_cast<int>(free);
 }
 
 int CSetPointInterface::first_free() const { return FirstSlot(pod(), IsFree); }

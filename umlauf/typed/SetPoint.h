@@ -9,11 +9,11 @@
 /// Set point of a measurement: a table of values, each with the id of its quantity. As initialised here it is
 /// the initial state, an empty set point.
 struct SSetPointPOD {
-  static constexpr int slots = 16;
+  static constexpr int slotCount = 16;
 
-  float value[slots] = {};
+  float value[slotCount] = {};
   /// A negative id marks a free slot.
-  std::int32_t id[slots] = {-1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1};
+  std::int32_t id[slotCount] = {-1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1, -1};
 };
 static_assert(sizeof(SSetPointPOD) == 128 && offsetof(SSetPointPOD, value) == 0 &&
               offsetof(SSetPointPOD, id) == 64);

@@ -205,7 +205,7 @@ bool CSignalieee32::demux(CTypedSignal<float>* dsts, bool reshapeDst) const {
     const CSignalieee32 copy(*this);
     return copy.elements() == elements() && copy.demux(dsts, reshapeDst);
   }
-  std::array<lanes::Lane<float>, SDescriptionPOD::slots> lane;
+  std::array<lanes::Lane<float>, SDescriptionPOD::slotCount> lane;
   for (unsigned c = 0; c < channels; ++c) {
     if (reshapeDst && !dsts[c].reshape(*this, 1u << c)) return false;
     const std::uint64_t n = std::min(elements() / channels, dsts[c].elements());
@@ -219,7 +219,7 @@ bool CSignalieee32::mux(const CTypedSignal<float>* srcs) {
   const unsigned channels = Description().YCount();
   if (Description().SignalCoding() != signalCodingInterleaved) return false;
   if (std::any_of(srcs, srcs + channels, [this](const auto& src) { return &src == this; })) return false;
-  std::array<lanes::Lane<float>, SDescriptionPOD::slots> lane;
+  std::array<lanes::Lane<float>, SDescriptionPOD::slotCount> lane;
   for (unsigned c = 0; c < channels; ++c) {
     const std::uint64_t n = std::min(Usable() / channels, srcs[c].elements());
     lane[c] = {n == 0 ? data() : data() + c, channels, srcs[c].data(), 1, n};

@@ -11,7 +11,7 @@
 
 namespace {
 
-constexpr unsigned kSlots = SDescriptionPOD::slots;
+constexpr unsigned kSlots = SDescriptionPOD::slotCount;
 
 bool Selected(unsigned mask, unsigned channel) { return (mask >> channel & 1u) != 0; }
 
