@@ -50,6 +50,18 @@ class Tool : public testing::Test {
     EXPECT_EQ(result.err, "") << arguments;
     return result.out;
   }
+  /// As `Run`; the test fails unless it ends with this code and one line that holds the message, and leaves
+  /// the folder as it was.
+  void Bad(const std::string& arguments, int code, const std::string& message) const {
+    const std::set<std::string> before = Files();
+    const Result result = Run(arguments);
+    EXPECT_EQ(result.code, code) << arguments << "\n" << result.err;
+    EXPECT_EQ(result.out, "") << arguments;
+    EXPECT_TRUE(result.err.starts_with("umlauf: ") && result.err.find('\n') == result.err.size() - 1)
+        << result.err;
+    EXPECT_NE(result.err.find(message), std::string::npos) << arguments << "\n" << result.err;
+    EXPECT_EQ(Files(), before) << arguments;
+  }
   /// Number behind "key": in the JSON that `speed --json` printed; the first one of that name.
   static double Number(const std::string& json, const std::string& key) {
     const std::size_t at = json.find("\"" + key + "\":");

@@ -33,7 +33,6 @@ void CurveRows(const CSigCurve& curve) {
                                                    extended->VMax(), extended->IMin(), extended->IMax())
                                      : "none");
     Row("date", fmt::format("{:.7g}", extended->Date()));
-    Row("curve id", fmt::format("{}", extended->CurveId()));
   }
 }
 

@@ -1,0 +1,151 @@
+#include <algorithm>
+#include <span>
+#include <utility>
+
+#include "tools/Tool.h"
+#include "umlauf/pairs/SigPairs.h"
+#include "umlauf/platform/framework/CMemFile.h"
+#include "umlauf/signal/SigCurveExt.h"
+
+namespace {
+
+using Points = std::vector<std::pair<float, float>>;
+
+class SignalTool : public Tool {
+ protected:
+  void WriteSignal(const std::string& name, const CSignal& signal) const {
+    CMemFile record;
+    ASSERT_TRUE(signal.WriteToFile(record, 2));
+    const auto bytes = record.Bytes();
+    const std::uint32_t head[] = {1, static_cast<std::uint32_t>(signal.SigId()), 2, 0};
+    const std::uint64_t length = bytes.size();
+    std::string text = "UMLAUF\r\n";
+    text.append(reinterpret_cast<const char*>(head), sizeof head);
+    text.append(reinterpret_cast<const char*>(&length), sizeof length);
+    Write(name, text.append(reinterpret_cast<const char*>(bytes.data()), bytes.size()));
+  }
+  void WritePairs(const std::string& name, const Points& points, const wchar_t* xUnit, const wchar_t* yUnit,
+                  std::int16_t xExponent = 0) const {
+    CSigPairs pairs;
+    for (const auto& point : points) pairs.NeuesPaar(point.first, point.second);
+    CMeasuringUnit x{CString(xUnit)};
+    x.exponent(xExponent);
+    pairs.SetXUnit(x);
+    pairs.SetYUnit(CString(yUnit));
+    WriteSignal(name, pairs);
+  }
+  CSigPairs ReadPairs(const std::string& name) const {
+    const std::string text = Text(name).substr(32);
+    CMemFile file(std::as_bytes(std::span(text)));
+    CSigPairs pairs;
+    EXPECT_TRUE(pairs.ReadFromFile(file, 2)) << name;
+    return pairs;
+  }
+};
+
+TEST_F(SignalTool, PairsAreCombinedAndEdited) {
+  WritePairs("a", {{0, 1}, {1, 2}, {2, 3}}, L"s", L"rpm");
+  WritePairs("b", {{2, 30}, {0, 10}}, L"s", L"rpm");  // out of order
+  WritePairs("later", {{1, 20}, {3, 40}}, L"s", L"rpm");
+  WritePairs("turns", {{0, 1}, {2, 1}}, L"s", L"Hz");
+  WritePairs("thousands", {{0, 10}, {0.002f, 10}}, L"s", L"rpm", 3);
+  CSigCurve curve(4);
+  std::fill_n(curve.FData(), 4, 5.0f);
+  curve.SetXMinMax(0, 4);
+  WriteSignal("curve", curve);
+  const struct {
+    const char* arguments;
+    Points points;
+    const char* unit;
+  } cases[] = {
+      {"add a b", {{0, 11}, {1, 22}, {2, 33}}, "rpm"},
+      {"subtract a b", {{0, -9}, {1, -18}, {2, -27}}, "rpm"},
+      {"multiply a b", {{0, 10}, {1, 40}, {2, 90}}, "-"},
+      {"divide b a", {{0, 10}, {1, 10}, {2, 10}}, "-"},
+      {"union a later", {{0, 1}, {1, 2}, {2, 3}, {3, 40}}, "rpm"},
+      {"intersect a later", {{1, 2}, {2, 3}}, "rpm"},
+      {"min a b", {{0, 1}, {1, 2}, {2, 3}}, "rpm"},
+      {"max a later", {{0, 1}, {1, 20}, {2, 30}}, "rpm"},
+      {"add a turns", {{0, 61}, {1, 62}, {2, 63}}, "rpm"},
+      {"add a thousands", {{0, 11}, {1, 12}, {2, 13}}, "rpm"},
+      {"add a curve", {{0, 6}, {1, 7}, {2, 8}}, "rpm"},
+      {"add curve curve", {{0, 10}, {1, 10}, {2, 10}, {3, 10}}, "-"},
+      {"sort b", {{0, 10}, {2, 30}}, "rpm"},
+      {"smooth a --width 1.5", {{0, 1.5}, {1, 2}, {2, 2.5}}, "rpm"},
+      {"thin a --divisor 0.5", {{0, 1}, {2, 3}}, "rpm"},
+      {"cut a --from 0.5", {{0, 1}, {1, 2}, {2, 3}}, "rpm"},
+      {"cut a --from 1.5", {{1, 2}, {2, 3}}, "rpm"},
+      {"subsample curve --factor 2", {{0, 5}, {2, 5}, {3, 5}}, "-"},
+  };
+  for (const auto& c : cases) {
+    Good(std::string("pairs ") + c.arguments + " -o out");
+    const CSigPairs out = ReadPairs("out");
+    ASSERT_EQ(out.NPaare(), c.points.size()) << c.arguments;
+    for (std::size_t i = 0; i < out.NPaare(); ++i) {
+      EXPECT_FLOAT_EQ(out.Punkt(i), c.points[i].first) << c.arguments << " " << i;
+      EXPECT_FLOAT_EQ(out.Wert(i), c.points[i].second) << c.arguments << " " << i;
+    }
+    EXPECT_EQ(out.YUnit().prefixunit(false).ToUtf8(), c.unit) << c.arguments;
+  }
+}
+
+TEST_F(SignalTool, EverySignalTypeIsToldAndDrawn) {
+  CSigCurveExt extended(10);
+  extended.SetXMinMax(0, 10);
+  extended.SetVIMinMax(2, 5);
+  extended.Date() = 7.5f;
+  extended.SetYUnit(CString(L"Nm"));
+  WriteSignal("extended", extended);
+  WritePairs("pairs", {{3, 1}, {1, 2}, {0, 4}}, L"s", L"rpm");
+  WritePairs("volts", {{0, 1}, {5, 2}}, L"s", L"V");
+  WritePairs("empty", {}, L"s", L"rpm");
+  const struct {
+    const char* file;
+    const char* line;
+  } cases[] = {
+      {"extended", "extended"},          {"extended", "(1021)"},         {"extended", "(samples 2 ... 5)"},
+      {"extended", "date        7.5\n"}, {"pairs", "point pairs (109)"}, {"pairs", "order       descending"},
+      {"pairs", "least step  1\n"},      {"pairs", "samples     3\n"},
+  };
+  for (const auto& c : cases) {
+    const std::string info = Good(std::string("info ") + c.file);
+    EXPECT_NE(info.find(c.line), std::string::npos) << c.line << "\n" << info;
+  }
+  Good("simulate run.wav --profile 0:600,0.2:600 --amplitude 7");
+  Good("plot pairs run.wav -o over.svg");
+  for (const char* label : {">rpm<", ">pairs<", ">run.wav (right)<"}) {
+    EXPECT_NE(Text("over.svg").find(label), std::string::npos) << label;
+  }
+  Bad("plot pairs volts run.wav -o new.svg", 1, "two y units");
+  Bad("plot pairs extended -o new.svg", 1, "one x unit");
+  Bad("plot empty -o new.svg", 1, "no samples");
+  Bad("plot over.svg -o over.svg", 2, "overwrite");
+  Bad("pairs add pairs volts -o new", 1, "different things");
+  Bad("pairs union empty pairs -o new", 1, "no points");
+  Bad("pairs cut pairs -o new", 2, "--from");
+  Bad("pairs cut pairs --from 3 -o new", 1, "no point");
+  Bad("pairs smooth pairs -o new", 2, "--width");
+  Bad("pairs sort run.wav -o new", 1, "no signal file");
+}
+
+TEST_F(SignalTool, SettingsAreKeptInTheDatabase) {
+  const std::string file = " --file s.db ";
+  Bad("settings list" + file, 1, "no settings");
+  Good("settings set" + file + "plot/colours 1 -2 3");
+  Good("settings set" + file + "plot/colours 9 --index 4");
+  Good("settings set" + file + "speed 2147483647");
+  EXPECT_EQ(Good("settings list" + file), "plot/colours  0=1 1=-2 2=3 4=9\nspeed  0=2147483647\n");
+  EXPECT_EQ(Good("settings list" + file + "sp"), "speed  0=2147483647\n");
+  EXPECT_EQ(Good("settings get" + file + "plot/colours --index 1"), "-2\n");
+  EXPECT_EQ(Good("settings get" + file + "plot/colours --json"), "{\"0\":1,\"1\":-2,\"2\":3,\"4\":9}\n");
+  Bad("settings get" + file + "plot/colours --index 3", 1, "no value 3");
+  Bad("settings set" + file + "speed 2147483648", 2, "2147483648");
+  Bad("settings set" + file + "speed", 2, "values");
+  Good("settings remove" + file + "plot/colours");
+  Bad("settings get" + file + "plot/colours", 1, "no entry");
+  Write("bad.db", "this is no database, but some text that is long enough to be looked at as one");
+  Bad("settings list --file bad.db", 1, "damaged");
+  Bad("settings set --file nowhere/s.db speed 1", 1, "nowhere");
+}
+
+}  // namespace
