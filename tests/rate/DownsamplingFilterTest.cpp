@@ -1,0 +1,280 @@
+#include "umlauf/rate/DownsamplingFilter.h"
+
+#include <limits>
+#include <memory>
+
+#include "rate/RateTestSupport.h"
+#include "umlauf/rate/MuxDownsamplingFilter.h"
+
+namespace {
+
+constexpr float kNaN = std::numeric_limits<float>::quiet_NaN();
+constexpr float kInf = std::numeric_limits<float>::infinity();
+
+/// Response of the whole table at a frequency relative to the output's Nyquist frequency at ratio 200, in dB.
+double KernelDecibels(double frequency) {
+  const CDownsamplingInfo info;
+  double re = 0, im = 0, sum = 0;
+  for (std::uint32_t i = 0; i < info.FilterLen(); ++i) {
+    const double angle = std::numbers::pi * frequency / 200.0 * (static_cast<double>(i) - 2211.0);
+    const double c = static_cast<double>(info.FilterCoefficients()[i]);
+    re += c * std::cos(angle), im += c * std::sin(angle), sum += c;
+  }
+  return Decibels(std::hypot(re, im) / sum);
+}
+
+TEST(DownsamplingKernel, Shape) {
+  const CDownsamplingInfo info;
+  ASSERT_EQ(info.FilterLen(), 4440u);
+  EXPECT_EQ(info.MaxRatio(), 200.0f);
+  EXPECT_NEAR(info.FilterNorm(), 0.004615, 1e-6);
+  const float* c = info.FilterCoefficients();
+  double sum = 0.0;
+  int changes = 0;
+  float last = 0.0f;
+  for (int i = 0; i < 4440; ++i) {
+    sum += static_cast<double>(c[i]);
+    EXPECT_TRUE(i == 2211 || c[i] < c[2211]) << i;
+    EXPECT_EQ(c[i], i <= 4422 ? c[4422 - i] : 0.0f) << i;
+    if (c[i] == 0.0f) continue;
+    changes += last * c[i] < 0.0f || (last < 0.0f) != (c[i] < 0.0f) ? last != 0.0f : 0;
+    last = c[i];
+  }
+  EXPECT_EQ(c[0], 0.0f);
+  EXPECT_FLOAT_EQ(c[2211], 0.0863844f);
+  EXPECT_NEAR(sum, 20.4906, 0.002);
+  EXPECT_EQ(changes, 42);
+}
+
+TEST(DownsamplingKernel, Mask) {
+  const struct {
+    double from, to, lowest, highest;  // frequencies / output Nyquist frequency, dB
+  } bands[] = {{0.0, 0.50, -0.003, 0.003}, {0.0, 0.64, -0.1, 0.003}, {0.78, 0.80, -3.5, -2.5},
+               {0.84, 0.85, -7, -5.5},     {1.15, 1.2, -999, -90},   {1.2, 2.0, -999, -93},
+               {2.0, 5.0, -999, -101},     {20.0, 40.0, -999, -155}, {60.0, 199.0, -999, -150}};
+  for (const auto& band : bands) {
+    for (int i = 0; i <= 60; ++i) {
+      const double f = band.from + (band.to - band.from) * i / 60.0, level = KernelDecibels(f);
+      EXPECT_TRUE(level >= band.lowest && level <= band.highest) << f << ": " << level << " dB";
+    }
+  }
+}
+
+TEST(DownsamplingInfo, Downscale) {
+  CDownsamplingFilter filter;
+  EXPECT_FALSE(filter.SetDownscale(0));
+  EXPECT_EQ(filter.DownscaleFactor(), 1u);
+  EXPECT_TRUE(filter.SetDownscale(2));
+  EXPECT_EQ(filter.MaxRatio(), 100.0f);
+  EXPECT_EQ(filter.FilterLen(), 2220u);
+  EXPECT_EQ(filter.Taps(7.3f), CDownsamplingFilter().Taps(7.3f));  // the whole kernel at half its density
+  const Samples in(100);
+  Samples coarse(20);
+  float phase = 0.0f;
+  const float few[] = {1.0f, 2.0f, 1.0f};
+  const CDownsamplingInfo::coefs_t table{few, 3, 1.0f};
+  filter.SetInfo(CDownsamplingInfo(&table));
+  EXPECT_NEAR(filter.FilterNorm(), 4.0 / 3.0, 1e-6);
+  EXPECT_EQ(filter.Taps(1000.0f), 3u);
+  EXPECT_EQ(filter.Taps(0.1f), 2u);
+  EXPECT_TRUE(filter.SetDownscale(2));
+  EXPECT_EQ(filter.Downsampling(coarse.data(), 1, in.data() + 50, 10, 2.0f, phase, 1.0f), 0u);
+}
+
+/// The rules, one output after the other from the table.
+Samples Reference(const CDownsamplingInfo& info, const float* in, std::uint64_t n, float ratio, float& phase,
+                  float gain) {
+  const std::uint32_t length = info.FilterLen();
+  auto k = static_cast<std::uint32_t>(ratio / info.MaxRatio() * static_cast<float>(length) + 0.5f);
+  k = std::clamp(k, 2u, length);
+  const std::uint32_t step = length / k, start = (length - step * k) / 2 + step;
+  const double total = static_cast<double>(n) / static_cast<double>(ratio) + static_cast<double>(phase);
+  Samples out(static_cast<std::size_t>(total));
+  const float norm =
+      (static_cast<float>(length - step * k) / static_cast<float>(step) + static_cast<float>(k)) *
+      info.FilterNorm();
+  for (std::size_t j = 0; j < out.size(); ++j) {
+    const double t = (1.0 - static_cast<double>(phase) + static_cast<double>(j)) * static_cast<double>(ratio);
+    const double base = std::floor(t);
+    const auto offset = static_cast<std::uint32_t>(std::round((t - base) * step));
+    const float* x = in + static_cast<std::ptrdiff_t>(base) - k / 2;
+    double sum = 0.0;
+    for (std::uint32_t i = 0; i + 1 < k; ++i) {
+      const float c = info.FilterCoefficients()[(start - offset + step * i) * info.DownscaleFactor()];
+      sum += static_cast<double>(c) * static_cast<double>(x[i]);
+    }
+    out[j] = static_cast<float>(sum) * (gain / norm);
+  }
+  phase = static_cast<float>(total - static_cast<double>(out.size()));
+  return out;
+}
+
+TEST(Downsampling, FollowsTheRulesAndReadsNoFurther) {
+  std::mt19937 random(3);
+  for (const float ratio : {1.0f, 1.5f, 2.5f, 3.0f, 6.4f, 10.0f, 17.77f, 64.3f, 199.0f, 450.0f}) {
+    for (const unsigned downscale : {1u, 3u}) {
+      for (const float startPhase : {0.0f, 0.4f, 1.0f}) {
+        CDownsamplingFilter filter;
+        filter.SetDownscale(downscale);
+        const std::size_t margin = filter.Taps(ratio) / 2, n = 700 + random() % 3000;
+        const std::unique_ptr<float[]> in(new float[n + 2 * margin]);  // just what may be read
+        const Samples noise = Noise(n + 2 * margin, static_cast<unsigned>(n));
+        std::copy(noise.begin(), noise.end(), in.get());
+        float phase = startPhase, expectedPhase = startPhase;
+        const Samples expected = Reference(filter.Info(), in.get() + margin, n, ratio, expectedPhase, 0.7f);
+        Samples out(3 * expected.size() + 3, 77.0f), contiguous(expected.size());
+        ASSERT_EQ(filter.Downsampling(out.data(), 3, in.get() + margin, n, ratio, phase, 0.7f),
+                  expected.size());
+        ASSERT_EQ(phase, expectedPhase);
+        float again = startPhase;
+        filter.DownsamplingCpp(contiguous.data(), in.get() + margin, n, ratio, again, 0.7f);
+        for (std::size_t j = 0; j < expected.size(); ++j) {
+          ASSERT_NEAR(out[3 * j], expected[j], 3e-6f) << ratio << " " << j;
+          ASSERT_EQ(out[3 * j + 1], 77.0f);
+          ASSERT_EQ(contiguous[j], out[3 * j]);
+        }
+      }
+    }
+  }
+}
+
+TEST(Downsampling, BlocksJoin) {
+  std::mt19937 random(4);
+  for (const float ratio : {1.0f, 2.5f, 10.0f, 64.3f}) {
+    constexpr std::size_t n = 60000, margin = 2400;
+    const Samples in = Sine(0.3 / static_cast<double>(ratio), n + 2 * margin);
+    CDownsamplingFilter filter;
+    Samples whole(n), pieces;
+    float phase = 0.0f;
+    whole.resize(filter.Downsampling(whole.data(), 1, in.data() + margin, n, ratio, phase, 1.0f));
+    phase = 0.0f;
+    const float* at = in.data() + margin;
+    for (const std::size_t length : Split(n, 900, random)) {
+      Samples out(length + 1);
+      out.resize(filter.Downsampling(out.data(), 1, at, length, ratio, phase, 1.0f));
+      pieces.insert(pieces.end(), out.begin(), out.end());
+      at += length;
+    }
+    ASSERT_NEAR(static_cast<double>(pieces.size()), static_cast<double>(whole.size()), 1.0) << ratio;
+    const double entry =
+        0.3 * 2.0 * std::numbers::pi / 200.0;  // what one table entry further means to the sine
+    for (std::size_t j = 0; j < std::min(pieces.size(), whole.size()); ++j) {
+      ASSERT_NEAR(pieces[j], whole[j], entry) << ratio << " " << j;
+    }
+  }
+}
+
+TEST(Downsampling, SpectrumInDecibels) {
+  const struct {
+    float ratio;
+    double frequency;  // relative to the output's Nyquist frequency
+    double lowest, highest;
+  } tones[] = {{2.5f, 0.0, -0.001, 0.001},   {2.5f, 0.3, -0.1, 0.1},      {2.5f, 0.60, -0.1, 0.1},
+               {2.5f, 1.25, -999, -85},      {2.5f, 2.3, -999, -85},      {10.0f, 0.0, -0.001, 0.001},
+               {10.0f, 0.6, -0.1, 0.1},      {10.0f, 1.2, -999, -90},     {10.0f, 3.7, -999, -90},
+               {10.0f, 9.7, -999, -90},      {64.3f, 0.0, -0.001, 0.001}, {64.3f, 0.6, -0.1, 0.1},
+               {64.3f, 1.2, -999, -90},      {64.3f, 20.3, -999, -90},    {64.3f, 63.0, -999, -90},
+               {200.0f, 0.0, -0.001, 0.001}, {200.0f, 1.2, -999, -90},    {150.0f, 0.0, -0.01, 0.01},
+               {150.0f, 1.2, -999, -65},     {1.0f, 0.0, -0.001, 0.001}};
+  for (const auto& tone : tones) {
+    const double level =
+        LevelOf(static_cast<double>(tone.ratio), tone.frequency, [&](auto* out, auto* in, auto n) {
+          float phase = 0.0f;
+          CDownsamplingFilter().Downsampling(out, 1, in, n, tone.ratio, phase, 1.0f);
+        });
+    EXPECT_TRUE(level >= tone.lowest && level <= tone.highest)
+        << tone.ratio << " " << tone.frequency << ": " << level << " dB";
+  }
+}
+
+TEST(Downsampling, PhaseDoesNotDriftOverTenMillionSamples) {
+  constexpr std::size_t n = 10'000'000, margin = 800, block = 10007;
+  const float ratio = 64.3f;
+  const double cycles = 0.35 / static_cast<double>(ratio);
+  const Samples in = Sine(cycles, n + 2 * margin);
+  CDownsamplingFilter filter;
+  Samples out(n / 64 + 2);
+  float phase = 0.0f;
+  std::size_t written = 0;
+  for (std::size_t i = 0; i < n; i += block) {
+    written += filter.Downsampling(out.data() + written, 1, in.data() + margin + i, std::min(block, n - i),
+                                   ratio, phase, 1.0f);
+  }
+  const Tone start(out, 0.35, 0, 5000), end(out, 0.35, written - 5000, written);
+  const double drift = std::remainder(end.phase - start.phase, 1.0);
+  EXPECT_LT(Decibels(2.0 * std::numbers::pi * std::fabs(drift)), -70.0);  // the image it would make
+}
+
+TEST(Downsampling, RefusesWhatItCannotUse) {
+  CDownsamplingFilter filter;
+  const Samples in(5000, 1.0f);
+  const struct {
+    std::uint64_t n;
+    float ratio, phase;
+  } cases[] = {{0, 2.0f, 0.5f},   {10, 0.0f, 0.5f}, {10, -1.0f, 0.5f}, {10, kNaN, 0.5f},  {10, kInf, 0.5f},
+               {10, 2.0f, -0.1f}, {10, 2.0f, 1.1f}, {10, 2.0f, kNaN},  {10, 1e-30f, 0.0f}};
+  for (const auto& c : cases) {
+    float out = 77.0f, phase = c.phase, partial = 5.0f;
+    EXPECT_EQ(filter.Downsampling(&out, 1, in.data() + 2500, c.n, c.ratio, phase, 1.0f), 0u) << c.ratio;
+    EXPECT_EQ(CDownsamplingFilter::DummDownsampling(&out, in.data(), c.n, c.ratio, phase, 1.0f, false), 0u);
+    EXPECT_EQ(CDownsamplingFilter::SimpleDownsamplingMean(&out, in.data(), c.n, 1, c.ratio, phase, partial,
+                                                          1.0f, false),
+              0u);
+    EXPECT_TRUE(phase == c.phase || std::isnan(c.phase)) << c.ratio;
+    EXPECT_EQ(partial, 5.0f);
+    EXPECT_EQ(out, 77.0f);
+  }
+  const CDownsamplingInfo::coefs_t none{nullptr, 4440, 200.0f};
+  float out = 77.0f, phase = 0.5f;
+  EXPECT_EQ(CDownsamplingFilter(&none).Downsampling(&out, 1, in.data() + 2500, 100, 2.0f, phase, 1.0f), 0u);
+  // A ratio of any size is filtered as well as the table allows.
+  EXPECT_EQ(filter.Downsampling(&out, 1, in.data() + 2500, 1, 1e30f, phase, 1.0f), 0u);
+}
+
+TEST(MuxDownsampling, EachChannelIsTheSingleChannelResult) {
+  for (const unsigned channels : {1u, 2u, 3u, 4u, 7u, 8u, 9u}) {
+    for (const float ratio : {2.5f, 10.0f, 64.3f, 300.0f}) {
+      CMuxDownsamplingFilter mux;
+      CDownsamplingFilter single;
+      const std::size_t margin = mux.Taps(ratio) / 2, n = 9000;
+      const Samples noise = Noise((n + 2 * margin) * channels, channels);
+      const std::unique_ptr<float[]> in(new float[noise.size()]);
+      std::copy(noise.begin(), noise.end(), in.get());
+      Samples out(n * channels);
+      float phase = 0.3f;
+      const auto written =
+          mux.Downsampling(out.data(), in.get() + margin * channels, n, channels, ratio, phase, 0.5f);
+      std::vector<float> partial(channels, 0.25f);
+      Samples means(n * channels);
+      float meanPhase = 0.3f;
+      const auto meanCount = CMuxDownsamplingFilter::SimpleDownsamplingMean(
+          means.data(), noise.data(), n, channels, ratio, meanPhase, partial.data(), 0.5f, false);
+      for (unsigned c = 0; c < channels; ++c) {
+        Samples channel(n + 2 * margin), expected(n);
+        for (std::size_t i = 0; i < channel.size(); ++i) channel[i] = noise[i * channels + c];
+        float channelPhase = 0.3f;
+        ASSERT_EQ(
+            single.Downsampling(expected.data(), 1, channel.data() + margin, n, ratio, channelPhase, 0.5f),
+            written);
+        ASSERT_EQ(channelPhase, phase);
+        for (std::size_t j = 0; j < written; ++j) ASSERT_EQ(out[j * channels + c], expected[j]) << channels;
+        channelPhase = 0.3f;
+        float channelPartial = 0.25f;
+        ASSERT_EQ(
+            CDownsamplingFilter::SimpleDownsamplingMean(expected.data(), noise.data() + c, n, channels, ratio,
+                                                        channelPhase, channelPartial, 0.5f, false),
+            meanCount);
+        for (std::size_t j = 0; j < meanCount; ++j) ASSERT_EQ(means[j * channels + c], expected[j]);
+        ASSERT_EQ(partial[c], channelPartial);
+        ASSERT_EQ(meanPhase, channelPhase);
+      }
+    }
+  }
+  float phase = 0.5f;
+  Samples frames{1, 2, 3, 4};
+  EXPECT_EQ(CMuxDownsamplingFilter::NoResampling(frames.data(), frames.data(), 2, 2, 3.0f, phase, 2.0f), 2u);
+  EXPECT_THAT(frames, testing::ElementsAre(2, 4, 6, 8));
+  EXPECT_EQ(CMuxDownsamplingFilter().Downsampling(frames.data(), frames.data(), 2, 0, 3.0f, phase, 2.0f), 0u);
+}
+
+}  // namespace

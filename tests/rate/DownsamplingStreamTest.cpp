@@ -1,0 +1,193 @@
+#include "umlauf/rate/DownsamplingStream.h"
+
+#include <limits>
+
+#include "rate/RateTestSupport.h"
+
+namespace {
+
+using Reduction = CDownsamplingStream::Reduction;
+constexpr Reduction kAll[] = {Reduction::Filter, Reduction::Linear, Reduction::Mean,
+                              Reduction::Max,    Reduction::MinMax, Reduction::Sum};
+constexpr double kRatios[] = {1.0,  1.0884353741496597, 2.5,    2.7182818284590452, 10.0,
+                              64.3, 1000.0 / 3.0,       2500.25};
+
+/// The outputs of a signal in blocks; every one of them fits in what the stream promised.
+Samples Convert(CDownsamplingStream& stream, const Samples& in, unsigned channels,
+                const std::vector<std::size_t>& blocks) {
+  Samples all;
+  const float* at = in.data();
+  const auto keep = [&](Samples& out, std::uint64_t written, std::uint64_t promised) {
+    EXPECT_LE(written, promised);
+    EXPECT_EQ(out[promised * channels], 77.0f);
+    all.insert(all.end(), out.begin(), out.begin() + static_cast<std::ptrdiff_t>(written * channels));
+  };
+  for (const std::size_t n : blocks) {
+    Samples out(stream.MaxOutput(n) * channels + 1, 77.0f);
+    const auto written = stream.Process(out.data(), at, n);
+    keep(out, written, stream.MaxOutput(n));
+    at += n * channels;
+  }
+  Samples out(stream.MaxFlush() * channels + 1, 77.0f);
+  const auto written = stream.Flush(out.data());
+  keep(out, written, stream.MaxFlush());
+  return all;
+}
+
+TEST(DownsamplingStream, DoesNotDependOnTheBlocks) {
+  std::mt19937 random(21);
+  for (const Reduction reduction : kAll) {
+    for (const double ratio : kRatios) {
+      const auto channels = static_cast<unsigned>(1 + random() % 9);
+      const std::size_t n = 3000 + random() % 20000;
+      Samples in = Noise(n * channels, 7);
+      if (reduction == Reduction::MinMax) {
+        for (float& x : in) x = random() % 5 == 0 ? std::numeric_limits<float>::quiet_NaN() : x;
+      }
+      CDownsamplingStream stream(ratio, reduction, channels, 0.5f);
+      ASSERT_TRUE(stream.IsValid());
+      const Samples whole = Convert(stream, in, channels, {n});
+      const double frames =
+          std::ceil(static_cast<double>(n) / ratio) * (reduction == Reduction::MinMax ? 2 : 1);
+      EXPECT_EQ(static_cast<double>(whole.size()), frames * channels) << ratio;
+      for (const std::size_t longest : {3u, 50u, 6000u}) {
+        const Samples pieces = Convert(stream, in, channels, Split(n, longest, random));
+        ASSERT_EQ(whole.size(), pieces.size());
+        const bool same = std::equal(whole.begin(), whole.end(), pieces.begin(), [](float a, float b) {
+          return a == b || (std::isnan(a) && std::isnan(b));
+        });
+        EXPECT_TRUE(same) << ratio << " " << static_cast<int>(reduction) << " " << longest;
+      }
+    }
+  }
+}
+
+TEST(DownsamplingStream, ChannelsAreIndependent) {
+  for (const Reduction reduction : kAll) {
+    const Samples in = Noise(5 * 7000, 9);
+    CDownsamplingStream frames(7.77, reduction, 5), single(7.77, reduction);
+    const Samples all = Convert(frames, in, 5, {7000});
+    for (std::size_t c = 0; c < 5; ++c) {
+      Samples channel(7000);
+      for (std::size_t i = 0; i < channel.size(); ++i) channel[i] = in[i * 5 + c];
+      const Samples expected = Convert(single, channel, 1, {7000});
+      ASSERT_EQ(expected.size() * 5, all.size());
+      for (std::size_t j = 0; j < expected.size(); ++j) {
+        const bool sums = reduction == Reduction::Mean || reduction == Reduction::Sum;
+        ASSERT_NEAR(all[j * 5 + c], expected[j], sums ? 1e-5f : 0.0f) << c;
+      }
+    }
+  }
+}
+
+TEST(DownsamplingStreamFilter, SignalToNoiseAfterTenMillionSamples) {
+  // The middle of the pass band at the given ratios, and at ratios that need mixed phases.
+  for (const double ratio : {2.5, 10.0, 64.3, 2.7182818284590452, 63.661977236758134}) {
+    const double cycles = 0.35 / ratio;
+    constexpr std::size_t n = 10'000'000;
+    const Samples in = Sine(cycles, n);
+    CDownsamplingStream stream(ratio);
+    const Samples out = Convert(stream, in, 1, std::vector<std::size_t>(n / 10000, 10000));
+    const std::size_t count = out.size(), settled = 50, length = 20000;
+    const Tone start(out, 0.35, settled, settled + length),
+        end(out, 0.35, count - settled - length, count - settled);
+    for (const Tone& tone : {start, end}) {
+      EXPECT_GT(tone.snr, 98.0) << ratio;
+      EXPECT_NEAR(Decibels(tone.amplitude), -0.52, 0.01) << ratio;
+      EXPECT_LT(Decibels(2 * std::numbers::pi * std::fabs(std::remainder(tone.phase, 1.0))), -95.0) << ratio;
+    }
+  }
+}
+
+TEST(DownsamplingStreamFilter, SpectrumInDecibels) {
+  const struct {
+    double frequency, lowest, highest;  // relative to the output's Nyquist frequency, dB
+  } tones[] = {{0.0, -1e-5, 1e-5}, {0.1, -0.02, 0.02}, {0.5, -0.02, 0.02}, {0.64, -0.11, 0.01},
+               {0.79, -3.2, -2.8}, {1.15, -999, -90},  {1.2, -999, -92},   {1.37, -999, -92},
+               {1.93, -999, -92},  {2.43, -999, -92},  {7.1, -999, -92},   {31.7, -999, -92},
+               {62.9, -999, -92}};
+  for (const double ratio : {2.5, 10.0, 64.3, 2.7182818284590452, 63.661977236758134, 400.0}) {
+    for (const auto& tone : tones) {
+      if (tone.frequency > 0.99 * ratio) continue;
+      const double level = LevelOf(ratio, tone.frequency, [&](auto* out, auto* in, auto n) {
+        CDownsamplingStream(ratio).Process(out, in, n);
+      });
+      EXPECT_TRUE(level >= tone.lowest && level <= tone.highest)
+          << ratio << " " << tone.frequency << ": " << level << " dB";
+    }
+  }
+}
+
+TEST(DownsamplingStreamFilter, OtherTables) {
+  // A triangle as wide as two outputs: straight lines at ratio 1, the mean of neighbours' lines beyond.
+  const float triangle[] = {0, 1, 2, 3, 4, 3, 2, 1, 0};
+  const CDownsamplingInfo::coefs_t table{triangle, 9, 4.0f};
+  CDownsamplingStream stream(1.0, Reduction::Filter, 1, 1.0f, &table);
+  EXPECT_THAT(Convert(stream, {1, 5, 2, 8}, 1, {4}),
+              testing::Pointwise(testing::FloatNear(1e-6f), {1, 5, 2, 8}));
+  const float none[] = {1, -1};
+  const CDownsamplingInfo::coefs_t sumless{none, 2, 4.0f}, empty{none, 0, 4.0f}, ratioless{triangle, 9, 0.0f};
+  for (const auto* bad : {&sumless, &empty, &ratioless}) {
+    EXPECT_FALSE(CDownsamplingStream(2.0, Reduction::Filter, 1, 1.0f, bad).IsValid());
+  }
+}
+
+TEST(DownsamplingStream, ReductionsHaveExactBorders) {
+  for (const double ratio : {1.0, 1.25, 2.5, 4.0, 10.7, 1000.0 / 3.0, 2500.25}) {
+    const std::size_t n = static_cast<std::size_t>(ratio * 20.3) + 1;
+    const Samples in = Noise(n, 13);
+    const double frames = std::ceil(static_cast<double>(n) / ratio - 1e-9);
+    Samples results[4];
+    constexpr Reduction kinds[] = {Reduction::Mean, Reduction::Sum, Reduction::Max, Reduction::MinMax};
+    for (std::size_t k = 0; k < 4; ++k) {
+      CDownsamplingStream stream(ratio, kinds[k]);
+      results[k] = Convert(stream, in, 1, {n});
+      ASSERT_EQ(static_cast<double>(results[k].size()), k == 3 ? 2 * frames : frames);
+    }
+    for (std::size_t j = 0; j < results[0].size(); ++j) {
+      const double begin = static_cast<double>(j) * ratio,
+                   end = std::min(begin + ratio, static_cast<double>(n));
+      double sum = 0, low = 2, high = -2;
+      for (std::size_t i = static_cast<std::size_t>(begin + 1e-6); static_cast<double>(i) < end - 1e-6; ++i) {
+        const double x = static_cast<double>(in[i]), at = static_cast<double>(i);
+        sum += x * (std::min(at + 1.0, end) - std::max(at, begin));
+        low = std::min(low, x);
+        high = std::max(high, x);
+      }
+      ASSERT_NEAR(results[0][j], sum / (end - begin), 1e-5) << ratio << " " << j;
+      ASSERT_NEAR(results[1][j], sum, 1e-5 * ratio) << ratio << " " << j;
+      ASSERT_EQ(results[2][j], static_cast<float>(high)) << ratio << " " << j;
+      ASSERT_EQ(results[3][2 * j], static_cast<float>(low)) << ratio << " " << j;
+      ASSERT_EQ(results[3][2 * j + 1], static_cast<float>(high)) << ratio << " " << j;
+    }
+  }
+}
+
+TEST(DownsamplingStream, LinearHoldsTheEnd) {
+  CDownsamplingStream stream(1.5, Reduction::Linear, 1, 10.0f);
+  const Samples expected{0, 15, 30, 40};
+  EXPECT_EQ(Convert(stream, {0, 1, 2, 3, 4}, 1, {5}), expected);
+  EXPECT_EQ(Convert(stream, {0, 1, 2, 3, 4}, 1, {1, 1, 1, 1, 1}), expected);
+}
+
+TEST(DownsamplingStream, StartsAfreshAndRefusesWhatItCannotUse) {
+  for (const Reduction reduction : kAll) {
+    CDownsamplingStream stream(3.3, reduction);
+    const Samples in = Noise(500, 1), expected = Convert(stream, in, 1, {500});
+    Samples out(1000);
+    EXPECT_EQ(stream.Flush(out.data()), 0u);
+    stream.Process(out.data(), in.data() + 77, 123);
+    stream.Restart();
+    EXPECT_EQ(Convert(stream, in, 1, {500}), expected);
+    for (const double bad : {0.5, 0.0, -2.0, 1e300, std::numeric_limits<double>::quiet_NaN()}) {
+      EXPECT_FALSE(CDownsamplingStream(bad, reduction).IsValid()) << bad;
+    }
+    CDownsamplingStream none(2.0, reduction, 0);
+    EXPECT_FALSE(none.IsValid());
+    EXPECT_EQ(none.Process(out.data(), in.data(), 100) + none.Flush(out.data()) + none.MaxOutput(9), 0u);
+  }
+  EXPECT_FALSE(CDownsamplingStream(1e6).IsValid());
+  EXPECT_TRUE(CDownsamplingStream(1e6, Reduction::MinMax).IsValid());
+}
+
+}  // namespace

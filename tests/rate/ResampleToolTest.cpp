@@ -1,0 +1,138 @@
+#include "umlauf/rate/ResampleTool.h"
+
+#include <limits>
+
+#include "rate/RateTestSupport.h"
+
+namespace {
+
+using testing::Each;
+using testing::ElementsAre;
+constexpr float kNaN = std::numeric_limits<float>::quiet_NaN();
+constexpr float kInf = std::numeric_limits<float>::infinity();
+
+Samples Resample(const Samples& in, std::size_t nOut, int opts) {
+  Samples out(nOut + 1, 77.0f);
+  CResampleTool::Resample1d(in.data(), static_cast<int>(in.size()), out.data(), static_cast<int>(nOut),
+                            static_cast<InterpOpts>(opts));
+  EXPECT_EQ(out.back(), 77.0f);
+  out.pop_back();
+  return out;
+}
+
+TEST(Resample1d, Rows) {
+  const Samples in{1, 5, -9, 2, 8, 4, 7};
+  const struct {
+    std::size_t nOut;
+    int opts;
+    Samples out;  // runs: 1 5 | -9 2 | 8 4, or 1 5 | -9 2 8 4, or only 2 8 together
+  } cases[] = {{3, RO_First, {1, -9, 8}},
+               {3, RO_Maximum, {5, 2, 8}},
+               {3, RO_Minimum, {1, -9, 4}},
+               {3, RO_Mean, {3, -3.5f, 6}},
+               {3, RO_MidRange, {3, -3.5f, 6}},
+               {2, RO_Mean, {3, 1.25f}},
+               {2, RO_MidRange, {3, -0.5f}},
+               {2, 6, {1, -9}},
+               {2, 7 | RO_LinearUp, {1, -9}},
+               {6, 0, {1, 5, -9, 2, 4, 7}},
+               {6, RO_Maximum | RO_LinearUp, {1, 5, -9, 8, 4, 7}},
+               {7, RO_Maximum, in}};
+  for (const auto& c : cases) EXPECT_EQ(Resample(in, c.nOut, c.opts), c.out) << c.nOut << " " << c.opts;
+  Samples loudest(2);
+  CResampleTool::Resample1dDownMaxi(in.data(), 7, loudest.data(), 2);
+  EXPECT_THAT(loudest, ElementsAre(5, -9));
+  EXPECT_THAT(Resample({3, 9}, 4, RO_First | RO_LinearUp), ElementsAre(3, 5, 7, 9));
+  EXPECT_THAT(Resample({3, 9}, 4, RO_First), ElementsAre(3, 3, 9, 9));
+  EXPECT_THAT(Resample({3, 9, 1}, 4, RO_Maximum), ElementsAre(3, 9, 9, 1));
+  EXPECT_THAT(Resample({3, 9}, 3, RO_MeanLinear), ElementsAre(3, 6, 9));
+  EXPECT_THAT(Resample({1, 3, 5, 9}, 2, RO_MeanLinear), ElementsAre(2, 7));
+  EXPECT_THAT(Resample({7}, 3, RO_LinearUp), ElementsAre(7, 7, 7));
+}
+
+TEST(Resample1d, AnyLengths) {
+  std::mt19937 random(31);
+  for (int i = 0; i < 300; ++i) {
+    const Samples in = Noise(1 + random() % 60, static_cast<unsigned>(i));
+    const std::size_t nOut = 1 + random() % 90;
+    const int opts = static_cast<int>(random() % 16);
+    const Samples out = Resample(in, nOut, opts);
+    EXPECT_THAT(out, Each(testing::AllOf(testing::Ge(-1.0f), testing::Le(1.0f))));
+    if (nOut > in.size() && opts != 5) {
+      EXPECT_EQ(out.front(), in.front());
+      // Every input appears, in order; the last one may go without when straight lines have used up the row.
+      auto at = out.begin();
+      for (std::size_t k = 0; k + ((opts & RO_LinearUp) != 0 ? 1 : 0) < in.size(); ++k) {
+        at = std::find(at, out.end(), in[k]);
+        ASSERT_NE(at, out.end()) << in.size() << " onto " << nOut << " by " << opts;
+      }
+    }
+    Samples row(nOut);
+    const int from = static_cast<int>(in.size()), to = static_cast<int>(nOut);
+    // Lengths that the two are not made for stay inside the rows all the same.
+    CResampleTool::Resample1dUpInterpol(in.data(), from, row.data(), to);
+    CResampleTool::Resample1dDown(in.data(), from, row.data(), to, RO_Mean);
+    CResampleTool::Resample1dDownMaxi(in.data(), from, row.data(), to);
+  }
+}
+
+TEST(Resample1d, LeavesTheOutputForNothing) {
+  float out = 77.0f;
+  const float in = 1.0f;
+  CResampleTool::Resample1d(&in, 0, &out, 1, RO_First);
+  CResampleTool::Resample1d(&in, 1, &out, -1, RO_First);
+  CResampleTool::Resample1d(nullptr, 1, &out, 1, RO_First);
+  CResampleTool::Resample1d(&in, 1, nullptr, 1, RO_First);
+  CResampleTool::Resample1dDmUi(nullptr, 1, &out, 1);
+  EXPECT_EQ(out, 77.0f);
+}
+
+TEST(PixelConversion, IsLinearRoundedAndLimited) {
+  const Samples in{-1, 0, 0.24f, 0.26f, 0.5f, 1, 9, kNaN, kInf, -kInf};
+  std::vector<LONG> whole(in.size());
+  CResampleTool::IntConversion(in.data(), static_cast<int>(in.size()), 0, 1, whole.data(), 1000);
+  EXPECT_THAT(whole, ElementsAre(0, 0, 240, 260, 500, 1000, 1000, 0, 1000, 0));
+  CResampleTool::IntConversion(in.data(), static_cast<int>(in.size()), 1, 0, whole.data(), 2);
+  EXPECT_THAT(whole, ElementsAre(2, 2, 2, 1, 1, 0, 0, 0, 0, 2));
+  CResampleTool::IntConversion(in.data(), static_cast<int>(in.size()), 0, 0, whole.data(), 5);
+  EXPECT_THAT(whole, ElementsAre(0, 0, 5, 5, 5, 5, 5, 0, 5, 0));
+  std::vector<unsigned char> bytes(in.size());
+  CResampleTool::ByteConversion(in.data(), static_cast<int>(in.size()), 0, 1, bytes.data(), 255);
+  EXPECT_THAT(bytes, ElementsAre(0, 0, 61, 66, 128, 255, 255, 0, 255, 0));
+  CResampleTool::IntConversion(nullptr, 3, 0, 1, whole.data(), 9);
+  EXPECT_EQ(whole[2], 5);
+}
+
+TEST(ResampleBuffers, RowsStretch) {
+  CResampleTool tool;
+  EXPECT_EQ(tool.PZeile(0), nullptr);
+  EXPECT_FALSE(tool.Adjust2dPuffer(1ull << 40, 1ull << 40));
+  ASSERT_TRUE(tool.Adjust1dPuffer(3));
+  EXPECT_EQ(tool.Puffer1d()[2], 0.0f);
+  ASSERT_TRUE(tool.Adjust2dPuffer(9, 2));
+  EXPECT_EQ(tool.PZeile(9), nullptr);
+  EXPECT_EQ(tool.PPunkt(0, 2), nullptr);
+  EXPECT_EQ(tool.PPunkt(2, 1), tool.PZeile(2) + 1);
+  for (int nIn = 1; nIn <= 9; ++nIn) {
+    for (int nOut = nIn; nOut <= 9; ++nOut) {
+      const Samples column = Noise(static_cast<std::size_t>(nIn), 3);
+      Samples expected(static_cast<std::size_t>(nOut));
+      nIn == nOut ? void(expected = column)
+                  : CResampleTool::Resample1dUpInterpol(column.data(), nIn, expected.data(), nOut);
+      for (std::uint64_t i = 0; i < column.size(); ++i) {
+        *tool.PPunkt(i, 0) = column[i];
+        *tool.PPunkt(i, 1) = -2.0f * column[i];
+      }
+      ASSERT_TRUE(tool.Interpol2dy(column.size(), expected.size()));
+      for (std::uint64_t j = 0; j < expected.size(); ++j) {
+        EXPECT_NEAR(*tool.PPunkt(j, 0), expected[j], 1e-6) << nIn << " onto " << nOut;
+        EXPECT_NEAR(*tool.PPunkt(j, 1), -2.0f * expected[j], 2e-6);
+      }
+    }
+  }
+  EXPECT_FALSE(tool.Interpol2dy(3, 10));
+  EXPECT_FALSE(tool.Interpol2dy(0, 3));
+  EXPECT_FALSE(tool.Interpol2dy(4, 3));
+}
+
+}  // namespace

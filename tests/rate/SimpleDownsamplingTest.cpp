@@ -1,0 +1,217 @@
+#include <functional>
+#include <limits>
+
+#include "rate/RateTestSupport.h"
+#include "umlauf/rate/DownsamplingFilter.h"
+
+namespace {
+
+using Filter = CDownsamplingFilter;
+using testing::ElementsAre;
+using testing::FloatEq;
+using testing::Pointwise;
+
+TEST(KeinDownsampling, CopiesWithGain) {
+  float phase = 0.25f;
+  const Samples in{1, -2, 3};
+  Samples out(3, 77.0f);
+  EXPECT_EQ(Filter::KeinDownsampling(out.data(), in.data(), 0, 2, phase, 2), 0u);
+  EXPECT_THAT(out, ElementsAre(77, 77, 77));
+  EXPECT_EQ(Filter::KeinDownsampling(out.data(), in.data(), 3, 2, phase, 2), 3u);
+  EXPECT_THAT(out, ElementsAre(2, -4, 6));
+  EXPECT_EQ(phase, 0.25f);
+}
+
+TEST(DummDownsampling, LinesBetweenSamples) {
+  Samples ramp(1001);
+  for (std::size_t i = 0; i < ramp.size(); ++i) ramp[i] = static_cast<float>(i);
+  std::mt19937 random(5);
+  for (const float ratio : {0.4f, 1.0f, 2.5f, 7.31f}) {
+    float phase = 0.0f;
+    std::size_t at = 0, count = 0;
+    for (const std::size_t n : Split(1000, 40, random)) {
+      Samples out(2 * n + 200, 77.0f);
+      const auto written =
+          Filter::DummDownsampling(out.data(), 2, ramp.data() + at, n, ratio, phase, 3, false);
+      for (std::size_t j = 0; j < written; ++j, ++count) {
+        const double position = static_cast<double>(ratio) * static_cast<double>(count + 1);
+        ASSERT_NEAR(out[2 * j], 3.0 * position, 2e-3) << ratio << " " << count;
+        ASSERT_EQ(out[2 * j + 1], 77.0f);
+      }
+      at += n;
+    }
+    EXPECT_NEAR(static_cast<double>(count), 1000.0 / static_cast<double>(ratio), 1.0);
+  }
+}
+
+TEST(DummDownsampling, LastBlockEndsWithItsLastSample) {
+  const Samples in{10, 20, 30, 40};
+  Samples out(9, 1.0f);
+  float phase = 0.0f;
+  EXPECT_EQ(Filter::DummDownsampling(out.data(), in.data(), 4, 0.5f, phase, 2, true), 8u);
+  EXPECT_THAT(out, ElementsAre(30, 40, 50, 60, 70, 80, 2, 2, 1));  // the last two count, unwritten
+  EXPECT_EQ(phase, 0.0f);
+}
+
+/// A reduction in the form that all tests call.
+struct Reduction {
+  const char* name;
+  std::function<std::uint64_t(float* out, unsigned outStride, const float* in, std::uint64_t n,
+                              unsigned inStride, float ratio, float& phase, float& partial)>
+      run;
+  std::function<double(double, double)> join;
+};
+
+const std::vector<Reduction>& Reductions() {
+  static const std::vector<Reduction> all{
+      {"mean",
+       [](auto* out, auto os, auto* in, auto n, auto is, auto ratio, auto& phase, auto& partial) {
+         return Filter::SimpleDownsamplingMean(out, os, in, n, is, ratio, phase, partial, 2, false);
+       },
+       std::plus<>()},
+      {"max",
+       [](auto* out, auto os, auto* in, auto n, auto is, auto ratio, auto& phase, auto& partial) {
+         return Filter::SimpleDownsamplingMax(out, os, in, n, is, ratio, phase, partial, 2, false);
+       },
+       [](double a, double b) { return std::max(a, b); }},
+      {"sum",
+       [](auto* out, auto os, auto* in, auto n, auto is, auto ratio, auto& phase, auto& partial) {
+         return Filter::SimpleDownsamplingSum(out, os, in, n, is, ratio, phase, partial, false, 2, false);
+       },
+       std::plus<>()},
+      {"level sum",
+       [](auto* out, auto os, auto* in, auto n, auto is, auto ratio, auto& phase, auto& partial) {
+         return Filter::SimpleDownsamplingSum(out, os, in, n, is, ratio, phase, partial, true, 2, false);
+       },
+       [](double a, double b) {
+         return 10.0 * std::log10(std::pow(10.0, a / 10) + std::pow(10.0, b / 10));
+       }}};
+  return all;
+}
+
+/// The rules of one block, sample by sample.
+Samples Expected(const Reduction& reduction, const float* in, std::uint64_t n, unsigned stride, float ratio,
+                 float& phase, float& partial) {
+  const bool isMean = std::string_view(reduction.name) == "mean";
+  const auto reduce = [&](std::uint64_t begin, std::uint64_t end) {
+    double value = static_cast<double>(in[begin * stride]);
+    for (std::uint64_t i = begin + 1; i < end; ++i) {
+      value = reduction.join(value, static_cast<double>(in[i * stride]));
+    }
+    return value;
+  };
+  const double total = static_cast<double>(n) / static_cast<double>(ratio) + static_cast<double>(phase);
+  if (total < 1.0) {
+    partial = static_cast<float>(reduction.join(static_cast<double>(partial), reduce(0, n)));
+    phase = static_cast<float>(total);
+    return {};
+  }
+  Samples out(static_cast<std::size_t>(total));
+  const auto carried = static_cast<std::uint64_t>(phase * ratio);
+  std::uint64_t begin = 0;
+  for (std::size_t j = 0; j < out.size(); ++j) {
+    const double t = (1.0 - static_cast<double>(phase) + static_cast<double>(j)) * static_cast<double>(ratio);
+    const auto end = std::min(n, static_cast<std::uint64_t>(t + 1.0));
+    const bool joins = j == 0 && carried != 0;
+    double value = reduce(begin, end);
+    if (joins) value = reduction.join(static_cast<double>(partial), value);
+    if (isMean) value /= static_cast<double>(end - begin + (joins ? carried : 0));
+    out[j] = static_cast<float>(2.0 * value);
+    begin = end;
+  }
+  phase = static_cast<float>(total - static_cast<double>(out.size()));
+  if (begin < n) {
+    partial = static_cast<float>(reduce(begin, n));
+  } else if (ratio * phase >= 1.0f) {
+    partial = in[(n - 1) * stride];
+  }
+  return out;
+}
+
+TEST(SimpleDownsampling, FollowsTheRulesBlockByBlock) {
+  std::mt19937 random(6);
+  for (const Reduction& reduction : Reductions()) {
+    for (const float ratio : {1.3f, 2.0f, 2.5f, 4.0f, 17.3f, 300.0f}) {
+      for (const unsigned stride : {1u, 3u}) {
+        const bool lines = stride == 1 && ratio < 2.0f && std::string_view(reduction.name).ends_with("sum");
+        if (lines) continue;
+        const Samples in = Noise(3000 * stride, 8);
+        float phase = 0, partial = 0, expectedPhase = 0, expectedPartial = 0;
+        std::size_t at = 0;
+        for (const std::size_t n : Split(3000, 30, random)) {
+          if (n == 0) continue;
+          const Samples expected =
+              Expected(reduction, in.data() + at * stride, n, stride, ratio, expectedPhase, expectedPartial);
+          Samples out(2 * expected.size() + 1);
+          ASSERT_EQ(reduction.run(out.data(), 2, in.data() + at * stride, n, stride, ratio, phase, partial),
+                    expected.size());
+          ASSERT_EQ(phase, expectedPhase);
+          ASSERT_NEAR(partial, expectedPartial, 1e-4) << reduction.name << " " << ratio;
+          for (std::size_t j = 0; j < expected.size(); ++j) {
+            ASSERT_NEAR(out[2 * j], expected[j], 1e-4) << reduction.name << " " << ratio << " " << j;
+          }
+          partial = expectedPartial;  // rounding does not add up
+          at += n;
+        }
+      }
+    }
+  }
+}
+
+TEST(SimpleDownsampling, SeamOfTheMeanIsAsTold) {
+  const Samples ones(12, 1.0f);
+  Samples out(3);
+  float phase = 0, partial = 0;
+  EXPECT_EQ(Filter::SimpleDownsamplingMean(out.data(), ones.data(), 6, 1, 4, phase, partial, 1, false), 1u);
+  EXPECT_EQ(phase, 0.5f);
+  EXPECT_EQ(partial, 1.0f);
+  EXPECT_EQ(
+      Filter::SimpleDownsamplingMean(out.data() + 1, ones.data() + 6, 6, 1, 4, phase, partial, 1, false), 2u);
+  EXPECT_THAT(out, Pointwise(FloatEq(), {1.0f, 0.8f, 1.0f}));
+}
+
+TEST(SimpleDownsampling, LittleRatiosCopyOrInterpolate) {
+  const Samples in{1, 10, 2, 20, 3, 30, 4, 40};
+  for (const Reduction& reduction : Reductions()) {
+    float phase = 0.5f, partial = 9.0f;
+    Samples out(8, 77.0f);
+    EXPECT_EQ(reduction.run(out.data(), 2, in.data(), 4, 2, 1.0f, phase, partial), 4u) << reduction.name;
+    EXPECT_THAT(out, ElementsAre(2, 77, 4, 77, 6, 77, 8, 77)) << reduction.name;
+    EXPECT_EQ(phase, 0.0f);
+    EXPECT_EQ(partial, 0.0f);
+    out.assign(8, 77.0f);
+    partial = 9.0f;
+    EXPECT_EQ(reduction.run(out.data(), 1, in.data(), 4, 1, 1.0f, phase, partial), 4u) << reduction.name;
+    EXPECT_THAT(out, ElementsAre(20, 4, 40, 6, 77, 77, 77, 77)) << reduction.name;
+    EXPECT_EQ(partial, 9.0f);
+  }
+  float phase = 0, partial = 0;
+  Samples out(2);
+  EXPECT_EQ(
+      Filter::SimpleDownsamplingSum(out.data(), 1, in.data(), 3, 1, 1.5f, phase, partial, false, 1, false),
+      2u);
+  EXPECT_THAT(out, ElementsAre(6, 20));  // lines below 2
+}
+
+TEST(SimpleDownsampling, RangeIsMinimumAndMaximumInTurn) {
+  const Samples in{3, 1, 2, 9, 5, 6, 4, 8, 7, 0};
+  Samples out(10, 77.0f);
+  float phase = 0, low = 99, high = -99;
+  EXPECT_EQ(Filter::SimpleDownsamplingMinMax(out.data(), 1, in.data(), 3, 1, 4, phase, low, high, 1, false),
+            0u);
+  EXPECT_EQ(low, 1.0f);
+  EXPECT_EQ(high, 3.0f);
+  EXPECT_EQ(
+      Filter::SimpleDownsamplingMinMax(out.data(), 2, in.data() + 3, 7, 1, 4, phase, low, high, 10, false),
+      4u);
+  EXPECT_THAT(out, ElementsAre(10, 77, 90, 77, 40, 77, 80, 77, 77, 77));  // 3 1 2 | 9 5 and 6 4 8 7
+  EXPECT_EQ(low, 0.0f);
+  EXPECT_EQ(high, 0.0f);
+  out.assign(10, 77.0f);
+  phase = 0;
+  EXPECT_EQ(
+      Filter::SimpleDownsamplingMinMax(out.data(), 1, in.data(), 2, 1, 0.5f, phase, low, high, 1, false), 8u);
+  EXPECT_THAT(out, ElementsAre(3, 3, 1, 1, 1, 1, 1, 1, 77, 77));
+}
+
+}  // namespace

@@ -1,0 +1,99 @@
+#include "umlauf/rate/internal/StreamKernel.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "umlauf/rate/internal/TapRun.h"
+
+namespace umlauf::rate {
+namespace {
+
+constexpr double kMaxFilterRatio = 65536.0;
+/// Phases per output interval between which mixing is linear: an error of -103 dB at 0.35 of the output rate.
+constexpr double kMixedPhases = 256.0;
+/// Phases per output interval up to which a ratio that needs no mixing gets a row for each of its phases.
+constexpr double kExactPhases = 1024.0;
+
+/// The part of a table that is not 0, and its centroid.
+struct Support {
+  std::int64_t begin, end;
+  double centroid;
+};
+
+bool FindSupport(const CDownsamplingInfo& table, Support& support) {
+  const float* coefs = table.FilterCoefficients();
+  const auto count = static_cast<std::int64_t>(table.FilterLen());
+  support = {count, 0, 0.0};
+  double sum = 0.0, moment = 0.0;
+  for (std::int64_t i = 0; i < count; ++i) {
+    if (coefs[i] == 0.0f) continue;
+    support.begin = std::min(support.begin, i);
+    support.end = i + 1;
+    sum += static_cast<double>(coefs[i]);
+    moment += static_cast<double>(coefs[i]) * static_cast<double>(i);
+  }
+  support.centroid = moment / sum;
+  return support.centroid >= static_cast<double>(support.begin) &&
+         support.centroid < static_cast<double>(support.end);
+}
+
+/// Cubic interpolation between table entries, 0 outside.
+double ValueAt(const CDownsamplingInfo& table, double position) {
+  const double below = std::floor(position), f = position - below;
+  const auto at = numeric::trunc_sat<std::int64_t>(below);
+  const auto entry = [&](std::int64_t i) {
+    const bool inside = i >= 0 && i < static_cast<std::int64_t>(table.FilterLen());
+    return inside ? static_cast<double>(table.FilterCoefficients()[i]) : 0.0;
+  };
+  return entry(at - 1) * (-f * (f - 1.0) * (f - 2.0) / 6.0) + entry(at) * ((f * f - 1.0) * (f - 2.0) / 2.0) +
+         entry(at + 1) * (-f * (f + 1.0) * (f - 2.0) / 2.0) + entry(at + 2) * (f * (f * f - 1.0) / 6.0);
+}
+
+}  // namespace
+
+bool StreamKernel::Allocate(std::uint32_t phases) {
+  phases_ = phases;
+  stride_ = (static_cast<std::size_t>(last_ - first_ + 1) + 15) / 16 * 16;
+  return rows_.alloc((std::uint64_t{phases} + 1) * stride_);
+}
+
+std::uint32_t StreamKernel::MaxDenominator(double ratio) {
+  return std::max(1u, numeric::trunc_sat<std::uint32_t>(kExactPhases / ratio));
+}
+
+bool StreamKernel::MakeFilter(const CDownsamplingInfo& table, double ratio, const RatioGrid& grid) {
+  Support support{};
+  if (ratio > kMaxFilterRatio || !(table.MaxRatio() > 0.0f) || !FindSupport(table, support)) return false;
+  const double entriesPerSample = static_cast<double>(table.MaxRatio()) / ratio;
+  const double before = support.centroid - static_cast<double>(support.begin - 1);
+  const double behind = static_cast<double>(support.end) - support.centroid;
+  first_ = -numeric::trunc_sat<std::int64_t>(before / entriesPerSample);
+  last_ = numeric::trunc_sat<std::int64_t>(behind / entriesPerSample) + 1;
+  mixed_ = grid.Parts() == 0;
+  const auto phases = mixed_ ? std::ceil(kMixedPhases / ratio) : static_cast<double>(grid.Parts());
+  if (!Allocate(numeric::trunc_sat<std::uint32_t>(phases))) return false;
+  period_ = RatioGrid::Denominator(ratio, kLongestPeriod, 0.125 / phases_, 0.0);
+  for (std::uint32_t phase = 0; phase <= phases_; ++phase) {
+    float* row = rows_.data() + phase * stride_;
+    const auto value = [&](std::int64_t i) {
+      const double distance = static_cast<double>(i) - static_cast<double>(phase) / phases_;
+      return ValueAt(table, support.centroid + distance * entriesPerSample);
+    };
+    double sum = 0.0;
+    for (std::int64_t i = first_; i <= last_; ++i) sum += value(i);
+    if (!(std::fabs(sum) > 0.0)) return false;
+    for (std::int64_t i = first_; i <= last_; ++i) row[i - first_] = static_cast<float>(value(i) / sum);
+  }
+  return true;
+}
+
+bool StreamKernel::MakeLinear() {
+  first_ = 0;
+  last_ = 1;
+  mixed_ = true;
+  if (!Allocate(1)) return false;
+  rows_[0] = rows_[stride_ + 1] = 1.0f;
+  return true;
+}
+
+}  // namespace umlauf::rate

@@ -1,0 +1,54 @@
+#pragma once
+
+#include <cstdint>
+
+#include "umlauf/platform/basis/CAlignedMem.h"
+#include "umlauf/platform/vekta/QVL.h"
+#include "umlauf/rate/DownsamplingInfo.h"
+#include "umlauf/rate/internal/RatioGrid.h"
+
+namespace umlauf::rate {
+
+/// Rows of taps for evenly spaced phases of an output between two input samples, phase 0 to 1 inclusive.
+class StreamKernel {
+ public:
+  /// The kernel table stretched to a ratio, its centroid (the delay at 0 Hz) on the output position. False
+  /// when the ratio is too great, the table has no sum, or there is no memory.
+  bool MakeFilter(const CDownsamplingInfo& table, double ratio, const RatioGrid& grid);
+  /// Greatest denominator of a grid for which `MakeFilter` makes a row of each phase.
+  static std::uint32_t MaxDenominator(double ratio);
+  /// The two samples beside the position.
+  bool MakeLinear();
+
+  /// First and last sample that an output reads, relative to the one at or in front of its position:
+  /// first <= 0 <= last.
+  std::int64_t First() const { return first_; }
+  std::int64_t Last() const { return last_; }
+  QVL::TapRows Rows() const { return {rows_.data(), stride_, static_cast<std::size_t>(last_ - first_ + 1)}; }
+  /// True when outputs lie between phases, so that two rows are mixed; false when each position of the grid
+  /// has its row.
+  bool Mixed() const { return mixed_; }
+
+  /// Outputs after which the phases nearly repeat, 0 when they do not.
+  std::uint32_t Period() const { return period_; }
+
+  /// Window of an output; samples count from `origin`.
+  QVL::TapWindow At(const GridPosition& position, std::int64_t origin) const {
+    const auto in = static_cast<std::ptrdiff_t>(static_cast<std::int64_t>(position.whole) + first_ - origin);
+    if (!mixed_) return {in, static_cast<std::uint32_t>(position.part), 0.0f};
+    const std::uint64_t phase = (position.part >> 32) * phases_;  // 32 fractional bits
+    return {in, static_cast<std::uint32_t>(phase >> 32),
+            static_cast<float>(static_cast<std::uint32_t>(phase)) * 0x1p-32f};
+  }
+
+ private:
+  bool Allocate(std::uint32_t phases);
+
+  CAlignedMem<float> rows_;
+  std::size_t stride_ = 0;
+  std::int64_t first_ = 0, last_ = 0;
+  std::uint32_t phases_ = 1, period_ = 0;
+  bool mixed_ = true;
+};
+
+}  // namespace umlauf::rate

@@ -1,0 +1,87 @@
+#pragma once
+
+#include <algorithm>
+#include <array>
+#include <cstddef>
+#include <cstdint>
+
+#include "umlauf/platform/vekta/QVL.h"
+#include "umlauf/rate/internal/RatioGrid.h"
+
+namespace umlauf::rate {
+
+/// Longest period that is of use; beyond, lanes cost more than they save.
+inline constexpr std::uint32_t kLongestPeriod = 16;
+
+/// A run of outputs on a grid: the position of the first, their number, and a period after which their
+/// windows have the same row again, or nearly so (0 where there is none).
+struct TapRun {
+  const RatioGrid& grid;
+  GridPosition first;
+  std::uint64_t count;
+  std::uint32_t period;
+};
+
+/// Writes `count` outputs that lie `distance` apart, `outStride` floats apart; returns the position behind.
+template <class WindowAt, class Products>
+GridPosition RunLane(float* out, std::size_t outStride, const RatioGrid& grid, GridPosition position,
+                     const GridPosition& distance, std::uint64_t count, const QVL::TapPlanes& planes,
+                     WindowAt windowAt, Products products) {
+  std::array<QVL::TapWindow, 128> windows;
+  for (std::uint64_t done = 0; done < count;) {
+    float* to = out + done * outStride;
+    std::size_t n = 0;
+    for (; n < windows.size() && done < count; ++done) {
+      windows[n++] = windowAt(position);
+      grid.Add(position, distance);
+    }
+    products(to, outStride, windows.data(), n, planes);
+  }
+  return position;
+}
+
+/// Writes the outputs of a run, `outStride` floats apart. `windowAt` makes a window of a position; `products`
+/// is one of the QVL runs, without its last arguments.
+///
+/// The outputs one period apart, a lane, go together, because they share the loads of their row; one lane
+/// follows the other by phase, because neighbours may have one row, and all go in blocks that leave their
+/// samples in the first-level cache. The results do not depend on that.
+template <class WindowAt, class Products>
+void RunTaps(float* out, std::size_t outStride, const TapRun& run, const QVL::TapPlanes& planes,
+             WindowAt windowAt, Products products) {
+  constexpr std::uint64_t together = 4;  // windows that share a row
+  constexpr std::uint64_t block = 2048;  // samples
+  struct Lane {
+    GridPosition position;
+    std::uint64_t output;
+  };
+  GridPosition next = run.first;
+  std::uint64_t left = run.count;
+  const std::uint64_t period = run.period;
+  if (period > 1 && period <= kLongestPeriod && left >= together * period) {
+    std::array<Lane, kLongestPeriod> lanes;
+    GridPosition distance;
+    for (std::uint64_t i = 0; i < period; ++i) {
+      lanes[i] = {next, i};
+      run.grid.Advance(next);
+      run.grid.Advance(distance);
+    }
+    const auto lanesEnd = lanes.begin() + static_cast<std::ptrdiff_t>(period);
+    std::sort(lanes.begin(), lanesEnd,
+              [](const Lane& a, const Lane& b) { return a.position.part < b.position.part; });
+    const std::uint64_t most = together * std::max<std::uint64_t>(1, block / (together * distance.whole));
+    while (left >= together * period) {
+      const std::uint64_t perLane = std::min(most, left / period / together * together);
+      for (auto lane = lanes.begin(); lane != lanesEnd; ++lane) {
+        lane->position = RunLane(out + lane->output * outStride, period * outStride, run.grid, lane->position,
+                                 distance, perLane, planes, windowAt, products);
+        if (lane->output == 0) next = lane->position;
+      }
+      out += perLane * period * outStride;
+      left -= perLane * period;
+    }
+  }
+  RunLane(out, outStride, run.grid, next, run.grid.Step(), left, planes, windowAt, products);
+}
+
+}  // namespace umlauf::rate
