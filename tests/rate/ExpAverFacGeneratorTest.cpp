@@ -25,8 +25,6 @@ TEST(ExpAverFac, TimeAndScale) {
   EXPECT_EQ(++generator, 200);
   generator.ResetTime();
   EXPECT_EQ(++generator, 1);
-  generator.SetTimeScale(-7);
-  EXPECT_EQ(generator.GetTimeScale(), 10000);
   CExpAverFacGenerator endless(kMax, kMax);
   EXPECT_EQ(endless.TimeStep(), kMax);
   CExpAverFacGenerator none(0, 0);
