@@ -13,6 +13,10 @@ constexpr std::size_t kNameField = 40;          // bytes of the name in the file
 constexpr std::size_t kInitialNameRoom = 40;    // characters
 constexpr std::size_t kConversionBuffer = 500;  // characters or bytes, terminator included
 
+// Both keep the first value when the comparison is unordered.
+void Lower(float& value, float other) { value = other < value ? other : value; }
+void Raise(float& value, float other) { value = other > value ? other : value; }
+
 CMeasuringUnit ParseUnit(const CString& text) {
   CMeasuringUnit unit;
   unit.set(text);
@@ -177,19 +181,15 @@ bool CSignal::ReadFromFile(CFile& file, unsigned version) {
 }
 
 void CSignal::ExpandRange(Range& acc, const Range& other) {
-  const auto lower = [](float& a, float b) { a = b < a ? b : a; };
-  const auto raise = [](float& a, float b) { a = b > a ? b : a; };
-  lower(acc.first.first, other.first.first);
-  lower(acc.first.second, other.first.second);
-  raise(acc.second.first, other.second.first);
-  raise(acc.second.second, other.second.second);
+  Lower(acc.first.first, other.first.first);
+  Lower(acc.first.second, other.first.second);
+  Raise(acc.second.first, other.second.first);
+  Raise(acc.second.second, other.second.second);
 }
 
 void CSignal::ShrinkRange(Range& acc, const Range& other) {
-  const auto lower = [](float& a, float b) { a = b < a ? b : a; };
-  const auto raise = [](float& a, float b) { a = b > a ? b : a; };
-  raise(acc.first.first, other.first.first);
-  raise(acc.first.second, other.first.second);
-  lower(acc.second.first, other.second.first);
-  lower(acc.second.second, other.second.second);
+  Raise(acc.first.first, other.first.first);
+  Raise(acc.first.second, other.first.second);
+  Lower(acc.second.first, other.second.first);
+  Lower(acc.second.second, other.second.second);
 }
