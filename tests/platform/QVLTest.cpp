@@ -1,36 +1,21 @@
 #include "umlauf/platform/vekta/QVL.h"
 
 #include <gtest/gtest.h>
-#include <hwy/targets.h>
 
 #include <algorithm>
 #include <bit>
 #include <cmath>
 #include <limits>
-#include <memory>
 #include <random>
 #include <vector>
 
+#include "QVLKernels.h"
 #include "umlauf/platform/vekta/numeric.h"
 
 namespace {
 
 constexpr float nan = std::numeric_limits<float>::quiet_NaN();
 constexpr float inf = std::numeric_limits<float>::infinity();
-
-/// A block on the heap that ends with its last element, so that an address sanitizer sees every step beyond.
-template <class T>
-class Exact {
- public:
-  Exact(std::size_t n, std::size_t offset) : n_(n), offset_(offset), memory_(new T[n + offset]) {}
-  T* data() { return memory_.get() + offset_; }
-  T& operator[](std::size_t i) { return data()[i]; }
-  std::vector<T> copy() { return {data(), data() + n_}; }
-
- private:
-  std::size_t n_, offset_;
-  std::unique_ptr<T[]> memory_;
-};
 
 std::vector<std::size_t> Lengths(std::vector<std::size_t> more = {}) {
   more.insert(more.end(), {127, 128, 129, 200, 1023, 1024, 1025, 2051});
@@ -59,17 +44,6 @@ bool SameBits(float a, float b) {
 }
 bool Equal(float a, float b) { return a == b || (std::isnan(a) && std::isnan(b)); }
 
-/// Each test runs with every instruction set that this processor has.
-class QVLKernels : public testing::TestWithParam<std::int64_t> {
- protected:
-  QVLKernels() { Choose(GetParam()); }
-  ~QVLKernels() override { Choose(0); }
-  static void Choose(std::int64_t target) {
-    hwy::SetSupportedTargetsForTest(target);
-    hwy::GetChosenTarget().Update(hwy::SupportedTargets());
-  }
-  std::mt19937 random_{20240607};
-};
 INSTANTIATE_TEST_SUITE_P(On, QVLKernels, testing::ValuesIn(hwy::SupportedAndGeneratedTargets()),
                          [](const auto& target) { return hwy::TargetName(target.param); });
 

@@ -205,13 +205,14 @@ bool CSignalieee32::demux(CTypedSignal<float>* dsts, bool reshapeDst) const {
     const CSignalieee32 copy(*this);
     return copy.elements() == elements() && copy.demux(dsts, reshapeDst);
   }
-  std::array<lanes::Lane<float>, SDescriptionPOD::slotCount> lane;
+  std::array<float*, SDescriptionPOD::slotCount> out;
+  std::array<std::uint64_t, SDescriptionPOD::slotCount> samples;
   for (unsigned c = 0; c < channels; ++c) {
     if (reshapeDst && !dsts[c].reshape(*this, 1u << c)) return false;
-    const std::uint64_t n = std::min(elements() / channels, dsts[c].elements());
-    lane[c] = {dsts[c].data(), 1, n == 0 ? data() : data() + c, channels, n};
+    out[c] = dsts[c].data();
+    samples[c] = std::min(elements() / channels, dsts[c].elements());
   }
-  lanes::Copy<float>({lane.data(), channels}, 2 * channels * sizeof(float));
+  lanes::Split(out.data(), samples.data(), data(), channels);
   return true;
 }
 
@@ -219,11 +220,12 @@ bool CSignalieee32::mux(const CTypedSignal<float>* srcs) {
   const unsigned channels = Description().YCount();
   if (Description().SignalCoding() != signalCodingInterleaved) return false;
   if (std::any_of(srcs, srcs + channels, [this](const auto& src) { return &src == this; })) return false;
-  std::array<lanes::Lane<float>, SDescriptionPOD::slotCount> lane;
+  std::array<const float*, SDescriptionPOD::slotCount> in;
+  std::array<std::uint64_t, SDescriptionPOD::slotCount> samples;
   for (unsigned c = 0; c < channels; ++c) {
-    const std::uint64_t n = std::min(Usable() / channels, srcs[c].elements());
-    lane[c] = {n == 0 ? data() : data() + c, channels, srcs[c].data(), 1, n};
+    in[c] = srcs[c].data();
+    samples[c] = std::min(Usable() / channels, srcs[c].elements());
   }
-  lanes::Copy<float>({lane.data(), channels}, 2 * channels * sizeof(float));
+  lanes::Join(data(), in.data(), samples.data(), channels);
   return true;
 }

@@ -2,8 +2,10 @@
 
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <cstring>
 #include <limits>
+#include <span>
 #include <utility>
 
 #include "umlauf/platform/vekta/numeric.h"
@@ -243,6 +245,10 @@ void CTypedSignal<T>::TransmuxInterleaved(unsigned mask, CTypedSignal& dst, unsi
     const std::uint64_t fits = lanes::Fits(dst.block_.size(), to, dstChannels);
     if (fits == 0) continue;
     lane[n++] = {dst.block_.data() + to, dstChannels, block_.data() + i, channels, std::min(frames, fits)};
+  }
+  const unsigned copied = mask & (kAllChannels >> (kSlots - channels));
+  if (n > 1 && std::uint64_t{dstFirst} + std::bit_width(copied) <= dstChannels) {
+    lanes::CopyTogether(std::span(lane.data(), n), dst.block_.data() + dstFirst, block_.data(), copied);
   }
   lanes::Copy<T>({lane.data(), n}, (channels + dstChannels) * sizeof(T));
 }

@@ -90,6 +90,22 @@ UMLAUF_API void Interleave(std::uint32_t* out, std::size_t outStride, const std:
 UMLAUF_API void Interleave(std::int16_t* out, std::size_t outStride, const std::int16_t* in,
                            std::size_t inStride, std::size_t n);
 
+/// Splits interleaved channels: out[c][i] = in[i * channels + c] for i < frames. The blocks must not overlap.
+UMLAUF_API void Deinterleave(float* const* out, const float* in, std::size_t channels, std::size_t frames);
+/// Joins channels, the inverse: out[i * channels + c] = in[c][i] for i < frames. No block may overlap `out`.
+UMLAUF_API void Interleave(float* out, const float* const* in, std::size_t channels, std::size_t frames);
+/// Copies channel c of interleaved frames for every set bit c of the mask: out[i * outStride + c] =
+/// in[i * inStride + c] for i < frames; the strides are at least the greatest c + 1. Elements in between
+/// stay, though they may be written with their own value. The two must not overlap.
+UMLAUF_API void CopyChannels(float* out, std::size_t outStride, const float* in, std::size_t inStride,
+                             std::uint32_t mask, std::size_t frames);
+UMLAUF_API void CopyChannels(std::int32_t* out, std::size_t outStride, const std::int32_t* in,
+                             std::size_t inStride, std::uint32_t mask, std::size_t frames);
+UMLAUF_API void CopyChannels(std::uint32_t* out, std::size_t outStride, const std::uint32_t* in,
+                             std::size_t inStride, std::uint32_t mask, std::size_t frames);
+UMLAUF_API void CopyChannels(std::int16_t* out, std::size_t outStride, const std::int16_t* in,
+                             std::size_t inStride, std::uint32_t mask, std::size_t frames);
+
 // Number formats
 // -------------------------------------------------------------------------------------------------------
 

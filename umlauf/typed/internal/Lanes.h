@@ -46,4 +46,39 @@ void Copy(std::span<const Lane<T>> all, std::uint64_t frameBytes) {
   }
 }
 
+/// Copies what all lanes have, which are the channels of the mask of interleaved frames at out and in; the
+/// lanes become the rest.
+template <class T>
+void CopyTogether(std::span<Lane<T>> all, T* out, const T* in, std::uint32_t mask) {
+  std::uint64_t common = all.front().n;
+  for (const Lane<T>& lane : all) common = std::min(common, lane.n);
+  QVL::CopyChannels(out, all.front().outStride, in, all.front().inStride, mask, common);
+  for (Lane<T>& lane : all) {
+    lane.out += common * lane.outStride, lane.in += common * lane.inStride;
+    lane.n -= common;
+  }
+}
+
+/// Copies samples[c] samples of every interleaved channel of `in` to out[c].
+inline void Split(float* const* out, const std::uint64_t* samples, const float* in, unsigned channels) {
+  if (channels == 0) return;
+  const std::uint64_t common = *std::min_element(samples, samples + channels);
+  QVL::Deinterleave(out, in, channels, common);
+  for (unsigned c = 0; c < channels; ++c) {
+    if (samples[c] == common) continue;
+    QVL::Interleave(out[c] + common, 1, in + common * channels + c, channels, samples[c] - common);
+  }
+}
+
+/// The inverse of Split.
+inline void Join(float* out, const float* const* in, const std::uint64_t* samples, unsigned channels) {
+  if (channels == 0) return;
+  const std::uint64_t common = *std::min_element(samples, samples + channels);
+  QVL::Interleave(out, in, channels, common);
+  for (unsigned c = 0; c < channels; ++c) {
+    if (samples[c] == common) continue;
+    QVL::Interleave(out + common * channels + c, channels, in[c] + common, 1, samples[c] - common);
+  }
+}
+
 }  // namespace lanes
