@@ -229,6 +229,15 @@ TEST_P(QVLKernels, VeryLongResultsAreComplete) {
     QVL::AddFloat(out.data() + offset, in.data(), n, 1.0f);
     check(out.data() + offset, n, 1, 1.0f);
   }
+  for (const auto [from, to] : {std::pair{5u, 1u}, {1u, 2u}, {3u, 4u}, {1u, 300u}}) {
+    const std::size_t n = (to == 300 ? million / 20 : 2 * million) + 7;
+    std::fill(out.begin(), out.end(), -7.0f);
+    QVL::Interleave(out.data(), to, in.data(), from, n);
+    std::size_t wrong = 0;
+    for (std::size_t i = 0; i < n; ++i) wrong += out[i * to] != in[i * from];
+    EXPECT_EQ(wrong, 0u) << "from " << from << " to " << to;
+    EXPECT_EQ(std::count(out.begin(), out.end(), -7.0f), static_cast<std::ptrdiff_t>(out.size() - n)) << to;
+  }
   QVL::FillFloat(out.data() + 1, 16 * million + 6, 2.0f);
   EXPECT_EQ(std::count(out.begin(), out.end(), 2.0f), 16 * million + 6);
 }

@@ -12,6 +12,7 @@
 #include <cstddef>
 #include <cstring>
 
+#include "hwy/cache_control.h"
 #include "hwy/highway.h"
 #include "umlauf/platform/vekta/internal/Loops-inl.h"
 
@@ -58,17 +59,49 @@ HWY_INLINE void Gather(T* out, const T* in, size_t n) {
 }
 
 template <class T>
-HWY_INLINE void CopyElements(T* out, size_t outStride, const T* in, size_t inStride, size_t n) {
-  size_t i = 0;
-  for (; i + 4 <= n; i += 4) {
-    const T a = in[i * inStride], b = in[(i + 1) * inStride];
-    const T c = in[(i + 2) * inStride], d = in[(i + 3) * inStride];
-    out[i * outStride] = a;
-    out[(i + 1) * outStride] = b;
-    out[(i + 2) * outStride] = c;
-    out[(i + 3) * outStride] = d;
+HWY_INLINE void CopyNear(T* out, size_t outStride, const T* in, size_t inStride, size_t n) {
+  for (; n >= 4; n -= 4, out += 4 * outStride, in += 4 * inStride) {
+    const T a = in[0], b = in[inStride], c = in[2 * inStride], d = in[3 * inStride];
+    out[0] = a;
+    out[outStride] = b;
+    out[2 * outStride] = c;
+    out[3 * outStride] = d;
   }
-  for (; i < n; ++i) out[i * outStride] = in[i * inStride];
+  for (; n > 0; --n, out += outStride, in += inStride) *out = *in;
+}
+
+/// Elements that are copied between two rounds of prefetching.
+constexpr size_t kRun = 16;
+
+/// The walk of a strided copy through memory beyond the caches, whose lines come late by themselves: they are
+/// fetched 2 kB ahead.
+template <class T>
+struct Walk {
+  static constexpr size_t kLine = 64 / sizeof(T);
+  explicit HWY_INLINE Walk(size_t step)
+      : stride(step), ahead((32 * kLine / step / kRun + 1) * kRun), lineStep(std::max(step, kLine)) {}
+  /// Fetches the run that lies ahead of element i of n, when there is one.
+  HWY_INLINE void Fetch(const T* x, size_t i, size_t n) const {
+    if (stride == 1 || n - i < ahead + kRun) return;
+    const T* const run = x + (i + ahead) * stride;
+    for (size_t at = 0; at < kRun * stride; at += lineStep) hwy::Prefetch(run + at);
+  }
+  size_t stride, ahead, lineStep;
+};
+
+template <class T>
+HWY_INLINE void CopyElements(T* out, size_t outStride, const T* in, size_t inStride, size_t n) {
+  constexpr size_t cached = size_t{4} << 20;  // bytes
+  size_t i = 0;
+  if (n >= cached / sizeof(T) / (outStride + inStride)) {
+    const Walk<T> written(outStride), read(inStride);
+    for (; i + kRun <= n; i += kRun) {
+      written.Fetch(out, i, n);
+      read.Fetch(in, i, n);
+      CopyNear(out + i * outStride, outStride, in + i * inStride, inStride, kRun);
+    }
+  }
+  CopyNear(out + i * outStride, outStride, in + i * inStride, inStride, n - i);
 }
 
 template <class T>
