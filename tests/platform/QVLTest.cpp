@@ -229,7 +229,7 @@ TEST_P(QVLKernels, VeryLongResultsAreComplete) {
     QVL::AddFloat(out.data() + offset, in.data(), n, 1.0f);
     check(out.data() + offset, n, 1, 1.0f);
   }
-  for (const auto [from, to] : {std::pair{5u, 1u}, {1u, 2u}, {3u, 4u}, {1u, 300u}}) {
+  for (const auto& [from, to] : {std::pair{5u, 1u}, {1u, 2u}, {3u, 4u}, {1u, 300u}}) {
     const std::size_t n = (to == 300 ? million / 20 : 2 * million) + 7;
     std::fill(out.begin(), out.end(), -7.0f);
     QVL::Interleave(out.data(), to, in.data(), from, n);
