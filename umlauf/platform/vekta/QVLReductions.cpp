@@ -86,9 +86,6 @@ float Dot(const float* a, const float* b, size_t n) {
   return Accumulate(Floats(), step, n, a, b);
 }
 
-/// Steps after which the partial sums of moments are added to the totals.
-constexpr size_t kPartialSteps = 1024;
-
 /// The four moments of n contiguous elements; min and max start at the values handed in.
 template <class D>
 HWY_INLINE void ExtendMoments(D d, const float* x, size_t n, Moments& moments) {
@@ -109,21 +106,24 @@ HWY_INLINE void ExtendMoments(D d, const float* x, size_t n, Moments& moments) {
     squares = hn::MulAdd(w, w, squares);
   };
   size_t i = 0;
-  while (i + 2 * N <= n) {
+  while (n - i >= 4 * N) {
     auto sum0 = hn::Zero(d), sum1 = sum0, squares0 = sum0, squares1 = sum0;
-    const size_t end = i + std::min((n - i) / (2 * N), kPartialSteps) * 2 * N;
-    for (; i < end; i += 2 * N) {
-      const auto v0 = hn::LoadU(d, x + i), v1 = hn::LoadU(d, x + i + N);
+    const Part part = NextPart(i, n, N);
+    for (size_t j = i; j < part.end; j += part.step) {
+      const auto v0 = hn::LoadU(d, x + j), v1 = hn::LoadU(d, x + j + part.gap);
+      const auto v2 = hn::LoadU(d, x + j + 2 * part.gap), v3 = hn::LoadU(d, x + j + 3 * part.gap);
       extend(v0, v0, min0, max0, sum0, squares0);
       extend(v1, v1, min1, max1, sum1, squares1);
+      extend(v2, v2, min0, max0, sum0, squares0);
+      extend(v3, v3, min1, max1, sum1, squares1);
     }
+    i = part.next;
     total = hn::Add(total, hn::Add(sum0, sum1));
     totalSquares = hn::Add(totalSquares, hn::Add(squares0, squares1));
   }
-  if (i + N <= n) {
+  for (; i + N <= n; i += N) {
     const auto v = hn::LoadU(d, x + i);
     extend(v, v, min0, max0, total, totalSquares);
-    i += N;
   }
   if (i < n) {
     const auto v = hn::LoadU(d, x + (n - N));

@@ -106,17 +106,25 @@ HWY_INLINE size_t CountElements(D d, const float* x, size_t n, float value) {
     return 0;
   }
   const auto wanted = hn::Set(d, value);
-  size_t count0 = 0, count1 = 0, i = 0;
-  for (; i + 2 * N <= n; i += 2 * N) {
-    count0 += hn::CountTrue(d, hn::Eq(hn::LoadU(d, x + i), wanted));
-    count1 += hn::CountTrue(d, hn::Eq(hn::LoadU(d, x + i + N), wanted));
+  const auto equal = [&](size_t at)
+                         HWY_ATTR { return hn::CountTrue(d, hn::Eq(hn::LoadU(d, x + at), wanted)); };
+  size_t count0 = 0, count1 = 0, count2 = 0, count3 = 0, i = 0;
+  while (n - i >= 4 * N) {
+    const Part part = NextPart(i, n, N);
+    for (size_t j = i; j < part.end; j += part.step) {
+      count0 += equal(j);
+      count1 += equal(j + part.gap);
+      count2 += equal(j + 2 * part.gap);
+      count3 += equal(j + 3 * part.gap);
+    }
+    i = part.next;
   }
-  for (; i + N <= n; i += N) count0 += hn::CountTrue(d, hn::Eq(hn::LoadU(d, x + i), wanted));
+  for (; i + N <= n; i += N) count0 += equal(i);
   if (i < n) {
     const auto counted = hn::FirstN(d, N - (n - i));
     count1 += hn::CountTrue(d, hn::AndNot(counted, hn::Eq(hn::LoadU(d, x + (n - N)), wanted)));
   }
-  return count0 + count1;
+  return count0 + count1 + count2 + count3;
 }
 
 size_t Count(const float* x, size_t n, float value) { return CountElements(Floats(), x, n, value); }
