@@ -24,7 +24,8 @@ TEST(MeasuringUnit, OwnersAndHoldersKeepToTheirRecords) {
   EXPECT_EQ(record.exponent, 3);
   holder._construct(false);
   EXPECT_TRUE(holder == a);
-  holder.set(0, 0, 1, 1.0f, 0);
+  const U cleared = holder;
+  EXPECT_TRUE(cleared == a);
 }
 
 TEST(MeasuringUnit, FlagsChangeOneByOneAndEqualityLooksAtAllFields) {
