@@ -1,5 +1,6 @@
 #include "umlauf/signal/SigCurveExt.h"
 
+#include <array>
 #include <cmath>
 #include <limits>
 #include <memory>
@@ -132,6 +133,8 @@ TEST(SigCurveExt, LookupHoldsTheSpan) {
     curve.GetYRangeXI(lo, hi, r.i1, r.i2);
     EXPECT_EQ(std::pair(lo, hi), std::pair(r.lo, r.hi)) << r.i1;
   }
+  curve.GetYRangeXI(lo, hi, 4, 9);  // plain numbers count as indices of the span, too
+  EXPECT_EQ(hi, 5.0f);
   const CSignal& signal = curve;  // the other overload knows no span
   signal.GetYRangeXI(lo, hi, std::size_t{0}, std::size_t{9});
   EXPECT_EQ(hi, 9.0f);
@@ -173,6 +176,14 @@ TEST(SigCurveExt, ShapeOperationsCarryTheSpan) {
   joined.Resize(std::uint64_t{4});
   ExpectSpan(joined, 0, 20, 0, 3);
   EXPECT_EQ(joined.XLen(), 4u);
+  CSigCurveExt kept = Ten(2, 5);
+  kept.Append(CSigCurveExt());  // no samples, but an axis and a span of length 1
+  ExpectSpan(kept, 0, 11, 0, 9);
+  std::array<float, 2> mine{1, 2};
+  CSigCurveExt borrowed = Ten(2, 5);
+  borrowed.SetBuffer(reinterpret_cast<ULONG*>(mine.data()), 2);
+  EXPECT_FALSE(borrowed.Resize(std::uint64_t{3}));
+  ExpectSpan(borrowed, 0, 10, 0, 1);
 }
 
 TEST(SigCurveExt, JoinTakesWhatReachesFurther) {
@@ -249,6 +260,18 @@ TEST(SigCurveExt, FileRecordBytesAndEveryCutOfThem) {
     ExpectSpan(back, length >= section + 8 ? 1.0f : 0.0f, length >= section + 12 ? 3.0f : 4.0f,
                length >= section + 8 ? 1 : 0, 3);
     EXPECT_EQ(back.CurveId(), 5);
+  }
+  // What stands behind the samples is found also where the data hold more than whole samples.
+  for (const std::uint32_t mode : {0u, 7u}) {
+    CMemFile file;
+    CSigCurveExt five(5);
+    five.Date(2.5f);
+    five.WriteToFile(file, 2);
+    file.Seek(-12 - 5 - 28, CFile::end);
+    file.Write(&mode, 4);
+    file.Seek(0, CFile::begin);
+    EXPECT_TRUE(five.ReadFromFile(file, 2) && file.Remaining() == 0) << mode;
+    EXPECT_EQ(std::pair(five.DLen(), five.Date()), std::pair(std::uint64_t{1}, 2.5f)) << mode;
   }
   whole.Seek(0, CFile::begin);
   CSigCurveExt old;

@@ -223,6 +223,9 @@ TEST(SigCurve, MakeSameSizeTakesShapeNotNameOrUnits) {
   EXPECT_EQ(target.ScaleFactor(), 3.0f);
   EXPECT_FALSE(target.FileCompression());
   EXPECT_EQ(target.XLen(), 4u);
+  target.InitHeader(CSigCurve(1), true);
+  EXPECT_EQ(target.XMax(), 1.0f);
+  target.SetXMinMax(0, 4);
   target.Reset();
   EXPECT_EQ(target.DLen(), 4u);
   EXPECT_EQ(target.XMax(), 1.0f);
@@ -240,7 +243,9 @@ TEST(SigCurve, ResizeReframesOnTheGrid) {
                {3.0f, 6.2f, 1, {30, 0, 0}, 3, 6},
                {1.0f, 1.2f, 0, {10, 20, 40, 30}, 0, 4},
                {3.0f, 1.0f, 0, {30, 0, 0, 0}, 0, 4},  // inverted: already shifted
-               {kNaN, kNaN, 0, {10, 20, 40, 30}, 0, 4}};
+               {kNaN, kNaN, 0, {10, 20, 40, 30}, 0, 4},
+               {kNaN, 2.0f, 0, {0, 0, 0, 0}, 0, 4},  // too far for an index: no attempt to reach it
+               {0.0f, 1e30f, 0, {10, 20, 40, 30}, 0, 4}};
   for (const auto& c : cases) {
     CSigCurve curve = Four();
     float x1 = c.x1;

@@ -61,6 +61,8 @@ TEST(SigRaw, BorrowedBufferShrinksButDoesNotGrow) {
   EXPECT_THAT(Values(raw), ElementsAre(0, 0));
   raw.SetBuffer(reinterpret_cast<ULONG*>(mine.data()), -1);
   EXPECT_EQ(raw.DLen(), 0u);
+  raw.SetBuffer(nullptr, 3);
+  EXPECT_EQ(raw.DLen(), 0u);
   EXPECT_NE(raw.Malloc(1), nullptr);
   EXPECT_EQ(mine[0], 1.0f);
 }
