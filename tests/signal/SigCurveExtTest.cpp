@@ -170,13 +170,16 @@ TEST(SigCurveExt, JoinsOverSpans) {
   EXPECT_EQ(Span(curve), "1...8 [1, 8]");
   const CSigCurveExt finer = Ext({1, 2, 3, 4, 5}, 2, 6);
   EXPECT_EQ(Span((Ten(3, 5) ^= Ten(6, 8)) ^= finer), "3...5 [3, 5]");
+  EXPECT_EQ(Span(Ten(0.25f, 5) ^= Ten(0, 5)), "0.25...5 [0, 5]");  // no sample before the first
 
   CSigCurveExt flat = Ten(2, 6);
   flat = 4.0f;
   EXPECT_THAT(Values(Ten(1, 9).Maximize(&flat, 1)), ElementsAre(0, 1, 4, 4, 4, 5, 6, 7, 8, 9));
   EXPECT_THAT(Values(Ten(3, 9).Maximize(&flat, 0)), ElementsAre(0, 1, 2, 3, 4, 4, 4, 7, 8, 9));
   EXPECT_THAT(Values(Ten(3, 5).Maximize(&flat, 0)), ElementsAre(0, 1, 2, 3, 4, 4, 6, 7, 8, 9));
+  flat.SetVMinMax(2, 6.6f);  // without an overlap nothing happens, also where both name one sample
   EXPECT_EQ(Values(Ten(7, 9).Maximize(&flat, 0)), Values(Ten()));
+  EXPECT_EQ(Values(Ten(0, 1.6f).Maximize(&flat, 1)), Values(Ten()));
 }
 
 TEST(SigCurveExt, WeightedSumsWithOffset) {

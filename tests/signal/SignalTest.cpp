@@ -143,6 +143,7 @@ TEST(Signal, EachWayOfCopyingTakesItsFields) {
   EXPECT_EQ(Label(target), "/Abtrieb -/- 12 5 0 1234567890123; 1 1 0...1: 0 0 0 0");
   target.Free();
   EXPECT_EQ(Text(target), "0...1:");
+  EXPECT_EQ(Text(target = source), "0...4: 1 2 3 4");
 }
 
 TEST(Signal, ExternalDataIsDeletedOnlyWhenOwned) {

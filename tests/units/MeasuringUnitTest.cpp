@@ -29,8 +29,10 @@ TEST(MeasuringUnit, FlagsChangeOneByOneAndEqualityLooksAtAllFields) {
   U a(U::volt);
   a.set_db(true);
   a.set_log(true);
+  U b(a);
   a.set_db(false);
-  EXPECT_TRUE(a.is_log() && !a.is_db());
+  b.set_log(false);
+  EXPECT_TRUE(a.is_log() && !a.is_db() && b.is_db() && !b.is_log());
   a.set_log(false);
   EXPECT_TRUE(a == U(U::volt) && a != U(U::watt) && a != U(U::volt, 3) && a != U(U::volt, 0, 2));
   EXPECT_TRUE(a != U(U::volt, 0, 1, 2) && a != U(U::volt, 0, 1, 1, 1));
