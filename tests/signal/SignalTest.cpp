@@ -54,22 +54,16 @@ TEST(SigRaw, BorrowedBufferShrinksButDoesNotGrow) {
 }
 
 TEST(SigRaw, ShiftData) {
-  const struct {
-    std::vector<int> shifts;
-    std::vector<float> result;
-  } cases[] = {{{0}, {1, 2, 3}},
-               {{1}, {0, 1, 2}},
-               {{-1}, {2, 3, 0}},
-               {{2}, {0, 0, 1}},
-               {{-3, 3, INT_MIN, INT_MAX}, {0, 0, 0}}};
-  for (const auto& c : cases) {
-    for (const int shift : c.shifts) {
-      CSigRaw raw;
-      Fill(raw, {1, 2, 3});
-      raw.ShiftData(shift);
-      EXPECT_EQ(Values(raw), c.result) << shift;
-    }
-  }
+  const auto shifted = [](int places) {
+    CSigRaw raw;
+    Fill(raw, {1, 2, 3});
+    raw.ShiftData(places);
+    return Values(raw);
+  };
+  EXPECT_THAT(shifted(0), ElementsAre(1, 2, 3));
+  EXPECT_THAT(shifted(1), ElementsAre(0, 1, 2));
+  EXPECT_THAT(shifted(-2), ElementsAre(3, 0, 0));
+  for (const int all : {3, -3, INT_MIN, INT_MAX}) EXPECT_THAT(shifted(all), ElementsAre(0, 0, 0)) << all;
 }
 
 TEST(SigRaw, CopiesCarryTheDataWordButNotTheTag) {
