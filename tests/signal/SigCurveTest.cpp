@@ -3,32 +3,17 @@
 #include <array>
 #include <cmath>
 #include <limits>
-#include <memory>
-#include <random>
 
 #include "signal/SignalTestSupport.h"
 
 namespace {
 
-using testing::ElementsAre;
-using testing::FloatNear;
+using testing::IsNan;
 
 constexpr float kNaN = std::numeric_limits<float>::quiet_NaN();
 constexpr float kInf = std::numeric_limits<float>::infinity();
 
 CSigCurve Four() { return Curve({10, 20, 40, 30}, 0, 4); }
-
-TEST(SigCurve, ClassRecordMakesDefaultCurves) {
-  const std::unique_ptr<CObject> object(CSigCurve::GetThisClass()->CreateObject());
-  ASSERT_NE(object, nullptr);
-  EXPECT_STREQ(object->GetRuntimeClass()->m_lpszClassName, "CSigCurve");
-  EXPECT_TRUE(object->IsKindOf(CSignal::GetThisClass()));
-  const auto& curve = dynamic_cast<CSigCurve&>(*object);
-  EXPECT_TRUE(curve.IsSigCurve());
-  EXPECT_TRUE(curve.FileCompression());
-  EXPECT_EQ(curve.XMax(), 1.0f);
-  EXPECT_EQ(curve.XDelta(), 0.0f);
-}
 
 TEST(SigCurve, IndexFromPosition) {
   const CSigCurve curve = Four();
@@ -42,233 +27,163 @@ TEST(SigCurve, IndexFromPosition) {
                {3.4f, 3, 3, true},           {3.6f, 3, 4, false},         {kInf, 3, INT64_MAX, false},
                {-kInf, 0, INT64_MIN, false}, {kNaN, 0, INT64_MIN, false}, {1e30f, 3, INT64_MAX, false}};
   for (const auto& c : cases) {
+    std::int64_t i = -99;
     EXPECT_EQ(curve.GetIndex(c.x), c.index) << c.x;
     EXPECT_EQ(curve.GetIndexA(c.x), c.unlimited) << c.x;
-    std::int64_t i = -99;
     EXPECT_EQ(curve.GetIndexValidate(c.x, i), c.valid) << c.x;
     EXPECT_EQ(i, c.unlimited) << c.x;
   }
   EXPECT_EQ(curve.GetIndex(2), 2u);
-  EXPECT_FLOAT_EQ(curve.XDelta(), 1.0f);
-  EXPECT_FLOAT_EQ(curve.GetPoint(-2), -2.0f);
+  EXPECT_EQ(curve.GetPoint(-2), -2.0f);
+  EXPECT_TRUE(curve.GetIndexFromY(10) == 0 && curve.GetIndexFromY(20) == -1);
   for (const CSigCurve& none : {CSigCurve(), Curve({1, 2}, 3, 3)}) {
     std::int64_t i = -99;
-    EXPECT_FALSE(none.GetIndexValidate(3.0f, i));
-    EXPECT_EQ(i, -99);
-    EXPECT_EQ(none.GetIndex(3.0f), 0u);
+    EXPECT_TRUE(!none.GetIndexValidate(3.0f, i) && i == -99 && none.GetIndex(3.0f) == 0);
   }
 }
 
-TEST(SigCurve, ValueInterpolatesAndHoldsTheEnds) {
+TEST(SigCurve, ValuesAndDistances) {
   const CSigCurve curve = Four();
-  const std::array<std::pair<float, float>, 9> cases{{{-5, 10},
-                                                      {0.0009f, 10},
-                                                      {0.5f, 15},
-                                                      {1, 20},
-                                                      {1.25f, 25},
-                                                      {2.5f, 35},
-                                                      {3.5f, 30},
-                                                      {3.9995f, 30},
-                                                      {9, 30}}};
+  const CSigCurve empty;
+  const float cases[][2] = {{-5, 10},   {0.0009f, 10}, {0.5f, 15},    {1, 20}, {1.25f, 25},
+                            {2.5f, 35}, {3.5f, 30},    {3.9995f, 30}, {9, 30}};
   for (const auto& [x, y] : cases) EXPECT_FLOAT_EQ(curve.GetValue(x), y) << x;
-  EXPECT_TRUE(std::isnan(curve.GetValue(kNaN)));
-  EXPECT_EQ(CSigCurve().GetValue(1), 0.0f);
-  EXPECT_TRUE(curve.IsInRange(4));
-  EXPECT_FALSE(curve.IsInRange(kNaN));
-  // No position leads outside the samples, whatever the axis.
-  std::mt19937 random(7);
-  std::uniform_real_distribution<float> anywhere(-10, 10);
-  for (int i = 0; i < 2000; ++i) {
-    CSigCurve odd = Four();
-    odd.SetXMinMax(anywhere(random), i % 5 == 0 ? kNaN : anywhere(random));
-    odd.GetValue(anywhere(random));
-    EXPECT_LT(odd.GetIndex(anywhere(random)), 4u);
-  }
+  EXPECT_THAT(curve.GetValue(kNaN), IsNan());
+  EXPECT_TRUE(curve.IsInRange(0) && curve.IsInRange(4) && !curve.IsInRange(4.001f) && !curve.IsInRange(kNaN));
+  const auto nearest = [&](float x, float y) {
+    std::size_t index = 99;
+    const float distance = curve.PointDistance(x, y, &index);
+    return std::pair(distance, index);
+  };
+  EXPECT_EQ(nearest(-3, 14), std::pair(5.0f, std::size_t{0}));
+  EXPECT_EQ(nearest(1.25f, 20), std::pair(0.25f, std::size_t{1}));
+  EXPECT_EQ(nearest(7, 34), std::pair(5.0f, std::size_t{3}));
+  EXPECT_EQ(curve.PointDistance(7, 34, nullptr), 5.0f);
+  EXPECT_EQ(curve.PointDistance(0.5f, 18, nullptr), 3.0f);  // to the interpolated value
+  EXPECT_EQ(empty.GetValue(1) + empty.PointDistance(1, 1, nullptr) + empty.XDelta() + empty.GetPoint(3),
+            0.0f);
 }
 
 TEST(SigCurve, Ranges) {
   const CSigCurve curve = Four();
-  float lo = -1;
-  float hi = -1;
-  curve.GetYRange(lo, hi);
-  EXPECT_EQ(lo, 10.0f);
-  EXPECT_EQ(hi, 40.0f);
-  curve.GetYRangeX(lo, hi, 1, 99);
-  EXPECT_EQ(lo, 20.0f);
-  curve.GetYRangeXI(lo, hi, 3, 77);
-  EXPECT_EQ(hi, 30.0f);
-  curve.GetXRange(lo, hi);
-  EXPECT_EQ(hi, 4.0f);
-  EXPECT_EQ(Curve({5, 9, 1, 9, 1}, 0, 5).YRange(), (CSignal::Range{{2, 1}, {1, 9}}));
-  EXPECT_EQ(CSigCurve().YRange(), CSignal::Range{});
-  lo = hi = -1;
-  CSigCurve().YMinMax(lo, hi);
+  const CSigCurve empty;
+  float lo = -1, hi = -1;
+  const auto expect = [&](float low, float high) { EXPECT_EQ(std::pair(lo, hi), std::pair(low, high)); };
+  empty.YMinMax(lo, hi);
+  empty.GetYRangeX(lo, hi, 0, 1);
   curve.GetYRangeXI(lo, hi, 2, 1);
   curve.GetYRangeXI(lo, hi, 4, 9);
-  EXPECT_EQ(lo, -1.0f);
-  EXPECT_EQ(hi, -1.0f);
+  expect(-1, -1);  // nothing written
+  curve.YMinMax(lo, hi);
+  expect(10, 40);
+  curve.GetYRangeX(lo, hi, 1, 99);
+  expect(20, 40);
+  curve.GetYRangeXI(lo, hi, 2, 77);
+  expect(30, 40);
+  curve.GetYRangeXI(lo, hi, 1, 1);
+  expect(20, 20);
+  curve.GetXRange(lo, hi);
+  expect(0, 4);
+  EXPECT_EQ(Curve({5, 9, 1, 9, 1}, 0, 5).YRange(), (CSignal::Range{{2, 1}, {1, 9}}));
+  EXPECT_EQ(empty.YRange(), CSignal::Range{});
 }
 
 TEST(SigCurve, CuttingMovesTheAxisToTheGivenPosition) {
-  CSigCurve curve = Four();
-  curve.CutLeft(1.2f);
-  EXPECT_THAT(Values(curve), ElementsAre(20, 40, 30));
-  EXPECT_EQ(curve.XMin(), 1.2f);
-  EXPECT_EQ(curve.XMax(), 4.0f);
-  curve.CutRight(2.0f);
-  EXPECT_THAT(Values(curve), ElementsAre(20, 40));
-  EXPECT_EQ(curve.XMax(), 2.0f);
-  EXPECT_EQ(curve.XLen(), 2u);
-  curve.CutLR(-50, 50);
-  EXPECT_THAT(Values(curve), ElementsAre(20, 40));
-  CSigCurve centred = Curve({1, 2, 3, 4}, -2, 2);
-  EXPECT_THAT(Values(CSigCurve(centred).CutNegative()), ElementsAre(3, 4));
-  EXPECT_THAT(Values(CSigCurve(centred).CutPositive()), ElementsAre(1, 2, 3));
+  EXPECT_EQ(Text(Four().CutLeft(1.2f)), "1.2...4: 20 40 30");
+  EXPECT_EQ(Text(Four().CutRight(2.0f)), "0...2: 10 20 40");
+  EXPECT_EQ(Text(Four().CutLR(-50, 50)), "0...4: 10 20 40 30");
+  // The right cut goes by the axis that the left one made: 2.4 is 1.15 of its steps behind 1.4.
+  EXPECT_EQ(Text(Four().CutLR(1.4f, 2.4f)), "1.4...2.4: 20 40");
+  EXPECT_EQ(Text(Curve({1, 2, 3, 4}, -2, 2).CutNegative()), "0...2: 3 4");
+  EXPECT_EQ(Text(Curve({1, 2, 3, 4}, -2, 2).CutPositive()), "-2...0: 1 2 3");
 }
 
-TEST(SigCurve, ClipAndScalarArithmetic) {
-  EXPECT_THAT(Values(Four().Clip(25, true)), ElementsAre(10, 20, 25, 25));
-  EXPECT_THAT(Values(Four().Clip(25, false)), ElementsAre(25, 25, 40, 30));
-  CSigCurve curve = Curve({-1, 0, 2}, 0, 3);
-  EXPECT_THAT(Values(curve += 1), ElementsAre(0, 1, 3));
-  EXPECT_THAT(Values(curve -= 2), ElementsAre(-2, -1, 1));
-  EXPECT_THAT(Values(curve *= -2), ElementsAre(4, 2, -2));
-  EXPECT_THAT(Values(curve /= 0), ElementsAre(4, 2, -2));
-  EXPECT_THAT(Values(curve /= 2), ElementsAre(2, 1, -1));
-  EXPECT_THAT(Values(curve.Abs()), ElementsAre(2, 1, 1));
-  EXPECT_THAT(Values(curve = 7.0f), ElementsAre(7, 7, 7));
-  EXPECT_THAT(Values(curve.Add(1).Scale(2)), ElementsAre(16, 16, 16));
-  CSigCurve odd = Curve({-0.0f, -kNaN, kNaN}, 0, 3);
-  odd.Abs();
-  for (const float v : Values(odd)) EXPECT_FALSE(std::signbit(v));
-  EXPECT_TRUE(std::isnan(Values(odd.Clip(0, true))[1]));
+TEST(SigCurve, ResizeReframesOnTheGrid) {
+  const CSigCurve narrow = Curve({1, 2}, 3, 3);
+  const struct {
+    CSigCurve curve;
+    float x1, x2;
+    int result;
+    const char* after;
+  } cases[] = {{Four(), 1.1f, 2.9f, 1, "1...3: 20 40"},
+               {Four(), -1.6f, 2, 1, "-1...2: 0 10 20"},  // truncation toward zero: -1.6 + 0.5 is sample -1
+               {Four(), 3, 6.2f, 1, "3...6: 30 0 0"},
+               {Four(), 1, 1.2f, 0, "0...4: 10 20 40 30"},
+               {Four(), 3, 1, 0, "0...4: 30 0 0 0"},  // inverted: already shifted
+               {Four(), kNaN, kNaN, 0, "0...4: 10 20 40 30"},
+               {Four(), kNaN, 2, 0, "0...4: 0 0 0 0"},  // too far for an index: no attempt to reach it
+               {Four(), 0, 1e30f, 0, "0...4: 10 20 40 30"},
+               {narrow, 3, 203, 1, "3...203: 1 2 0 0"},                // an interval of 100
+               {CSigCurve(), 0.01f, 0.04f, 1, "0.01...0.04: 0 0 0"}};  // 100 samples
+  for (const auto& c : cases) {
+    CSigCurve curve = c.curve;
+    float x1 = c.x1, x2 = c.x2;
+    EXPECT_EQ(curve.Resize(x1, x2), c.result) << c.after;
+    EXPECT_EQ(Text(curve), c.after);
+    EXPECT_TRUE(c.result == 0 || (curve.XMin() == x1 && curve.XMax() == x2)) << c.after;
+  }
 }
 
-TEST(SigCurve, SquaresRootsAndLevelsCarryTheUnit) {
-  CSigCurve curve = Curve({-4, 0, 9}, 0, 3);
-  curve.SetYUnit(L"V");
-  EXPECT_THAT(Values(curve.Square()), ElementsAre(16, 0, 81));
-  EXPECT_EQ(curve.YUnit().prefixstring(), L"V²");
-  EXPECT_THAT(Values(curve.SquareRoot()), ElementsAre(4, 0, 9));
-  EXPECT_EQ(curve.YUnit().prefixstring(), L"V");
-  EXPECT_THAT(Values(Curve({-4, 0, 9}, 0, 3).SquareRoot()), ElementsAre(0, 0, 3));
-
-  CSigCurve power = Curve({100, 0, -5}, 0, 3);
-  power.SetYUnit(L"V^2");
-  power.Log(10.0f);  // 20 / 2 * log10(100 * 10²)
-  EXPECT_THAT(Values(power), ElementsAre(FloatNear(40.0f, 1e-5f), 0, 0));
-  EXPECT_EQ(power.YUnit().prefixunit(false), L"dB(V)");
-  EXPECT_EQ(power.YUnit().logref(), 10.0f);
-  CSigCurve noPower = Curve({100}, 0, 1);
-  CMeasuringUnit unit(L"V");
-  unit.set_power(0);
-  noPower.SetYUnit(unit);
-  EXPECT_THAT(Values(noPower.Log(1)), ElementsAre(FloatNear(40.0f, 1e-5f)));
+TEST(SigCurve, ArithmeticWithNumbers) {
+  EXPECT_EQ(Text(Four().Clip(25, true)), "0...4: 10 20 25 25");
+  EXPECT_EQ(Text(Four().Clip(25, false)), "0...4: 25 25 40 30");
+  EXPECT_EQ(Text((Four() += 1) -= 3), "0...4: 8 18 38 28");
+  EXPECT_EQ(Text(((Four() *= 3) /= 2) /= 0), "0...4: 15 30 60 45");
+  EXPECT_EQ(Text(Four().MirrorY()), "0...4: -10 -20 -40 -30");
+  EXPECT_EQ(Text(Curve({-1, -0.0f, -kNaN}, 0, 3).Abs()), "0...3: 1 0 nan");
+  EXPECT_EQ(Text((Four() = 7.0f).Add(1).Scale(2)), "0...4: 16 16 16 16");
 }
 
 TEST(SigCurve, ArithmeticWithCurvesGoesOverTheSharedLength) {
   const CSigCurve other = Curve({1, 2, 3}, 5, 9);
-  EXPECT_THAT(Values(Four() += other), ElementsAre(11, 22, 43, 30));
-  EXPECT_THAT(Values(Four() -= other), ElementsAre(9, 18, 37, 30));
-  EXPECT_THAT(Values(Four().AddWithWeight(other, 2)), ElementsAre(12, 24, 46, 30));
-  EXPECT_THAT(Values(Four().AddSquared(other, 0.5f)), ElementsAre(10.5f, 22, 44.5f, 30));
-  EXPECT_THAT(Values(Four().SubtractSquared(other)), ElementsAre(9, 16, 31, 30));
-  EXPECT_THAT(Values(Curve({2, 2}, 0, 2) += Four()), ElementsAre(12, 22));
-  const CSigCurve mixed = Curve({15, 15, 15, 15}, 0, 4);
-  EXPECT_THAT(Values(Four().Max(mixed)), ElementsAre(15, 20, 40, 30));
-  EXPECT_THAT(Values(Four().Min(mixed)), ElementsAre(10, 15, 15, 15));
-  EXPECT_THAT(Values(Four().Max(other)), ElementsAre(10, 20, 40, 30));  // shorter: no reading beyond it
+  EXPECT_EQ(Text(Four() += other), "0...4: 11 22 43 30");
+  EXPECT_EQ(Text(Four() -= other), "0...4: 9 18 37 30");
+  EXPECT_EQ(Text(Four().AddWithWeight(other, 2)), "0...4: 12 24 46 30");
+  EXPECT_EQ(Text(Four().AddSquared(other, 0.5f)), "0...4: 10.5 22 44.5 30");
+  EXPECT_EQ(Text(Four().SubtractSquared(other)), "0...4: 9 16 31 30");
+  EXPECT_EQ(Text(Curve({2, 2}, 0, 2) += Four()), "0...2: 12 22");
+  CSigCurve mixed = Curve({15, 15, 15, kNaN}, 0, 4);
+  EXPECT_EQ(Text(Four().Max(mixed)), "0...4: 15 20 40 nan");  // the own one only when it is greater
+  EXPECT_EQ(Text(Four().Min(mixed)), "0...4: 10 15 15 30");   // the other one only when the own is greater
+  EXPECT_EQ(Text(Four().Max(other)), "0...4: 10 20 40 30");   // no reading beyond its end
+  mixed.CopyData(other);
+  EXPECT_EQ(Text(mixed), "0...4: 1 2 3 nan");
+}
+
+TEST(SigCurve, SquaresRootsAndLevelsCarryTheUnit) {
+  using U = CMeasuringUnit;
+  CSigCurve curve = Curve({-4, 0, 9}, 0, 3);
+  curve.SetYUnit(L"V");
+  EXPECT_EQ(Text(CSigCurve(curve).SquareRoot()), "0...3: 0 0 3");
+  EXPECT_EQ(Text(curve.Square()), "0...3: 16 0 81");
+  EXPECT_TRUE(curve.YUnit() == U(U::volt, 0, 2));
+  EXPECT_EQ(Text(curve.SquareRoot()), "0...3: 4 0 9");
+  EXPECT_TRUE(curve.YUnit() == U(U::volt));
+
+  CSigCurve power = Curve({100, 0, -5}, 0, 3);
+  power.SetYUnit(L"V^2");
+  EXPECT_EQ(Text(power.Log(10.0f)), "0...3: 40 0 0");  // 20 / 2 * log10(100 * 10²)
+  EXPECT_TRUE(power.YUnit() == U(U::volt, 0, 1, 10.0f, U::flag_db));
+  power = 100.0f;
+  power.SetYUnit(U(U::volt, 0, 0));
+  EXPECT_EQ(Text(power.Log(1)), "0...3: 40 40 40");  // no power is power 1
 }
 
 TEST(SigCurve, MirrorAppendAndFit) {
-  CSigCurve curve = Curve({1, 2, 3}, 0, 6);
-  EXPECT_THAT(Values(curve.MirrorX()), ElementsAre(3, 2, 1));
-  EXPECT_EQ(curve.XMin(), -6.0f);
-  EXPECT_EQ(curve.XMax(), -0.0f);
-  EXPECT_THAT(Values(curve.MirrorY()), ElementsAre(-3, -2, -1));
-  curve.Append(curve);
-  EXPECT_THAT(Values(curve), ElementsAre(-3, -2, -1, -3, -2, -1));
-  EXPECT_EQ(curve.XMax(), 6.0f);
+  CSigCurve curve = Curve({1, 2, 3}, 1, 7);
+  EXPECT_EQ(Text(curve.MirrorX()), "-7...-1: 3 2 1");
+  EXPECT_EQ(Text(curve.Append(curve)), "-7...5: 3 2 1 3 2 1");
+  static_cast<CSignal&>(curve).Append(Curve({4}, 0, 1));
+  EXPECT_EQ(Text(curve), "-7...5: 3 2 1 3 2 1 4");
   std::array<float, 2> mine{1, 2};
-  CSigCurve borrowed;
-  borrowed.SetBuffer(reinterpret_cast<ULONG*>(mine.data()), 2);
-  borrowed.Append(curve);
-  EXPECT_EQ(borrowed.DLen(), 2u);
-  EXPECT_EQ(borrowed.XMax(), 1.0f);
-  CSigCurve near = Four();
-  near.SetXMinMax(0.00009f, 4);
+  CSigCurve borrowed(2);
+  Lend(mine, borrowed);
+  EXPECT_EQ(Text(borrowed.Append(curve)), "0...1: 1 2");
   const CSigCurve four = Four();
-  EXPECT_TRUE(near.FitTogether(&four));
-  near.SetXMinMax(0.00011f, 4);
-  EXPECT_FALSE(near.FitTogether(&four));
-  EXPECT_EQ(four.GetIndexFromY(10), 0);
-  EXPECT_EQ(four.GetIndexFromY(20), -1);
-}
-
-TEST(SigCurve, MakeSameSizeTakesShapeNotNameOrUnits) {
-  CSigCurve source = Four();
-  source.SetName(L"a");
-  source.SetExtName(L"ext");
-  source.SetScaleFactor(3);
-  source.SetFileCompression(false);
-  CSigCurve target;
-  target.SetName(L"b");
-  target.SetYUnit(L"V");
-  target.MakeSameSize(source);
-  EXPECT_THAT(Values(target), ElementsAre(0, 0, 0, 0));
-  EXPECT_STREQ(target.Name(), L"b");
-  EXPECT_EQ(target.YUnit().prefixstring(), L"V");
-  EXPECT_EQ(target.ExtName(), L"ext");
-  EXPECT_EQ(target.XMax(), 4.0f);
-  EXPECT_EQ(target.ScaleFactor(), 3.0f);
-  EXPECT_FALSE(target.FileCompression());
-  EXPECT_EQ(target.XLen(), 4u);
-  target.Reset();
-  EXPECT_EQ(target.DLen(), 4u);
-  EXPECT_EQ(target.XMax(), 1.0f);
-  EXPECT_STREQ(target.Name(), L"");
-}
-
-TEST(SigCurve, ResizeReframesOnTheGrid) {
-  const struct {
-    float x1, x2;
-    int result;
-    std::vector<float> samples;
-    float xMin, xMax;
-  } cases[] = {{1.1f, 2.9f, 1, {20, 40}, 1, 3},
-               {-1.6f, 2.0f, 1, {0, 10, 20}, -1, 2},  // truncation toward zero: -1.6 + 0.5 is sample -1
-               {3.0f, 6.2f, 1, {30, 0, 0}, 3, 6},
-               {1.0f, 1.2f, 0, {10, 20, 40, 30}, 0, 4},
-               {3.0f, 1.0f, 0, {30, 0, 0, 0}, 0, 4},  // inverted: already shifted
-               {kNaN, kNaN, 0, {10, 20, 40, 30}, 0, 4}};
-  for (const auto& c : cases) {
-    CSigCurve curve = Four();
-    float x1 = c.x1;
-    float x2 = c.x2;
-    EXPECT_EQ(curve.Resize(x1, x2), c.result) << c.x1;
-    EXPECT_EQ(Values(curve), c.samples) << c.x1;
-    EXPECT_EQ(curve.XMin(), c.xMin) << c.x1;
-    EXPECT_EQ(curve.XMax(), c.xMax) << c.x1;
-    EXPECT_EQ(curve.XLen(), c.samples.size()) << c.x1;
-  }
-  CSigCurve empty;
-  float x1 = 0;
-  float x2 = 0.5f;
-  EXPECT_EQ(empty.Resize(x1, x2), 1);
-  EXPECT_EQ(empty.DLen(), 50u);
-}
-
-TEST(SigCurve, PointDistance) {
-  const CSigCurve curve = Four();
-  std::size_t index = 99;
-  EXPECT_FLOAT_EQ(curve.PointDistance(-3, 14, &index), 5.0f);
-  EXPECT_EQ(index, 0u);
-  EXPECT_FLOAT_EQ(curve.PointDistance(7, 34, &index), 5.0f);
-  EXPECT_EQ(index, 3u);
-  EXPECT_FLOAT_EQ(curve.PointDistance(0.5f, 18, nullptr), 3.0f);
-  EXPECT_FLOAT_EQ(curve.PointDistance(1.25f, 20, &index), 0.25f);
-  EXPECT_EQ(index, 1u);
-  EXPECT_EQ(CSigCurve().PointDistance(1, 1, &index), 0.0f);
+  EXPECT_TRUE(Curve({0, 0, 0, 0}, 0.00009f, 4).FitTogether(&four));
+  EXPECT_FALSE(Curve({0, 0, 0, 0}, 0.00011f, 4).FitTogether(&four));
+  EXPECT_FALSE(Curve({0, 0, 0, 0}, 0, 3.9998f).FitTogether(&four));
+  EXPECT_FALSE(Curve({0, 0, 0}, 0, 4).FitTogether(&four));
 }
 
 }  // namespace

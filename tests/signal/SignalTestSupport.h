@@ -1,12 +1,14 @@
 #pragma once
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstddef>
 #include <initializer_list>
+#include <iomanip>
+#include <span>
+#include <sstream>
 #include <string>
-#include <string_view>
 #include <vector>
 
 #include "umlauf/platform/framework/CMemFile.h"
@@ -18,6 +20,15 @@ inline std::vector<float> Values(const CSigRaw& signal) {
   return {first, first + signal.DLen()};
 }
 
+/// Axis and samples of a curve, for example "-0.5...4: 10 20". The x length must be that of the samples.
+inline std::string Text(const CSigCurve& curve) {
+  std::ostringstream text;
+  text << curve.XMin() << "..." << curve.XMax() << ":";
+  for (const float sample : Values(curve)) text << ' ' << sample;
+  EXPECT_EQ(curve.XLen(), curve.DLen());
+  return text.str();
+}
+
 inline CSigCurve Curve(std::initializer_list<float> samples, float xMin, float xMax) {
   CSigCurve curve(samples.size());
   std::copy(samples.begin(), samples.end(), curve.FData());
@@ -25,13 +36,21 @@ inline CSigCurve Curve(std::initializer_list<float> samples, float xMin, float x
   return curve;
 }
 
+/// Lends the samples to a signal.
+inline void Lend(std::span<float> samples, CSigRaw& signal) {
+  signal.SetBuffer(reinterpret_cast<ULONG*>(samples.data()), static_cast<LONG>(samples.size()));
+}
+
 /// Bytes as lower-case hex, for golden records.
 inline std::string Hex(std::span<const std::byte> bytes) {
-  static constexpr char kDigits[] = "0123456789abcdef";
-  std::string text;
-  for (const std::byte b : bytes) {
-    text += kDigits[std::to_integer<unsigned>(b) >> 4];
-    text += kDigits[std::to_integer<unsigned>(b) & 15u];
-  }
-  return text;
+  std::ostringstream text;
+  text << std::hex << std::setfill('0');
+  for (const std::byte b : bytes) text << std::setw(2) << std::to_integer<int>(b);
+  return text.str();
+}
+
+/// Hex digits without the blanks that set off the fields of a record.
+inline std::string Packed(std::string digits) {
+  std::erase(digits, ' ');
+  return digits;
 }

@@ -1,5 +1,4 @@
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <string>
 
@@ -14,60 +13,54 @@ using U = CMeasuringUnit;
 
 CMemFile FileOf(const std::string& bytes) { return CMemFile(std::as_bytes(std::span(bytes))); }
 
-std::string BytesOf(const CMemFile& file) {
+std::string BytesOf(const U& unit) {
+  CMemFile file;
+  EXPECT_TRUE(unit.WriteToFile(file));
   return {reinterpret_cast<const char*>(file.Bytes().data()), file.Bytes().size()};
 }
 
 // Little-endian fields of a record.
-std::string Version(int version) { return std::string(1, static_cast<char>(version)); }
-std::string Name(const std::string& name) { return static_cast<char>(name.size()) + name; }
+std::string Start(int version, const std::string& name) {
+  return std::string{static_cast<char>(version), static_cast<char>(name.size())} + name;
+}
 std::string Index(unsigned char index) { return std::string{static_cast<char>(index), 0, 0, 0}; }
 const std::string kFields("\3\0\2\0", 4);  // exponent 3, power 2
 const std::string kOne("\0\0\x80\x3F", 4);
-const std::string kNul(1, '\0');
 const std::string kZero(4, '\0');
 
 TEST(UnitFile, GoldenRecordsAreReadWhateverTheirVersionAndRefusedWhenCut) {
   const struct {
-    const char* version;
     std::string bytes;
-    CMeasuringUnit unit;
+    U unit;
   } cases[] = {
-      {"2", Version(2) + Name("\xB0") + Index(19) + kFields + kOne + Index(2),
-       CMeasuringUnit(U::degree, 3, 2, 1, 2)},
-      {"2, index first", Version(2) + Name("V") + Index(9) + kFields + kOne + kZero,
-       CMeasuringUnit(U::rpm, 3, 2)},
-      {"2, name", Version(2) + Name("Upm") + Index(99) + kFields + kOne + kZero,
-       CMeasuringUnit(U::rpm, 3, 2)},
-      {"12", Version(12) + Name("V") + Index(12) + kFields + kOne + kZero, CMeasuringUnit(U::volt, 3, 2)},
-      {"1, dB", Version(1) + Name("V") + Index(12) + kFields + kOne, CMeasuringUnit(U::volt, 3, 2, 1, 1)},
-      {"1", Version(1) + Name("V") + Index(12) + kFields + kZero, CMeasuringUnit(U::volt, 3, 2, 0)},
-      {"0", kNul + Name("\xB0") + kFields + kOne, CMeasuringUnit(U::degree, 3, 2, 1, 1)},
-      {"0, no unit", kNul + kNul + kFields + kOne, CMeasuringUnit()},
+      {Start(2, "\xB0") + Index(19) + kFields + kOne + Index(2), U(U::degree, 3, 2, 1, 2)},
+      {Start(2, "V") + Index(9) + kFields + kOne + kZero, U(U::rpm, 3, 2)},  // the index goes before the name
+      {Start(2, "Upm") + Index(99) + kFields + kOne + kZero, U(U::rpm, 3, 2)},  // unless it is uncommon
+      {Start(12, "V") + Index(12) + kFields + kOne + kZero, U(U::volt, 3, 2)},
+      {Start(1, "V") + Index(12) + kFields + kOne, U(U::volt, 3, 2, 1, U::flag_db)},
+      {Start(1, "V") + Index(12) + kFields + kZero, U(U::volt, 3, 2, 0)},
+      {Start(0, "\xB0") + kFields + kOne, U(U::degree, 3, 2, 1, U::flag_db)},
+      {Start(0, "") + kFields + kOne, U()},
   };
   const LogCapture silence;
   for (const auto& c : cases) {
-    CMemFile file = FileOf(c.bytes + "next");
-    CMeasuringUnit unit(U::watt);
-    EXPECT_TRUE(unit.ReadFromFile(file)) << c.version;
-    EXPECT_TRUE(unit == c.unit) << c.version;
-    EXPECT_EQ(file.Remaining(), 4u) << c.version;
-    for (std::size_t n = 0; n < c.bytes.size(); ++n) {
-      CMemFile cut = FileOf(c.bytes.substr(0, n));
-      unit = CMeasuringUnit(U::watt);
-      EXPECT_FALSE(unit.ReadFromFile(cut)) << c.version << " cut at " << n;
-      EXPECT_TRUE(unit == CMeasuringUnit(n == 0 ? U::watt : U::none)) << c.version << " cut at " << n;
+    const std::string what =
+        "version " + std::to_string(c.bytes[0]) + ", " + c.unit.prefixunit(true).ToUtf8();
+    for (std::size_t n = 0; n <= c.bytes.size(); ++n) {
+      const bool whole = n == c.bytes.size();
+      CMemFile file = FileOf(c.bytes.substr(0, n) + (whole ? "next" : ""));
+      U unit(U::watt);
+      EXPECT_EQ(unit.ReadFromFile(file), whole) << what << " cut at " << n;
+      EXPECT_TRUE(unit == (whole ? c.unit : U(n == 0 ? U::watt : U::none))) << what << " cut at " << n;
+      EXPECT_TRUE(!whole || file.Remaining() == 4) << what;
     }
   }
-  CMemFile written;
-  EXPECT_TRUE(cases[0].unit.WriteToFile(written));
-  EXPECT_EQ(BytesOf(written), cases[0].bytes);
+  EXPECT_EQ(BytesOf(cases[0].unit), cases[0].bytes);
   CFile closed;
-  EXPECT_FALSE(cases[0].unit.WriteToFile(closed));
-  CMemFile thirteen = FileOf(Version(13) + cases[0].bytes.substr(1));
-  CMeasuringUnit unit(U::watt);
-  EXPECT_FALSE(unit.ReadFromFile(thirteen));
-  EXPECT_TRUE(unit == U::watt);
+  EXPECT_FALSE(U().WriteToFile(closed));
+  CMemFile thirteen = FileOf(Start(13, "V") + cases[3].bytes.substr(3));
+  U unit(U::watt);
+  EXPECT_TRUE(!unit.ReadFromFile(thirteen) && unit == U::watt);
 }
 
 TEST(UnitFile, UncommonNamesAreRegisteredForTheOneLookup) {
@@ -77,24 +70,21 @@ TEST(UnitFile, UncommonNamesAreRegisteredForTheOneLookup) {
     std::string bytes;
     const wchar_t* name;
     std::size_t messages;
-  } cases[] = {{Version(2) + Name("smoot") + fields, L"smoot", 1},
-               {kNul + Name(std::string("fathom\0x", 8)) + kFields + kOne, L"fathom", 0},
-               {Version(2) + Name("") + fields, L"-", 1}};
-  CMeasuringUnit unit;
+  } cases[] = {{Start(2, "smoot") + fields, L"smoot", 1},
+               {Start(0, std::string("fathom\0x", 8)) + kFields + kOne, L"fathom", 0},
+               {Start(2, "") + fields, L"-", 1}};
   for (const auto& c : cases) {
+    U unit;
     CMemFile file = FileOf(c.bytes);
-    EXPECT_TRUE(unit.ReadFromFile(file));
+    EXPECT_TRUE(unit.ReadFromFile(file) && !U::registerUncommonUnits());
     EXPECT_EQ(unit.baseunit(), c.name);
     EXPECT_THAT(log.Take(), SizeIs(c.messages));
-    EXPECT_FALSE(U::registerUncommonUnits());
   }
   U::registerUncommonUnits(true);
-  const CMeasuringUnit longName(std::wstring(300, L'q'));
+  const std::string longName = BytesOf(U(std::wstring(300, L'q')));
   U::registerUncommonUnits(false);
-  CMemFile written;
-  EXPECT_TRUE(longName.WriteToFile(written));
-  EXPECT_EQ(BytesOf(written).substr(0, 257), Version(2) + "\xFF" + std::string(255, 'q'));
-  EXPECT_THAT(written.Bytes(), SizeIs(2 + 255 + 16));
+  EXPECT_EQ(longName.substr(0, 257), Start(2, std::string(255, 'q')));
+  EXPECT_THAT(longName, SizeIs(2 + 255 + 16));
 }
 
 }  // namespace

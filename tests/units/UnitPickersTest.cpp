@@ -1,10 +1,9 @@
 #include "umlauf/units/UnitPickers.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
+#include <map>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include "umlauf/platform/framework/UserInterface.h"
@@ -13,19 +12,39 @@
 namespace {
 
 using testing::ElementsAre;
-using testing::Pair;
 using U = CMeasuringUnit;
 
-/// The items of a picker as text and data.
-std::vector<std::pair<std::wstring, std::intptr_t>> Items(CComboBox& box) {
-  std::vector<std::pair<std::wstring, std::intptr_t>> items;
+/// Data and texts of a picker's items.
+std::vector<std::map<int, CString>::value_type> Items(CComboBox& box) {
+  std::vector<std::map<int, CString>::value_type> items;
   const auto count = static_cast<std::uintptr_t>(box.SendMessageW(CB_GETCOUNT));
   for (std::uintptr_t i = 0; i < count; ++i) {
     std::wstring text(static_cast<std::size_t>(box.SendMessageW(CB_GETLBTEXTLEN, i)), L' ');
     box.SendMessageW(CB_GETLBTEXT, i, text.data());
-    items.emplace_back(text, box.SendMessageW(CB_GETITEMDATA, i));
+    items.emplace_back(static_cast<int>(box.SendMessageW(CB_GETITEMDATA, i)), text);
   }
   return items;
+}
+
+/// What both pickers do: offer `names` in their order and hold a choice that need not be among them.
+template <class Picker, class Choice>
+void ExpectPicks(const std::map<int, CString>& names, const Choice& there, const Choice& foreign) {
+  Picker picker;
+  EXPECT_FALSE(picker.SetSelection(there));  // nothing to choose from yet
+  EXPECT_EQ(picker.Choice(), there);
+  EXPECT_EQ(picker.Retrieve(), Choice());
+  for (int twice = 0; twice < 2; ++twice) picker.Prepare(there);
+  EXPECT_EQ(Items(picker), std::vector(names.begin(), names.end()));
+  EXPECT_EQ(picker.Retrieve(), there);
+  EXPECT_FALSE(picker.SetSelection(foreign));
+  EXPECT_EQ(picker.Choice(), foreign);
+  EXPECT_EQ(picker.Retrieve(), there);  // the selection stayed
+  EXPECT_EQ(picker.Choice(), there);
+  picker.SendMessageW(CB_SETCURSEL, static_cast<std::uintptr_t>(-1));
+  EXPECT_EQ(picker.Retrieve(), Choice());
+  std::map<int, CString> filled{{77, L"old"}};
+  Picker::FillIdNameMap(filled);
+  EXPECT_EQ(filled, names);
 }
 
 TEST(ComboBox, WindowlessControlAnswersAsARealOne) {
@@ -55,46 +74,22 @@ TEST(ComboBox, ControlOfTheApplicationServesAndNotifies) {
   CUserInterface::Set(&ui);
   CRememberingPicker picker;
   picker.Prepare(-3);
+  CUserInterface::Set(nullptr);
   ASSERT_EQ(&picker.Control(), ui.control);
-  ui.control->SendMessageW(CB_SETCURSEL, 9, 0);
-  EXPECT_TRUE(picker.chosen.empty());  // a message is not the user
+  ui.control->SendMessageW(CB_SETCURSEL, 9, 0);  // a message is not the user
   ui.control->on_notify(CBN_SELCHANGE + 1);
   ui.control->on_notify(CBN_SELCHANGE);
   EXPECT_THAT(picker.chosen, ElementsAre(12));
-  CUserInterface::Set(nullptr);
 }
 
 TEST(UnitPicker, OffersTheCommonUnits) {
+  std::map<int, CString> names;
+  for (const SCommonUnit& row : kCommonUnits) names.emplace(row.unit, row.name);
+  ExpectPicks<CMeasuringUnitComboBox>(names, U(U::volt), U(commonUnits(31)));
+
   CMeasuringUnitComboBox picker;
-  EXPECT_FALSE(picker.SetSelection(U(U::rpm)));  // nothing to choose from yet
-  EXPECT_EQ(picker.Choice(), U(U::rpm));
-  EXPECT_EQ(picker.Retrieve(), U());
-
-  const CMeasuringUnit millivoltSquared(U::volt, -3, 2, 0.5f, U::flag_db);
-  for (int twice = 0; twice < 2; ++twice) picker.Prepare(millivoltSquared);
-  EXPECT_EQ(picker.Choice(), millivoltSquared);
-  EXPECT_EQ(picker.Retrieve(), U(U::volt));  // of the choice only the unit itself is shown
-  EXPECT_EQ(picker.Choice(), U(U::volt));
-
-  std::map<int, CString> names{{77, L"old"}};
-  CMeasuringUnitComboBox::FillIdNameMap(names);
-  const auto items = Items(picker);
-  ASSERT_EQ(items.size(), 31u);
-  ASSERT_EQ(names.size(), 31u);
-  for (std::uint32_t i = 0; i < 31; ++i) {
-    EXPECT_EQ(items[i], std::pair(U::UnitString(i).str(), static_cast<std::intptr_t>(i)));
-    EXPECT_EQ(names[static_cast<int>(i)], U::UnitString(i));
-    EXPECT_TRUE(picker.SetSelection(U(static_cast<commonUnits>(i))));
-    EXPECT_EQ(picker.Retrieve().unit(), i);
-  }
-  for (const std::uint32_t uncommon : {31u, 0xFFFFFFFFu}) {
-    EXPECT_FALSE(picker.SetSelection(U(SMeasuringUnitPOD{uncommon})));
-    EXPECT_EQ(picker.Choice().unit(), uncommon);
-    EXPECT_EQ(picker.Retrieve().unit(), 30u);  // the selection stayed
-  }
-  picker.SendMessageW(CB_SETCURSEL, static_cast<std::uintptr_t>(-1));
-  EXPECT_EQ(picker.Retrieve(), U());
-
+  picker.Prepare(U(U::rpm, -3, 2, 0.5f, U::flag_db));
+  EXPECT_EQ(picker.Retrieve(), U(U::rpm));  // of the choice only the unit itself is shown
   picker.SendMessageW(CB_ADDSTRING, 0, L"speed");
   picker.SendMessageW(CB_SETITEMDATA, 31, std::intptr_t{U::rpm});
   EXPECT_TRUE(picker.SetSelection(U(U::rpm)));
@@ -102,27 +97,25 @@ TEST(UnitPicker, OffersTheCommonUnits) {
 }
 
 TEST(PrefixPicker, OffersThePrefixes) {
+  ExpectPicks<CSiPrefixComboBox, std::int16_t>({{-15, L"f"},
+                                                {-12, L"p"},
+                                                {-9, L"n"},
+                                                {-6, L"µ"},
+                                                {-3, L"m"},
+                                                {0, L"(1)"},
+                                                {3, L"k"},
+                                                {6, L"M"},
+                                                {9, L"G"},
+                                                {12, L"T"}},
+                                               6, 1);
+
   CSiPrefixComboBox picker;
-  EXPECT_FALSE(picker.SetSelection(3));
   picker.Prepare(U(U::volt, 6));
   EXPECT_EQ(picker.Retrieve(), 6);
-  EXPECT_THAT(Items(picker),
-              ElementsAre(Pair(L"f", -15), Pair(L"p", -12), Pair(L"n", -9), Pair(L"µ", -6), Pair(L"m", -3),
-                          Pair(L"(1)", 0), Pair(L"k", 3), Pair(L"M", 6), Pair(L"G", 9), Pair(L"T", 12)));
-  std::map<int, CString> names{{1, L"old"}};
-  CSiPrefixComboBox::FillIdNameMap(names);
-  EXPECT_EQ(names.size(), 10u);
-  for (const auto& [text, exponent] : Items(picker)) EXPECT_EQ(names[static_cast<int>(exponent)].str(), text);
-
-  EXPECT_FALSE(picker.SetSelection(1));
-  EXPECT_EQ(picker.Choice(), 1);
-  EXPECT_EQ(picker.Retrieve(), 6);
   EXPECT_TRUE(picker.SetSelection(U(U::ampere, -15)));
-  CMeasuringUnit unit(U::pascal, 7, 2, 2e-5f, U::flag_db);
+  U unit(U::pascal, 7, 2, 2e-5f, U::flag_db);
   picker.RetrieveExponent(unit);
   EXPECT_EQ(unit, U(U::pascal, -15, 2, 2e-5f, U::flag_db));
-  picker.SendMessageW(CB_SETCURSEL, static_cast<std::uintptr_t>(-1));
-  EXPECT_EQ(picker.Retrieve(), 0);
 }
 
 }  // namespace

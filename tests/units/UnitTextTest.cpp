@@ -1,5 +1,4 @@
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <sstream>
 #include <string>
@@ -109,9 +108,6 @@ TEST(UnitText, IsWrittenByItsRules) {
     EXPECT_EQ(unit.prefixunit(true).ToUtf8(), c.power == 0 ? "" : c.text);
   }
   EXPECT_EQ(CMeasuringUnit(U::volt, 3, 2).baseunit(), L"V");
-}
-
-TEST(UnitText, PresentationsAndTheirSwitch) {
   const CMeasuringUnit db(U::pascal, -6, 1, 20.0f, kDb | kLog);
   EXPECT_TRUE(db == L"dB(µPa)");
   U::m_showUnitWithDb = false;

@@ -72,17 +72,18 @@ void CCompressedVector::ReadHeader(CFile& file) {
 
 void CCompressedVector::ReadSamples(CFile& file, float* samples) const {
   const std::uint64_t n = SampleCount();
+  std::uint64_t consumed = 0;
   if (mode == 0) {
-    file.Read(samples, n * sizeof(float));
-    return;
+    consumed = file.Read(samples, n * sizeof(float));
+  } else {
+    const float step = (yMax - yMin) * kByteStep;
+    std::array<std::uint8_t, kBlock> bytes;
+    while (consumed < n) {
+      const std::size_t count = file.Read(bytes.data(), std::min<std::uint64_t>(kBlock, n - consumed));
+      if (count == 0) return;
+      QVL::DequantizeBytes(samples + consumed, bytes.data(), count, step, yMin);
+      consumed += count;
+    }
   }
-  const float step = (yMax - yMin) * kByteStep;
-  std::array<std::uint8_t, kBlock> bytes;
-  for (std::uint64_t done = 0; done < n;) {
-    const std::size_t wanted = std::min<std::uint64_t>(kBlock, n - done);
-    const std::size_t count = file.Read(bytes.data(), wanted);
-    QVL::DequantizeBytes(samples + done, bytes.data(), count, step, yMin);
-    if (count < wanted) return;
-    done += count;
-  }
+  if (consumed < dataBytes) file.Seek(static_cast<std::int64_t>(dataBytes - consumed), CFile::current);
 }

@@ -60,7 +60,6 @@ void CSigCurve::CopyData(const CSigCurve& other) {
 std::uint64_t CSigCurve::CommonLength(const CSigCurve& other) const { return std::min(DLen(), other.DLen()); }
 
 // Axis and lookup
-// ----------------------------------------------------------------------------------------------------------
 
 void CSigCurve::SetXMinMax(float xMin, float xMax) {
   xMin_ = xMin;
@@ -115,7 +114,6 @@ float CSigCurve::GetValue(float x) const {
 bool CSigCurve::IsInRange(float x) const { return xMin_ <= x && x <= xMax_; }
 
 // Ranges
-// -------------------------------------------------------------------------------------------------------------------
 
 void CSigCurve::GetXRange(float& lo, float& hi) const {
   lo = xMin_;
@@ -162,7 +160,6 @@ float CSigCurve::PointDistance(float x, float y, std::size_t* index) const {
 }
 
 // Cutting and framing
-// --------------------------------------------------------------------------------------------------------
 
 CSigCurve& CSigCurve::CutLeft(float x) {
   std::int64_t i = 0;
@@ -212,9 +209,12 @@ int CSigCurve::Resize(float& x1, float& x2) {
   x1 = GetPoint(i1);
   x2 = GetPoint(i2);
   if (i1 == i2) return 0;
-  ShiftData(i1 == std::numeric_limits<std::int32_t>::min() ? std::numeric_limits<std::int32_t>::max() : -i1);
-  // An inverted interval asks for more samples than can be had.
-  if (!Resize(static_cast<std::uint64_t>(std::int64_t{i2} - i1))) return 0;
+  using Limits = std::numeric_limits<std::int32_t>;
+  ShiftData(i1 == Limits::min() ? Limits::max() : -i1);
+  // Saturated indices stand for positions that have none. An inverted interval asks for more samples than can
+  // be had.
+  const auto far = [](std::int32_t i) { return i == Limits::min() || i == Limits::max(); };
+  if (far(i1) || far(i2) || !Resize(static_cast<std::uint64_t>(std::int64_t{i2} - i1))) return 0;
   SetXMinMax(x1, x2);
   SetXLen(DLen());
   return 1;
@@ -238,7 +238,6 @@ void CSigCurve::Reset() {
 }
 
 // File record
-// ----------------------------------------------------------------------------------------------------------------
 
 bool CSigCurve::WriteToFile(CFile& file, unsigned version) const {
   if (!CSignal::WriteToFile(file, version)) return false;

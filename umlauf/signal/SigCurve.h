@@ -19,12 +19,15 @@ class UMLAUF_API CSigCurve : public CSignal {
   CSigCurve(const CSigCurve& other, bool deep);
   CSigCurve(const CSigCurve& other) : CSigCurve(other, true) {}
   CSigCurve& operator=(const CSigCurve& other);
+  /// Empty name, units cleared, and the axis, scale factor and compression of a new curve; the samples stay.
+  void InitHeader() override;
+  /// CSignal's header copy, then axis, scale factor and compression of the source; the samples stay.
+  void InitHeader(const CSigCurve& source, bool deep);
   /// Overwrites the first samples with those of another curve; this curve must have at least as many (excess
   /// ones are not copied).
   void CopyData(const CSigCurve& other);
 
   // Samples and axis
-  // ----------------------------------------------------------------------------------------------------
   float* FData() { return Samples(); }
   const float* FData() const { return Samples(); }
   /// Writes sample i < DLen(); not checked.
@@ -44,7 +47,7 @@ class UMLAUF_API CSigCurve : public CSignal {
   void SetFileCompression(bool on) { fileCompression_ = on ? 1 : 0; }
 
   // Index from position: the nearest sample, (x - XMin) n / (XMax - XMin) + 0.5 in single precision,
-  // truncated ------------
+  // truncated
   /// Limited to the samples; 0 for an empty curve or interval.
   std::uint64_t GetIndex(float x) const;
   std::uint64_t GetIndex(int x) const { return GetIndex(static_cast<float>(x)); }
@@ -64,7 +67,6 @@ class UMLAUF_API CSigCurve : public CSignal {
   bool IsInRange(float x) const override;
 
   // Ranges
-  // --------------------------------------------------------------------------------------------------------------
   void GetXRange(float& lo, float& hi) const override;
   void GetYRange(float& lo, float& hi) const override;
   void GetYRangeX(float& lo, float& hi, float x1, float x2) const override;
@@ -80,7 +82,6 @@ class UMLAUF_API CSigCurve : public CSignal {
   float PointDistance(float x, float y, std::size_t* index) const override;
 
   // Cutting: an x outside the samples changes nothing
-  // ---------------------------------------------------------------------
   /// The sample nearest to x becomes the first.
   /// Intended: XMin becomes x itself, not the sample's position, so the step changes slightly.
   CSigCurve& CutLeft(float x) override;
@@ -94,7 +95,6 @@ class UMLAUF_API CSigCurve : public CSignal {
   CSigCurve& Clip(float value, bool upper) override;
 
   // Whole curve
-  // -----------------------------------------------------------------------------------------------------------
   /// Squares the samples; the y unit is raised to the power 2.
   CSigCurve& Square();
   /// Square root, 0 for samples <= 0; the root of the y unit where its power allows it.
@@ -116,8 +116,8 @@ class UMLAUF_API CSigCurve : public CSignal {
   using CSignal::Resize;
   /// Re-frames the curve onto [x1, x2) with the same step, zeros where there were no samples, and moves both
   /// arguments onto the grid. An empty curve starts from 100 zero samples, an empty interval from a length of
-  /// 100. Returns 1; 0 when both ends fall on one sample (nothing changes) or the size cannot be had (the
-  /// samples are already shifted).
+  /// 100. Returns 1; 0 when both ends fall on one sample (nothing changes) or the size cannot be had, as for
+  /// ends too far away to have an index of 32 bits (the samples are already shifted).
   int Resize(float& x1, float& x2);
   /// Same length, and both ends closer than 0.0001.
   bool FitTogether(const CSigCurve* other) const;
@@ -125,7 +125,6 @@ class UMLAUF_API CSigCurve : public CSignal {
   virtual void Reset();
 
   // Arithmetic with another curve: sample by sample over the smaller length; axis and length stay
-  // -------------------------
   CSigCurve& operator+=(const CSigCurve& other);
   CSigCurve& operator-=(const CSigCurve& other);
   /// s += o * w, s += o² * w, s -= o².
@@ -137,7 +136,6 @@ class UMLAUF_API CSigCurve : public CSignal {
   CSigCurve& Min(const CSigCurve& other);
 
   // Arithmetic with a number
-  // ------------------------------------------------------------------------------------------------
   CSigCurve& operator=(float value);
   CSigCurve& operator+=(float value);
   CSigCurve& operator-=(float value) { return *this += -value; }
@@ -148,15 +146,11 @@ class UMLAUF_API CSigCurve : public CSignal {
   CSigCurve& Scale(float factor) override { return *this *= factor; }
 
   // File record: the header section, then a CCompressedVector section
-  // -------------------------------------------------------
   bool WriteToFile(CFile& file, unsigned version) const override;
   bool ReadFromFile(CFile& file, unsigned version) override;
 
  protected:
   void Append(const CSignal& other) override { CSignal::Append(other); }
-  void InitHeader() override;
-  /// CSignal's header copy, then tag, axis, scale factor and compression of the source.
-  void InitHeader(const CSigCurve& source, bool deep);
 
  private:
   float IndexPosition(float x) const;

@@ -188,9 +188,9 @@ float CSigCurveExt::AbschnittSumme(float x1, float x2, bool energetic) const {
 // Shape
 
 bool CSigCurveExt::Resize(std::uint64_t n) {
-  if (!CSigCurve::Resize(n)) return false;
+  const bool done = CSigCurve::Resize(n);
   ResetVMinMax();
-  return true;
+  return done;
 }
 
 CSigCurveExt& CSigCurveExt::CutLeft(float x) {

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <concepts>
+
 #include "umlauf/signal/SigCurve.h"
 
 /// Equidistant curve with a valid span: the part of its axis inside which its values count. It also carries a
@@ -76,6 +78,11 @@ class UMLAUF_API CSigCurveExt : public CSigCurve {
   /// Over the samples i1 to i2, both included, that lie in the span; the nearest sample inside it when none
   /// does. Nothing is written when i1 > i2 or there is no such sample.
   virtual void GetYRangeXI(float& lo, float& hi, std::int64_t i1, std::int64_t i2) const;
+  /// As above, for indices that are neither both std::size_t nor both std::int64_t, such as plain numbers.
+  template <std::integral First, std::integral Last>
+  void GetYRangeXI(float& lo, float& hi, First i1, Last i2) const {
+    GetYRangeXI(lo, hi, static_cast<std::int64_t>(i1), static_cast<std::int64_t>(i2));
+  }
   /// As CSigCurve::PointDistance, to the valid part; 0 when there is none.
   float PointDistance(float x, float y, std::size_t* index) const override;
   /// Sum of the samples from x1 to x2 inside the span; with `energetic` the samples are levels in decibels
@@ -84,7 +91,7 @@ class UMLAUF_API CSigCurveExt : public CSigCurve {
 
   // Shape
   using CSigCurve::Resize;
-  /// As CSignal::Resize; the whole curve becomes valid.
+  /// As CSignal::Resize; the whole curve becomes valid, also when there is no room for more samples.
   bool Resize(std::uint64_t n) override;
   /// Cutting also cuts the span, which then begins (ends) at the cut.
   CSigCurveExt& CutLeft(float x) override;

@@ -84,7 +84,7 @@ void CSigRaw::Free() { Release(); }
 void CSigRaw::SetBuffer(ULONG* p, LONG n) {
   Release();
   data_ = reinterpret_cast<float*>(p);
-  length_ = static_cast<std::uint64_t>(std::max<LONG>(n, 0));
+  length_ = p != nullptr ? static_cast<std::uint64_t>(std::max<LONG>(n, 0)) : 0;
 }
 
 void CSigRaw::CopyToRealData() {

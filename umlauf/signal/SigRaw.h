@@ -59,8 +59,8 @@ class UMLAUF_API CSigRaw : public CObject {
   /// nothing changed, when there is no memory or when a borrowed buffer would have to grow.
   virtual bool Resize(std::uint64_t n);
   void Free();
-  /// Borrows n samples at p, which the caller keeps alive; a negative n counts as 0. An owned block is
-  /// released.
+  /// Borrows n samples at p, which the caller keeps alive; a negative n counts as 0, as does any n without a
+  /// buffer. An owned block is released.
   void SetBuffer(ULONG* p, LONG n);
   /// Turns a borrowed buffer into an owned copy.
   /// Intended: on an owned buffer the samples become zero, because the block is reused and cleared before the

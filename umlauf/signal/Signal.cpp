@@ -74,11 +74,11 @@ void CSignal::Free() {
 void CSignal::Append(const CSignal& other) {
   const std::uint64_t before = DLen();
   const std::uint64_t added = other.DLen();
-  if (added == 0) return;
+  // Also when nothing is added: derived classes do more in their Resize.
   Resize(before + added);
   // After a failed resize there is no room for the new samples; after a good one `other` may be this very
   // signal.
-  if (DLen() < before + added) return;
+  if (added == 0 || DLen() < before + added) return;
   std::memmove(Samples() + before, other.Samples(), static_cast<std::size_t>(added) * sizeof(float));
 }
 

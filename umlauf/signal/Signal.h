@@ -44,7 +44,6 @@ class UMLAUF_API CSignal : public CSigRaw, public CViewable {
   CSignal& operator=(const CSignal& other);
 
   // Storage; `Malloc`, `SetBuffer` and `Nullsetzen` are those of CSigRaw and leave the x length alone.
-  // ---------------
   /// As CSigRaw::Resize; the x length follows.
   bool Resize(std::uint64_t n) override;
   void Free();
@@ -52,7 +51,6 @@ class UMLAUF_API CSignal : public CSigRaw, public CViewable {
   virtual void Append(const CSignal& other) = 0;
 
   // Names and units
-  // ---------------------------------------------------------------------------------------------------
   /// Never null. Valid until the name changes.
   const wchar_t* Name() const { return name_.c_str(); }
   void SetName(const wchar_t* name);
@@ -75,7 +73,6 @@ class UMLAUF_API CSignal : public CSigRaw, public CViewable {
   void SetYUnit(const CMeasuringUnit& unit);
 
   // Free fields
-  // -------------------------------------------------------------------------------------------------------
   /// Number of samples that count on the x axis.
   std::uint64_t XLen() const { return xLen_; }
   unsigned SigType() const { return sigType_; }
@@ -103,7 +100,6 @@ class UMLAUF_API CSignal : public CSigRaw, public CViewable {
   bool CopyInfo(const CSignal& source);
 
   // File record
-  // -------------------------------------------------------------------------------------------------------
   /// Writes the header section and the sections of the derived class. Version 1 and 2 are written; version 0
   /// leaves the header section out. Errors of the file are the file's to report (CFile::Failed).
   virtual bool WriteToFile(CFile& file, unsigned version) const;
@@ -114,7 +110,6 @@ class UMLAUF_API CSignal : public CSigRaw, public CViewable {
   static unsigned CurrentFileVersion() { return 2; }
 
   // What every signal offers
-  // ------------------------------------------------------------------------------------------
   virtual CSignal& Abs() = 0;
   /// Ceiling (upper) or floor at a y value.
   virtual CSignal& Clip(float value, bool upper) = 0;

@@ -27,8 +27,10 @@ std::int16_t Saturated(int value) {
 
 float PowerOfTen(int exponent) { return std::pow(10.0f, static_cast<float>(exponent)); }
 
-const SCommonUnit* CommonRow(std::uint32_t index) {
-  return index < kCommonUnits.size() ? &kCommonUnits[index] : nullptr;
+/// The row of a common unit; one of zeros for any other index.
+const SCommonUnit& CommonRow(std::uint32_t index) {
+  static constexpr SCommonUnit nothing{};
+  return index < kCommonUnits.size() ? kCommonUnits[index] : nothing;
 }
 
 std::wstring PowerText(int power) {
@@ -228,25 +230,10 @@ CString CMeasuringUnitInterface::UnitString(std::uint32_t index) {
   }
 }
 
-std::uint32_t CMeasuringUnitInterface::inverse(std::uint32_t index) {
-  const SCommonUnit* row = CommonRow(index);
-  return row != nullptr ? row->inverse : none;
-}
-
-float CMeasuringUnitInterface::inv_fac(std::uint32_t index) {
-  const SCommonUnit* row = CommonRow(index);
-  return row != nullptr ? row->inv_fac : 0.0f;
-}
-
-std::uint32_t CMeasuringUnitInterface::standard(std::uint32_t index) {
-  const SCommonUnit* row = CommonRow(index);
-  return row != nullptr ? row->standard : none;
-}
-
-float CMeasuringUnitInterface::std_fac(std::uint32_t index) {
-  const SCommonUnit* row = CommonRow(index);
-  return row != nullptr ? row->std_fac : 0.0f;
-}
+std::uint32_t CMeasuringUnitInterface::inverse(std::uint32_t index) { return CommonRow(index).inverse; }
+float CMeasuringUnitInterface::inv_fac(std::uint32_t index) { return CommonRow(index).inv_fac; }
+std::uint32_t CMeasuringUnitInterface::standard(std::uint32_t index) { return CommonRow(index).standard; }
+float CMeasuringUnitInterface::std_fac(std::uint32_t index) { return CommonRow(index).std_fac; }
 
 bool CMeasuringUnitInterface::registerUncommonUnits() { return UnitStrings::registers; }
 void CMeasuringUnitInterface::registerUncommonUnits(bool on) { UnitStrings::registers = on; }

@@ -185,7 +185,8 @@ class UMLAUF_API CMeasuringUnit : public CPODOwner<SMeasuringUnitPOD>, public CM
   explicit CMeasuringUnit(const SMeasuringUnitPOD& record)
       : CPODOwner(record), CMeasuringUnitInterface(CPODOwner::pod()) {}
   CMeasuringUnit(const CMeasuringUnit& other) : CMeasuringUnit(other.pod()) {}
-  explicit CMeasuringUnit(const CMeasuringUnitInterface& other) : CMeasuringUnit(other.pod()) {}
+  CMeasuringUnit(const CMeasuringUnitInterface& other)  // NOLINT(google-explicit-constructor)
+      : CMeasuringUnit(other.pod()) {}
   /// Reads the text as `set` does; the cleared unit when that fails.
   explicit CMeasuringUnit(const CString& text) : CMeasuringUnit() { CMeasuringUnitInterface::set(text); }
   explicit CMeasuringUnit(commonUnits unit, std::int16_t exponent = 0, std::int16_t power = 1,
