@@ -98,8 +98,8 @@ struct PlainDetector {
       runInLeft = std::int64_t{runIn} + 1;
       return true;
     }
-    const double change = static_cast<double>(std::fabs(lastValue - value)) / static_cast<double>(value);
-    if (change < static_cast<double>(spikeThreshold) || runInLeft != 0) return true;
+    const double last = lastValue, wide = value;
+    if (std::fabs(last - wide) / wide < double{spikeThreshold} || runInLeft != 0) return true;
     if (rejections == 0) rejections = runIn;
     return false;
   }
