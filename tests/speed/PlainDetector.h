@@ -5,6 +5,8 @@
 #include <cstdint>
 #include <vector>
 
+#include "umlauf/speed/DzPulsDetektor.h"
+
 /// The pulse search in its plainest form, one sample after the other, to compare the fast one with.
 struct PlainDetector {
   struct Pulse {
@@ -14,9 +16,23 @@ struct PlainDetector {
     bool operator==(const Pulse&) const = default;
   };
 
-  float upper = 0.75f, lower = 0.25f, sourcePulses = 1.0f, spikeThreshold = 0.2f;
-  unsigned divider = 1, minLength = 20, runIn = 5, deadTime = 0;
-  bool spikeFilter = false, ttl = false, falling = false, both = false;
+  explicit PlainDetector(const CDzPulsDetektor& d)
+      : upper(d.ObereSchranke()),
+        lower(d.UntereSchranke()),
+        sourcePulses(d.QuellenPulseProUmdrReal()),
+        spikeThreshold(d.StoerpulsSchwelle()),
+        divider(d.PulsTeiler()),
+        minLength(d.PulsMinLen()),
+        runIn(d.PulsFilterRunin()),
+        deadTime(d.PulsFilterTotzeit()),
+        spikeFilter(d.StoerpulsFilter()),
+        ttl(d.TtlKorrektur()),
+        falling(d.FallendeFlankenSuchen()),
+        both(d.BeideFlankenSuchen()) {}
+
+  float upper, lower, sourcePulses, spikeThreshold;
+  unsigned divider, minLength, runIn, deadTime;
+  bool spikeFilter, ttl, falling, both;
 
   bool first = true, high = false;
   float carry = 0, previous = 0, lastValue = 0;

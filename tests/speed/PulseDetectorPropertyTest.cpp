@@ -5,45 +5,30 @@
 #include <utility>
 
 #include "speed/PlainDetector.h"
-#include "umlauf/speed/DzPulsDetektor.h"
 #include "umlauf/speed/DzPulsListe.h"
 
 namespace {
 
 constexpr std::size_t kSamples = 30000;
 
-struct Config {
+using D = CDzPulsDetektor;
+
+const struct {
   const char* name;
-  void (*set)(PlainDetector&);
+  void (*set)(D&);
+} kConfigs[] = {
+    {"rising", [](D&) {}},
+    {"falling", [](D& d) { d.FallendeFlankenSuchen(true); }},
+    {"both", [](D& d) { d.BeideFlankenSuchen(true), d.FallendeFlankenSuchen(true); }},
+    {"divider, pulses per revolution", [](D& d) { d.PulsTeilerSetzen(3), d.QuellenPulseProUmdr(60.5f); }},
+    {"every edge", [](D& d) { d.BeideFlankenSuchen(true), d.PulsMinLenSetzen(0); }},
+    {"merged short pulses", [](D& d) { d.PulsMinLenSetzen(61), d.PulsTeilerSetzen(2); }},
+    {"dead time", [](D& d) { d.StoerpulsFilterAktivieren(false, 0, 5, 45), d.BeideFlankenSuchen(true); }},
+    {"spike filter", [](D& d) { d.StoerpulsFilterAktivieren(true, 0.05f, 3, 0); }},
+    {"TTL", [](D& d) { d.TtlKorrekturAktivieren(true), d.PulsMinLenSetzen(5); }},
+    {"narrow hysteresis", [](D& d) { d.SchrankenSetzen(0.5f, 0.499f), d.PulsMinLenSetzen(0); }},
+    {"thresholds upside down", [](D& d) { d.SchrankenSetzen(0.4f, 0.6f), d.PulsMinLenSetzen(0); }},
 };
-
-const Config kConfigs[] = {
-    {"rising", [](PlainDetector&) {}},
-    {"falling", [](PlainDetector& d) { d.falling = true; }},
-    {"both", [](PlainDetector& d) { d.both = d.falling = true; }},
-    {"divider, pulses per revolution", [](PlainDetector& d) { d.divider = 3, d.sourcePulses = 60.5f; }},
-    {"every edge", [](PlainDetector& d) { d.both = true, d.minLength = 0; }},
-    {"merged short pulses", [](PlainDetector& d) { d.minLength = 61, d.divider = 2; }},
-    {"dead time", [](PlainDetector& d) { d.deadTime = 45, d.both = true; }},
-    {"spike filter", [](PlainDetector& d) { d.spikeFilter = true, d.runIn = 3, d.spikeThreshold = 0.05f; }},
-    {"TTL", [](PlainDetector& d) { d.ttl = true, d.minLength = 5; }},
-    {"narrow hysteresis", [](PlainDetector& d) { d.upper = 0.5f, d.lower = 0.499f, d.minLength = 0; }},
-    {"thresholds upside down", [](PlainDetector& d) { d.upper = 0.4f, d.lower = 0.6f, d.minLength = 0; }},
-};
-
-CDzPulsDetektor Fast(const PlainDetector& plain) {
-  CDzPulsDetektor d;
-  d.SchrankenSetzen(plain.upper, plain.lower);
-  d.QuellenPulseProUmdr(plain.sourcePulses);
-  d.PulsTeilerSetzen(plain.divider);
-  d.PulsMinLenSetzen(plain.minLength);
-  d.StoerpulsFilterAktivieren(plain.spikeFilter, plain.spikeThreshold, plain.runIn, plain.deadTime);
-  d.TtlKorrekturAktivieren(plain.ttl);
-  d.FallendeFlankenSuchen(plain.falling);
-  d.BeideFlankenSuchen(plain.both);
-  d.Neustart();
-  return d;
-}
 
 /// A run-up between 0 and 1 with noise; a square signal for every other seed, with exact zeros and ones.
 std::vector<float> Tacho(unsigned seed, std::size_t n, std::size_t stride) {
@@ -64,12 +49,14 @@ class Signals : public testing::TestWithParam<unsigned> {};
 INSTANTIATE_TEST_SUITE_P(Seeds, Signals, testing::Values(1u, 2u, 3u, 4u, 5u, 6u));
 
 TEST_P(Signals, FastSearchIsThePlainOneWhateverTheBlocks) {
-  for (const Config& config : kConfigs) {
+  for (const auto& config : kConfigs) {
     for (const unsigned stride : {1u, 4u}) {
       SCOPED_TRACE(testing::Message() << config.name << ", seed " << GetParam() << ", stride " << stride);
-      PlainDetector plain;
-      config.set(plain);
-      CDzPulsDetektor fast = Fast(plain), whole = Fast(plain);
+      D fast;
+      config.set(fast);
+      D whole = fast;
+      fast.Neustart();
+      PlainDetector plain(fast);
       CDzPulsListe list;
       const std::vector<float> x = Tacho(GetParam(), kSamples, stride);
       std::mt19937 split(GetParam());

@@ -113,6 +113,18 @@ TEST(PulseDetector, EmptyBlocksCopiesAndRestart) {
   EXPECT_TRUE(copy != detector);
 }
 
+TEST(PulseDetector, PublishesAQuarterOfTheStatistics) {
+  CDzPulsDetektor d;
+  CDzPulsListe list;
+  const float x[] = {4.0f, 0.0f, -2.0f};  // the middle one equals the mean so far
+  d.PulseSuchen(x, 3, list, 1);
+  EXPECT_TRUE(d.MinSample() == -0.5f && d.MaxSample() == 1.0f);
+  EXPECT_FLOAT_EQ(d.AvgSample(), 0.25f * 2 / 3);
+  EXPECT_FLOAT_EQ(d.SampleStatistik().meanSquare, 0.25f * 20 / 3);
+  EXPECT_NEAR(d.AvgAbove(), 0.005 * (4 * 0.995 - 2), 1e-7);  // all that differ from the mean
+  EXPECT_EQ(d.AvgBelow(), 0.0f);
+}
+
 TEST(PulseDetector, AutomaticThresholds) {
   CDzPulsDetektor d;
   const auto thresholds = [&d] { return std::pair(d.UntereSchranke(), d.ObereSchranke()); };

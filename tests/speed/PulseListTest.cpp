@@ -44,7 +44,9 @@ TEST(PulseList, Completion) {
   EXPECT_EQ(list.NrRealPulses(), 0u);
 
   list.ReverseFactor(-3.0f);
+  list.ActivatePulsGapCorrection(true, 3.0f);
   list.Reset();
+  EXPECT_EQ(list.PulseGapCorrection(), 0.0f);
   EXPECT_EQ(list.NrRealPulses(), 0u);
   EXPECT_FALSE(list.LastPulsUsable());
   EXPECT_EQ(list.ReverseFactor(), 1.0f);

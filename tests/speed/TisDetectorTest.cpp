@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <random>
 #include <sstream>
 #include <string>
 #include <utility>
@@ -100,6 +101,7 @@ const Case kHalfWordCases[] = {
      "1:0 1:1024 1:0 1:1024 | 1:0 . 1:0", "2+1.5 2+1.5 | 2+2 1o2"},
     {"minimum of this block's samples", 4, 50000, 1, Minimum2,
      "1:0 1:0 1:0 | . 1:0 1:0", "2+1 1o1 | 2+1.5 1o1.5"},
+    {"a pulse over the border", 4, 50000, 1, Minimum2, "1:0 1:0 | . . 1:0", "2o3.40282e+38 | 2+2 1o2"},
     {"a time past the end", 4, 200000, 1, Nothing, "1:0 1:2047 1:0 1:0", "5+4.99805"},
 };
 
@@ -110,7 +112,7 @@ const Case kQuadratureCases[] = {
     {"there and back is no edge; the divider multiplies", 0, 50000, 0, Divider3,
      "0:0 1:0 2:1024 3:0 2:0 1:0", "3+18 2+-30 1o-30"},
     {"the counter wraps around", 0, 50000, 0, Nothing, "65534:0 65535:0 1:0 65533:0", "2+2 1+-1 1o-1"},
-    {"less than a sample apart", 0, 50000, 0, Nothing, "0:0 1:0 2:1024 3:512 4:512", "3+6 2+3.5"},
+    {"less than a sample apart", 0, 50000, 0, Nothing, "0:0 1:0 2:1024 3:512 | 4:512 4:0", "3+6 1o6 | 1+3.5 1o3.5"},
     {"minimum of this block's samples", 0, 50000, 0, Minimum2,
      "0:0 1:0 2:0 3:0 4:0 5:0 | 6:0 7:0", "2+4 3+4 1o4 | 2o4"},
 };
@@ -127,6 +129,52 @@ TEST(TisDetector, FindsTheAnnotatedEdges) {
       c.mode = mode;
       c.pulsesPerRev = fourfold ? 1 : 4;
       EXPECT_EQ(Decode(c, false, fourfold ? 1 : 2), c.expected) << c.name << ", mode " << mode;
+    }
+  }
+}
+
+TEST(TisDetector, LongStreamsJoinWithoutASeam) {
+  constexpr std::size_t kWords = 20000, kPeriod = 37;
+  const struct {
+    int mode;
+    unsigned rate, pulsesPerRev, divider;
+    const char* edge;  // half a sample late; the counter comes from the place
+  } streams[] = {{1, 50000, 4, 1, "A0:128"}, {1, 200000, 4, 3, "A0:32"},  {4, 96000, 4, 1, "1:512"},
+                 {2, 50000, 1, 1, "0:1024"}, {3, 100000, 4, 1, "0:1024"}, {5, 44100, 1, 1, "0:1024"},
+                 {6, 200000, 4, 1, "0:256"}};
+  for (const auto& s : streams) {
+    std::vector<ULONG> words;
+    for (std::size_t i = 0; i < kWords; ++i) {
+      const ULONG counter =
+          s.mode == 1 || s.mode == 4 ? 0 : static_cast<ULONG>(65300 + (i + kPeriod - 5) / kPeriod) << 16;
+      words.push_back(counter + (i % kPeriod == 5 ? Word(s.mode, s.edge) : 0));
+    }
+    for (unsigned seed = 0; seed < 6; ++seed) {
+      SCOPED_TRACE(testing::Message() << "mode " << s.mode << ", rate " << s.rate << ", seed " << seed);
+      // First in one block, with a minimum that merges two edges; then without, in random blocks.
+      const unsigned merged = seed == 0 && s.divider == 1 ? 2 : 1;
+      std::mt19937 split(seed);
+      D detector(ETisMode::tisNone);
+      detector.SetAllowZeroLenPulses(true);
+      detector.SetPulsteiler(s.divider);
+      detector.Restart(s.rate, s.pulsesPerRev, false, static_cast<ETisMode>(s.mode));
+      detector.SetMinPulsSamples(seed == 0 ? 40 : 0);
+      CDzPulsListe list;
+      std::uint64_t samples = 0, pulses = 0;
+      for (std::size_t done = 0, n = 0; done < kWords; done += n) {
+        n = seed == 0 ? kWords : std::min(kWords - done, split() % (split() % 2 == 0 ? 9 : 3000) + 1);
+        detector.PulseSuchen(words.data() + done, n, 1, list);
+        for (const PulsEntry& entry : list) {
+          samples += entry.NrSamples();
+          if (entry.IsOpen()) continue;
+          if (++pulses > 1) {  // the first one starts with the stream or its first edge
+            ASSERT_FLOAT_EQ(entry.Value(), 4.0f * kPeriod) << done;
+            ASSERT_EQ(samples, kPeriod * s.divider * merged) << done;
+          }
+          samples = 0;
+        }
+      }
+      EXPECT_EQ(pulses, (kWords / kPeriod + (s.mode == 1 ? 1 : 0)) / s.divider / merged);
     }
   }
 }
