@@ -1,10 +1,13 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cmath>
 #include <numbers>
 #include <random>
 #include <utility>
+#include <vector>
 
-#include "speed/PlainDetector.h"
+#include "umlauf/speed/DzPulsDetektor.h"
 #include "umlauf/speed/DzPulsListe.h"
 
 namespace {
@@ -12,6 +15,108 @@ namespace {
 constexpr std::size_t kSamples = 30000;
 
 using D = CDzPulsDetektor;
+
+/// The pulse search in its plainest form, one sample after the other, to compare the fast one with.
+struct PlainDetector {
+  struct Pulse {
+    std::uint64_t samples;
+    float value;
+    bool rising;
+    bool operator==(const Pulse&) const = default;
+  };
+
+  D settings;
+
+  bool first = true, high = false;
+  float carry = 0, previous = 0, lastValue = 0;
+  std::int64_t countdown = 0, edges = 0, runInLeft = 0, rejections = 0, deadLeft = 0;
+  double statistics[6] = {};  // minimum, maximum, mean, mean of squares, average above, average below
+
+  /// Closed pulses of one block; `rest` tells the samples behind the last.
+  std::vector<Pulse> Search(const float* x, std::size_t n, std::size_t stride, std::uint64_t& rest) {
+    std::vector<Pulse> pulses;
+    if (first) {
+      first = false;
+      countdown = settings.PulsTeiler();
+      runInLeft = settings.PulsFilterRunin();
+      deadLeft = settings.PulsFilterTotzeit();
+      previous = x[0];
+      high = x[0] > settings.ObereSchranke();
+    }
+    const auto mean = static_cast<float>(statistics[2]);
+    double low = x[0], top = x[0], sum = 0, squares = 0;
+    std::uint64_t since = 0;
+    const bool both = settings.BeideFlankenSuchen();
+    for (std::size_t i = 0; i < n; ++i) {
+      float v = x[i * stride];
+      ++since;
+      --deadLeft;
+      if (settings.TtlKorrektur()) v = previous * 0.15f + v * 0.85f;
+      low = std::min<double>(low, v);
+      top = std::max<double>(top, v);
+      sum += v;
+      squares += static_cast<double>(v) * v;
+      double& average = statistics[v != mean ? 4 : 5];
+      average = average * 0.995 + static_cast<double>(v) * 0.005;
+      bool edge = false;
+      if (!high) {
+        edge = high = v > settings.ObereSchranke();
+        edge = edge && (both || !settings.FallendeFlankenSuchen());
+      } else if (settings.UntereSchranke() > v) {
+        high = false;
+        edge = both || settings.FallendeFlankenSuchen();
+      }
+      if (edge && deadLeft <= 0) {
+        if (--countdown == 0) {
+          Enter(pulses, since, v, high);
+          countdown = settings.PulsTeiler();
+        }
+        deadLeft = settings.PulsFilterTotzeit();
+      }
+      previous = v;
+    }
+    rest = since;
+    carry += static_cast<float>(since);
+    const double block[] = {low, top, sum / static_cast<double>(n), squares / static_cast<double>(n)};
+    for (int i = 0; i < 4; ++i) statistics[i] = 0.25 * block[i] + 0.75 * statistics[i];
+    return pulses;
+  }
+
+ private:
+  void Enter(std::vector<Pulse>& pulses, std::uint64_t& since, float current, bool rising) {
+    ++edges;
+    if (static_cast<float>(since) + carry < static_cast<float>(settings.PulsMinLen())) return;
+    float f = 0;
+    if (rising && current - previous > 0.0001f)
+      f = (settings.ObereSchranke() - previous) / (current - previous);
+    if (!rising && previous - current > 0.0001f)
+      f = (settings.UntereSchranke() - previous) / (current - previous);
+    const float reciprocal =
+        settings.PulsTeiler() < 2 ? 1.0f : 1.0f / static_cast<float>(settings.PulsTeiler());
+    const float length = static_cast<float>(since - 1) + carry + f;
+    const float value = length * reciprocal / static_cast<float>(edges) * settings.QuellenPulseProUmdrReal();
+    if (!settings.StoerpulsFilter() || Plausible(value)) {
+      rejections = 0;
+      if (runInLeft != 0) --runInLeft;
+      lastValue = value;
+    }
+    pulses.push_back({since, lastValue, rising});
+    carry = 1.0f - f;
+    since = 0;
+    edges = 0;
+  }
+
+  bool Plausible(float value) {
+    if (rejections != 0 && --rejections == 0) {
+      runInLeft = std::int64_t{settings.PulsFilterRunin()} + 1;
+      return true;
+    }
+    const double last = lastValue, wide = value;
+    if (std::fabs(last - wide) / wide < double{settings.StoerpulsSchwelle()} || runInLeft != 0) return true;
+    if (rejections == 0) rejections = settings.PulsFilterRunin();
+    return false;
+  }
+};
 
 const struct {
   const char* name;
@@ -56,7 +161,7 @@ TEST_P(Signals, FastSearchIsThePlainOneWhateverTheBlocks) {
       config.set(fast);
       D whole = fast;
       fast.Neustart();
-      PlainDetector plain(fast);
+      PlainDetector plain{fast};
       CDzPulsListe list;
       const std::vector<float> x = Tacho(GetParam(), kSamples, stride);
       std::mt19937 split(GetParam());
