@@ -85,8 +85,8 @@ void RunEncoder(const EncoderOptions& options) {
   WordSource source(options.recording);
   const double rate = source.sampleRate();
   if (rate != std::floor(rate) || rate > 1e9) {
-    FailUsage("{} {}: the rate of an encoder stream is a whole number; give it", options.recording.rateOption,
-              rate);
+    FailUsage("{} {}: the rate of an encoder stream is a whole number, 1e9 at most; give it",
+              options.recording.rateOption, rate);
   }
   const EncoderFormat format(options.mode);
   CDzPulsTisDetector detector(format.mode);
