@@ -1,6 +1,7 @@
 #include "tools/AutomaticThresholds.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <vector>
 
@@ -12,8 +13,9 @@ namespace {
 constexpr int steps = 12;        ///< of 1/sqrt(2) each, down to a 45th of the distance
 constexpr int halved = 2;        ///< steps to half the distance
 constexpr double same = 0.002;   ///< numbers of pulses that differ by no more count as equal
-constexpr float even = 1.5f;     ///< ratio of successive pulses of one speed
+constexpr float even = 1.5f;     ///< ratio of pulses that count as equally long
 constexpr double regular = 0.7;  ///< share of such pulses; a wheel's gap takes two of them in a revolution
+constexpr std::size_t longestPattern = 6;  ///< pulses; marks on a shaft need not be at even distances
 
 /// Counts the pulses between one pair of thresholds.
 class Candidate {
@@ -30,25 +32,33 @@ class Candidate {
     detector_.PulseSuchen(block.samples, block.count, list, block.stride);
     for (std::size_t i = 0; i < list.NrRealPulses(); ++i) {
       const float length = list[i].Value();
-      // The first pulse begins with the recording and not with an edge.
-      if (pulses_ >= 2 && length <= even * before_ && before_ <= even * length) ++even_;
-      before_ = length;
+      for (std::size_t pattern = 1; pattern <= longestPattern; ++pattern) {
+        const float before = before_[(pulses_ + longestPattern - pattern) % longestPattern];
+        // The first pulse begins with the recording and not with an edge.
+        if (pulses_ > pattern && length <= even * before && before <= even * length) ++even_[pattern - 1];
+      }
+      before_[pulses_ % longestPattern] = length;
       ++pulses_;
     }
   }
 
   double pulses() const { return static_cast<double>(pulses_); }
-  bool Regular() const { return pulses_ > 4 && static_cast<double>(even_) >= regular * (pulses() - 2); }
-  /// Grows with every pulse that follows the one before regularly, and falls fast with those that do not.
-  double surplus() const { return 5 * static_cast<double>(even_) - 4 * pulses(); }
+  bool Regular() const { return pulses_ > 4 && MostEven() >= regular * (pulses() - 2); }
+  /// Grows with every regular pulse, and falls fast with those that are not.
+  double surplus() const { return 5 * MostEven() - 4 * pulses(); }
   AutomaticThresholds Thresholds(bool certain) const {
     return {detector_.ObereSchranke(), detector_.UntereSchranke(), certain};
   }
 
  private:
+  /// Pulses that are as long as the one before them, or as the one before that, and so on, whichever fits
+  /// best.
+  double MostEven() const { return static_cast<double>(*std::max_element(even_.begin(), even_.end())); }
+
   CDzPulsDetektor detector_;
-  std::uint64_t pulses_ = 0, even_ = 0;
-  float before_ = 0;
+  std::uint64_t pulses_ = 0;
+  std::array<float, longestPattern> before_{};
+  std::array<std::uint64_t, longestPattern> even_{};
 };
 
 /// Thresholds around one level, each pair closer together than the one before.

@@ -40,6 +40,8 @@ TEST_F(SpeedTool, FindsTheSimulatedSpeed) {
       {"--profile 0:10,2:3000 --amplitude-growth 0", "--pulses-per-rev 60 --gap auto", 50 * 58 + 10, 1.5,
        1505},
       {"--profile 0:3000,1:600 --teeth 36 --missing 1", "--pulses-per-rev 36 --gap auto", 30 * 35, 1.5, 1800},
+      {"--profile 0:600,4:1500 --teeth 4 --missing 1 --noise 0.03 --amplitude-growth 1",
+       "--pulses-per-rev 4 --gap auto", 70 * 3, 4, 1050},
       {"--profile 0:1200,1:1200 --teeth 1 --missing 0 --jitter 0", "", 20, 0.5, 1200},
   };
   for (const auto& c : cases) {
