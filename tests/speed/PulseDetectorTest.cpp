@@ -28,7 +28,7 @@ TEST(PulseDetector, FindsTheAnnotatedEdges) {
   const std::vector<float> square = {0, 0, 1, 1, 0, 0, 1, 1, 0};
   void (*const rising)(D&) = [](D&) {};
   void (*const both)(D&) = [](D& d) { d.BeideFlankenSuchen(true); };
-  void (*const divide)(D&) = [](D& d) { d.PulsTeilerSetzen(2), d.QuellenPulseProUmdr(6u); };
+  void (*const divide)(D&) = [](D& d) { d.PulsTeilerSetzen(2), d.QuellenPulseProUmdr(6); };
   void (*const dead)(D&) = [](D& d) { d.StoerpulsFilterAktivieren(false, 0.2f, 5, 5); };
   void (*const ttl)(D&) = [](D& d) { d.TtlKorrekturAktivieren(true); };
   const struct {
