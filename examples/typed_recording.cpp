@@ -85,6 +85,9 @@ int main() {
   pulses.SetSignalId(kTachoId);
   detector.PulseSuchen(recording.data() + tacho, description.X(0).Len(), pulses,
                        static_cast<unsigned>(description.stride(0)));
+  if (pulses.empty()) return 1;
+  // The first pulse begins with the recording and not with an edge: its length tells nothing of the speed.
+  pulses.CopyPulsList(pulses, pulses[0].NrSamples(), description.X(0).Len());
   pulses.CalcAverPulsF(kRate);
 
   // The acceleration becomes a signal of its own.
@@ -120,8 +123,7 @@ int main() {
                 static_cast<double>(result->SetPoint()[0]), static_cast<double>(result->Value()),
                 result->Unit().prefixunit(false).ToUtf8().c_str());
   }
-  // The first pulse of a recording has no edge at its beginning: it is too short.
-  const bool right = std::fabs(speedRead.Value() - 1500.0f) < 1.5f &&
+  const bool right = std::fabs(speedRead.Value() - 1500.0f) < 0.01f &&
                      std::fabs(levelRead.Value() - 3.0f / std::sqrt(2.0f)) < 1e-3f &&
                      recordingRead.Description() == description && speedRead.id() == speed.id() &&
                      pulsesRead.NrRealPulses() == pulses.NrRealPulses();

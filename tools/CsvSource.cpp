@@ -96,9 +96,9 @@ class CsvSource final : public BlockSource {
           "give --rate HZ if they are to be ignored",
           path_, shortest, longest);
     }
-    // 9999.9999 from rounded times means 10000.
-    const double whole = std::round(1 / step);
-    sampleRate_ = std::abs(1 / step - whole) < 1e-6 * whole ? whole : 1 / step;
+    // 9999.9 from rounded times means 10000, as far as their digits leave it open.
+    const double whole = std::round(1 / step), open = std::max(1e-6, lastDigit / (last - first));
+    sampleRate_ = std::abs(1 / step - whole) < open * whole ? whole : 1 / step;
   }
 
   std::string path_;

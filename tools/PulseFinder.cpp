@@ -4,29 +4,34 @@
 #include <cmath>
 
 #include "tools/Progress.h"
-#include "umlauf/platform/vekta/QVL.h"
 
 namespace umlauf::tool {
 
 RecordingStatistics MeasureRecording(BlockSource& source, std::size_t blockSize) {
   RecordingStatistics all;
+  // Sums of differences from the first sample: a small swing around a large offset keeps its digits.
+  float reference = 0;
   double sum = 0, sumSquares = 0;
   Progress progress("range", source.frames());
   source.Rewind();
   for (SampleBlock block = source.Read(blockSize); block.count > 0; block = source.Read(blockSize)) {
-    float min = 0, max = 0;
-    QVL::VectorMinMax(block.samples, block.count, block.stride, min, max);
-    all.min = all.samples == 0 ? min : std::min(all.min, min);
-    all.max = all.samples == 0 ? max : std::max(all.max, max);
-    sum += QVL::VectorSum(block.samples, block.count, block.stride);
-    sumSquares += QVL::VectorSumSquares(block.samples, block.count, block.stride);
-    all.samples += block.count;
+    for (std::size_t i = 0; i < block.count; ++i) {
+      const float x = block.samples[i * block.stride];
+      if (!std::isfinite(x)) continue;
+      if (all.samples++ == 0) all.min = all.max = reference = x;
+      all.min = std::min(all.min, x);
+      all.max = std::max(all.max, x);
+      const double difference = static_cast<double>(x) - static_cast<double>(reference);
+      sum += difference;
+      sumSquares += difference * difference;
+    }
     progress.Advance(block.count);
   }
   source.Rewind();
   if (all.samples > 0) {
-    all.mean = static_cast<float>(sum / static_cast<double>(all.samples));
-    all.meanSquare = static_cast<float>(sumSquares / static_cast<double>(all.samples));
+    const double n = static_cast<double>(all.samples), offset = sum / n;
+    all.mean = static_cast<double>(reference) + offset;
+    all.deviation = std::sqrt(std::max(sumSquares / n - offset * offset, 0.0));
   }
   return all;
 }

@@ -9,9 +9,10 @@
 
 namespace umlauf::tool {
 
-/// Range and moments of a whole recording.
+/// Range, mean and standard deviation of a whole recording: of the samples that are finite numbers.
 struct RecordingStatistics {
-  float min = 0, max = 0, mean = 0, meanSquare = 0;
+  float min = 0, max = 0;
+  double mean = 0, deviation = 0;
   std::uint64_t samples = 0;
 };
 /// One pass from the first sample; rewinds the source before and after it.

@@ -71,8 +71,8 @@ void SoundFileWriter::Write(const float* samples, std::uint64_t frames) {
     QVL::VectorMinMax(samples, frames * state_->channels, 1, min, max);
     if (std::max(-min, max) > 1) {
       Fail(
-          "{} holds numbers from -1 to 1, and {:g} is to be written; name it .wav, or make it smaller by "
-          "--gain",
+          "{} holds numbers from -1 to 1, and {:g} is to be written; name it .wav, or make it smaller "
+          "(downsample --gain, simulate --amplitude)",
           state_->name, std::max(-min, max) == max ? max : min);
     }
   }

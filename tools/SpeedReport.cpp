@@ -85,8 +85,8 @@ std::string SpeedReport::Table() const {
   std::string pulses = fmt::format("{}", counts->pulses());
   if (gap != nullptr && gap->gaps() == 0) pulses += ", no gap found";
   if (gap != nullptr && gap->gaps() > 0) {
-    pulses +=
-        fmt::format(", {} gaps of {:.3g} teeth corrected", counts->correctedGaps(), gap->relativeLength());
+    pulses += fmt::format(", {} {} of {:.3g} teeth corrected", counts->correctedGaps(),
+                          counts->correctedGaps() == 1 ? "gap" : "gaps", gap->relativeLength());
   }
   if (counts->held() > 0) pulses += fmt::format(", {} held by the spike filter", counts->held());
   row("pulses", pulses);

@@ -44,6 +44,10 @@ void Decode(const Settings& settings, const ULONG* words, std::uint64_t count, u
     const ULONG* block = words + begin * stride;
     detector.PulseSuchen(block, n, stride, pulses);
     Require(pulses.size() <= 2 * n + 1);
+    std::uint64_t samples = 0;
+    for (const PulsEntry& pulse : pulses) samples += pulse.NrSamples();
+    // A time field may point up to four samples behind its sample.
+    Require(pulses.empty() || (samples >= n && samples <= n + 4));
     positions.process(block, n, stride, (settings.flags & 4) != 0, hops, rate,
                       (settings.flags & 8) != 0 ? &pulses : nullptr, 4.0f, 0.0f);
   }

@@ -28,7 +28,7 @@ TEST(PulseDetector, FindsTheAnnotatedEdges) {
   const std::vector<float> square = {0, 0, 1, 1, 0, 0, 1, 1, 0};
   void (*const rising)(D&) = [](D&) {};
   void (*const both)(D&) = [](D& d) { d.BeideFlankenSuchen(true); };
-  void (*const divide)(D&) = [](D& d) { d.PulsTeilerSetzen(2), d.QuellenPulseProUmdr(6u); };
+  void (*const divide)(D&) = [](D& d) { d.PulsTeilerSetzen(2), d.QuellenPulseProUmdr(6); };
   void (*const dead)(D&) = [](D& d) { d.StoerpulsFilterAktivieren(false, 0.2f, 5, 5); };
   void (*const ttl)(D&) = [](D& d) { d.TtlKorrekturAktivieren(true); };
   const struct {
@@ -43,6 +43,7 @@ TEST(PulseDetector, FindsTheAnnotatedEdges) {
       {"divider", divide, square, "7+20.25 2o20.25"},
       {"divider 0", [](D& d) { d.PulsTeilerSetzen(0); }, square, "3+2.75 4+4 2o4"},
       {"short pulse joins the next", [](D& d) { d.PulsMinLenSetzen(4); }, square, "7+3.375 2o3.375"},
+      {"just long enough", [](D& d) { d.PulsMinLenSetzen(3); }, square, "3+2.75 4+4 2o4"},
       {"dead time", dead, square, "7+6.75 2o6.75"},
       {"starts high", rising, {1, 1, 0, 1}, "4+3.75"},
       {"hysteresis", rising, {0, 0.8f, 0.5f, 0.8f, 0.2f, 0.8f}, "2+1.9375 4+3.97917"},
@@ -73,10 +74,11 @@ TEST(PulseDetector, SpikeFilterRejectsAndBelievesAgain) {
   detector.StoerpulsFilterAktivieren(true, 0.2f, 2, 0);
   detector.Neustart();
   CDzPulsListe list;
-  // Run-in of two; one spike; then a jump that is believed at the second rejection after the first.
-  const auto x = Train({10, 10, 10, 20, 10, 20, 20, 20, 10, 10, 40});
+  // Run-in of two; one spike; then a jump that is believed at the second rejection after the first, and a
+  // run-in again.
+  const auto x = Train({10, 10, 10, 20, 10, 20, 20, 20, 10, 20, 40});
   detector.PulseSuchen(x.data(), x.size(), list, 1);
-  EXPECT_EQ(Text(list), "10+9.75 10+10 10+10 20+10 10+10 20+10 20+10 20+20 10+10 10+10 40+10");
+  EXPECT_EQ(Text(list), "10+9.75 10+10 10+10 20+10 10+10 20+10 20+10 20+20 10+10 20+20 40+20");
 }
 
 TEST(PulseDetector, EmptyBlocksCopiesAndRestart) {
@@ -87,19 +89,15 @@ TEST(PulseDetector, EmptyBlocksCopiesAndRestart) {
   CDzPulsListe list;
   const auto x = Train({4, 4, 4, 4});
   detector.PulseSuchen(x.data(), x.size(), list, 1);
+  EXPECT_EQ(Text(list), "8+9.6875 8+10");
   EXPECT_EQ(list.PulseProUmdrehung(), 1.25f);
-  const float mean = detector.AvgSample();
-  for (const float* samples : {x.data(), static_cast<const float*>(nullptr)}) {
-    detector.PulseSuchen(samples, x.size(), list, 0);
-    EXPECT_TRUE(list.empty());
-  }
-  EXPECT_EQ(detector.AvgSample(), mean);
+  detector.PulseSuchen(nullptr, x.size(), list, 1);
+  detector.PulseSuchen(x.data(), x.size(), list, 0);
+  EXPECT_TRUE(list.empty());
+  CDzPulsDetektor copy = detector;  // starts afresh, with the same settings
+  EXPECT_TRUE(copy == detector && copy.MaxSample() == 0.0f && detector.MaxSample() == 0.25f);
   detector.PulseSuchen(x.data(), x.size(), list, 1);
   EXPECT_EQ(Text(list), "8+10 8+10");
-
-  CDzPulsDetektor copy = detector;  // starts afresh, with the same settings
-  EXPECT_TRUE(copy == detector);
-  EXPECT_EQ(copy.MaxSample(), 0.0f);
   detector.Neustart();
   for (CDzPulsDetektor* fresh : {&copy, &detector}) {
     fresh->PulseSuchen(x.data(), x.size(), list, 1);
@@ -109,6 +107,18 @@ TEST(PulseDetector, EmptyBlocksCopiesAndRestart) {
   EXPECT_EQ(detector.MaxSample(), 0.0f);
   detector.PulsLueckenKorrigieren(true, 3.0f);
   EXPECT_TRUE(copy != detector);
+}
+
+TEST(PulseDetector, PublishesAQuarterOfTheStatistics) {
+  CDzPulsDetektor d;
+  CDzPulsListe list;
+  const float x[] = {4.0f, 0.0f, -2.0f};  // the middle one equals the mean so far
+  d.PulseSuchen(x, 3, list, 1);
+  EXPECT_TRUE(d.MinSample() == -0.5f && d.MaxSample() == 1.0f);
+  EXPECT_FLOAT_EQ(d.AvgSample(), 0.25f * 2 / 3);
+  EXPECT_FLOAT_EQ(d.SampleStatistik().meanSquare, 0.25f * 20 / 3);
+  EXPECT_NEAR(d.AvgAbove(), 0.005 * (4 * 0.995 - 2), 1e-7);  // all that differ from the mean
+  EXPECT_EQ(d.AvgBelow(), 0.0f);
 }
 
 TEST(PulseDetector, AutomaticThresholds) {
@@ -134,7 +144,7 @@ TEST(PulseDetector, ReadsAndWritesItsSettings) {
   } cases[] = {
       {L"", false, L"[0.250000|0.750000|1|20|0|0|0|0.200000|5|0|0]"},
       {L"[0.2|0.8|2]", false, L"[0.200000|0.800000|2|20|0|0|0|0.200000|5|0|0]"},
-      {L"[|-1||1|]", false, L"[-1.000000|1.000000|1|20|0|0|0|0.200000|5|0|0]"},  // empty fields are skipped
+      {L"[|-1||1[7|]", false, L"[-1.000000|1.000000|1|20|0|0|0|0.200000|5|0|0]"},  // empty fields are skipped
       {L"[0|1|3|4|1|0|1|0.5|6|7|1]", true, L"[0.000000|1.000000|3|4|1|0|1|0.500000|6|7|1]"},
       {L"0|1|3|4|1|0|1|0.5|6|7|1|more", true, L"[0.000000|1.000000|3|4|1|0|1|0.500000|6|7|1]"},
       {L"[ \t.5x|+75e-2|0|-3|1x| 1|10|5,7|4294967296|12.9|yes]", true,

@@ -6,27 +6,17 @@
 #include <tuple>
 #include <vector>
 
+#include "signal/SignalTestSupport.h"
 #include "speed/PulseText.h"
 #include "umlauf/platform/tramsea/PrWin.h"
-#include "umlauf/signal/SigCurve.h"
 #include "umlauf/speed/DzPulsListArray.h"
 #include "umlauf/speed/FueGroeAnzeigeInfo.h"
-#include "umlauf/speed/FueGroeHopListe.h"
 
 namespace {
 
 using testing::ElementsAre;
 
 constexpr float kGreatest = std::numeric_limits<float>::max();
-
-std::string Hex(const std::vector<unsigned char>& bytes) {
-  std::string text;
-  for (std::size_t i = 0; i < bytes.size(); ++i) {
-    text += {"0123456789abcdef"[bytes[i] / 16], "0123456789abcdef"[bytes[i] % 16]};
-    if (i % 4 == 3) text += ' ';
-  }
-  return text;
-}
 
 /// Catches the log.
 class Log {
@@ -46,7 +36,6 @@ TEST(PulseList, Completion) {
   CDzPulsListe list = Pulses({{10, 12.5f}, {20, 25.0f}}, 7);
   EXPECT_EQ(Text(list), "10+12.5 20+25 7o25");
   EXPECT_EQ(list.NrRealPulses(), 2u);
-  EXPECT_FALSE(list.LastPulsUsable());
   for (int block = 1; block <= 257; ++block) {  // without a pulse
     list.SetEmpty();
     list.CompletePulsList(5);
@@ -55,7 +44,9 @@ TEST(PulseList, Completion) {
   EXPECT_EQ(list.NrRealPulses(), 0u);
 
   list.ReverseFactor(-3.0f);
+  list.ActivatePulsGapCorrection(true, 3.0f);
   list.Reset();
+  EXPECT_EQ(list.PulseGapCorrection(), 0.0f);
   EXPECT_EQ(list.NrRealPulses(), 0u);
   EXPECT_FALSE(list.LastPulsUsable());
   EXPECT_EQ(list.ReverseFactor(), 1.0f);
@@ -99,7 +90,6 @@ TEST(PulseList, GapCorrection) {
     float factor;
   } cases[] = {
       {"off", false, 3, {10, 10, 30, 10}, "9+10 9+10 9+30 9+10 5o10", 0},
-      {"no factor to apply", true, 1, {10, 10, 30, 10}, "9+10 9+10 9+30 9+10 5o10", 1},
       {"too few pulses", true, 4, {10, 30, 10}, "9+10 9+30 9+10 5o10", 0.25f},
       {"given", true, 4, {10, 40, 11, 12, 13}, "9+10 9g10 9+11 9+12 9g3.25 5o3.25", 0.25f},
       {"found", true, 0, {10, 10, 10, 39, 10}, "9+10 9+10 9+10 9g9.75 9+10 5o10", 0.25f},
@@ -132,36 +122,29 @@ TEST(PulseList, FlatRecord) {
   list.ReverseFactor(-1.0f);
   list[0].SetHiFlank(false);
   list[0].SetGapCorrected(true);
-  std::vector<unsigned char> bytes(list.length(), 0xEE);
+  std::vector<std::byte> bytes(list.length(), std::byte{0xEE});
   ASSERT_EQ(list.write(bytes.data()), static_cast<std::int64_t>(bytes.size()));
-  const std::string golden =
-      "feffffff 00007a44 0000a042 00004841 02000000 00000000 "                    // header
-      "0a000000 00000000 00004841 00000000 00000000 00000000 00000100 00000000 "  // closed entry
-      "07000000 00000000 00004841 00000000 0a000000 00000000 01010000 00000000 "  // open entry
-      "01000000 ffffffff 00000000 000080bf ";                                     // trailer
-  EXPECT_EQ(Hex(bytes), golden);
-
+  EXPECT_EQ(Hex(bytes),
+            "feffffff00007a440000a042000048410200000000000000"                  // header
+            "0a00000000000000000048410000000000000000000000000000010000000000"  // closed entry
+            "070000000000000000004841000000000a000000000000000101000000000000"  // open entry
+            "01000000ffffffff00000000000080bf");                                // trailer
   CDzPulsListe copy;
   ASSERT_EQ(copy.read(bytes.data()), static_cast<std::int64_t>(bytes.size()));
   EXPECT_EQ(copy.AssociatedListId(), 1);  // -1 comes back so
   copy.SetAssociatedList(-1);
-  std::vector<unsigned char> again(copy.length());
+  std::vector<std::byte> again(copy.length());
   copy.write(again.data());
   EXPECT_EQ(again, bytes);
 
   for (std::size_t n = 0; n < bytes.size(); ++n) {
-    const std::vector<unsigned char> cut(bytes.begin(), bytes.begin() + static_cast<std::ptrdiff_t>(n));
+    const std::vector<std::byte> cut(bytes.begin(), bytes.begin() + static_cast<std::ptrdiff_t>(n));
     CDzPulsListe unchanged = Pulses({{3, 4.0f}}, 0);
     ASSERT_TRUE(unchanged.read(cut.data(), n) < 0 && Text(unchanged) == "3+4") << n;
   }
-  bytes[23] = 0x10;  // more entries than any memory holds
-  EXPECT_TRUE(copy.read(bytes.data()) < 0 && copy.read(bytes.data(), bytes.size()) < 0);
-  EXPECT_FALSE(copy.resize(std::numeric_limits<std::uint64_t>::max()));
-  EXPECT_EQ(copy.size(), 2u);
+  bytes[23] = std::byte{0x10};  // more entries than any memory holds
+  EXPECT_TRUE(copy.read(bytes.data()) < 0 && copy.size() == 2);
   EXPECT_EQ(CFueGroeListe<PulsEntry>(copy).length(), 24u + 2 * 32);
-  copy.Reset();  // the last pulse counts as open, written as 1
-  copy.write(again.data());
-  EXPECT_EQ(again[24], 1);
 }
 
 TEST(PulseList, LooksUpSamples) {
@@ -245,13 +228,11 @@ TEST(PulseList, Exports) {
 
   CSigCurve curve;
   ASSERT_TRUE(list.GenerateVisCurve(curve, 7));
-  EXPECT_THAT(std::vector<float>(curve.FData(), curve.FData() + 7),
-              ElementsAre(600, 600, 1200, 1200, 1200, 1200, 1200));
+  EXPECT_THAT(Values(curve), ElementsAre(600, 600, 1200, 1200, 1200, 1200, 1200));
   EXPECT_FLOAT_EQ(curve.XMax(), 0.007f);
   EXPECT_TRUE(curve.XUnit().baseunit() == L"s" && curve.YUnit().baseunit() == L"rpm");
   ASSERT_TRUE(list.GenerateVisCurve(curve, 2));  // 3.5 samples each
-  EXPECT_FLOAT_EQ(curve.FData()[0], (2 * 600.0f + 1.5f * 1200.0f) / 3.5f);
-  EXPECT_FLOAT_EQ(curve.FData()[1], 1200.0f);
+  EXPECT_THAT(Values(curve), ElementsAre(testing::FloatEq((2 * 600 + 1.5f * 1200) / 3.5f), 1200));
   EXPECT_FALSE(list.GenerateVisCurve(curve, 0) || list.GenerateVisCurve(curve, UINT64_MAX));
   EXPECT_FALSE(CDzPulsListe().GenerateVisCurve(curve, 10));
   EXPECT_EQ(curve.DLen(), 2u);
@@ -259,7 +240,7 @@ TEST(PulseList, Exports) {
   CFueGroeHopListe hops;
   hops.AddEntry(99, 1.0f);
   list.CopyFueGroeHopList(hops);
-  EXPECT_TRUE(hops.size() == 3 && hops.WertBei(1) == 600.0f && hops.WertBei(2) == 1200.0f);
+  EXPECT_EQ(Text(hops), "2:600 3:1200 2:1200");
   EXPECT_EQ(hops.SignalId(), 4);
   EXPECT_FLOAT_EQ(hops.Average(), (2 * 600.0f + 5 * 1200.0f) / 7);
 
@@ -293,25 +274,18 @@ TEST(HopList, AppendsAveragesAndEnds) {
   hops.AddEntry(10, 1.0f);
   hops.AddEntry(30, 5.0f);
   hops += hops;  // a list appended to itself ends
-  ASSERT_EQ(hops.size(), 4u);
-  EXPECT_EQ(hops[3].StartSample(), 50u);
+  EXPECT_EQ(Text(hops), "10:1 30:5 10:1 30:5");
   EXPECT_TRUE(hops.WertBei(39) == 5.0f && hops.WertBei(40) == 1.0f && hops.WertBei(500) == 5.0f);
   EXPECT_FALSE(hops.ListeAbschliessen(80));
   EXPECT_TRUE(hops.ListeAbschliessen(100));
   EXPECT_EQ(hops.Average(), 4.0f);
-  EXPECT_TRUE(hops[4].NrSamples() == 20 && hops[4].Value() == 5.0f);
+  EXPECT_EQ(Text(hops), "10:1 30:5 10:1 30:5 20:5");
 
   CFueGroeHop hop;
   hop.Set(1.0f, 10);
   hop += hops[1];
   EXPECT_TRUE(hop.Value() == 4.0f && hop.Produkt() == 160.0);
-  std::vector<std::byte> bytes(hops.length());
-  ASSERT_EQ(hops.write(bytes.data()), 24 + 5 * 24);
-  CFueGroeHopListe copy;
-  EXPECT_LT(copy.read(bytes.data(), bytes.size() - 1), 0);
-  ASSERT_EQ(copy.read(bytes.data(), bytes.size()), 24 + 5 * 24);
-  EXPECT_EQ(copy[3].StartSample(), 50u);
-  EXPECT_EQ(copy.LastValue(), 5.0f);
+  EXPECT_EQ(hops.length(), 24u + 5 * 24);
 }
 
 TEST(PulseListArray, HoldsOneListAChannel) {

@@ -8,19 +8,26 @@
 #include <vector>
 
 #include "umlauf/speed/DzPulsListe.h"
+#include "umlauf/speed/FueGroeHopListe.h"
 
-/// A list as text, "samples mark value" for each entry: + rising, - falling, g gap corrected, o open. "3+2.75
-/// 4o4". Entries must follow each other without holes.
-inline std::string Text(const CDzPulsListe& list) {
+/// + rising, - falling, g gap corrected, o open.
+inline char Mark(const PulsEntry& entry) {
+  return entry.IsOpen() ? 'o' : entry.IsGapCorrected() ? 'g' : entry.IsLoFlank() ? '-' : '+';
+}
+inline char Mark(const CFueGroeHop&) { return ':'; }
+
+/// A list as text, "samples mark value" for each entry: "3+2.75 4o4". Entries must follow each other without
+/// holes.
+template <class Entry>
+std::string Text(const CFueGroeListe<Entry>& list) {
   std::string text;
   std::uint64_t start = 0;
-  for (const PulsEntry& entry : list) {
+  for (const Entry& entry : list) {
     EXPECT_EQ(entry.StartSample(), start);
     start += entry.NrSamples();
-    const char mark = entry.IsOpen() ? 'o' : entry.IsGapCorrected() ? 'g' : entry.IsLoFlank() ? '-' : '+';
     char item[64];
-    std::snprintf(item, sizeof item, " %llu%c%.6g", static_cast<unsigned long long>(entry.NrSamples()), mark,
-                  static_cast<double>(entry.Value()));
+    std::snprintf(item, sizeof item, " %llu%c%.6g", static_cast<unsigned long long>(entry.NrSamples()),
+                  Mark(entry), static_cast<double>(entry.Value()));
     text += text.empty() ? item + 1 : item;
   }
   return text;

@@ -31,7 +31,8 @@ TEST(QuadratureDecoder, LongBlocksAndLongRuns) {
   Events expected;
   std::int32_t counter = 0;
   for (ULONG i = 0; i < count; ++i) {
-    if (i % 8193 == 8192 || i + 250 > count) expected.push_back({i * std::uint64_t{2048} + 5, ++counter});
+    if (i % 8193 == 8192 || (i + 250 > count && i % 64 != 1))
+      expected.push_back({i * std::uint64_t{2048} + 5, ++counter});
     words.push_back(Q(static_cast<ULONG>(counter), 5));
   }
   CQuadratureDecoder decoder;

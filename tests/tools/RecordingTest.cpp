@@ -57,6 +57,7 @@ TEST_F(RecordingTool, EveryFormatGivesTheSamePulses) {
       {"header.csv --column 'tacho signal'", 2.5},
       {"header.csv --column 3", 2.5},
       {"tab.txt --column b", 2.5},
+      {"blank.dat", 2.5},
       {"blank.dat --rate 8000", 0},
       {"one.f32 --raw f32 --rate 8000", 0},
       {"two.f32 --raw f32 --rate 8000 --channels 2 --channel 2", 0},

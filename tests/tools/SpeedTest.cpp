@@ -40,6 +40,8 @@ TEST_F(SpeedTool, FindsTheSimulatedSpeed) {
       {"--profile 0:10,2:3000 --amplitude-growth 0", "--pulses-per-rev 60 --gap auto", 50 * 58 + 10, 1.5,
        1505},
       {"--profile 0:3000,1:600 --teeth 36 --missing 1", "--pulses-per-rev 36 --gap auto", 30 * 35, 1.5, 1800},
+      {"--profile 0:600,4:1500 --teeth 4 --missing 1 --noise 0.03 --amplitude-growth 1",
+       "--pulses-per-rev 4 --gap auto", 70 * 3, 4, 1050},
       {"--profile 0:1200,1:1200 --teeth 1 --missing 0 --jitter 0", "", 20, 0.5, 1200},
   };
   for (const auto& c : cases) {
@@ -51,6 +53,43 @@ TEST_F(SpeedTool, FindsTheSimulatedSpeed) {
     EXPECT_LT(Number(json, "mean_deviation_percent"), c.percent / 2) << about;
     EXPECT_NEAR(Number(json, "mean"), c.mean, 0.006 * c.mean) << about;
   }
+}
+
+TEST_F(SpeedTool, AutomaticThresholdsFindEveryTooth) {
+  // 200 teeth of 20 samples, and what sensors make of them.
+  const struct {
+    const char* what;
+    float (*sample)(unsigned i, float sine);
+  } cases[] = {
+      {"offset", [](unsigned, float x) { return 10000 + x; }},
+      {"spike", [](unsigned i, float x) { return i == 1230 ? 100 : x; }},
+      {"infinite", [](unsigned i, float x) { return i % 400 == 10 ? INFINITY : x; }},
+      {"not a number", [](unsigned i, float x) { return i % 400 == 10 ? NAN : x; }},
+      {"one tooth in 40 much higher", [](unsigned i, float x) { return i / 20 % 40 == 9 ? 4 * x : x; }},
+      {"one half-wave in 40 much higher", [](unsigned i, float x) { return i / 10 % 80 == 18 ? 5 * x : x; }},
+      {"wheel out of centre",
+       [](unsigned i, float x) { return x * (1 + 0.7f * std::sin(0.01f * static_cast<float>(i))); }},
+      {"amplitude that goes with speed",
+       [](unsigned i, float x) { return x * (0.03f + static_cast<float>(i) / 4000.0f); }},
+  };
+  for (const auto& c : cases) {
+    std::vector<float> samples;
+    for (unsigned i = 0; i < 4000; ++i) {
+      samples.push_back(c.sample(i, -std::cos(0.31415927f * static_cast<float>(i))));
+    }
+    WriteRaw("teeth.f32", samples);
+    const std::string json = Good("speed teeth.f32 --raw f32 --rate 10000 --json");
+    EXPECT_NEAR(Number(json, "pulses"), 200, 1) << c.what << json;
+  }
+
+  std::vector<float> noise;
+  for (unsigned i = 0, x = 1; i < 4000; ++i, x = x * 1664525 + 1013904223)
+    noise.push_back(static_cast<float>(x >> 8));
+  WriteRaw("noise.f32", noise);
+  const Result doubtful = Run("speed noise.f32 --raw f32 --rate 10000");
+  EXPECT_EQ(doubtful.code, 0);
+  EXPECT_NE(doubtful.err.find("set --upper and --lower"), std::string::npos) << doubtful.err;
+  EXPECT_NE(doubtful.out.find("(automatic)"), std::string::npos) << doubtful.out;
 }
 
 TEST_F(SpeedTool, GapsOfRealSensorsCountAsWholeWheels) {

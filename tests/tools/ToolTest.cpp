@@ -69,6 +69,7 @@ TEST_F(ProgramTool, ErrorsAreOneLineAndLeaveNothing) {
       {"downsample run.wav new.mp3 --ratio 2", 2, ".flac"},
       {"downsample run.wav run.wav --ratio 2", 2, "overwrite"},
       {"downsample run.wav new.flac --ratio 2 --gain 9", 1, "--gain"},
+      {"simulate new.flac --duration 1", 1, "--amplitude"},
       {"downsample noise.bin new.wav --ratio 2 --raw f32", 2, "--input-rate"},
       {"can noise.bin --rate 5 --csv new.csv", 2, "--raw u32"},
       {"can noise.bin --raw u32 --csv new.csv", 2, "--rate"},

@@ -1,5 +1,6 @@
 #include <cmath>
 #include <memory>
+#include <optional>
 #include <string>
 #include <utility>
 
@@ -50,23 +51,56 @@ PulseForm FormOf(const EncoderOptions& o) {
   return form;
 }
 
+/// Merges pulses shorter than a minimum with the next one. The detector's own minimum counts the samples of
+/// one block only, so that its pulses would depend on the blocks.
+class ShortPulses {
+ public:
+  ShortPulses(unsigned minimum, double edgesPerRev, PulseSink sink)
+      : minimum_(minimum), edgesPerRev_(edgesPerRev), sink_(std::move(sink)) {}
+
+  void Take(Pulse pulse) {
+    if (short_) {
+      pulse.begin = short_->begin;
+      pulse.samples += short_->samples;
+      pulse.pitches += short_->pitches;
+      pulse.first = short_->first;
+      pulse.revolutionTime = pulse.length() / pulse.pitches * edgesPerRev_;
+    }
+    short_ = pulse;
+    // Edges forward and backward can cancel each other.
+    if (pulse.samples < minimum_ || pulse.pitches == 0) return;
+    short_.reset();
+    sink_(pulse);
+  }
+
+ private:
+  unsigned minimum_;
+  double edgesPerRev_;
+  PulseSink sink_;
+  std::optional<Pulse> short_;
+};
+
 void RunEncoder(const EncoderOptions& options) {
   CheckEncoderOptions(options);
   WordSource source(options.recording);
   const double rate = source.sampleRate();
   if (rate != std::floor(rate) || rate > 1e9) {
-    FailUsage("{} {}: the rate of an encoder stream is a whole number; give it", options.recording.rateOption,
-              rate);
+    FailUsage("{} {}: the rate of an encoder stream is a whole number, 1e9 at most; give it",
+              options.recording.rateOption, rate);
   }
   const EncoderFormat format(options.mode);
   CDzPulsTisDetector detector(format.mode);
   detector.SetPulsteiler(options.divider);
   detector.Restart(numeric::trunc_sat<unsigned>(rate), numeric::trunc_sat<unsigned>(options.pulsesPerRev),
                    options.lowWord, format.mode);
-  detector.SetMinPulsSamples(options.minPulse);
+  detector.SetMinPulsSamples(0);
+  // A word holds one edge. What looks like a pulse without samples is one that a block border cuts.
+  detector.SetAllowZeroLenPulses(true);
 
   const PulseForm form = FormOf(options);
   SpeedOutputs outputs(options, form.edgesPerRev, rate, 0, source.frames());
+  ShortPulses pulses(options.minPulse, form.edgesPerRev,
+                     [&outputs](const Pulse& pulse) { outputs.Take(pulse); });
   const LibraryNotes notes;
   const std::uint64_t samples = AssemblePulses(
       form, source.frames(),
@@ -80,10 +114,11 @@ void RunEncoder(const EncoderOptions& options) {
                notes.text());
         return frames;
       },
-      [&outputs](const Pulse& pulse) { outputs.Take(pulse); });
+      [&pulses](const Pulse& pulse) { pulses.Take(pulse); });
   outputs.Finish();
+  if (samples == 0) Fail("no pulses found in {}: it holds no words", options.recording.path.string());
   if (outputs.counts().speed().count == 0) {
-    Fail("no pulses found in {} ({} edges); check --mode, --low-word and --channel",
+    Fail("no pulses found in {} (edges: {}); check --mode, --low-word and --channel",
          options.recording.path.string(), outputs.counts().pulses());
   }
   SpeedReport report;

@@ -120,7 +120,8 @@ inline bool CDzPulsDetektor::AcceptValue(const Settings& settings, Run& run, flo
       run.runInRemaining = std::uint64_t{settings.runIn} + 1;
       believedAgain = true;
     }
-    const double change = static_cast<double>(std::fabs(run.lastValue - value)) / static_cast<double>(value);
+    const double wide = static_cast<double>(value);
+    const double change = std::fabs(static_cast<double>(run.lastValue) - wide) / wide;
     const bool plausible = change < settings.spikeThreshold || run.runInRemaining != 0;
     if (!believedAgain && !plausible) {
       if (run.rejectionsRemaining == 0) run.rejectionsRemaining = settings.runIn;

@@ -71,6 +71,10 @@ class UMLAUF_API CDzPulsDetektor {
 
   /// Pulses that the sensor gives per revolution.
   void QuellenPulseProUmdr(unsigned pulses);
+  /// The same for plain numbers in the source, which would be ambiguous; below 0 counts as 0.
+  void QuellenPulseProUmdr(int pulses) {
+    QuellenPulseProUmdr(pulses > 0 ? static_cast<unsigned>(pulses) : 0u);
+  }
   /// Sets only the number that the values are formed with, for sensors with a fraction.
   void QuellenPulseProUmdr(float pulses) { settings_.sourcePulsesReal = pulses; }
   unsigned QuellenPulseProUmdr() const { return settings_.sourcePulses; }

@@ -255,12 +255,7 @@ unsigned CDzPulsTisDetector::PulseSuchenQuadratureEnc(const ULONG* words, std::u
   block.carry = static_cast<double>(carry_);
   for (std::uint64_t done = 0; done < count;) {
     const std::uint64_t n = std::min(kChunk, count - done);
-    const ULONG* chunk = words + done * stride;
-    if (highRes) {
-      decoder_.highres(chunk, static_cast<unsigned>(n), stride);
-    } else {
-      decoder_.standard(chunk, static_cast<unsigned>(n), stride);
-    }
+    decoder_.decode(words + done * stride, static_cast<unsigned>(n), stride, highRes);
     TakeEvents(block, done, list);
     done += n;
   }

@@ -46,12 +46,7 @@ void CPositionPulseDetector::process(const ULONG* words, std::uint64_t count, un
   PulseEnds ends(pulses);
   for (std::uint64_t done = 0; done < count;) {
     const std::uint64_t n = std::min(kChunk, count - done);
-    const ULONG* chunk = words + done * stride;
-    if (highRes) {
-      decoder_.highres(chunk, static_cast<unsigned>(n), stride);
-    } else {
-      decoder_.standard(chunk, static_cast<unsigned>(n), stride);
-    }
+    decoder_.decode(words + done * stride, static_cast<unsigned>(n), stride, highRes);
     // Times from here on count from the chunk's first word and stay far below 32 bits.
     const auto advanceTo = [&](std::uint64_t time) {
       for (; ends.Until(done + time / subsamples); ends.Advance()) {

@@ -40,6 +40,10 @@ class UMLAUF_API CQuadratureDecoder {
   /// The same for streams of standard resolution: the time within the sample, in 1/2048 of a sample, is
   /// scaled to the sub-samples set, rounding down.
   bool standard(const ULONG* words, unsigned count, unsigned stride);
+  /// The one of the two that the stream needs.
+  bool decode(const ULONG* words, unsigned count, unsigned stride, bool highRes) {
+    return highRes ? highres(words, count, stride) : standard(words, count, stride);
+  }
 
   /// Events of the last block, in order of time.
   const std::vector<Event>& events() const { return events_; }
