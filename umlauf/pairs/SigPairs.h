@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <valarray>
 
-#include "umlauf/pairs/ValueIterator.h"
+#include "umlauf/platform/basis/StridedIterator.h"
 #include "umlauf/signal/SigCurve.h"
 
 /// One point of a point-pair signal.
@@ -84,12 +84,10 @@ class UMLAUF_API CSigPairs : public CSignal {
   const SPunkt* Punkte() const { return reinterpret_cast<const SPunkt*>(Samples()); }
   const SPunkt* PunkteEnd() const { return Punkte() + NPaare(); }
   /// Iterators over the y values.
-  CValueIterator<float> Werte() { return CValueIterator<float>(Gueltig() ? Samples() + 1 : nullptr); }
-  CValueIterator<float> WerteEnd() { return Werte() + static_cast<std::ptrdiff_t>(NPaare()); }
-  CValueIterator<const float> Werte() const {
-    return CValueIterator<const float>(Gueltig() ? Samples() + 1 : nullptr);
-  }
-  CValueIterator<const float> WerteEnd() const { return Werte() + static_cast<std::ptrdiff_t>(NPaare()); }
+  CStridedIterator<float> Werte() { return {Samples(), 1, 2}; }
+  CStridedIterator<float> WerteEnd() { return {Samples(), 2 * NPaare() + 1, 2}; }
+  CStridedIterator<const float> Werte() const { return {Samples(), 1, 2}; }
+  CStridedIterator<const float> WerteEnd() const { return {Samples(), 2 * NPaare() + 1, 2}; }
   /// The y values; empty when there is no memory.
   std::valarray<float> ValArray() const;
 
