@@ -41,14 +41,13 @@ TEST_F(SigPairsFile, RecordIsHeaderAndGoldenBytesAndReadsBack) {
   EXPECT_TRUE(back.IstInversSortiert() && !back.IstSortiert());
 }
 
-TEST_F(SigPairsFile, AnyNumberOfPointsReadsBack) {
-  RandomPoints random(41);
-  for (const std::size_t n : {0u, 1u, 100u, 16384u, 40000u}) {
-    const CSigPairs s = Pairs(random.Make(n, 1000));
+TEST_F(SigPairsFile, ManyPointsAndNoneReadBack) {
+  CSigPairs back;
+  for (const std::size_t n : {40000u, 0u}) {
+    const CSigPairs s = Pairs(RandomPoints(41).Make(n, 1000));
     CMemFile file;
     s.DateiExport(file);
     file.Seek(0, CFile::begin);
-    CSigPairs back;
     EXPECT_TRUE(back.DateiImport(file) == 1 && file.Remaining() == 0);
     EXPECT_EQ(PointsOf(back), PointsOf(s));
   }

@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <limits>
+#include <string>
 #include <vector>
 
 #include "umlauf/pairs/SigPairs.h"
@@ -86,8 +87,7 @@ TEST(VisDataPolygon, HoldsPoints) {
   EXPECT_EQ(item.XRange(), Range(0.0f, 39.0f));
   EXPECT_TRUE(item.Set(&item.X(38), 2));
   EXPECT_THAT(Points(item), ElementsAre(38.0f, -3.0f, 39.0f, -4.0f));
-  EXPECT_FALSE(item.SetSize(~0ull / 2 + 2));  // two floats each: more than can be counted
-  EXPECT_TRUE(item.Empty());
+  EXPECT_FALSE(item.SetSize(~0ull / 2 + 2) || !item.Empty());  // two floats each: more than can be counted
   item.CalcRange(Item::AllAxes);
   EXPECT_EQ(item.XRange(), Range(0.0f, 1.0f));
 }
@@ -112,7 +112,6 @@ TEST(VisData3dObject, ArrayHoldsRowsAtPositionsOfTheirOwn) {
   item.CalcRange(Item::AllAxes);
   EXPECT_EQ(item.YRange(), Range(-8.0f, 3.0f));
   EXPECT_EQ(item.XRange(), Range(0.0f, 30.0f));
-
   const CVisDataArray copy = item;
   item.FreeRawData();
   EXPECT_TRUE(item.Empty());
@@ -134,8 +133,7 @@ TEST(VisData3dObject, GridHoldsEquidistantRows) {
   item.CalcRange(Item::AxisZ);
   EXPECT_EQ(item.ZRange(), Range(1000.0f, 4000.0f));
   item.Reset();
-  EXPECT_EQ(item.Columns(), 0u);
-  EXPECT_EQ(item.ZAxis(), SVisDataAxis());
+  EXPECT_TRUE(item.Columns() == 0 && item.ZAxis() == SVisDataAxis());
 }
 
 void SetHeader(CSignal& signal) {
@@ -146,12 +144,10 @@ void SetHeader(CSignal& signal) {
   signal.SetColor(7);
 }
 
-void ExpectThatHeader(const Item& item) {
-  EXPECT_STREQ(item.Name(), L"n");
-  EXPECT_EQ(item.ExtName(), L"speed");
-  EXPECT_EQ(item.XUnit(), CMeasuringUnit(CMeasuringUnit::second));
-  EXPECT_EQ(item.YUnit(), CMeasuringUnit(CMeasuringUnit::rpm));
-  EXPECT_EQ(item.ColourCode(), 7);
+bool HasThatHeader(const Item& item) {
+  return item.Name() == std::wstring(L"n") && item.ExtName() == L"speed" && item.ColourCode() == 7 &&
+         item.XUnit() == CMeasuringUnit(CMeasuringUnit::second) &&
+         item.YUnit() == CMeasuringUnit(CMeasuringUnit::rpm);
 }
 
 /// Four samples -5, 5, 15, 25 from 2 s on, a second apart.
@@ -171,9 +167,8 @@ TEST(VisDataConversion, CurveWithAndWithoutSpan) {
   SetHeader(curve);
   CVisDataVector vector;
   EXPECT_TRUE(VisData::Convert(curve, vector));
-  ExpectThatHeader(vector);
-  EXPECT_EQ(vector.ScaleFactor(), 2.0f);
-  EXPECT_EQ(vector.FileCompressionMode(), Item::CompressBytes);
+  EXPECT_TRUE(HasThatHeader(vector));
+  EXPECT_TRUE(vector.ScaleFactor() == 2.0f && vector.FileCompressionMode() == Item::CompressBytes);
   EXPECT_THAT(Values(vector), ElementsAre(-5, 5, 15, 25));
   EXPECT_EQ(vector.YRange(), Range(-5.0f, 25.0f));
   CVisDataIntVector ints;
@@ -186,7 +181,7 @@ TEST(VisDataConversion, CurveWithAndWithoutSpan) {
   EXPECT_EQ(vector.Axis(), (SVisDataAxis{3.0f, 5.0f}));
   CVisDataPolygon polygon;
   EXPECT_TRUE(VisData::Convert(extended, polygon));
-  ExpectThatHeader(polygon);
+  EXPECT_TRUE(HasThatHeader(polygon));
   EXPECT_THAT(Points(polygon), ElementsAre(3.0f, 5.0f, 4.0f, 15.0f));
   extended.Free();  // the span names samples that are no more
   EXPECT_TRUE(VisData::Convert(extended, vector));
@@ -200,7 +195,7 @@ TEST(VisDataConversion, Pairs) {
   pairs.NeuesPaar(-1, 8);
   CVisDataPolygon polygon;
   EXPECT_TRUE(VisData::Convert(pairs, polygon));
-  ExpectThatHeader(polygon);
+  EXPECT_TRUE(HasThatHeader(polygon));
   EXPECT_THAT(Points(polygon), ElementsAre(3.0f, 1.0f, -1.0f, 8.0f));
   EXPECT_EQ(polygon.YRange(), Range(1.0f, 8.0f));
 }
@@ -210,7 +205,7 @@ TEST(VisDataConversion, CurvesBecomeRowsOfOneAxis) {
   SetHeader(curve);
   CVisDataArray array;
   EXPECT_TRUE(VisData::AppendRow(array, curve, 0.5f));
-  ExpectThatHeader(array);
+  EXPECT_TRUE(HasThatHeader(array));
   curve *= 2.0f;
   EXPECT_TRUE(VisData::AppendRow(array, curve, 1.5f));
   curve.SetXMinMax(2.0f, 7.0f);
