@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 #include <pthread.h>
 
+#include <cmath>
 #include <limits>
 #include <stdexcept>
 #include <vector>
@@ -13,9 +14,6 @@ namespace {
 using KxTimeMachine::CTimeCapsule;
 using KxTimeMachine::CTimeMachine;
 using testing::ElementsAre;
-
-constexpr double kInf = std::numeric_limits<double>::infinity();
-constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
 
 /// A source that hands out the given raw readings and stays at the last one.
 auto Readings(std::vector<std::uint64_t> values) {
@@ -96,7 +94,7 @@ TEST(TimeCapsule, LaterCorrectionsAreRateLimitedWithRemainder) {
     capsule.Align(c.delta);
     EXPECT_EQ(std::pair(capsule.adjustment, capsule.remainder), std::pair(c.adjustment, c.remainder));
   }
-  for (const double rate : {0.0, kNaN, kInf}) {
+  for (const double rate : {0.0, std::nan(""), std::numeric_limits<double>::infinity()}) {
     capsule.rate = rate;
     capsule.remainder = 0;
     capsule.Align(7);
@@ -141,13 +139,15 @@ TEST(TimeMachine, AlignsCapsulesToTheMaster) {
   other.on_reset = [&] { ++resets; };
   CTimeMachine machine(1);
   for (CTimeCapsule* c : {&master, &other, &linked}) machine.add({c, c == &master});
-  machine.add({nullptr, false});
   EXPECT_TRUE(machine.capsule_set() && !machine.adjust_pending());
   EXPECT_EQ(other.Time(), 1000);     // the master's time before the poll, without its zero point
   EXPECT_EQ(linked.adjustment, -1);  // its reading in the poll was 1001, the first one 1000
   EXPECT_EQ(machine.get_time(), 1002 - 300);
   otherCount = 90;
   EXPECT_TRUE(machine.capsule_set() && other.Time() == 1000);  // nothing pending: nothing is read
+  machine.add({nullptr, false});
+  EXPECT_TRUE(machine.adjust_pending() && machine.capsule_set());
+  EXPECT_EQ(other.Time(), machine.get_time() - 2 + 300);
   machine.reset_adj();
   EXPECT_TRUE(machine.adjust_pending() && resets == 1);
   EXPECT_TRUE(master.Time() == 0 && other.Time() == 7 && !other.adjustment_valid);
