@@ -83,6 +83,8 @@ TEST(SigPairs, FromCurvesAndBack) {
   EXPECT_EQ(Pairs({{0, 4}, {0.5f, 6}, {9, 99}}).MaxKurvenAbstand(&curve, nullptr, true), 3.0f);
   EXPECT_EQ(Pairs({{0, 4}, {9, 99}, {8, 99}}).MaxKurvenAbstand(&curve, &x, false), 90.0f);
   EXPECT_EQ(x, 9.0f);
+  curve.SetXMinMax(1, -1);
+  EXPECT_EQ(Order(curve), kDown);
 }
 
 TEST(SigPairs, BuildingKeepsTheOrderKnown) {

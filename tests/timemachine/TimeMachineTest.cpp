@@ -125,11 +125,12 @@ TEST(TimeMachine, ListKeepsOneMaster) {
 }
 
 TEST(TimeMachine, AlignsCapsulesToTheMaster) {
-  // Each pass of the alignment reads the master twice; it advances by 1 per reading and so settles at once.
-  std::uint64_t masterCount = 1000;
+  // Each pass of the alignment reads the master twice; it advances by 20 in the first and by 2 from then on.
+  std::uint64_t masterCount = 990;
   std::uint64_t otherCount = 40;
   int resets = 0;
-  CTimeCapsule master = CTimeCapsule::ForCounter(32, 0, [&] { return masterCount++; });
+  CTimeCapsule master =
+      CTimeCapsule::ForCounter(32, 0, [&] { return masterCount += masterCount < 1020 ? 10 : 1; });
   CTimeCapsule other = CTimeCapsule::ForCounter(16, 0, [&] { return otherCount; });
   CTimeCapsule linked;
   linked.master_link = &master;
@@ -140,11 +141,11 @@ TEST(TimeMachine, AlignsCapsulesToTheMaster) {
   CTimeMachine machine(1);
   for (CTimeCapsule* c : {&master, &other, &linked}) machine.add({c, c == &master});
   EXPECT_TRUE(machine.capsule_set() && !machine.adjust_pending());
-  EXPECT_EQ(other.Time(), 1000);     // the master's time before the poll, without its zero point
-  EXPECT_EQ(linked.adjustment, -1);  // its reading in the poll was 1001, the first one 1000
-  EXPECT_EQ(machine.get_time(), 1002 - 300);
+  EXPECT_EQ(other.Time(), 1020);      // the master's time before the last poll, without its zero point
+  EXPECT_EQ(linked.adjustment, -21);  // its reading in the last poll was 1021, the very first one 1000
+  EXPECT_EQ(machine.get_time(), 1022 - 300);
   otherCount = 90;
-  EXPECT_TRUE(machine.capsule_set() && other.Time() == 1000);  // nothing pending: nothing is read
+  EXPECT_TRUE(machine.capsule_set() && other.Time() == 1020);  // nothing pending: nothing is read
   machine.add({nullptr, false});
   EXPECT_TRUE(machine.adjust_pending() && machine.capsule_set());
   EXPECT_EQ(other.Time(), machine.get_time() - 2 + 300);

@@ -37,8 +37,8 @@ TEST(VisDataVector, HoldsSamples) {
   CVisDataVector item;
   const float samples[] = {4, -2, 9};
   EXPECT_TRUE(item.Set(samples, 3));
-  EXPECT_TRUE(item.Append(item.Data(), 3));  // grows from 3 to 6 floats while it reads from itself
-  EXPECT_THAT(Values(item), ElementsAre(4, -2, 9, 4, -2, 9));
+  EXPECT_TRUE(item.Append(item.Data() + 1, 2));  // grows from 3 to 6 floats while it reads from itself
+  EXPECT_THAT(Values(item), ElementsAre(4, -2, 9, -2, 9));
   EXPECT_TRUE(item.Set(item.Data() + 1, 2) && item.Resize(1) && item.Resize(3));
   EXPECT_THAT(Values(item), ElementsAre(-2, 0, 0));
   item.SetAxis({10.0f, 4.0f});

@@ -22,6 +22,7 @@ CTimeCapsule CTimeCapsule::ForCounter(int bits, int shift, std::function<std::ui
   capsule.raw_mask = ~0ull >> (64 - std::clamp(bits, 1, 64));
   const std::uint64_t high_bit = capsule.raw_mask ^ capsule.raw_mask >> 1;
   capsule.high_mask = Shifted(capsule.raw_mask, shift);
+  // 2^(bits + shift), also where 2^bits alone does not fit
   capsule.wrap_increment = shift < 0 ? Shifted(high_bit, shift + 1) : Shifted(high_bit << 1, shift);
   capsule.source = std::move(source);
   return capsule;
