@@ -16,6 +16,8 @@ inline void PrintTo(const SPunkt& p, std::ostream* out) { *out << '(' << p.x << 
 
 inline Points PointsOf(const CSigPairs& signal) { return {signal.Punkte(), signal.PunkteEnd()}; }
 
+inline std::vector<float> ValuesOf(const CSigPairs& signal) { return {signal.Werte(), signal.WerteEnd()}; }
+
 inline CSigPairs Pairs(const Points& points) {
   CSigPairs signal;
   for (const SPunkt& p : points) signal.NeuesPaar(p.x, p.y);
@@ -26,15 +28,12 @@ inline CSigPairs Pairs(const Points& points) {
 namespace plain {
 
 inline void Sort(Points& p) {
-  for (bool again = true; again;) {
-    again = false;
-    for (std::size_t i = 1; i < p.size() && !again; ++i) {
-      for (std::size_t j = 0; j < i && !again; ++j) {
-        if (!(p[j].x > p[i].x)) continue;
-        std::swap(p[i], p[j]);
-        again = true;
-      }
-    }
+  for (std::size_t i = 1; i < p.size(); ++i) {
+    const auto greater = std::find_if(p.begin(), p.begin() + static_cast<std::ptrdiff_t>(i),
+                                      [&](const SPunkt& q) { return q.x > p[i].x; });
+    if (greater - p.begin() == static_cast<std::ptrdiff_t>(i)) continue;
+    std::swap(*greater, p[i]);
+    i = 0;  // again from the beginning
   }
 }
 
@@ -53,12 +52,14 @@ inline void Insert(Points& p, SPunkt point) {
   p.insert(p.begin() + static_cast<std::ptrdiff_t>(i), point);
 }
 
-/// `percent` of the mean point spacing is the tolerance.
-inline Points Combine(Points a, Points b, int op, float percent) {
+/// `tolerance` as the setting of the signal.
+inline Points Combine(Points a, Points b, int op, float tolerance) {
   Sort(a);
   Sort(b);
   if (a.empty() || b.empty() || b.front().x > a.back().x || a.front().x > b.back().x) return {};
-  const float tol = percent * 0.01f * ((a.back().x - a.front().x) / static_cast<float>(a.size()));
+  const float spacing = (a.back().x - a.front().x) / static_cast<float>(a.size());
+  const float percent = tolerance < -100 ? 5.0f : -tolerance;
+  const float tol = tolerance >= 0 ? tolerance : percent * 0.01f * spacing;
   std::size_t k = 0;
   for (const SPunkt& q : b) {
     if (q.x < a.front().x - tol || q.x > a.back().x + tol) {

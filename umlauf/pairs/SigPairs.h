@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <valarray>
 
-#include "umlauf/pairs/ValueIterator.h"
+#include "umlauf/platform/basis/StridedIterator.h"
 #include "umlauf/signal/SigCurve.h"
 
 /// One point of a point-pair signal.
@@ -57,7 +57,8 @@ class UMLAUF_API CSigPairs : public CSignal {
   CSigPairs(const CSigPairs& other, bool deep);
   CSigPairs(const CSigPairs& other) : CSigPairs(other, true) {}
   /// The samples of a curve (of an extended one those of its span) as points, with its name and units.
-  explicit CSigPairs(const CSigCurve& curve);
+  /// Converts, so that a curve can be given wherever points are asked for.
+  CSigPairs(const CSigCurve& curve);  // NOLINT(google-explicit-constructor)
   /// Takes the units along as well. Empty when there is no memory.
   CSigPairs& operator=(const CSigPairs& other);
   CSigPairs& operator=(const CSigCurve& curve);
@@ -84,12 +85,10 @@ class UMLAUF_API CSigPairs : public CSignal {
   const SPunkt* Punkte() const { return reinterpret_cast<const SPunkt*>(Samples()); }
   const SPunkt* PunkteEnd() const { return Punkte() + NPaare(); }
   /// Iterators over the y values.
-  CValueIterator<float> Werte() { return CValueIterator<float>(Gueltig() ? Samples() + 1 : nullptr); }
-  CValueIterator<float> WerteEnd() { return Werte() + static_cast<std::ptrdiff_t>(NPaare()); }
-  CValueIterator<const float> Werte() const {
-    return CValueIterator<const float>(Gueltig() ? Samples() + 1 : nullptr);
-  }
-  CValueIterator<const float> WerteEnd() const { return Werte() + static_cast<std::ptrdiff_t>(NPaare()); }
+  CStridedIterator<float> Werte() { return {Samples(), 1, 2}; }
+  CStridedIterator<float> WerteEnd() { return {Samples(), 2 * NPaare() + 1, 2}; }
+  CStridedIterator<const float> Werte() const { return {Samples(), 1, 2}; }
+  CStridedIterator<const float> WerteEnd() const { return {Samples(), 2 * NPaare() + 1, 2}; }
   /// The y values; empty when there is no memory.
   std::valarray<float> ValArray() const;
 
@@ -125,8 +124,8 @@ class UMLAUF_API CSigPairs : public CSignal {
   std::size_t Aendern(std::size_t i, float x, float y);
   /// Appends the points of another signal (also of this one).
   CSigPairs& Append(const CSigPairs& other);
-  /// The points of another signal with x1 <= x <= x2, in its order, replace those of this one. Returns their
-  /// number. The header stays.
+  /// The points of another signal (also of this one) with x1 <= x <= x2, in its order, replace those of this
+  /// one. Returns their number. The header stays.
   std::size_t AbschnittKopieren(const CSigPairs& source, float x1, float x2);
   /// Likewise the points i1 to i2, both included.
   std::size_t AbschnittKopierenIdx(const CSigPairs& source, std::size_t i1, std::size_t i2);
@@ -176,15 +175,15 @@ class UMLAUF_API CSigPairs : public CSignal {
   /// The points of smallest and of greatest y, the first ones on ties; zeros when there are no points.
   Range YRange() const override;
   /// The extreme y (0 when there are no points); reports x and index of its point where asked for.
-  float FindeYMax(float* x, std::size_t* index) const;
-  float FindeYMin(float* x, std::size_t* index) const;
+  float FindeYMax(float* x = nullptr, std::size_t* index = nullptr) const;
+  float FindeYMin(float* x = nullptr, std::size_t* index = nullptr) const;
   /// Smallest x distance between neighbours; 0 for fewer than two points.
   float MinStepSize() const;
 
   // Statistics of y: 0 for no points, the y itself for one
   /// Mean; for two points or more also the standard deviation, by mean square minus squared mean: NaN where
   /// rounding makes that negative.
-  float Mittelwert(float* deviation) const;
+  float Mittelwert(float* deviation = nullptr) const;
   /// Intended: the level of the summed powers in decibels divided by the number of points.
   float MittelwertDb() const;
   float RmsWert() const;
@@ -196,7 +195,7 @@ class UMLAUF_API CSigPairs : public CSignal {
   bool KurveBilden(CSigCurve* curve, int n) const;
   /// Greatest distance in y between a point and the curve's value at its x; that x goes to `x` when given.
   /// With `onlyInRange` only points within the curve's axis count, else its end values hold beyond it. 0,
-  /// and x untouched, when no point counts.
+  /// and x untouched, when no point counts or there is no curve.
   float MaxKurvenAbstand(const CSigCurve* curve, float* x, bool onlyInRange) const;
 
   // Editing in place

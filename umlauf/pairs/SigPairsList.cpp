@@ -124,7 +124,7 @@ void CSigPairsList::EnterKey(CSigPairs* object, void* extData) {
 }
 
 void CSigPairsList::ExtDataSetzen(CSigPairs* object, void* extData) {
-  if (object == nullptr || UsedIndex(object) == used_) return;
+  if (object == nullptr || Find(object) == nullptr) return;
   DropKey(object);
   EnterKey(object, extData);
 }

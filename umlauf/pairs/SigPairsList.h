@@ -12,10 +12,12 @@
 /// pointer of the caller's (`CSignal::ExtData`, not owned), under which the list finds it.
 ///
 /// The list owns all objects, those in use and those in the pool; a pointer to an object is valid until
-/// `AllesLoeschen` or the list's end, though after its return to the pool it will be another signal. A null
+/// `AllesLoeschen` or the list's end, though after its return to the pool it will be another signal. What is
+/// added or removed through the base goes past the pool: the list may hold signals (nothing but signals) that
+/// it does not own, and an object removed there is not handed out again before `AllesInDenVorrat`. A null
 /// position throws CInvalidArgException, the one exception of the library; without memory null is returned.
 /// One list is used by one thread at a time.
-class UMLAUF_API CSigPairsList : protected CObList {
+class UMLAUF_API CSigPairsList : public CObList {
  public:
   CSigPairsList() { Grow(); }
   /// Deletes all objects.
@@ -44,9 +46,6 @@ class UMLAUF_API CSigPairsList : protected CObList {
   std::size_t Vorratsgroesse() const { return capacity_; }
 
   // Walking through the list
-  using CObList::GetCount;
-  using CObList::GetHeadPosition;
-  using CObList::GetTailPosition;
   bool IstLeer() const { return IsEmpty(); }
   CSigPairs* GetAt(POSITION position) const { return static_cast<CSigPairs*>(CObList::GetAt(position)); }
   /// The object at the position, which moves on to the next (previous) one, null behind the last (first).

@@ -8,7 +8,7 @@
 
 namespace {
 
-constexpr double kLn10By10 = 0.2302584946155548;  // of levels in decibels; rounded to single precision
+constexpr double kLn10By10 = 0.2302585;  // of levels in decibels
 
 float Distance(const SPunkt& a, float x, float y) {
   const double dx = static_cast<double>(a.x) - x;
@@ -214,6 +214,7 @@ bool CSigPairs::KurveBilden(CSigCurve* curve, int n) const {
 }
 
 float CSigPairs::MaxKurvenAbstand(const CSigCurve* curve, float* x, bool onlyInRange) const {
+  if (curve == nullptr) return 0.0f;
   float greatest = 0.0f;
   bool any = false;
   for (const SPunkt* p = Punkte(); p != PunkteEnd(); ++p) {

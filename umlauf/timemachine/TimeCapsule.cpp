@@ -1,5 +1,6 @@
 #include "umlauf/timemachine/TimeCapsule.h"
 
+#include <algorithm>
 #include <cmath>
 
 #include "umlauf/platform/vekta/numeric.h"
@@ -18,9 +19,11 @@ std::uint64_t Shifted(std::uint64_t value, int shift) {
 CTimeCapsule CTimeCapsule::ForCounter(int bits, int shift, std::function<std::uint64_t()> source) {
   CTimeCapsule capsule;
   capsule.shift = shift;
-  capsule.raw_mask = bits >= 64 ? ~0ull : (1ull << bits) - 1;
+  capsule.raw_mask = ~0ull >> (64 - std::clamp(bits, 1, 64));
+  const std::uint64_t high_bit = capsule.raw_mask ^ capsule.raw_mask >> 1;
   capsule.high_mask = Shifted(capsule.raw_mask, shift);
-  capsule.wrap_increment = bits >= 64 ? 0 : Shifted(capsule.raw_mask + 1, shift);
+  // 2^(bits + shift), also where 2^bits alone does not fit
+  capsule.wrap_increment = shift < 0 ? Shifted(high_bit, shift + 1) : Shifted(high_bit << 1, shift);
   capsule.source = std::move(source);
   return capsule;
 }

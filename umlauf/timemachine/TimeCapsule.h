@@ -32,8 +32,8 @@ struct UMLAUF_API CTimeCapsule {
       on_reading;                         ///< a new reading; may be empty
   std::function<std::uint64_t()> source;  ///< reads the raw counter; may be empty
 
-  /// A capsule over a counter of `bits` bits (1 to 64) whose values are shifted by `shift`: masks and wrap
-  /// increment follow.
+  /// A capsule over a counter of `bits` bits (limited to 1 ... 64) whose values are shifted by `shift`: masks
+  /// and wrap increment follow.
   static CTimeCapsule ForCounter(int bits, int shift, std::function<std::uint64_t()> source);
 
   /// Reads the source, or takes over the last reading of the linked capsule; nothing when there is neither.

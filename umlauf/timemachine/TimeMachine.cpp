@@ -19,12 +19,14 @@ std::int64_t SettlingThreshold(int shift) {
 }  // namespace
 
 std::int64_t CTimeMachine::add(const CCapsuleItem& item) {
-  items_.push_back(item);
-  const auto index = static_cast<std::int64_t>(items_.size()) - 1;
-  if (item.master) {
+  const CCapsuleItem added = item;  // it may be one of the list
+  const auto index = static_cast<std::int64_t>(items_.size());
+  if (added.master) {
+    // Before the new item is there: after `erase` the master index may be its own.
     if (CCapsuleItem* previous = get(masterIndex_); previous != nullptr) previous->master = false;
     masterIndex_ = index;
   }
+  items_.push_back(added);
   adjustPending_ = true;
   return index;
 }

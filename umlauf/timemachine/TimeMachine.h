@@ -24,7 +24,8 @@ class UMLAUF_API CTimeMachine {
   /// `resolution`: for the caller's conversion to seconds, e.g. seconds per count.
   explicit CTimeMachine(float resolution) : resolution_(resolution) {}
 
-  /// Appends an item and returns its index. A master takes the mark from the one before.
+  /// Appends an item (also a copy of one of the list) and returns its index. A master takes the mark from the
+  /// one before.
   std::int64_t add(const CCapsuleItem& item);
   /// Removes an item (later ones move down) and returns the position after it; the end for an index outside
   /// the list. The master index stays as it is: add a master again when it was removed or moved.
@@ -32,6 +33,7 @@ class UMLAUF_API CTimeMachine {
   /// Null for an index outside the list. Valid until the list changes.
   CCapsuleItem* get(std::int64_t index);
   const CCapsuleItem* get(std::int64_t index) const;
+  iterator begin() { return items_.begin(); }
   iterator end() { return items_.end(); }
   std::size_t size() const { return items_.size(); }
   bool empty() const { return items_.empty(); }

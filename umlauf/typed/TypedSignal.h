@@ -6,9 +6,9 @@
 
 #include "umlauf/Export.h"
 #include "umlauf/platform/basis/CAlignedMem.h"
+#include "umlauf/platform/basis/StridedIterator.h"
 #include "umlauf/platform/framework/Types.h"
 #include "umlauf/typed/SignalBase.h"
-#include "umlauf/typed/StridedIterator.h"
 
 /// A multichannel signal: base record (measuring result, description) and a block of samples of one type,
 /// which the object owns. T is one of std::int16_t, std::int32_t, ULONG and float; the library holds all

@@ -35,10 +35,10 @@ CVisDataItem::CVisDataItem(const CVisDataItem& other) : CVisDataItem(static_cast
 }
 
 CVisDataItem& CVisDataItem::operator=(const CVisDataItem& other) {
-  if (this != &other) {
-    CopyInfos(other);
-    CopyRawData(other);
-  }
+  if (this == &other) return *this;
+  CopyInfos(other);
+  if (other.rawCapacity_ == 0) FreeRawData();
+  CopyRawData(other);
   return *this;
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <limits>
 
 #include "umlauf/pairs/SigPairs.h"
 
@@ -21,7 +22,7 @@ class AscendingReader {
   float At(float x) {
     if (x <= first_.x) return first_.y;
     if (x >= last_.x) return last_.y;
-    if (!(x < last_.x)) return x;  // no number
+    if (!(x < last_.x)) return std::numeric_limits<float>::quiet_NaN();  // one of them is no number
     while (points_[i_].x < x) ++i_;
     return OnLine(points_[i_ - 1], points_[i_], x);
   }
