@@ -6,6 +6,7 @@
 #include <bit>
 #include <clocale>
 
+#include "umlauf/platform/basis/CSwitchResourceDefault.h"
 #include "umlauf/platform/framework/UserInterface.h"
 
 namespace {
@@ -63,6 +64,7 @@ class Answer : public CUserInterface {
   ~Answer() override { Set(nullptr); }
   bool AskForFile(const OpenFileDialog& dialog, CString& path) override {
     shown = dialog;
+    module = CSwitchResourceDefault::Module();
     path = L"/data/vehicle.xml";
     for (const char* name : {"de_DE.UTF-8", "C.UTF-8"}) {
       if (std::setlocale(LC_NUMERIC, name) != nullptr) break;
@@ -70,6 +72,7 @@ class Answer : public CUserInterface {
     return confirms_;
   }
   OpenFileDialog shown;
+  const CResourceModule* module = nullptr;
 
  private:
   bool confirms_;
@@ -83,16 +86,24 @@ TEST(CanMessageDecoder, AsksForADescription) {
     EXPECT_FALSE(CCanMessageDecoderBase::AskForDecoderXmlFile(path));
     EXPECT_EQ(path, L"before");
   }
-  const Answer confirms(true);
-  EXPECT_TRUE(CCanMessageDecoderBase::AskForDecoderXmlFile(path));
-  EXPECT_EQ(path, L"/data/vehicle.xml");
-  EXPECT_STREQ(std::setlocale(LC_NUMERIC, nullptr), "C");
-  const OpenFileDialog& shown = confirms.shown;
-  EXPECT_EQ(shown.title, L"Load Decoder File");
-  EXPECT_EQ(shown.filter, L"XML Files (*.xml)|*.xml|All Files (*.*)|*.*||");
-  EXPECT_EQ(shown.fileName, L"*.xml");
-  EXPECT_EQ(shown.defaultExtension, L"*.xml");
-  EXPECT_TRUE(shown.explorerStyle && shown.resizable && shown.fileMustExist && shown.keepCurrentFolder);
+  const struct {
+    const wchar_t *language, *title, *filter;
+  } texts[] = {{L"en", L"Load Decoder File", L"XML Files (*.xml)|*.xml|All Files (*.*)|*.*||"},
+               {L"de", L"Decoder-Datei laden", L"XML-Dateien (*.xml)|*.xml|Alle Dateien (*.*)|*.*||"}};
+  for (const auto& text : texts) {
+    const CSwitchResourceDefault language{CString(text.language)};
+    const Answer confirms(true);
+    EXPECT_TRUE(CCanMessageDecoderBase::AskForDecoderXmlFile(path));
+    EXPECT_EQ(path, L"/data/vehicle.xml");
+    EXPECT_STREQ(std::setlocale(LC_NUMERIC, nullptr), "C");
+    const OpenFileDialog& shown = confirms.shown;
+    EXPECT_EQ(shown.title, text.title);
+    EXPECT_EQ(shown.filter, text.filter);
+    EXPECT_EQ(shown.fileName, L"*.xml");
+    EXPECT_EQ(shown.defaultExtension, L"*.xml");
+    EXPECT_TRUE(shown.explorerStyle && shown.resizable && shown.fileMustExist && shown.keepCurrentFolder);
+    EXPECT_EQ(confirms.module, nullptr);  // the dialog loads its own texts as before
+  }
 }
 
 }  // namespace

@@ -51,6 +51,7 @@ TEST(ExpAverFac, Factors) {
   for (const auto& c : cases) EXPECT_FLOAT_EQ(CExpAverFacGenerator::GetFactor(c.t, c.tau), c.factor) << c.t;
   EXPECT_EQ(CExpAverFacGenerator::GetFactor(7, 30u), CExpAverFacGenerator::GetFactor(7, 30.0));
   EXPECT_EQ(CExpAverFacGenerator::GetFactor(7, LONG{30}), CExpAverFacGenerator::GetFactor(7, 30.0));
+  EXPECT_EQ(CExpAverFacGenerator::GetFactor(7L, 30L), CExpAverFacGenerator::GetFactor(7, 30.0));
   EXPECT_EQ(CExpAverFacGenerator::GetCorrFactor(1, 10), 1.0f);
   EXPECT_EQ(CExpAverFacGenerator::GetCorrFactor(9, 0), 1.0f);
   EXPECT_EQ(CExpAverFacGenerator::GetCorrFactor(4, 10000), 4.0f / 3.0f);
