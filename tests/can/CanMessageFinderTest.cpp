@@ -3,6 +3,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <bit>
+#include <limits>
 #include <memory>
 
 #include "can/CanStreams.h"
@@ -11,17 +14,14 @@
 namespace {
 
 using testing::ElementsAre;
-using testing::ElementsAreArray;
 
-constexpr ULONG H4 = Header(4), H8 = Header(8);
+constexpr ULONG H3 = Header(3), H4 = Header(4), H7 = Header(7), H8 = Header(8);
 
 TEST(CanMessageFinder, KnowsHeaders) {
-  const struct {
-    std::uint32_t word;
-    bool header;
-  } cases[] = {{0xAA015555, true},  {0xAA010055, true},  {0xAA40FF55, true},  {0xAA000055, false},
-               {0xAA410055, false}, {0xAAFF0055, false}, {0xAB080055, false}, {0xAA080054, false}};
-  for (const auto& c : cases) EXPECT_EQ(IsCanHeader(c.word), c.header) << std::hex << c.word;
+  for (const ULONG word : {0xAA015555u, 0xAA010055u, 0xAA40FF55u}) EXPECT_TRUE(IsCanHeader(word)) << word;
+  for (const ULONG word : {0xAA000055u, 0xAA410055u, 0xAAFF0055u, 0xAB080055u, 0xAA080054u}) {
+    EXPECT_FALSE(IsCanHeader(word)) << word;
+  }
 }
 
 TEST(CanMessageFinder, FindsMessagesByTheRules) {
@@ -33,12 +33,7 @@ TEST(CanMessageFinder, FindsMessagesByTheRules) {
     std::vector<Found> expected;
   } cases[] = {
       {"two and a rest", {9, H4, 7, 8, H8, 5, 6, 7, 0}, 0, -1, 1, {{1, {H4, 7, 8}}, {4, {H8, 5, 6, 7}}}},
-      {"whole words only",
-       {Header(7), 1, 2, Header(3), 4, 5, 6},
-       0,
-       -1,
-       1,
-       {{0, {Header(7), 1, 2}}, {3, {Header(3), 4}}}},
+      {"whole words only", {H7, 1, 2, H3, 4, 5, 6}, 0, -1, 1, {{0, {H7, 1, 2}}, {3, {H3, 4}}}},
       {"lengths not valid", {Header(0), Header(65), H4, 1, 2, 3}, 0, -1, 1, {{2, {H4, 1, 2}}}},
       {"the last 3 are not tested", {0, H4, 1, 2}, 0, -1, 1, {}},
       {"fits", {0, Header(12), Header(1), 2, 3, 4}, 0, -1, 1, {{1, {Header(12), Header(1), 2, 3, 4}}}},
@@ -71,15 +66,22 @@ TEST(CanMessageFinder, StartsInTheResetStateAndTakesNoBlock) {
   EXPECT_FALSE(finder.FindNextMessage());
   finder.StartSearchBlock(nullptr, 100, 0, -1, 1);
   EXPECT_FALSE(finder.FindNextMessage());
-  const ULONG words[] = {Header(8), 1, 2, 3, Header(1), 9, 9, 9};
+}
+
+TEST(CanMessageFinder, TestsWordsForAMessage) {
+  CCanMessageFinder finder;
+  const ULONG words[] = {H8, 1, 2, 3, Header(1), 9, 9, 9};
   EXPECT_EQ(finder.IsValidMessageData1C(words + 1), 0u);
   EXPECT_EQ(finder.IsValidMessageData1C(words), 4u);
   EXPECT_EQ(finder.IsValidMessageData1C(words + 4), 2u);
   EXPECT_THAT(Words(finder.Message()), ElementsAre(Header(1), 9));  // nothing of the message before
+  EXPECT_EQ(finder.IsValidMessageData2C(words + 1, words + 2), 0u);
   EXPECT_EQ(finder.IsValidMessageData2C(words, words + 2), 2u);
-  EXPECT_THAT(Words(finder.Message()), ElementsAre(Header(8), 2, 1, 3));
-  EXPECT_EQ(finder.IsValidMessageData2C(words + 1, words), 2u);
-  EXPECT_THAT(Words(finder.Message()), ElementsAre(Header(8), 2, 1, 3));
+  EXPECT_THAT(Words(finder.Message()), ElementsAre(H8, 2, 1, 3));
+  EXPECT_EQ(finder.IsValidMessageData2C(words + 2, words), 2u);
+  EXPECT_THAT(Words(finder.Message()), ElementsAre(H8, 3, 1, Header(1)));
+  finder.ResetMessageBlock();
+  EXPECT_THAT(Words(finder.Message()), ElementsAre(0xAA00FF55u));
 }
 
 /// The rules read word by word, on a block of whole frames.
@@ -134,7 +136,7 @@ TEST(CanMessageFinder, EditorCurveShowsLengths) {
   finder.StartSearchBlock(words, 10, 0, -1, 1);
   ASSERT_TRUE(finder.FindNextMessage());
   float curve[12];
-  std::fill(std::begin(curve), std::end(curve), 77.0f);
+  curve[11] = 77.0f;
   finder.GenerateWavEditorCurve(curve, 11, 0, -1, 1);
   EXPECT_THAT(curve, ElementsAre(0, 9, 9, 9, 9, 4, 4, 4, 0, 0, 0, 77));
   finder.GenerateWavEditorCurve(curve, 6, 1, 0, 2);  // five samples of two channels
@@ -143,16 +145,11 @@ TEST(CanMessageFinder, EditorCurveShowsLengths) {
   EXPECT_EQ(finder.SamplePos(), 5u);
 }
 
-std::vector<float> AsFloats(const std::vector<ULONG>& words) {
-  std::vector<float> floats(words.size());
-  if (!words.empty()) std::memcpy(floats.data(), words.data(), words.size() * sizeof(float));
-  return floats;
-}
-
-std::vector<std::uint32_t> AsWords(const std::vector<float>& floats) {
-  std::vector<std::uint32_t> words(floats.size());
-  if (!words.empty()) std::memcpy(words.data(), floats.data(), words.size() * sizeof(float));
-  return words;
+template <class To, class From>
+std::vector<To> SameBits(const std::vector<From>& from) {
+  std::vector<To> to(from.size());
+  std::transform(from.begin(), from.end(), to.begin(), [](const From& x) { return std::bit_cast<To>(x); });
+  return to;
 }
 
 TEST(CanMessageCompressor, KeepsMessagesWhole) {
@@ -162,7 +159,6 @@ TEST(CanMessageCompressor, KeepsMessagesWhole) {
     stream[i] = H4;
     stream[i + 1] = stream[i + 2] = i;
   }
-  const std::vector<float> in = AsFloats(stream);
   const struct {
     float ratio, phase;
     unsigned outputs;
@@ -182,19 +178,19 @@ TEST(CanMessageCompressor, KeepsMessagesWhole) {
   };
   for (const auto& c : cases) {
     for (const unsigned stride : {1u, 3u}) {
-      std::vector<float> out(std::size_t{c.outputs + 18} * stride, 5.0f), spread(in.size() * stride);
-      for (std::size_t i = 0; i < in.size(); ++i) std::memcpy(&spread[i * stride], &in[i], sizeof(float));
-      std::vector<std::uint32_t> expected = AsWords(out);
+      std::vector<ULONG> spread(stream.size() * stride), expected((c.outputs + 18) * stride, H8);
+      for (std::size_t i = 0; i < stream.size(); ++i) spread[i * stride] = stream[i];
+      std::vector<float> out = SameBits<float>(expected);
       for (unsigned i = 0; i < c.outputs; ++i) expected[i * stride] = 0;
       for (const auto& [output, message] : c.expected) {
-        const std::uint32_t words[18] = {H4, message, message};
+        const ULONG words[18] = {H4, message, message};
         for (unsigned k = 0; k < 18; ++k) expected[(output + k) * stride] = words[k];
       }
       float phase = c.phase;
-      CCanMessageCompressor compressor;
-      EXPECT_EQ(compressor.CanDownsampling(out.data(), stride, spread.data(), 120, stride, c.ratio, phase),
+      EXPECT_EQ(CCanMessageCompressor().CanDownsampling(out.data(), stride, SameBits<float>(spread).data(),
+                                                        120, stride, c.ratio, phase),
                 c.outputs);
-      EXPECT_EQ(AsWords(out), expected) << "ratio " << c.ratio << ", stride " << stride;
+      EXPECT_EQ(SameBits<ULONG>(out), expected) << "ratio " << c.ratio << ", stride " << stride;
       EXPECT_EQ(phase, c.phaseAfter) << c.ratio;
     }
   }
@@ -207,14 +203,11 @@ TEST(CanMessageCompressor, StaysWithinTheRoomToldAndCarriesThePhase) {
     double inputs = 0.0, outputs = 0.0;
     for (int block = 0; block < 5; ++block) {
       const auto n = static_cast<unsigned>(random() % 300);
-      const std::vector<float> in = AsFloats(RandomStream(n, 8, random));
+      const std::vector<float> in = SameBits<float>(RandomStream(n, 8, random));
       const auto room = static_cast<std::size_t>(static_cast<float>(n) / ratio + phase) + 18;
       const std::unique_ptr<float[]> out(new float[room]);
-      CCanMessageCompressor compressor;
-      const unsigned count = compressor.CanDownsampling(out.get(), 1, in.data(), n, 1, ratio, phase);
-      ASSERT_EQ(count + 18, room);
+      outputs += CCanMessageCompressor().CanDownsampling(out.get(), 1, in.data(), n, 1, ratio, phase);
       inputs += n;
-      outputs += count;
     }
     ASSERT_NEAR(inputs / static_cast<double>(ratio), outputs + static_cast<double>(phase), 1e-2);
   }
