@@ -45,111 +45,96 @@ TEST(DummDownsampling, LastBlockEndsWithItsLastSample) {
   EXPECT_EQ(phase, 0.0f);
 }
 
-/// A reduction in the form that all tests call, with a gain of 2. Minimum and maximum of the range are two of
-/// them.
-struct Reduction {
-  enum Kind { mean, max, sum, levelSum, rangeMin, rangeMax } kind;
+enum Kind { mean, max, sum, levelSum, range };
 
-  bool isRange() const { return kind >= rangeMin; }
-  std::uint64_t run(float* out, unsigned outStride, const float* in, std::uint64_t n, unsigned inStride,
-                    float ratio, float& phase, float& partial) const {
-    if (isRange()) {
-      Samples both(2 * n + 2);
-      float other = 0.0f;
-      float &low = kind == rangeMin ? partial : other, &high = kind == rangeMin ? other : partial;
-      const auto count = Filter::SimpleDownsamplingMinMax(both.data(), 1, in, n, inStride, ratio, phase, low,
-                                                          high, 2, false);
-      for (std::size_t j = 0; j < count / 2; ++j) out[j * outStride] = both[2 * j + kind - rangeMin];
-      return count / 2;
-    }
-    if (kind == sum || kind == levelSum) {
+/// The reductions in the form that all tests call. A range has two results for one output.
+std::uint64_t Reduce(Kind kind, float* out, unsigned outStride, const float* in, std::uint64_t n,
+                     unsigned inStride, float ratio, float& phase, float& partial, float& partialMax,
+                     float gain) {
+  switch (kind) {
+    case mean:
+      return Filter::SimpleDownsamplingMean(out, outStride, in, n, inStride, ratio, phase, partial, gain,
+                                            false);
+    case max:
+      return Filter::SimpleDownsamplingMax(out, outStride, in, n, inStride, ratio, phase, partial, gain,
+                                           false);
+    case range:
+      return Filter::SimpleDownsamplingMinMax(out, outStride, in, n, inStride, ratio, phase, partial,
+                                              partialMax, gain, false);
+    default:
       return Filter::SimpleDownsamplingSum(out, outStride, in, n, inStride, ratio, phase, partial,
-                                           kind == levelSum, 2, false);
-    }
-    return kind == max ? Filter::SimpleDownsamplingMax(out, outStride, in, n, inStride, ratio, phase, partial,
-                                                       2, false)
-                       : Filter::SimpleDownsamplingMean(out, outStride, in, n, inStride, ratio, phase,
-                                                        partial, 2, false);
+                                           kind == levelSum, gain, false);
   }
-  double join(double a, double b) const {
-    if (kind == max || kind == rangeMax) return std::max(a, b);
-    if (kind == rangeMin) return std::min(a, b);
-    return kind == levelSum ? 10.0 * std::log10(std::pow(10.0, a / 10) + std::pow(10.0, b / 10)) : a + b;
-  }
-};
-
-constexpr Reduction kReductions[] = {{Reduction::mean},     {Reduction::max},      {Reduction::sum},
-                                     {Reduction::levelSum}, {Reduction::rangeMin}, {Reduction::rangeMax}};
-
-/// A ratio and a phase in whole numbers: num / den input samples per output, covered / num.
-struct Ratio {
-  std::uint64_t num, den;
-};
-
-/// The rules of one block, sample by sample.
-Samples Expected(const Reduction& reduction, const float* in, std::uint64_t n, unsigned stride,
-                 const Ratio& ratio, std::uint64_t& covered, float& partial) {
-  const auto reduce = [&](std::uint64_t begin, std::uint64_t end) {
-    double value = static_cast<double>(in[begin * stride]);
-    for (std::uint64_t i = begin + 1; i < end; ++i) {
-      value = reduction.join(value, static_cast<double>(in[i * stride]));
-    }
-    return value;
-  };
-  const std::uint64_t total = n * ratio.den + covered, carried = covered / ratio.den;
-  Samples out(total / ratio.num);
-  if (out.empty()) {
-    partial = static_cast<float>(reduction.join(static_cast<double>(partial), reduce(0, n)));
-    covered = total;
-    return out;
-  }
-  std::uint64_t begin = 0;
-  for (std::size_t j = 0; j < out.size(); ++j) {
-    const auto end = std::min(n, ((j + 1) * ratio.num - covered) / ratio.den + 1);
-    const bool joins = j == 0 && carried != 0;
-    double value = reduce(begin, end);
-    if (joins) value = reduction.join(static_cast<double>(partial), value);
-    if (reduction.kind == Reduction::mean) value /= static_cast<double>(end - begin + (joins ? carried : 0));
-    out[j] = static_cast<float>(2.0 * value);
-    begin = end;
-  }
-  covered = total % ratio.num;
-  if (begin < n) {
-    partial = static_cast<float>(reduce(begin, n));
-  } else if (covered >= ratio.den) {
-    partial = in[(n - 1) * stride];
-  }
-  return out;
 }
 
 TEST(SimpleDownsampling, FollowsTheRulesBlockByBlock) {
-  std::mt19937 random(6);
-  for (const Reduction& reduction : kReductions) {
-    for (const Ratio& ratio : {Ratio{5, 4}, {2, 1}, {5, 2}, {4, 1}, {15, 2}, {69, 4}, {300, 1}}) {
+  const Samples in{3, 1, 4, 1, 5, 9, 2, 6, 5, 3, 5, 8, 9, 7, 9, 3, 2, 3, 8, 4};
+  const struct {
+    float ratio;
+    std::vector<std::size_t> blocks;
+    float phase;
+    Samples results[5];  // by kind
+    float partial[5];
+  } cases[] = {
+      // A rest is carried; 3 4 5 end with the block, and the old partial value stays; a rest again.
+      {2.5f,
+       {4, 4, 4},
+       0.8f,
+       {{8.0f / 3, 5, 4, 13.0f / 3},
+        {4, 9, 6, 5},
+        {8, 15, 8, 13},
+        {7.6088f, 10.9218f, 7.4554f, 9.2011f},
+        {1, 4, 1, 9, 2, 6, 3, 5}},
+       {8, 8, 8, 8, 8}},
+      // No output is due; the first one ends at the last but one position, so the last sample is carried on.
+      {4,
+       {3, 2, 7, 8},
+       0,
+       {{2.8f, 5.4f, 16.0f / 3, 6, 5},
+        {5, 9, 8, 9, 8},
+        {14, 27, 16, 30, 15},
+        {10.0806f, 12.9741f, 10.5945f, 13.8879f, 10.341f},
+        {1, 5, 2, 9, 3, 8, 2, 9, 3, 8}},
+       {5, 5, 5, 5, 5}},
+      {4,
+       {1, 1, 6, 8},
+       0,
+       {{2.8f, 17.0f / 3, 6, 19.0f / 3},
+        {5, 9, 9, 9},
+        {14, 17, 30, 19},
+        {10.0806f, 11.3063f, 13.5358f, 11.7465f},
+        {1, 5, 2, 9, 3, 9, 3, 9}},
+       {4, 3, 4, 5.1244f, 1}},
+      // Less than a sample is carried: it does not count.
+      {1.25f,
+       {3, 4, 5},
+       0.6f,
+       {{2, 4, 1, 7, 2, 6, 5, 4, 8},
+        {3, 4, 1, 9, 2, 6, 5, 5, 8},
+        {4, 4, 1, 14, 2, 6, 5, 8, 8},
+        {5.1244f, 4, 1, 10.4554f, 2, 6, 5, 7.1244f, 8},
+        {1, 3, 4, 4, 1, 1, 5, 9, 2, 2, 6, 6, 5, 5, 3, 5, 8, 8}},
+       {0, 0, 0, -100, 99}},
+  };
+  for (const auto& c : cases) {
+    for (const Kind kind : {mean, max, sum, levelSum, range}) {
       for (const unsigned stride : {1u, 3u}) {
-        const bool sums = reduction.kind == Reduction::sum || reduction.kind == Reduction::levelSum;
-        if (sums && stride == 1 && ratio.num < 2 * ratio.den) continue;  // straight lines
-        const float samplesPerOutput = static_cast<float>(ratio.num) / static_cast<float>(ratio.den);
-        const Samples in = Noise(3000 * stride, 8);
-        float phase = 0, partial = 0, expectedPartial = 0;
-        std::uint64_t covered = 0;
-        const float* at = in.data();
-        int block = 0;
-        for (const std::size_t n : Split(3000, 30, random)) {
-          if (n == 0) continue;
-          if (block++ % 20 == 0) phase = partial = expectedPartial = 0, covered = 0;  // its 24 bits wear out
-          const Samples expected = Expected(reduction, at, n, stride, ratio, covered, expectedPartial);
-          Samples out(2 * expected.size() + 1);
-          ASSERT_EQ(reduction.run(out.data(), 2, at, n, stride, samplesPerOutput, phase, partial),
-                    expected.size());
-          ASSERT_NEAR(phase, static_cast<double>(covered) / static_cast<double>(ratio.num), 2e-6);
-          ASSERT_NEAR(partial, expectedPartial, 1e-4) << reduction.kind << " " << samplesPerOutput;
-          for (std::size_t j = 0; j < expected.size(); ++j) {
-            ASSERT_NEAR(out[2 * j], expected[j], 1e-4) << reduction.kind << " " << samplesPerOutput;
-          }
-          partial = expectedPartial;  // rounding does not add up
+        if (stride == 1 && c.ratio < 2 && (kind == sum || kind == levelSum)) continue;  // straight lines
+        Samples spread(in.size() * stride, -77.0f), out(100, 77.0f), expected = out;
+        for (std::size_t i = 0; i < in.size(); ++i) spread[i * stride] = in[i];
+        for (std::size_t j = 0; j < c.results[kind].size(); ++j) expected[2 * j] = 2 * c.results[kind][j];
+        float phase = 0, partial = kind == range ? 99 : kind == levelSum ? -100 : 0, partialMax = -99;
+        const float* at = spread.data();
+        std::uint64_t written = 0;
+        for (const std::size_t n : c.blocks) {
+          written +=
+              Reduce(kind, &out[2 * written], 2, at, n, stride, c.ratio, phase, partial, partialMax, 2);
           at += n * stride;
         }
+        EXPECT_EQ(written, c.results[kind].size()) << c.ratio << " " << kind;
+        EXPECT_THAT(out, testing::Pointwise(testing::FloatNear(1e-3f), expected)) << c.ratio << " " << kind;
+        EXPECT_NEAR(phase, c.phase, 1e-6) << kind;
+        EXPECT_NEAR(partial, c.partial[kind], 1e-3) << c.ratio << " " << kind;
       }
     }
   }
@@ -157,26 +142,24 @@ TEST(SimpleDownsampling, FollowsTheRulesBlockByBlock) {
 
 TEST(SimpleDownsampling, LittleRatiosCopyOrInterpolate) {
   const Samples in{1, 10, 2, 20, 3, 30, 4, 40};
-  for (const Reduction& reduction : kReductions) {
-    if (reduction.isRange()) continue;
-    float phase = 0.5f, partial = 9.0f;
+  float phase = 0, partial = 0, partialMax = -99;
+  for (const Kind kind : {mean, max, sum, levelSum}) {
+    phase = 0.5f;
+    partial = 9.0f;
     Samples out(8, 77.0f);
-    EXPECT_EQ(reduction.run(out.data(), 2, in.data(), 4, 2, 1.0f, phase, partial), 4u) << reduction.kind;
-    EXPECT_THAT(out, ElementsAre(2, 77, 4, 77, 6, 77, 8, 77)) << reduction.kind;
+    EXPECT_EQ(Reduce(kind, out.data(), 2, in.data(), 4, 2, 1, phase, partial, partialMax, 2), 4u) << kind;
+    EXPECT_THAT(out, ElementsAre(2, 77, 4, 77, 6, 77, 8, 77)) << kind;
     EXPECT_EQ(phase, 0.0f);
     EXPECT_EQ(partial, 0.0f);
-    EXPECT_EQ(reduction.run(out.data(), 1, in.data(), 4, 1, 1.0f, phase, partial), 4u) << reduction.kind;
-    EXPECT_THAT(out, ElementsAre(20, 4, 40, 6, 6, 77, 8, 77)) << reduction.kind;
+    EXPECT_EQ(Reduce(kind, out.data(), 1, in.data(), 4, 1, 1, phase, partial, partialMax, 2), 4u) << kind;
+    EXPECT_THAT(out, ElementsAre(20, 4, 40, 6, 6, 77, 8, 77)) << kind;
   }
-  float phase = 0, low = 99, high = -99;
-  Samples out(9, 77.0f);
-  EXPECT_EQ(Filter::SimpleDownsamplingSum(out.data(), 1, in.data(), 3, 1, 1.5f, phase, low, false, 1, false),
-            2u);
-  EXPECT_THAT(Samples(out.begin(), out.begin() + 3), ElementsAre(6, 20, 77));  // lines below 2
+  Samples lines(3, 77.0f), twice(9, 77.0f);
+  EXPECT_EQ(Reduce(sum, lines.data(), 1, in.data(), 3, 1, 1.5f, phase, partial, partialMax, 1), 2u);
+  EXPECT_THAT(lines, ElementsAre(6, 20, 77));
   phase = 0;
-  EXPECT_EQ(
-      Filter::SimpleDownsamplingMinMax(out.data(), 1, in.data(), 2, 1, 0.5f, phase, low, high, 1, false), 8u);
-  EXPECT_THAT(out, ElementsAre(1, 1, 10, 10, 10, 10, 10, 10, 77));
+  EXPECT_EQ(Reduce(range, twice.data(), 1, in.data(), 2, 1, 0.5f, phase, partial, partialMax, 1), 8u);
+  EXPECT_THAT(twice, ElementsAre(1, 1, 10, 10, 10, 10, 10, 10, 77));
 }
 
 }  // namespace
