@@ -5,15 +5,50 @@
 
 #include <algorithm>
 #include <bit>
+#include <cstring>
 #include <limits>
 #include <memory>
+#include <random>
+#include <vector>
 
-#include "can/CanStreams.h"
 #include "umlauf/can/CanMessageCompressor.h"
 
 namespace {
 
 using testing::ElementsAre;
+
+struct Found {
+  unsigned position;
+  std::vector<std::uint32_t> words;  // of the message block, without zeros at the end
+  bool operator==(const Found&) const = default;
+};
+
+std::vector<std::uint32_t> Words(const CanMessageBlock_s& block) {
+  std::vector<std::uint32_t> words(kCanMessageWords);
+  std::memcpy(words.data(), &block, sizeof block);
+  while (!words.empty() && words.back() == 0) words.pop_back();
+  return words;
+}
+
+std::vector<Found> FindAll(CCanMessageFinder& finder) {
+  std::vector<Found> all;
+  while (finder.FindNextMessage()) all.push_back({finder.SamplePos(), Words(finder.Message())});
+  return all;
+}
+
+constexpr ULONG Header(unsigned length, unsigned free = 1) { return 0xAA000055u | length << 16 | free << 8; }
+
+/// Words of which every `rarity`-th looks like a header, some of them with a length that is not valid.
+std::vector<ULONG> RandomStream(std::size_t words, unsigned rarity, std::mt19937& random) {
+  constexpr unsigned lengths[] = {0, 1, 2, 3, 4, 5, 7, 8, 9, 16, 31, 63, 64, 65, 255};
+  std::vector<ULONG> stream(words);
+  for (ULONG& word : stream) {
+    word = random() % rarity == 0
+               ? Header(lengths[random() % std::size(lengths)], static_cast<unsigned>(random() % 256))
+               : static_cast<ULONG>(random());
+  }
+  return stream;
+}
 
 constexpr ULONG H3 = Header(3), H4 = Header(4), H7 = Header(7), H8 = Header(8);
 
@@ -34,20 +69,10 @@ TEST(CanMessageFinder, FindsMessagesByTheRules) {
   } cases[] = {
       {"two and a rest", {9, H4, 7, 8, H8, 5, 6, 7, 0}, 0, -1, 1, {{1, {H4, 7, 8}}, {4, {H8, 5, 6, 7}}}},
       {"whole words only", {H7, 1, 2, H3, 4, 5, 6}, 0, -1, 1, {{0, {H7, 1, 2}}, {3, {H3, 4}}}},
-      {"lengths not valid", {Header(0), Header(65), H4, 1, 2, 3}, 0, -1, 1, {{2, {H4, 1, 2}}}},
       {"the last 3 are not tested", {0, H4, 1, 2}, 0, -1, 1, {}},
-      {"fits", {0, Header(12), Header(1), 2, 3, 4}, 0, -1, 1, {{1, {Header(12), Header(1), 2, 3, 4}}}},
       {"a cut one ends the search", {0, Header(16), Header(1), 2, 3, 4}, 0, -1, 1, {}},
-      {"second of three", {H4, H4, 0, 1, 1, 1, 2, 2, 2, 3, 3, 3}, 1, -1, 3, {{0, {H4, 1, 2}}}},
-      {"no second one", {H8, 1, 2, 3}, 0, 1, 1, {{0, {H8, 1, 2, 3}}}},
-      {"twice the same", {H8, 9, 1, 9, 2, 9, 3, 9}, 0, 0, 2, {{0, {H8, 1, 2, 3}}}},
-      {"header in the first", {0, 0, H8, 1, 2, 3, 0, 0}, 0, 1, 2, {{1, {H8, 1, 2, 3}}}},
-      {"the word that follows", {0, 0, H8, 1, 2, 3, 0, 0}, 1, 0, 2, {{1, {H8, 2, 2}}}},
       {"the word that follows", {1, 2, H8, 3, 4, 5, 6, 6, 6}, 0, 2, 3, {{0, {H8, 2, 5, 4}}}},
       {"behind the block is 0", {H8, 1, 2, 3}, 1, 0, 2, {{0, {H8, 2, 2}}}},
-      {"headers in both", {H4, H8, 1, 2, 3, 4}, 0, 1, 2, {{0, {H4, H8}}}},
-      {"the last one is not tested", {0, 0, H4, 1}, 0, 1, 2, {}},
-      {"cut", {H8, 0, 1, 2, Header(16), 1, 2, 3}, 0, 1, 2, {{0, {H8, 0, 1, 2}}}},
       {"negative channel", {H8, 1, 2, 3}, -1, -1, 1, {}},
       {"first of two behind the frame", {H8, 1, 2, 3, H8, 1, 2, 3}, 4, 0, 2, {}},
   };
