@@ -105,12 +105,14 @@ const std::wstring kVehicle = Network(
     L"<k:MuxGroup count='0'><k:Signal name='A' offset='8' length='8'/></k:MuxGroup>"
     L"<k:MuxGroup count='2'><k:Signal name='B' offset='8' length='8'><k:Value type='signed'/></k:Signal>"
     L"<k:Signal name='A' offset='16' length='8'/></k:MuxGroup></k:Multiplex></k:Message>"
+    L"<Message name='Late' id='4'><Multiplex name='Last' offset='32' length='8'>"
+    L"<MuxGroup count='0'><Signal name='C' offset='0' length='8'/></MuxGroup></Multiplex></Message>"
     L"<Message name='Grüße' id='3'><Signal name='Größe' offset='0'/></Message>");
 
 TEST(CanMessageDecoderXml, FindsMessagesAndSignalsByName) {
   Decoder decoder;
-  const char* names[] = {"Front", "Wheels.Front", "Far.Front", "A", "B", "Page", "Größe"};
-  for (int i = 0; i < 7; ++i) decoder.AppSignalBekanntmachen(i, CString(names[i]));
+  const char* names[] = {"Front", "Wheels.Front", "Far.Front", "A", "B", "Page", "Größe", "C"};
+  for (int i = 0; i < 8; ++i) decoder.AppSignalBekanntmachen(i, CString(names[i]));
   ASSERT_TRUE(decoder.SetDecoderXmlText(kVehicle.c_str()));
   decoder.StartDecoderSession();
   const struct {
@@ -124,21 +126,23 @@ TEST(CanMessageDecoderXml, FindsMessagesAndSignalsByName) {
       {0x98FF0001, {2, 0xFF, 6, 0}, {{5, 2.0}, {4, -1.0}, {3, 6.0}}},
       {0x18FF0001, {1, 5, 6, 0}, {{5, 1.0}}},
       {3, {1, 0, 0, 0}, {{6, 1.0}}},
+      {4, {5, 0, 0, 0, 0, 0, 0, 0}, {{7, 5.0}}},
+      {4, {5, 0, 0, 0}, {}},  // whether C is there was not recorded
       {0x21, {9, 8, 7, 6}, {}},
       {0x40000020, {9, 8, 7, 6}, {}},
   };
   for (const auto& c : cases) EXPECT_EQ(Decode(decoder, c.identifier, c.data), c.expected) << c.identifier;
   EXPECT_EQ(decoder.NumUnknownMessages(), 2u);
   EXPECT_TRUE(decoder.AppSigIdGesehen(4));
-  EXPECT_EQ(decoder.MaxMessageLen(), 4u);
+  EXPECT_EQ(decoder.MaxMessageLen(), 8u);
   decoder.StartDecoderSession();
   EXPECT_FALSE(decoder.AppSigIdGesehen(4));
-  ASSERT_EQ(decoder.NumSignals(), 8u);
+  ASSERT_EQ(decoder.NumSignals(), 10u);
   const CanSignalInfo_s front = decoder.Signal(0), page = decoder.Signal(3);
   EXPECT_EQ(front.message + L"." + front.signal + L" " + front.unit, CString(L"Wheels.Front km/h"));
   EXPECT_TRUE(front.identifier == 0x20 && !front.extended && front.min == 0 && front.max == 250);
   EXPECT_TRUE(page.identifier == 0x18FF0001 && page.extended && std::isinf(page.max));
-  EXPECT_EQ(decoder.Signal(8).signal, L"");
+  EXPECT_EQ(decoder.Signal(10).signal, L"");
 }
 
 TEST(CanMessageDecoderXml, SkipsSignalsOutsideTheDataAndSaysSoOnce) {

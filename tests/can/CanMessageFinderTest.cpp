@@ -195,6 +195,7 @@ TEST(CanMessageCompressor, KeepsMessagesWhole) {
       // 60 would begin behind the 30 outputs: left out; 40 leaves and comes again at 12, where 10 has a 0
       {4.0f, 0.0f, 30, 0.0f, {{3, 10}, {21, 40}, {12, 40}}},
       {1.0f, 0.5f, 120, 0.5f, {{10, 10}, {40, 40}, {60, 60}, {110, 110}, {102, 110}}},
+      {0.375f, 0.0f, 320, 0.0f, {{27, 10}, {107, 40}, {161, 60}, {294, 110}}},  // none leaves: no repeat
       {12.0f, 0.0f, 10, 0.0f, {{1, 10}}},  // fewer than 18 outputs: no repeat
       {0.0f, 0.5f, 0, 0.5f, {}},
       {-1.0f, 0.5f, 0, 0.5f, {}},
