@@ -76,7 +76,7 @@ TEST(SimpleDownsampling, FollowsTheRulesBlockByBlock) {
     Samples results[5];  // by kind
     float partial[5];
   } cases[] = {
-      // A rest is carried; 3 4 5 end with the block, and the old partial value stays; a rest again.
+      // 3 1 4 | 1 5 9 | 2 6 | 5 3 5, and 8 is left.
       {2.5f,
        {4, 4, 4},
        0.8f,
@@ -86,7 +86,8 @@ TEST(SimpleDownsampling, FollowsTheRulesBlockByBlock) {
         {7.6088f, 10.9218f, 7.4554f, 9.2011f},
         {1, 4, 1, 9, 2, 6, 3, 5}},
        {8, 8, 8, 8, 8}},
-      // No output is due; the first one ends at the last but one position, so the last sample is carried on.
+      // 3 1 4 gives no output yet. 3 1 4 1 5 does, and its last sample, which lies within the next
+      // interval, is carried on.
       {4,
        {3, 2, 7, 8},
        0,
@@ -105,7 +106,7 @@ TEST(SimpleDownsampling, FollowsTheRulesBlockByBlock) {
         {10.0806f, 11.3063f, 13.5358f, 11.7465f},
         {1, 5, 2, 9, 3, 9, 3, 9}},
        {4, 3, 4, 5.1244f, 1}},
-      // Less than a sample is carried: it does not count.
+      // What is carried is less than a sample, and does not count.
       {1.25f,
        {3, 4, 5},
        0.6f,
