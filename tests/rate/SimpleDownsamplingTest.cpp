@@ -69,74 +69,56 @@ std::uint64_t Reduce(Kind kind, float* out, unsigned outStride, const float* in,
 
 TEST(SimpleDownsampling, FollowsTheRulesBlockByBlock) {
   const Samples in{3, 1, 4, 1, 5, 9, 2, 6, 5, 3, 5, 8, 9, 7, 9, 3, 2, 3, 8, 4};
+  using Blocks = std::vector<std::size_t>;
+  // 3 1 4 | 1 5 9 | 2 6 | 5 3 5, and 8 is left.
+  const Blocks ofFour{4, 4, 4};
+  // 3 1 4 gives no output yet. 3 1 4 1 5 does, and its last sample, which lies within the next interval, is
+  // carried on.
+  const Blocks early{3, 2, 7, 8};
+  const Blocks late{1, 1, 6, 8};
+  const Blocks fine{3, 4, 5};  // what is carried is less than a sample, and does not count
   const struct {
+    Kind kind;
     float ratio;
-    std::vector<std::size_t> blocks;
-    float phase;
-    Samples results[5];  // by kind
-    float partial[5];
+    const Blocks& blocks;
+    Samples results;
+    float phase, partial;
   } cases[] = {
-      // 3 1 4 | 1 5 9 | 2 6 | 5 3 5, and 8 is left.
-      {2.5f,
-       {4, 4, 4},
-       0.8f,
-       {{8.0f / 3, 5, 4, 13.0f / 3},
-        {4, 9, 6, 5},
-        {8, 15, 8, 13},
-        {7.6088f, 10.9218f, 7.4554f, 9.2011f},
-        {1, 4, 1, 9, 2, 6, 3, 5}},
-       {8, 8, 8, 8, 8}},
-      // 3 1 4 gives no output yet. 3 1 4 1 5 does, and its last sample, which lies within the next
-      // interval, is carried on.
-      {4,
-       {3, 2, 7, 8},
-       0,
-       {{2.8f, 5.4f, 16.0f / 3, 6, 5},
-        {5, 9, 8, 9, 8},
-        {14, 27, 16, 30, 15},
-        {10.0806f, 12.9741f, 10.5945f, 13.8879f, 10.341f},
-        {1, 5, 2, 9, 3, 8, 2, 9, 3, 8}},
-       {5, 5, 5, 5, 5}},
-      {4,
-       {1, 1, 6, 8},
-       0,
-       {{2.8f, 17.0f / 3, 6, 19.0f / 3},
-        {5, 9, 9, 9},
-        {14, 17, 30, 19},
-        {10.0806f, 11.3063f, 13.5358f, 11.7465f},
-        {1, 5, 2, 9, 3, 9, 3, 9}},
-       {4, 3, 4, 5.1244f, 1}},
-      // What is carried is less than a sample, and does not count.
-      {1.25f,
-       {3, 4, 5},
-       0.6f,
-       {{2, 4, 1, 7, 2, 6, 5, 4, 8},
-        {3, 4, 1, 9, 2, 6, 5, 5, 8},
-        {4, 4, 1, 14, 2, 6, 5, 8, 8},
-        {5.1244f, 4, 1, 10.4554f, 2, 6, 5, 7.1244f, 8},
-        {1, 3, 4, 4, 1, 1, 5, 9, 2, 2, 6, 6, 5, 5, 3, 5, 8, 8}},
-       {0, 0, 0, -100, 99}},
+      {mean, 2.5f, ofFour, {8.0f / 3, 5, 4, 13.0f / 3}, 0.8f, 8},
+      {max, 2.5f, ofFour, {4, 9, 6, 5}, 0.8f, 8},
+      {sum, 2.5f, ofFour, {8, 15, 8, 13}, 0.8f, 8},
+      {levelSum, 2.5f, ofFour, {7.6088f, 10.9218f, 7.4554f, 9.2011f}, 0.8f, 8},
+      {range, 2.5f, ofFour, {1, 4, 1, 9, 2, 6, 3, 5}, 0.8f, 8},
+      {mean, 4, early, {2.8f, 5.4f, 16.0f / 3, 6, 5}, 0, 5},
+      {max, 4, early, {5, 9, 8, 9, 8}, 0, 5},
+      {sum, 4, early, {14, 27, 16, 30, 15}, 0, 5},
+      {levelSum, 4, early, {10.0806f, 12.9741f, 10.5945f, 13.8879f, 10.341f}, 0, 5},
+      {range, 4, early, {1, 5, 2, 9, 3, 8, 2, 9, 3, 8}, 0, 5},
+      {mean, 4, late, {2.8f, 17.0f / 3, 6, 19.0f / 3}, 0, 4},
+      {levelSum, 4, late, {10.0806f, 11.3063f, 13.5358f, 11.7465f}, 0, 5.1244f},
+      {range, 4, late, {1, 5, 2, 9, 3, 9, 3, 9}, 0, 1},
+      {mean, 1.25f, fine, {2, 4, 1, 7, 2, 6, 5, 4, 8}, 0.6f, 0},
+      {sum, 1.25f, fine, {4, 4, 1, 14, 2, 6, 5, 8, 8}, 0.6f, 0},
+      {range, 1.25f, fine, {1, 3, 4, 4, 1, 1, 5, 9, 2, 2, 6, 6, 5, 5, 3, 5, 8, 8}, 0.6f, 99},
   };
   for (const auto& c : cases) {
-    for (const Kind kind : {mean, max, sum, levelSum, range}) {
-      for (const unsigned stride : {1u, 3u}) {
-        if (stride == 1 && c.ratio < 2 && (kind == sum || kind == levelSum)) continue;  // straight lines
-        Samples spread(in.size() * stride, -77.0f), out(100, 77.0f), expected = out;
-        for (std::size_t i = 0; i < in.size(); ++i) spread[i * stride] = in[i];
-        for (std::size_t j = 0; j < c.results[kind].size(); ++j) expected[2 * j] = 2 * c.results[kind][j];
-        float phase = 0, partial = kind == range ? 99 : kind == levelSum ? -100 : 0, partialMax = -99;
-        const float* at = spread.data();
-        std::uint64_t written = 0;
-        for (const std::size_t n : c.blocks) {
-          written +=
-              Reduce(kind, &out[2 * written], 2, at, n, stride, c.ratio, phase, partial, partialMax, 2);
-          at += n * stride;
-        }
-        EXPECT_EQ(written, c.results[kind].size()) << c.ratio << " " << kind;
-        EXPECT_THAT(out, testing::Pointwise(testing::FloatNear(1e-3f), expected)) << c.ratio << " " << kind;
-        EXPECT_NEAR(phase, c.phase, 1e-6) << kind;
-        EXPECT_NEAR(partial, c.partial[kind], 1e-3) << c.ratio << " " << kind;
+    for (const unsigned stride : {1u, 3u}) {
+      if (stride == 1 && c.ratio < 2 && c.kind == sum) continue;  // straight lines
+      Samples spread(in.size() * stride, -77.0f), out(100, 77.0f), expected = out;
+      for (std::size_t i = 0; i < in.size(); ++i) spread[i * stride] = in[i];
+      for (std::size_t j = 0; j < c.results.size(); ++j) expected[2 * j] = 2 * c.results[j];
+      float phase = 0, partial = c.kind == range ? 99 : c.kind == levelSum ? -100 : 0, partialMax = -99;
+      const float* at = spread.data();
+      std::uint64_t written = 0;
+      for (const std::size_t n : c.blocks) {
+        written +=
+            Reduce(c.kind, &out[2 * written], 2, at, n, stride, c.ratio, phase, partial, partialMax, 2);
+        at += n * stride;
       }
+      EXPECT_EQ(written, c.results.size()) << c.ratio << " " << c.kind;
+      EXPECT_THAT(out, testing::Pointwise(testing::FloatNear(1e-3f), expected)) << c.ratio << " " << c.kind;
+      EXPECT_NEAR(phase, c.phase, 1e-6) << c.kind;
+      EXPECT_NEAR(partial, c.partial, 1e-3) << c.ratio << " " << c.kind;
     }
   }
 }
