@@ -1,6 +1,7 @@
 #include "tools/CanSignals.h"
 
 #include <algorithm>
+#include <set>
 
 #include "tools/Error.h"
 
@@ -25,6 +26,7 @@ CanSignals::CanSignals(const std::string& kcd, const std::vector<std::string>& w
     Fail("cannot use {}: {}; give a message description in KCD", kcd, notes_.text());
   }
   std::vector<bool> found(wanted.size());
+  std::set<CString> taken;
   for (unsigned i = 0; i < decoder_.NumSignals(); ++i) {
     const CanSignalInfo_s info = decoder_.Signal(i);
     Signal signal;
@@ -37,8 +39,9 @@ CanSignals::CanSignals(const std::string& kcd, const std::vector<std::string>& w
       if (wanted[k] != signal.name && wanted[k] != signal.message + "." + signal.name) continue;
       take = found[k] = true;
     }
-    if (!take) continue;
-    const CString name = CString::FromUtf8(signal.message + "." + signal.name);
+    // The decoder knows signals by name: a name that comes again, as in several groups, stands for them all.
+    const CString name = info.message + L"." + info.signal;
+    if (!take || !taken.insert(name).second) continue;
     decoder_.AppSignalBekanntmachen(static_cast<int>(signals_.size()), name);
     signals_.push_back(std::move(signal));
   }

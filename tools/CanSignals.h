@@ -12,7 +12,8 @@
 
 namespace umlauf::tool {
 
-/// The signals of a message description, decoded from message after message. Not for several threads.
+/// The signals of a message description, decoded from message after message. Those of one name in messages of
+/// one name (in several groups of a multiplexed message, say) are one signal. Not for several threads.
 class CanSignals {
  public:
   struct Signal {

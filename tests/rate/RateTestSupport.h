@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
+#include <memory>
 #include <numbers>
 #include <random>
 #include <vector>
@@ -14,11 +15,11 @@ using Samples = std::vector<float>;
 
 inline double Decibels(double ratio) { return 20.0 * std::log10(std::max(ratio, 1e-12)); }
 
-/// Sample i is sin(2 pi * cyclesPerSample * (i + offset)).
-inline Samples Sine(double cyclesPerSample, std::size_t n, double offset = 0.0) {
+/// Sample i is sin(2 pi * cyclesPerSample * i).
+inline Samples Sine(double cyclesPerSample, std::size_t n) {
   Samples samples(n);
   for (std::size_t i = 0; i < n; ++i) {
-    const double turns = cyclesPerSample * (static_cast<double>(i) + offset);
+    const double turns = cyclesPerSample * static_cast<double>(i);
     samples[i] = static_cast<float>(std::sin(2.0 * std::numbers::pi * (turns - std::floor(turns))));
   }
   return samples;
@@ -30,6 +31,13 @@ inline Samples Noise(std::size_t n, unsigned seed) {
   Samples samples(n);
   for (float& x : samples) x = digits(random);
   return samples;
+}
+
+/// A copy whose end a sanitizer watches.
+inline std::unique_ptr<float[]> OnHeap(const Samples& samples) {
+  std::unique_ptr<float[]> copy(new float[samples.size()]);
+  std::copy(samples.begin(), samples.end(), copy.get());
+  return copy;
 }
 
 /// Sine of known frequency in x[begin, end), fitted by least squares; phase in turns as counted by `Sine`.

@@ -1,6 +1,3 @@
-#include <functional>
-#include <limits>
-
 #include "rate/RateTestSupport.h"
 #include "umlauf/rate/DownsamplingFilter.h"
 
@@ -8,17 +5,14 @@ namespace {
 
 using Filter = CDownsamplingFilter;
 using testing::ElementsAre;
-using testing::FloatEq;
-using testing::Pointwise;
 
 TEST(KeinDownsampling, CopiesWithGain) {
   float phase = 0.25f;
   const Samples in{1, -2, 3};
-  Samples out(3, 77.0f);
-  EXPECT_EQ(Filter::KeinDownsampling(out.data(), in.data(), 0, 2, phase, 2), 0u);
-  EXPECT_THAT(out, ElementsAre(77, 77, 77));
+  Samples out(4, 77.0f);
+  EXPECT_EQ(Filter::KeinDownsampling(nullptr, nullptr, 0, 2, phase, 2), 0u);
   EXPECT_EQ(Filter::KeinDownsampling(out.data(), in.data(), 3, 2, phase, 2), 3u);
-  EXPECT_THAT(out, ElementsAre(2, -4, 6));
+  EXPECT_THAT(out, ElementsAre(2, -4, 6, 77));
   EXPECT_EQ(phase, 0.25f);
 }
 
@@ -27,20 +21,18 @@ TEST(DummDownsampling, LinesBetweenSamples) {
   for (std::size_t i = 0; i < ramp.size(); ++i) ramp[i] = static_cast<float>(i);
   std::mt19937 random(5);
   for (const float ratio : {0.4f, 1.0f, 2.5f, 7.31f}) {
-    float phase = 0.0f;
-    std::size_t at = 0, count = 0;
+    float phase = 0.0f, count = 0.0f;
+    const float* at = ramp.data();
     for (const std::size_t n : Split(1000, 40, random)) {
       Samples out(2 * n + 200, 77.0f);
-      const auto written =
-          Filter::DummDownsampling(out.data(), 2, ramp.data() + at, n, ratio, phase, 3, false);
-      for (std::size_t j = 0; j < written; ++j, ++count) {
-        const double position = static_cast<double>(ratio) * static_cast<double>(count + 1);
-        ASSERT_NEAR(out[2 * j], 3.0 * position, 2e-3) << ratio << " " << count;
+      const auto written = Filter::DummDownsampling(out.data(), 2, at, n, ratio, phase, 3, false);
+      for (std::size_t j = 0; j < written; ++j) {
+        ASSERT_NEAR(out[2 * j], 3.0f * ratio * ++count, 2e-3) << ratio;
         ASSERT_EQ(out[2 * j + 1], 77.0f);
       }
       at += n;
     }
-    EXPECT_NEAR(static_cast<double>(count), 1000.0 / static_cast<double>(ratio), 1.0);
+    EXPECT_NEAR(count, 1000.0f / ratio, 1.0f);
   }
 }
 
@@ -53,165 +45,104 @@ TEST(DummDownsampling, LastBlockEndsWithItsLastSample) {
   EXPECT_EQ(phase, 0.0f);
 }
 
-/// A reduction in the form that all tests call.
-struct Reduction {
-  const char* name;
-  std::function<std::uint64_t(float* out, unsigned outStride, const float* in, std::uint64_t n,
-                              unsigned inStride, float ratio, float& phase, float& partial)>
-      run;
-  std::function<double(double, double)> join;
-};
+enum Kind { mean, max, sum, levelSum, range };
 
-const std::vector<Reduction>& Reductions() {
-  static const std::vector<Reduction> all{
-      {"mean",
-       [](auto* out, auto os, auto* in, auto n, auto is, auto ratio, auto& phase, auto& partial) {
-         return Filter::SimpleDownsamplingMean(out, os, in, n, is, ratio, phase, partial, 2, false);
-       },
-       std::plus<>()},
-      {"max",
-       [](auto* out, auto os, auto* in, auto n, auto is, auto ratio, auto& phase, auto& partial) {
-         return Filter::SimpleDownsamplingMax(out, os, in, n, is, ratio, phase, partial, 2, false);
-       },
-       [](double a, double b) { return std::max(a, b); }},
-      {"sum",
-       [](auto* out, auto os, auto* in, auto n, auto is, auto ratio, auto& phase, auto& partial) {
-         return Filter::SimpleDownsamplingSum(out, os, in, n, is, ratio, phase, partial, false, 2, false);
-       },
-       std::plus<>()},
-      {"level sum",
-       [](auto* out, auto os, auto* in, auto n, auto is, auto ratio, auto& phase, auto& partial) {
-         return Filter::SimpleDownsamplingSum(out, os, in, n, is, ratio, phase, partial, true, 2, false);
-       },
-       [](double a, double b) {
-         return 10.0 * std::log10(std::pow(10.0, a / 10) + std::pow(10.0, b / 10));
-       }}};
-  return all;
-}
-
-/// The rules of one block, sample by sample.
-Samples Expected(const Reduction& reduction, const float* in, std::uint64_t n, unsigned stride, float ratio,
-                 float& phase, float& partial) {
-  const bool isMean = std::string_view(reduction.name) == "mean";
-  const auto reduce = [&](std::uint64_t begin, std::uint64_t end) {
-    double value = static_cast<double>(in[begin * stride]);
-    for (std::uint64_t i = begin + 1; i < end; ++i) {
-      value = reduction.join(value, static_cast<double>(in[i * stride]));
-    }
-    return value;
-  };
-  const double total = static_cast<double>(n) / static_cast<double>(ratio) + static_cast<double>(phase);
-  if (total < 1.0) {
-    partial = static_cast<float>(reduction.join(static_cast<double>(partial), reduce(0, n)));
-    phase = static_cast<float>(total);
-    return {};
+/// The reductions in the form that all tests call. A range has two results for one output.
+std::uint64_t Reduce(Kind kind, float* out, unsigned outStride, const float* in, std::uint64_t n,
+                     unsigned inStride, float ratio, float& phase, float& partial, float& partialMax,
+                     float gain) {
+  switch (kind) {
+    case mean:
+      return Filter::SimpleDownsamplingMean(out, outStride, in, n, inStride, ratio, phase, partial, gain,
+                                            false);
+    case max:
+      return Filter::SimpleDownsamplingMax(out, outStride, in, n, inStride, ratio, phase, partial, gain,
+                                           false);
+    case range:
+      return Filter::SimpleDownsamplingMinMax(out, outStride, in, n, inStride, ratio, phase, partial,
+                                              partialMax, gain, false);
+    default:
+      return Filter::SimpleDownsamplingSum(out, outStride, in, n, inStride, ratio, phase, partial,
+                                           kind == levelSum, gain, false);
   }
-  Samples out(static_cast<std::size_t>(total));
-  const auto carried = static_cast<std::uint64_t>(phase * ratio);
-  std::uint64_t begin = 0;
-  for (std::size_t j = 0; j < out.size(); ++j) {
-    const double t = (1.0 - static_cast<double>(phase) + static_cast<double>(j)) * static_cast<double>(ratio);
-    const auto end = std::min(n, static_cast<std::uint64_t>(t + 1.0));
-    const bool joins = j == 0 && carried != 0;
-    double value = reduce(begin, end);
-    if (joins) value = reduction.join(static_cast<double>(partial), value);
-    if (isMean) value /= static_cast<double>(end - begin + (joins ? carried : 0));
-    out[j] = static_cast<float>(2.0 * value);
-    begin = end;
-  }
-  phase = static_cast<float>(total - static_cast<double>(out.size()));
-  if (begin < n) {
-    partial = static_cast<float>(reduce(begin, n));
-  } else if (ratio * phase >= 1.0f) {
-    partial = in[(n - 1) * stride];
-  }
-  return out;
 }
 
 TEST(SimpleDownsampling, FollowsTheRulesBlockByBlock) {
-  std::mt19937 random(6);
-  for (const Reduction& reduction : Reductions()) {
-    for (const float ratio : {1.3f, 2.0f, 2.5f, 4.0f, 17.3f, 300.0f}) {
-      for (const unsigned stride : {1u, 3u}) {
-        const bool lines = stride == 1 && ratio < 2.0f && std::string_view(reduction.name).ends_with("sum");
-        if (lines) continue;
-        const Samples in = Noise(3000 * stride, 8);
-        float phase = 0, partial = 0, expectedPhase = 0, expectedPartial = 0;
-        std::size_t at = 0;
-        for (const std::size_t n : Split(3000, 30, random)) {
-          if (n == 0) continue;
-          const Samples expected =
-              Expected(reduction, in.data() + at * stride, n, stride, ratio, expectedPhase, expectedPartial);
-          Samples out(2 * expected.size() + 1);
-          ASSERT_EQ(reduction.run(out.data(), 2, in.data() + at * stride, n, stride, ratio, phase, partial),
-                    expected.size());
-          ASSERT_EQ(phase, expectedPhase);
-          ASSERT_NEAR(partial, expectedPartial, 1e-4) << reduction.name << " " << ratio;
-          for (std::size_t j = 0; j < expected.size(); ++j) {
-            ASSERT_NEAR(out[2 * j], expected[j], 1e-4) << reduction.name << " " << ratio << " " << j;
-          }
-          partial = expectedPartial;  // rounding does not add up
-          at += n;
-        }
+  const Samples in{3, 1, 4, 1, 5, 9, 2, 6, 5, 3, 5, 8, 9, 7, 9, 3, 2, 3, 8, 4};
+  using Blocks = std::vector<std::size_t>;
+  // 3 1 4 | 1 5 9 | 2 6 | 5 3 5, and 8 is left.
+  const Blocks ofFour{4, 4, 4};
+  // 3 1 4 gives no output yet. 3 1 4 1 5 does, and its last sample, which lies within the next interval, is
+  // carried on.
+  const Blocks early{3, 2, 7, 8};
+  const Blocks late{1, 1, 6, 8};
+  const Blocks fine{3, 4, 5};  // what is carried is less than a sample, and does not count
+  const struct {
+    Kind kind;
+    float ratio;
+    const Blocks& blocks;
+    Samples results;
+    float phase, partial;
+  } cases[] = {
+      {mean, 2.5f, ofFour, {8.0f / 3, 5, 4, 13.0f / 3}, 0.8f, 8},
+      {max, 2.5f, ofFour, {4, 9, 6, 5}, 0.8f, 8},
+      {sum, 2.5f, ofFour, {8, 15, 8, 13}, 0.8f, 8},
+      {levelSum, 2.5f, ofFour, {7.6088f, 10.9218f, 7.4554f, 9.2011f}, 0.8f, 8},
+      {range, 2.5f, ofFour, {1, 4, 1, 9, 2, 6, 3, 5}, 0.8f, 8},
+      {mean, 4, early, {2.8f, 5.4f, 16.0f / 3, 6, 5}, 0, 5},
+      {max, 4, early, {5, 9, 8, 9, 8}, 0, 5},
+      {sum, 4, early, {14, 27, 16, 30, 15}, 0, 5},
+      {levelSum, 4, early, {10.0806f, 12.9741f, 10.5945f, 13.8879f, 10.341f}, 0, 5},
+      {range, 4, early, {1, 5, 2, 9, 3, 8, 2, 9, 3, 8}, 0, 5},
+      {mean, 4, late, {2.8f, 17.0f / 3, 6, 19.0f / 3}, 0, 4},
+      {levelSum, 4, late, {10.0806f, 11.3063f, 13.5358f, 11.7465f}, 0, 5.1244f},
+      {range, 4, late, {1, 5, 2, 9, 3, 9, 3, 9}, 0, 1},
+      {mean, 1.25f, fine, {2, 4, 1, 7, 2, 6, 5, 4, 8}, 0.6f, 0},
+      {sum, 1.25f, fine, {4, 4, 1, 14, 2, 6, 5, 8, 8}, 0.6f, 0},
+      {range, 1.25f, fine, {1, 3, 4, 4, 1, 1, 5, 9, 2, 2, 6, 6, 5, 5, 3, 5, 8, 8}, 0.6f, 99},
+  };
+  for (const auto& c : cases) {
+    for (const unsigned stride : {1u, 3u}) {
+      if (stride == 1 && c.ratio < 2 && c.kind == sum) continue;  // straight lines
+      Samples spread(in.size() * stride, -77.0f), out(100, 77.0f), expected = out;
+      for (std::size_t i = 0; i < in.size(); ++i) spread[i * stride] = in[i];
+      for (std::size_t j = 0; j < c.results.size(); ++j) expected[2 * j] = 2 * c.results[j];
+      float phase = 0, partial = c.kind == range ? 99 : c.kind == levelSum ? -100 : 0, partialMax = -99;
+      const float* at = spread.data();
+      std::uint64_t written = 0;
+      for (const std::size_t n : c.blocks) {
+        written +=
+            Reduce(c.kind, &out[2 * written], 2, at, n, stride, c.ratio, phase, partial, partialMax, 2);
+        at += n * stride;
       }
+      EXPECT_EQ(written, c.results.size()) << c.ratio << " " << c.kind;
+      EXPECT_THAT(out, testing::Pointwise(testing::FloatNear(1e-3f), expected)) << c.ratio << " " << c.kind;
+      EXPECT_NEAR(phase, c.phase, 1e-6) << c.kind;
+      EXPECT_NEAR(partial, c.partial, 1e-3) << c.ratio << " " << c.kind;
     }
   }
-}
-
-TEST(SimpleDownsampling, SeamOfTheMeanIsAsTold) {
-  const Samples ones(12, 1.0f);
-  Samples out(3);
-  float phase = 0, partial = 0;
-  EXPECT_EQ(Filter::SimpleDownsamplingMean(out.data(), ones.data(), 6, 1, 4, phase, partial, 1, false), 1u);
-  EXPECT_EQ(phase, 0.5f);
-  EXPECT_EQ(partial, 1.0f);
-  EXPECT_EQ(
-      Filter::SimpleDownsamplingMean(out.data() + 1, ones.data() + 6, 6, 1, 4, phase, partial, 1, false), 2u);
-  EXPECT_THAT(out, Pointwise(FloatEq(), {1.0f, 0.8f, 1.0f}));
 }
 
 TEST(SimpleDownsampling, LittleRatiosCopyOrInterpolate) {
   const Samples in{1, 10, 2, 20, 3, 30, 4, 40};
-  for (const Reduction& reduction : Reductions()) {
-    float phase = 0.5f, partial = 9.0f;
+  float phase = 0, partial = 0, partialMax = -99;
+  for (const Kind kind : {mean, max, sum, levelSum}) {
+    phase = 0.5f;
+    partial = 9.0f;
     Samples out(8, 77.0f);
-    EXPECT_EQ(reduction.run(out.data(), 2, in.data(), 4, 2, 1.0f, phase, partial), 4u) << reduction.name;
-    EXPECT_THAT(out, ElementsAre(2, 77, 4, 77, 6, 77, 8, 77)) << reduction.name;
+    EXPECT_EQ(Reduce(kind, out.data(), 2, in.data(), 4, 2, 1, phase, partial, partialMax, 2), 4u) << kind;
+    EXPECT_THAT(out, ElementsAre(2, 77, 4, 77, 6, 77, 8, 77)) << kind;
     EXPECT_EQ(phase, 0.0f);
     EXPECT_EQ(partial, 0.0f);
-    out.assign(8, 77.0f);
-    partial = 9.0f;
-    EXPECT_EQ(reduction.run(out.data(), 1, in.data(), 4, 1, 1.0f, phase, partial), 4u) << reduction.name;
-    EXPECT_THAT(out, ElementsAre(20, 4, 40, 6, 77, 77, 77, 77)) << reduction.name;
-    EXPECT_EQ(partial, 9.0f);
+    EXPECT_EQ(Reduce(kind, out.data(), 1, in.data(), 4, 1, 1, phase, partial, partialMax, 2), 4u) << kind;
+    EXPECT_THAT(out, ElementsAre(20, 4, 40, 6, 6, 77, 8, 77)) << kind;
   }
-  float phase = 0, partial = 0;
-  Samples out(2);
-  EXPECT_EQ(
-      Filter::SimpleDownsamplingSum(out.data(), 1, in.data(), 3, 1, 1.5f, phase, partial, false, 1, false),
-      2u);
-  EXPECT_THAT(out, ElementsAre(6, 20));  // lines below 2
-}
-
-TEST(SimpleDownsampling, RangeIsMinimumAndMaximumInTurn) {
-  const Samples in{3, 1, 2, 9, 5, 6, 4, 8, 7, 0};
-  Samples out(10, 77.0f);
-  float phase = 0, low = 99, high = -99;
-  EXPECT_EQ(Filter::SimpleDownsamplingMinMax(out.data(), 1, in.data(), 3, 1, 4, phase, low, high, 1, false),
-            0u);
-  EXPECT_EQ(low, 1.0f);
-  EXPECT_EQ(high, 3.0f);
-  EXPECT_EQ(
-      Filter::SimpleDownsamplingMinMax(out.data(), 2, in.data() + 3, 7, 1, 4, phase, low, high, 10, false),
-      4u);
-  EXPECT_THAT(out, ElementsAre(10, 77, 90, 77, 40, 77, 80, 77, 77, 77));  // 3 1 2 | 9 5 and 6 4 8 7
-  EXPECT_EQ(low, 0.0f);
-  EXPECT_EQ(high, 0.0f);
-  out.assign(10, 77.0f);
+  Samples lines(3, 77.0f), twice(9, 77.0f);
+  EXPECT_EQ(Reduce(sum, lines.data(), 1, in.data(), 3, 1, 1.5f, phase, partial, partialMax, 1), 2u);
+  EXPECT_THAT(lines, ElementsAre(6, 20, 77));
   phase = 0;
-  EXPECT_EQ(
-      Filter::SimpleDownsamplingMinMax(out.data(), 1, in.data(), 2, 1, 0.5f, phase, low, high, 1, false), 8u);
-  EXPECT_THAT(out, ElementsAre(3, 3, 1, 1, 1, 1, 1, 1, 77, 77));
+  EXPECT_EQ(Reduce(range, twice.data(), 1, in.data(), 2, 1, 0.5f, phase, partial, partialMax, 1), 8u);
+  EXPECT_THAT(twice, ElementsAre(1, 1, 10, 10, 10, 10, 10, 10, 77));
 }
 
 }  // namespace

@@ -74,7 +74,9 @@ TEST_F(StreamTool, CanSignalsAreDecoded) {
   Write("net.kcd",
         "<NetworkDefinition><Document/><Bus name='b'><Message id='0x10' name='Gear'>"
         "<Signal name='Ratio' offset='8' length='8'><Value slope='0.5' intercept='1' unit='a,b'/></Signal>"
-        "<Signal name='Raw' offset='0' length='16'/></Message></Bus></NetworkDefinition>");
+        "<Multiplex name='Even' offset='0'><MuxGroup count='0'><Signal name='Raw' offset='0' length='16'/>"
+        "</MuxGroup><MuxGroup count='1'><Signal name='Raw' offset='0' length='8'/></MuxGroup></Multiplex>"
+        "</Message></Bus></NetworkDefinition>");
   const std::string can = "can can.u32 --raw u32 --rate 10 --kcd net.kcd ";
   EXPECT_EQ(Good(can + "--signal Ratio --csv -"),
             "time_s,message,signal,value,unit\n0,Gear,Ratio,9.5,\"a,b\"\n3,Gear,Ratio,9.5,\"a,b\"\n");

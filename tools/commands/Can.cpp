@@ -134,11 +134,13 @@ void PrintTable(const CanReport& report) {
 }
 
 Plot MessagePlot(const std::string& title, const Identifiers& identifiers) {
-  PlotPanel panel{"identifier", {}};
+  PlotSeries series;
+  series.look = PlotSeries::Look::points;
   for (const auto& [id, each] : identifiers) {
-    panel.series.push_back({"", PlotSeries::Look::points, "#1f5fa8", each.times.Points()});
+    const std::vector<PlotPoint> points = each.times.Points();
+    series.points.insert(series.points.end(), points.begin(), points.end());
   }
-  return {title, "time in s", {std::move(panel)}};
+  return {title, "time in s", {{"identifier", {std::move(series)}}}};
 }
 
 void CheckCanOptions(const CanOptions& options) {
@@ -188,10 +190,10 @@ void RunCan(const CanOptions& options) {
   });
   const std::string path = options.recording.path.string();
   if (identifiers.empty()) {
-    Fail(
-        "no messages found in {}: no word is a message's header (AA, length, any, 55); check --channel, "
-        "--channels and --channel2",
-        path);
+    Fail("no messages found in {}: {}", path,
+         source.frames() == 0 ? "it holds no samples"
+                              : "no word is a message's header (AA, length, any, 55); check --channel, "
+                                "--channels and --channel2");
   }
   const CanReport report{path,         source.channelName(),
                          rate,         static_cast<double>(source.frames()) / rate,

@@ -71,7 +71,7 @@ void RunDownsample(const DownsampleOptions& options) {
   fmt::print("{:g} samples/s to {:.9g} samples/s, {} channel{}\n", source->sampleRate(), rate,
              source->width(), source->width() > 1 ? "s" : "");
   if (rate != std::round(rate)) {
-    fmt::print("note: the file tells {:.0f} samples/s, as it can only tell whole ones\n", rate);
+    fmt::print("note: the file tells {:.0f} samples/s, as it can only tell whole ones\n", std::round(rate));
   }
 }
 
@@ -86,7 +86,7 @@ void AddDownsampleCommand(CLI::App& app) {
   command->add_option("output", options->output, "recording to write: .wav, .w64 (float) or .flac")
       ->required();
   CLI::Option* ratio = command->add_option("--ratio", options->ratio, "samples read for each one written");
-  ratio->check(CLI::Range(1.0, 1e12).description(""));
+  ratio->check(Finite().description(""))->check(CLI::Range(1.0, 1e12).description(""));
   command->add_option("--rate", options->rate, "samples per second to be written")
       ->check(AboveZero().description(""))
       ->excludes(ratio);

@@ -5,13 +5,18 @@
 #include <clocale>
 #include <new>
 
+#include "umlauf/platform/basis/CLibMgr.h"
+#include "umlauf/platform/basis/CSwitchResourceDefault.h"
 #include "umlauf/platform/framework/UserInterface.h"
 #include "umlauf/platform/tramsea/PrWin.h"
+#include "umlauf/resources/StringTables.h"
 
 namespace {
 
 constexpr auto kDemoFactor = std::bit_cast<float>(0x3EA0EA0Fu);
 constexpr wchar_t kXmlFiles[] = L"*.xml";
+// Ids in the string table.
+constexpr unsigned kDialogTitle = 101, kDialogFilter = 102;
 
 /// Runs what may allocate; false, with a note, when there was no memory.
 template <class Action>
@@ -23,6 +28,11 @@ bool Allocates(Action action) {
     PrWin::Output(PrWin::note, L"CAN decoder: out of memory\n");
     return false;
   }
+}
+
+CString LibraryText(unsigned id) {
+  const CSwitchResourceDefault library(umlauf::LibraryResources());
+  return CLibMgr::LoadStringW(id);
 }
 
 }  // namespace
@@ -37,20 +47,25 @@ void CCanMessageDecoderBase::RegisterWindowsCallback(HWND, unsigned, unsigned) {
 bool CCanMessageDecoderBase::SetDecoderXmlFile(const wchar_t*) { return false; }
 bool CCanMessageDecoderBase::SetDecoderXmlText(const wchar_t*) { return false; }
 
-const CCanMessageDecoderBase::ApplicationSignal* CCanMessageDecoderBase::Find(int id) const {
-  const auto found = std::find_if(appSignals_.begin(), appSignals_.end(),
-                                  [id](const ApplicationSignal& signal) { return signal.id == id; });
-  return found != appSignals_.end() ? &*found : nullptr;
-}
-
 void CCanMessageDecoderBase::AppSignalBekanntmachen(int id, const CString& name) {
   Allocates([&] {
-    if (const ApplicationSignal* known = Find(id)) {
-      appSignals_[static_cast<std::size_t>(known - appSignals_.data())].name = name;
-    } else {
+    const auto [entry, isNew] = places_.try_emplace(id, NumAppSignals());
+    if (!isNew) {
+      appSignals_[entry->second].name = name;
+      return;
+    }
+    try {
       appSignals_.push_back({id, name, false});
+    } catch (...) {
+      places_.erase(entry);
+      throw;
     }
   });
+}
+
+void CCanMessageDecoderBase::AppSignalListeNeustart() {
+  appSignals_.clear();
+  places_.clear();
 }
 
 const CString& CCanMessageDecoderBase::AppSignal(unsigned index) const {
@@ -63,12 +78,13 @@ int CCanMessageDecoderBase::AppSignalId(unsigned index) const {
 }
 
 void CCanMessageDecoderBase::AppSigIdSammeln(int id) {
-  if (const ApplicationSignal* known = Find(id)) MarkSeen(static_cast<unsigned>(known - appSignals_.data()));
+  const auto found = places_.find(id);
+  if (found != places_.end()) MarkSeen(found->second);
 }
 
 bool CCanMessageDecoderBase::AppSigIdGesehen(int id) const {
-  const ApplicationSignal* known = Find(id);
-  return known != nullptr && known->seen;
+  const auto found = places_.find(id);
+  return found != places_.end() && appSignals_[found->second].seen;
 }
 
 void CCanMessageDecoderBase::MarkSeen(unsigned index) {
@@ -95,10 +111,10 @@ void CCanMessageDecoderBase::AddResult(int id, double value) {
 
 bool CCanMessageDecoderBase::AskForDecoderXmlFile(CString& path) {
   OpenFileDialog dialog;
-  dialog.title = L"Load Decoder File";
+  dialog.title = LibraryText(kDialogTitle);
   dialog.folder = L".";
   dialog.fileName = dialog.defaultExtension = kXmlFiles;
-  dialog.filter = L"XML Files (*.xml)|*.xml|All Files (*.*)|*.*||";
+  dialog.filter = LibraryText(kDialogFilter);
   CString chosen;
   const bool confirmed = CUserInterface::Get().AskForFile(dialog, chosen);
   std::setlocale(LC_NUMERIC, "C");

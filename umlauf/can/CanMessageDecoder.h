@@ -1,6 +1,7 @@
 #pragma once
 
 #include <memory>
+#include <unordered_map>
 #include <vector>
 
 #include "umlauf/Export.h"
@@ -39,7 +40,7 @@ class UMLAUF_API CCanMessageDecoderBase {
   virtual bool SetDecoderXmlText(const wchar_t* text);
 
   /// Empties the list of application signals.
-  void AppSignalListeNeustart() { appSignals_.clear(); }
+  void AppSignalListeNeustart();
   /// Makes an application signal known: renames the one with this id, else appends one.
   void AppSignalBekanntmachen(int id, const CString& name);
   unsigned NumAppSignals() const { return static_cast<unsigned>(appSignals_.size()); }
@@ -60,9 +61,9 @@ class UMLAUF_API CCanMessageDecoderBase {
   unsigned MaxMessageLen() const { return maxMessageLen_; }
   void ResetMaxMsgLen() { maxMessageLen_ = 0; }
 
-  /// Asks the user for a message description, an XML file: true, with its full path, on OK; false, and
-  /// `path` stays, when the dialog was cancelled. Sets the process's numeric locale to "C" afterwards, which
-  /// dialogs may change.
+  /// Asks the user, in the language in use, for a message description, an XML file: true, with its full
+  /// path, on OK; false, and `path` stays, when the dialog was cancelled. Sets the process's numeric locale
+  /// to "C" afterwards, which dialogs may change.
   static bool AskForDecoderXmlFile(CString& path);
 
  protected:
@@ -88,9 +89,9 @@ class UMLAUF_API CCanMessageDecoderBase {
     CString name;
     bool seen = false;
   };
-  const ApplicationSignal* Find(int id) const;
 
   std::vector<ApplicationSignal> appSignals_;
+  std::unordered_map<int, unsigned> places_;  // in the list of application signals, by id
   std::vector<Result> results_;
   unsigned numResults_ = 0;
   unsigned maxMessageLen_ = 0;

@@ -35,6 +35,7 @@ class UMLAUF_API CCanMessageFinder {
 
   /// The last message found; the reset state before the first one.
   const CanMessageBlock_s& Message() const { return message_; }
+  void ResetMessageBlock() { ::ResetMessageBlock(message_); }
   /// Sample of the block at which the last message found begins.
   unsigned SamplePos() const { return samplePos_; }
   /// Samples (per channel) that the last message took; 0 before the first one of the block, and when the

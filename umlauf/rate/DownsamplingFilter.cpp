@@ -1,7 +1,8 @@
 #include "umlauf/rate/DownsamplingFilter.h"
 
+#include <algorithm>
+
 #include "umlauf/platform/vekta/QVL.h"
-#include "umlauf/platform/vekta/numeric.h"
 #include "umlauf/rate/internal/FilterRun.h"
 #include "umlauf/rate/internal/OutputGrid.h"
 #include "umlauf/rate/internal/Strided.h"
@@ -32,12 +33,12 @@ std::uint64_t CDownsamplingFilter::DummDownsampling(float* out, unsigned outStri
   float* to = out;
   for (std::uint64_t j = 0; j < grid.Count(); ++j, to += outStride) {
     const double position = grid.Position(j);
-    const auto i = numeric::trunc_sat<std::uint64_t>(position);
+    const std::uint64_t i = grid.WholeSamples(position);
     if (lastBlock && i + 1 >= nIn) {
       *to = in[nIn - 1];
       break;
     }
-    const float fraction = static_cast<float>(position - static_cast<double>(i));
+    const float fraction = std::max(0.0f, static_cast<float>(position - static_cast<double>(i)));
     *to = i >= nIn ? in[nIn] : (1.0f - fraction) * in[i] + fraction * in[i + 1];
   }
   umlauf::rate::ScaleStrided(out, outStride, grid.Count(), gain);

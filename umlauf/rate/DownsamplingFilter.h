@@ -11,13 +11,12 @@
 /// What all functions with a ratio and a phase have in common:
 ///  - `ratio` [input samples per output] is above 0 and finite, `phase` 0 to 1. With other values, and for an
 ///    empty block, they return 0 and change nothing.
-///  - The phase is the part of an output interval that earlier blocks have covered; hand in 0 at the start of
-///  a
-///    signal and then what came back. total = nIn / ratio + phase; the whole part of it is the number of
+///  - The phase is the part of an output interval that earlier blocks have covered. Hand in 0 at the start of
+///    a signal and then what came back. total = nIn / ratio + phase; the whole part of it is the number of
 ///    outputs (the result), the rest the new phase. The first output lies at input position
 ///    (1 - phase) * ratio of the block, each further one `ratio` behind. Position nIn, the first sample of
-///    the next block, is possible. Positions are formed in double precision; only the phase between blocks is
-///    single precision.
+///    the next block, is possible. Positions are formed in double precision, only the phase between blocks is
+///    single precision; a total or position that is whole to within single precision counts as whole.
 ///  - `out` has room for nIn / ratio + 1 outputs, `outStride` floats apart, and does not overlap the input.
 ///  - All outputs are multiplied by `gain`.
 ///
@@ -91,8 +90,8 @@ class UMLAUF_API CDownsamplingFilter {
   /// carried in the partial value: start with 0 (in logarithmic sums and in maxima with -infinity) and hand
   /// in what came back.
   ///
-  /// Intended: at a ratio of 1 or less the samples are copied, and phase and partial value become 0, unless
-  /// `inStride` is 1, where `DummDownsampling` takes over.
+  /// Intended: at a ratio of 1 or less the samples are copied, and phase and partial value become 0 (also in
+  /// an empty block), unless `inStride` is 1, where `DummDownsampling` takes over.
   /// Intended: blocks do not join seamlessly. The carried samples are counted as whole(phase * ratio), and a
   /// partial value that belongs to a finished interval is not cleared: a constant 1 at ratio 4 in blocks of 6
   /// gives a mean of 0.8 at the seam. `CDownsamplingStream` has the same reductions without seams.

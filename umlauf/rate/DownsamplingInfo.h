@@ -33,12 +33,12 @@ class UMLAUF_API CDownsamplingInfo {
   const float* FilterCoefficients() const { return coefs_; }
   /// Mean of all coefficients.
   float FilterNorm() const { return norm_; }
+  /// Forms that mean anew; the constructor has done so.
+  void FilterNormBerechnen();
   /// Largest ratio that is supported: that of the table / downscale.
   float MaxRatio() const { return maxRatio_; }
 
  private:
-  void FilterNormBerechnen();
-
   const float* coefs_;
   std::uint32_t count_;
   float tableMaxRatio_;

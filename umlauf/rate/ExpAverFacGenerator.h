@@ -1,6 +1,7 @@
 #pragma once
 
 #include <algorithm>
+#include <concepts>
 #include <cstdint>
 
 #include "umlauf/Export.h"
@@ -49,8 +50,11 @@ class UMLAUF_API CExpAverFacGenerator {
   /// Weight of the old average at step t: 0 up to the first value, then (t - 1) / t or less, down to
   /// exp(-1 / tau).
   static float GetFactor(LONG t, double tau);
-  static float GetFactor(LONG t, unsigned tau) { return GetFactor(t, static_cast<double>(tau)); }
-  static float GetFactor(LONG t, LONG tau) { return GetFactor(t, static_cast<double>(tau)); }
+  /// With tau in whole steps, in any integer type.
+  template <std::integral Steps>
+  static float GetFactor(LONG t, Steps tau) {
+    return GetFactor(t, static_cast<double>(tau));
+  }
   /// Correction at step t; 1 up to the first value.
   static float GetCorrFactor(LONG t, LONG tau);
 

@@ -28,6 +28,8 @@ constexpr InterpOpts operator|(InterpOpts a, InterpOpts b) {
 /// buffers, which it owns; it is used by one thread at a time.
 class UMLAUF_API CResampleTool {
  public:
+  using InterpOpts = ::InterpOpts;
+
   /// Copies (nIn = nOut), shrinks or stretches in[nIn] onto out[nOut].
   static void Resample1d(const float* in, int nIn, float* out, int nOut, InterpOpts opts);
   /// `QVL::Resamling` in mode 5: see `RO_MeanLinear`.

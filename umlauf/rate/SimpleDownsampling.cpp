@@ -4,7 +4,6 @@
 #include <array>
 
 #include "umlauf/platform/vekta/QVL.h"
-#include "umlauf/platform/vekta/numeric.h"
 #include "umlauf/rate/DownsamplingFilter.h"
 #include "umlauf/rate/internal/OutputGrid.h"
 #include "umlauf/rate/internal/Strided.h"
@@ -93,7 +92,10 @@ std::uint64_t ReduceIntervals(const Reduction& reduction, const Outputs& out, co
   const auto reduce = [&](std::uint64_t begin, std::uint64_t end) {
     return reduction.Reduce(in.data + begin * in.stride, end - begin, in.stride);
   };
-  const auto carried = static_cast<float>(numeric::trunc_sat<std::uint64_t>(phase * ratio));
+  const auto samplesOf = [&grid](float part) {
+    return grid.WholeSamples(static_cast<double>(part) * grid.Ratio());
+  };
+  const auto carried = static_cast<float>(samplesOf(phase));
   phase = grid.NextPhase();
   if (grid.Count() == 0) {
     partial = reduction.Join(partial, reduce(0, in.n));
@@ -102,7 +104,7 @@ std::uint64_t ReduceIntervals(const Reduction& reduction, const Outputs& out, co
   const std::size_t outStep = Reduction::kResults * out.stride;
   std::uint64_t begin = 0;
   for (std::uint64_t j = 0; j < grid.Count(); ++j) {
-    const std::uint64_t end = std::min(in.n, numeric::trunc_sat<std::uint64_t>(grid.Position(j) + 1.0));
+    const std::uint64_t end = std::min(in.n, grid.WholeSamples(grid.Position(j) + 1.0));
     begin = std::min(begin, end - 1);
     auto value = reduce(begin, end);
     auto count = static_cast<float>(end - begin);
@@ -115,7 +117,7 @@ std::uint64_t ReduceIntervals(const Reduction& reduction, const Outputs& out, co
   }
   if (begin < in.n) {
     partial = reduce(begin, in.n);
-  } else if (ratio * phase >= 1.0f) {
+  } else if (samplesOf(phase) >= 1) {
     partial = reduce(in.n - 1, in.n);
   }
   const std::uint64_t written = Reduction::kResults * grid.Count();
