@@ -4,6 +4,7 @@
 #include <hwy/targets.h>
 
 #include <cstdint>
+#include <string>
 
 /// Each test of a suite that derives from this runs with every instruction set that this processor has:
 ///

@@ -2,15 +2,14 @@
 #include <bit>
 #include <numeric>
 
-#include "QVLKernels.h"
+#include "platform/QVLKernels.h"
 #include "umlauf/platform/basis/CAlignedMem.h"
 #include "umlauf/platform/vekta/QVL.h"
 
 namespace {
 
 class QVLChannels : public QVLKernels {};
-INSTANTIATE_TEST_SUITE_P(On, QVLChannels, testing::ValuesIn(hwy::SupportedAndGeneratedTargets()),
-                         [](const auto& target) { return hwy::TargetName(target.param); });
+INSTANTIATE_TEST_SUITE_P(On, QVLChannels, AllTargets(), TargetName);
 
 /// Channels of an interleaved block, each on a block of its own: channel c of frame i is 100000 c + i.
 struct Channels {

@@ -1,13 +1,11 @@
 #pragma once
 
-#include <gtest/gtest.h>
-#include <hwy/targets.h>
-
 #include <cstddef>
-#include <cstdint>
 #include <memory>
 #include <random>
 #include <vector>
+
+#include "platform/EveryTarget.h"
 
 /// A block on the heap that ends with its last element, so that an address sanitizer sees every step beyond.
 template <class T>
@@ -23,14 +21,8 @@ class Exact {
   std::unique_ptr<T[]> memory_;
 };
 
-/// Each test runs with every instruction set that this processor has.
-class QVLKernels : public testing::TestWithParam<std::int64_t> {
+/// Tests of kernels, with random inputs.
+class QVLKernels : public EveryTarget {
  protected:
-  QVLKernels() { Choose(GetParam()); }
-  ~QVLKernels() override { Choose(0); }
-  static void Choose(std::int64_t target) {
-    hwy::SetSupportedTargetsForTest(target);
-    hwy::GetChosenTarget().Update(hwy::SupportedTargets());
-  }
   std::mt19937 random_{20240607};
 };

@@ -9,7 +9,7 @@
 #include <random>
 #include <vector>
 
-#include "QVLKernels.h"
+#include "platform/QVLKernels.h"
 #include "umlauf/platform/vekta/numeric.h"
 
 namespace {
@@ -44,8 +44,7 @@ bool SameBits(float a, float b) {
 }
 bool Equal(float a, float b) { return a == b || (std::isnan(a) && std::isnan(b)); }
 
-INSTANTIATE_TEST_SUITE_P(On, QVLKernels, testing::ValuesIn(hwy::SupportedAndGeneratedTargets()),
-                         [](const auto& target) { return hwy::TargetName(target.param); });
+INSTANTIATE_TEST_SUITE_P(On, QVLKernels, AllTargets(), TargetName);
 
 TEST_P(QVLKernels, RangesFollowTheScalarRule) {
   for (const std::size_t n : Lengths(kLong)) {
