@@ -26,5 +26,7 @@ void DeclareRecording(CLI::App& command, RecordingOptions& recording);
 CLI::Validator AboveZero();
 /// Accepts finite numbers.
 CLI::Validator Finite();
+/// Accepts numbers from low to high, both included.
+CLI::Validator Between(double low, double high);
 
 }  // namespace umlauf::tool

@@ -1,3 +1,5 @@
+#include <fmt/format.h>
+
 #include <cmath>
 
 #include "tools/Commands.h"
@@ -19,6 +21,16 @@ CLI::Validator Finite() {
       [](const std::string& text) -> std::string {
         const auto number = ParseNumber(text);
         return number && std::isfinite(*number) ? "" : text + " is no number";
+      },
+      "NUMBER");
+}
+
+CLI::Validator Between(double low, double high) {
+  return CLI::Validator(
+      [low, high](const std::string& text) -> std::string {
+        const auto number = ParseNumber(text);
+        const bool good = number && *number >= low && *number <= high;
+        return good ? "" : fmt::format("{} is no number from {} to {}", text, low, high);
       },
       "NUMBER");
 }

@@ -59,6 +59,7 @@ TEST_F(ProgramTool, ErrorsAreOneLineAndLeaveNothing) {
       {"simulate new.wav --profile 0:0,1:0", 2, "never turns"},
       {"simulate new.wav --rate 1000", 2, "--rate"},
       {"simulate new.wav --teeth 2", 2, "--missing"},
+      {"simulate new.wav --jitter nan", 2, "--jitter"},
       {"simulate new.csv", 2, "--truth"},
       {"simulate new.dat", 2, ".wav"},
       {"simulate new.wav --encoder 1", 2, ".u32"},

@@ -86,7 +86,7 @@ void AddDownsampleCommand(CLI::App& app) {
   command->add_option("output", options->output, "recording to write: .wav, .w64 (float) or .flac")
       ->required();
   CLI::Option* ratio = command->add_option("--ratio", options->ratio, "samples read for each one written");
-  ratio->check(Finite().description(""))->check(CLI::Range(1.0, 1e12).description(""));
+  ratio->check(Between(1.0, 1e12).description(""));
   command->add_option("--rate", options->rate, "samples per second to be written")
       ->check(AboveZero().description(""))
       ->excludes(ratio);

@@ -151,11 +151,11 @@ void AddPairsCommand(CLI::App& app) {
     addOutput(action);
     CLI::Option* absolute =
         action->add_option("--tolerance", options->tolerance, "x values that are closer are one point");
-    absolute->check(CLI::Range(0.0, 1e30).description(""));
+    absolute->check(Between(0.0, 1e30).description(""));
     action
         ->add_option("--tolerance-percent", options->tolerancePercent,
                      "the same in percent of the mean distance of A's points (5)")
-        ->check(CLI::Range(0.0, 100.0).description(""))
+        ->check(Between(0.0, 100.0).description(""))
         ->excludes(absolute);
     action->callback([options, &each] { RunCombination(each, *options); });
   }

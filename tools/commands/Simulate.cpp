@@ -163,7 +163,7 @@ void AddSimulateCommand(CLI::App& app) {
   const auto number = [&](const char* name, auto& target, const char* text, const CLI::Validator& check) {
     return command->add_option(name, target, text)->check(check);
   };
-  const CLI::Validator above = AboveZero().description(""), zeroOrMore = CLI::Range(0.0, 1e9).description("");
+  const CLI::Validator above = AboveZero().description(""), zeroOrMore = Between(0.0, 1e9).description("");
   number("--from", options->from, "speed at the start, in rpm (600)", zeroOrMore)->excludes(profile);
   number("--to", options->to, "speed at the end, in rpm (3000)", zeroOrMore)->excludes(profile);
   number("--duration", options->duration, "length in seconds (10)", above)->excludes(profile);
@@ -171,7 +171,7 @@ void AddSimulateCommand(CLI::App& app) {
          CLI::Range(1u, 100000u).description(""));
   number("--missing", options->missing, "of them missing, side by side (2)",
          CLI::Range(0u, 100000u).description(""));
-  number("--rate", wheel.rate, "samples per second (50000)", CLI::Range(1.0, 1e9).description(""));
+  number("--rate", wheel.rate, "samples per second (50000)", Between(1.0, 1e9).description(""));
   number("--amplitude", wheel.amplitude, "of the sine at the greatest speed, level of TTL (1)", above);
   number("--amplitude-growth", wheel.growth, "the sine's amplitude goes with speed to this power (0.2)",
          zeroOrMore);
