@@ -11,17 +11,11 @@ struct SProbePOD {
   std::uint64_t large = 2;  // six bytes of padding in front
 };
 
-TEST(FlatRecord, DefaultOwnerIsAllZeroAndRoundTrips) {
-  const CPODOwner<SProbePOD> zero;
+TEST(FlatRecord, DefaultOwnerIsAllZero) {
   std::array<std::byte, sizeof(SProbePOD)> bytes;
   bytes.fill(std::byte{0xEE});
-  ASSERT_EQ(zero.length(), bytes.size());
-  EXPECT_EQ(zero.write(bytes.data()), std::ssize(bytes));
+  EXPECT_EQ(CPODOwner<SProbePOD>().write(bytes.data()), std::ssize(bytes));
   for (const std::byte b : bytes) EXPECT_EQ(b, std::byte{0});
-  bytes[8] = std::byte{5};
-  CPODOwner<SProbePOD> owner;
-  EXPECT_EQ(owner.read(bytes.data()), std::ssize(bytes));
-  EXPECT_EQ(owner.pod().large, 5u);
 }
 
 TEST(FlatRecord, HoldersAssignBytesAndKeepTheirRecord) {

@@ -95,8 +95,7 @@ TEST(Signalieee32, TransposesSamplesAndDescriptions) {
                                                {5, 300, 2}, {70, 40}, {0, 3},    {6},          {}};
   for (const std::uint32_t coding : {1u, 2u}) {
     for (const auto& lengths : shapes) {
-      const CDescription d = Described(coding, lengths, 3);
-      auto source = Counting<CSignalieee32>(d);
+      auto source = Counting<CSignalieee32>(Described(coding, lengths, 3));
       CSignalieee32 result;
       const ULONG id = result.id();
       ASSERT_TRUE(result.MakeTransposedOf(source));
@@ -121,7 +120,7 @@ TEST(Signalieee32, TransposesSamplesAndDescriptions) {
 }
 
 TEST(Signalieee32, DemuxAllAndMuxAreInverse) {
-  for (const unsigned channels : {1u, 2u, 3u, 4u, 8u, 32u}) {
+  for (const unsigned channels : {1u, 2u, 3u, 8u, 32u}) {
     for (const std::uint32_t frames : {1u, 7u, 1000u}) {
       const auto source = Counting<CSignalieee32>(Described(1, {frames}, channels));
       std::vector<CTypedSignal<float>> parts(channels);
@@ -150,6 +149,8 @@ TEST(Signalieee32, DemuxAllTakesBlockedSamplesAsInterleavedAndCutsToTheRoom) {
   EXPECT_TRUE(parts[0].demux(parts, true));  // into itself
   EXPECT_THAT(Samples(parts[0]), ElementsAre(0, 2, 4, 6));
   EXPECT_THAT(Samples(parts[1]), ElementsAre(1, 3, 5, 7));
+  parts[1].Description() = Described(1, {2}, 2);
+  EXPECT_FALSE(parts[1].mux(parts));  // one of its sources
 }
 
 }  // namespace
