@@ -84,13 +84,14 @@ TEST(Description, ElementsAndStrides) {
     std::vector<std::uint32_t> lengths;
     std::uint64_t elements;  // of three channels
     std::vector<std::uint64_t> strides;
-  } cases[] = {{1, {10, 4}, 120, {3, 30, 120, 120}},
-               {2, {10, 4}, 120, {1, 10, 40, 40}},
-               {0, {10, 4}, 0, {0, 0, 0}},
-               {3, {10, 4}, 0, {0, 0, 0}},
-               {1, {}, 3, {3, 3}},
-               {2, {UINT32_MAX, UINT32_MAX, 2}, UINT64_MAX, {1, UINT32_MAX, 18446744065119617025u}},
-               {2, {UINT32_MAX, UINT32_MAX, 2, 0}, 0, {1}}};
+  } cases[] = {
+      {1, {10, 4}, 120, {3, 30, 120, 120}},
+      {2, {10, 4}, 120, {1, 10, 40, 40}},
+      {0, {10, 4}, 0, {0, 0, 0}},
+      {3, {10, 4}, 0, {0, 0, 0}},
+      {1, {}, 3, {3, 3}},
+      {2, {UINT32_MAX, UINT32_MAX, 2}, UINT64_MAX, {1, UINT32_MAX, 18446744065119617025u, UINT64_MAX}},
+      {2, {UINT32_MAX, UINT32_MAX, 2, 0}, 0, {1}}};
   for (const auto& c : cases) {
     const CDescription d = Described(c.coding, c.lengths, 3);
     EXPECT_EQ(d.elements(), c.elements);

@@ -47,7 +47,7 @@ CSignalieee32 HostileSignal() {
 }
 
 TEST(HostileRecords, NoOperationLeavesTheBlocks) {
-  for (int i = 0; i < 5000; ++i) {
+  for (int i = 0; i < 3000; ++i) {
     const CSignalieee32 source = HostileSignal(), other = HostileSignal();
     CSignalieee32 dst = HostileSignal();
     const bool reshape = IsSmall(source) && Random() % 2 == 0;
