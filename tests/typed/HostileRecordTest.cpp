@@ -47,6 +47,7 @@ CSignalieee32 HostileSignal() {
 }
 
 TEST(HostileRecords, NoOperationLeavesTheBlocks) {
+  std::vector<CTypedSignal<float>> parts(32, CTypedSignal<float>(Described(1, {3}, 1)));
   for (int i = 0; i < 3000; ++i) {
     const CSignalieee32 source = HostileSignal(), other = HostileSignal();
     CSignalieee32 dst = HostileSignal();
@@ -54,7 +55,6 @@ TEST(HostileRecords, NoOperationLeavesTheBlocks) {
     const unsigned channel = Pick({0, 1, 2, 31, 32, UINT32_MAX}), dim = Pick({0, 1, 2, 31, 32, UINT32_MAX});
     source.demux(channel, dst, reshape);
     source.transmux(RandomMask(), dst, Pick({0, 1, 2, 31, UINT32_MAX}), reshape);
-    std::vector<CTypedSignal<float>> parts(32, CTypedSignal<float>(Described(1, {3}, 1)));
     source.demux(parts.data(), reshape);
     dst.mux(parts.data());
     const auto first = dst.begin(dim, channel), last = dst.end(dim, channel);
