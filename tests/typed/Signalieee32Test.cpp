@@ -52,7 +52,7 @@ TEST(Signalieee32, RangesThatAreNotInTheBlockAreCutOrEmpty) {
 
 TEST(Signalieee32, OperationsInPlace) {
   using S = CSignalieee32;
-  const S other = Signal(1, {1}, 3, {2, -9, 3});  // shorter: the last sample has no partner
+  const S other = Signal(1, {1}, 3, {2, -9, 30});  // shorter: the last sample has no partner
   const std::vector<float> before{4, -9, 16, -1};
   const struct {
     const char* name;
@@ -65,11 +65,11 @@ TEST(Signalieee32, OperationsInPlace) {
                {"*=", [](S& s, const S&) { s *= 2.0f; }, {8, -18, 32, -2}},
                {"/=", [](S& s, const S&) { s /= 4.0f; }, {1, -2.25f, 4, -0.25f}},
                {"/= 0", [](S& s, const S&) { s /= 0.0f; }, before},
-               {"+=", [](S& s, const S& o) { s += o; }, {6, -18, 19, -1}},
-               {"-=", [](S& s, const S& o) { s -= o; }, {2, 0, 13, -1}},
-               {"Maximize", [](S& s, const S& o) { s.Maximize(o); }, {4, -9, 16, -1}},
-               {"Minimize", [](S& s, const S& o) { s.Minimize(o); }, {2, -9, 3, -1}},
-               {"WeightedSum", [](S& s, const S& o) { s.WeightedSum(o, 2, 3); }, {14, -45, 41, -1}},
+               {"+=", [](S& s, const S& o) { s += o; }, {6, -18, 46, -1}},
+               {"-=", [](S& s, const S& o) { s -= o; }, {2, 0, -14, -1}},
+               {"Maximize", [](S& s, const S& o) { s.Maximize(o); }, {4, -9, 30, -1}},
+               {"Minimize", [](S& s, const S& o) { s.Minimize(o); }, {2, -9, 16, -1}},
+               {"WeightedSum", [](S& s, const S& o) { s.WeightedSum(o, 2, 3); }, {14, -45, 122, -1}},
                {"ranges",
                 [](S& s, const S&) {
                   s.Scale(s.begin(0, 1), s.end(0, 1), 2).AbsoluteVal(s.begin() + 3, s.end());
