@@ -141,6 +141,7 @@ TEST_F(SignalTool, SettingsAreKeptInTheDatabase) {
   Bad("settings get" + file + "plot/colours --index 3", 1, "no value 3");
   Bad("settings set" + file + "speed 2147483648", 2, "2147483648");
   Bad("settings set" + file + "speed", 2, "values");
+  Bad("settings set" + file + "speed 1 2 --index 2147483647", 2, "beyond the last index");
   Good("settings remove" + file + "plot/colours");
   Bad("settings get" + file + "plot/colours", 1, "no entry");
   Write("bad.db", "this is no database, but some text that is long enough to be looked at as one");

@@ -25,30 +25,28 @@ TEST(ChannelDescription, AxisPositions) {
   EXPECT_EQ(x.XLen(), 0.0f);
 }
 
-TEST(ChannelDescription, TisModes) {
-  // coding, bit 6, bit 5
-  const int expected[][4] = {{3, 0, 0, 1},  {3, 0, 1, 1},  {3, 1, 0, 4},  {3, 1, 1, 4}, {12, 0, 1, 2},
-                             {12, 0, 0, 3}, {12, 1, 1, 5}, {12, 1, 0, 6}, {2, 1, 1, 0}, {0, 0, 0, 0}};
-  for (const auto& [coding, bit6, bit5, mode] : expected) {
+TEST(ChannelDescription, CodingsAndTisModes) {
+  const struct {
+    std::uint32_t coding;
+    int is;        // of the seven tests of the coding, in the order below
+    int modes[4];  // without a flag, with bit 5, with bit 6, with both
+  } cases[] = {{1, 1, {0, 0, 0, 0}},  {2, 2, {0, 0, 0, 0}},  {3, 4, {1, 1, 4, 4}},
+               {4, 8, {0, 0, 0, 0}},  {5, 16, {0, 0, 0, 0}}, {6, 32, {0, 0, 0, 0}},
+               {8, 64, {0, 0, 0, 0}}, {12, 0, {3, 2, 6, 5}}, {0, 0, {0, 0, 0, 0}}};
+  for (const auto& c : cases) {
     CYChannelDescription y;
-    y.ChannelCoding(static_cast<std::uint32_t>(coding));
-    y.CodingFlags(0x24);
-    y.SetCodingFlag(6, bit6 != 0);
-    y.SetCodingFlag(5, bit5 != 0);
-    y.SetCodingFlag(32, true);
-    EXPECT_EQ(y.TisMode(), mode) << coding << bit6 << bit5;
-    EXPECT_EQ(y.CodingFlags(), static_cast<std::uint32_t>(64 * bit6 + 32 * bit5 + 4));
-  }
-}
-
-TEST(ChannelDescription, CodingTests) {
-  const int expected[] = {0, 1, 2, 4, 8, 16, 32, 0, 64, 0, 0, 0, 0};
-  for (std::uint32_t coding = 0; coding < std::size(expected); ++coding) {
-    CYChannelDescription y;
-    y.ChannelCoding(coding);
+    y.ChannelCoding(c.coding);
     EXPECT_EQ(y.IsIntChannel() + 2 * y.IsFloatChannel() + 4 * y.IsTis24Channel() + 8 * y.IsUIntChannel() +
                   16 * y.IsInt16Channel() + 32 * y.IsInt16x2Channel() + 64 * y.IsRawChannel(),
-              expected[coding]);
+              c.is);
+    for (const std::uint32_t bits : {0u, 1u, 2u, 3u}) {
+      y.CodingFlags(0x24);
+      y.SetCodingFlag(5, (bits & 1) != 0);
+      y.SetCodingFlag(6, (bits & 2) != 0);
+      y.SetCodingFlag(32, true);  // there is no such flag
+      EXPECT_EQ(y.CodingFlags(), bits << 5 | 4);
+      EXPECT_EQ(y.TisMode(), c.modes[bits]) << c.coding << ' ' << bits;
+    }
   }
 }
 
@@ -84,19 +82,18 @@ TEST(Description, ElementsAndStrides) {
   const struct {
     std::uint32_t coding;
     std::vector<std::uint32_t> lengths;
-    unsigned channels;
-    std::uint64_t elements;
+    std::uint64_t elements;  // of three channels
     std::vector<std::uint64_t> strides;
-  } cases[] = {{1, {10, 4}, 3, 120, {3, 30, 120, 120}},
-               {2, {10, 4}, 3, 120, {1, 10, 40, 40}},
-               {0, {10, 4}, 3, 0, {0, 0, 0}},
-               {3, {10, 4}, 3, 0, {0, 0, 0}},
-               {1, {}, 3, 3, {3, 3}},
-               {2, {10}, 0, 0, {1, 10}},
-               {1, {UINT32_MAX, UINT32_MAX, 2}, 1, UINT64_MAX, {1, UINT32_MAX, 18446744065119617025u}},
-               {2, {UINT32_MAX, UINT32_MAX, 2, 0}, 9, 0, {1}}};
+  } cases[] = {
+      {1, {10, 4}, 120, {3, 30, 120, 120}},
+      {2, {10, 4}, 120, {1, 10, 40, 40}},
+      {0, {10, 4}, 0, {0, 0, 0}},
+      {3, {10, 4}, 0, {0, 0, 0}},
+      {1, {}, 3, {3, 3}},
+      {2, {UINT32_MAX, UINT32_MAX, 2}, UINT64_MAX, {1, UINT32_MAX, 18446744065119617025u, UINT64_MAX}},
+      {2, {UINT32_MAX, UINT32_MAX, 2, 0}, 0, {1}}};
   for (const auto& c : cases) {
-    const CDescription d = Described(c.coding, c.lengths, c.channels);
+    const CDescription d = Described(c.coding, c.lengths, 3);
     EXPECT_EQ(d.elements(), c.elements);
     for (unsigned i = 0; i < c.strides.size(); ++i) EXPECT_EQ(d.stride(i), c.strides[i]) << i;
   }
@@ -140,30 +137,29 @@ TEST(Description, FindsChannelsBySubChannelIds) {
 
 TEST(Description, EqualityCoversAxesAndUnitsOnly) {
   const struct {
-    void (*change)(CDescription&);
     bool equal;
-  } cases[] = {{[](CDescription& d) { d.X(0).BeginIdx(3), d.X(0).EndIdx(4), d.X(0).AppSigId(8); }, true},
-               {[](CDescription& d) { d.Y(1).SetTisChannels(1, 2, true), d.Y(1).Gauge(9); }, true},
-               {[](CDescription& d) { d.X(1).Delta(9), d.Y(2).Unit().set_db(true); }, true},  // not in use
-               {[](CDescription& d) { d.SignalCoding(2); }, false},
-               {[](CDescription& d) { d.XInsert(1, 1); }, false},
-               {[](CDescription& d) { d.YRemove(0, 1); }, false},
-               {[](CDescription& d) { d.X(0).pod().length = 9; }, false},
-               {[](CDescription& d) { d.X(0).pod().x0 = 9; }, false},
-               {[](CDescription& d) { d.X(0).Delta(2); }, false},
-               {[](CDescription& d) { d.X(0).Unit().logref(2); }, false},
-               {[](CDescription& d) { d.Y(1).Unit().set_power(2); }, false}};
-  for (std::size_t i = 0; i < std::size(cases); ++i) {
-    const CDescription a = Described(1, {10}, 2);
-    CDescription b(a);
-    cases[i].change(b);
-    EXPECT_EQ(a == b, cases[i].equal) << i;
-    EXPECT_EQ(b != a, !cases[i].equal) << i;
+    void (*change)(CDescription&);
+  } cases[] = {{true, [](CDescription& d) { d.X(0).BeginIdx(3), d.X(0).EndIdx(4), d.X(0).AppSigId(8); }},
+               {true, [](CDescription& d) { d.Y(1).SetTisChannels(1, 2, true), d.Y(1).Gauge(9); }},
+               {true, [](CDescription& d) { d.X(1).Delta(9), d.Y(2).Unit().set_db(true); }},  // not in use
+               {false, [](CDescription& d) { d.SignalCoding(2); }},
+               {false, [](CDescription& d) { d.XInsert(1, 1); }},
+               {false, [](CDescription& d) { d.YRemove(0, 1); }},
+               {false, [](CDescription& d) { d.X(0).pod().length = 9; }},
+               {false, [](CDescription& d) { d.X(0).pod().x0 = 9; }},
+               {false, [](CDescription& d) { d.X(0).Delta(2); }},
+               {false, [](CDescription& d) { d.X(0).Unit().logref(2); }},
+               {false, [](CDescription& d) { d.Y(1).Unit().set_power(2); }}};
+  const CDescription original = Described(1, {10}, 2);
+  for (const auto& c : cases) {
+    CDescription changed(original);
+    c.change(changed);
+    EXPECT_EQ(changed == original, c.equal) << &c - cases;
+    EXPECT_EQ(original != changed, !c.equal) << &c - cases;
   }
-  CDescription nan;
-  nan.XInsert(0, 1);
+  CDescription nan = original;
   nan.X(0).Delta(std::numeric_limits<float>::quiet_NaN());
-  EXPECT_FALSE(nan == CDescription(nan));
+  EXPECT_FALSE(nan == nan);
 }
 
 }  // namespace

@@ -1,7 +1,7 @@
 #include <cstring>
 #include <fstream>
+#include <map>
 #include <string>
-#include <utility>
 
 #include "typed/TypedTestSupport.h"
 #include "umlauf/typed/ResampInfo.h"
@@ -16,7 +16,7 @@ class OwnerTest : public testing::Test {};
 using Owners =
     testing::Types<CChannelDescription, CXChannelDescription, CYChannelDescription, CDescription, CSetPoint,
                    CMeasuringResultBase, CMeasuringResultScalar, CSignalBase, CTypedSignal<std::int16_t>,
-                   CSignalieee32, CResampInfo, CWavPlaybackEventInfo, CTriggerInfo>;
+                   CSignalieee32, CResampInfo, CWavPlaybackEventInfo, CTriggerInfo, CClavisPODOwner>;
 TYPED_TEST_SUITE(OwnerTest, Owners);
 
 template <class Owner>
@@ -39,22 +39,17 @@ TYPED_TEST(OwnerTest, InterfacesReachTheirOwnRecordAfterCopiesMovesAndGrowth) {
   flat[7] = flat[8];
   owners.erase(owners.begin());
   flat.erase(flat.begin());
-  TypeParam copy(owners[2]);
-  Fill(copy, 0x55);
-  const std::vector<std::byte> filled = Flat(copy);
-  copy._construct(true);
-  EXPECT_EQ(Flat(copy), filled);
   for (unsigned i = 0; i < owners.size(); ++i) {
+    TypeParam fresh;
+    owners[i]._construct(true);
     ASSERT_EQ(Flat(owners[i]), flat[i]) << i;
     owners[i]._construct(false);  // through all nested interfaces; the records of the others must stay
-    TypeParam fresh;
     if constexpr (requires { fresh.set_id(0); }) {
-      EXPECT_EQ(fresh.id(), owners[i].id() + 1);
+      EXPECT_EQ(owners[i].id(), fresh.id() + 1);
       fresh.set_id(owners[i].id());
     }
     ASSERT_EQ(Flat(owners[i]), Flat(fresh)) << i;
   }
-  EXPECT_EQ(Flat(copy), filled);
 }
 
 TYPED_TEST(OwnerTest, RoundTripsAndRefusesEveryShorterSource) {
@@ -70,14 +65,14 @@ TYPED_TEST(OwnerTest, RoundTripsAndRefusesEveryShorterSource) {
 }
 
 // 32-bit words that are not 0, by offset; everything else must be.
-using Words = std::vector<std::pair<std::size_t, std::uint32_t>>;
+using Words = std::map<std::size_t, std::uint32_t>;
 Words NonZero(const CSerializable& object) {
   const std::vector<std::byte> bytes = Flat(object);
   Words words;
   for (std::size_t at = 0; at < bytes.size(); at += 4) {
     std::uint32_t word = 0;
     std::memcpy(&word, &bytes[at], 4);
-    if (word != 0) words.emplace_back(at, word);
+    if (word != 0) words[at] = word;
   }
   return words;
 }
@@ -87,7 +82,7 @@ TEST(Records, GoldenScalarAndSideRecords) {
   CMeasuringResultScalar scalar;
   scalar.Value(1.0f);
   Words words = NonZero(CMeasuringResultBase(static_cast<CMeasuringResultBaseInterface&>(scalar)));
-  words.insert(words.end(), {{192, kOne}, {200, 0x10000}, {204, kOne}});
+  words.insert({{192, kOne}, {200, 0x10000}, {204, kOne}});
   EXPECT_EQ(NonZero(scalar), words);
   EXPECT_EQ(NonZero(CTriggerInfo()), (Words{{4, kNone}}));
   CWavPlaybackEventInfo event;
@@ -101,16 +96,11 @@ TEST(Records, GoldenScalarAndSideRecords) {
   info.ResampType(3);
   EXPECT_TRUE(info.IsSyncResamp() && info.IsAngularResamp());
   EXPECT_FALSE(info.IsZeroDegreeAligned() || info.IsFxResamp());
-  info.Ratio(2.0);
-  info.RevPerBlock(1.0f);
-  info.AdvanceSamples(-1.0f);
-  info.RefRotLocId(1);
-  info.RefRotRatio(-2.0);
-  info.RefSpeedId(2);
-  info.Channel(3);
-  info.Location(4);
+  info.Ratio(2.0), info.RefRotRatio(-2.0);
+  info.RevPerBlock(1.0f), info.AdvanceSamples(-1.0f);
+  info.RefRotLocId(1), info.RefSpeedId(2), info.Channel(3), info.Location(4);
   words = {{0, 3}, {12, 0x40000000}, {16, kOne}, {20, 0xBF800000}, {24, 1}};
-  words.insert(words.end(), {{36, 0xC0000000}, {40, 2}, {44, 3}, {48, 4}});
+  words.insert({{36, 0xC0000000}, {40, 2}, {44, 3}, {48, 4}});
   EXPECT_EQ(NonZero(info), words);
 }
 
@@ -119,10 +109,9 @@ TEST(Records, MarshalingTagsAndStateNames) {
   EXPECT_EQ(MarshalingYard::ID<CResampInfo>::tag(), "RsaI");
   EXPECT_EQ(MarshalingYard::ID<CWavPlaybackEventInfo>::tag(), "WplE");
   EXPECT_EQ(MarshalingYard::ID<CTriggerInfo>::tag(), "TrgI");
-  std::wstring names;
+  CString names;
   for (const std::uint32_t state : {0u, 1u, 2u, 3u, 4u, 5u, 6u, UINT32_MAX}) {
-    names += CTriggerInfo::StateName(state);
-    names += L' ';
+    names += CTriggerInfo::StateName(state) + CString(L" ");
   }
   EXPECT_EQ(names, L"undef start enter leave inval stop ? ? ");
 }
@@ -154,23 +143,16 @@ TEST(Records, GoldenSignalFile) {
   ASSERT_TRUE(file.read(reinterpret_cast<char*>(golden.data()), static_cast<std::streamsize>(golden.size())));
   EXPECT_EQ(Flat(GoldenSignal()), golden);
   CSignalieee32 read;
-  EXPECT_EQ(read.read(golden.data(), golden.size()), static_cast<std::int64_t>(golden.size()));
+  EXPECT_EQ(read.read(golden.data(), golden.size()), std::ssize(golden));
   EXPECT_EQ(Flat(read), golden);
   EXPECT_EQ(read.Description().Y(1).TisMode(), 4);
   EXPECT_TRUE(read.Description().Y(2).Unit().is_db());
-}
-
-TEST(Records, CompositeReadChangesNothingWhenTheBlockIsCutOrTooLarge) {
-  const CSignalieee32 source = GoldenSignal();
-  std::vector<std::byte> bytes = Flat(source);
-  CSignalieee32 target(Described(2, {2}, 1));
-  const std::vector<std::byte> before = Flat(target);
-  for (std::size_t n = 0; n < bytes.size(); ++n) ASSERT_LT(target.read(bytes.data(), n), 0) << n;
+  std::vector<std::byte> larger = golden;  // than the source: its count of samples
   for (const std::uint64_t count : {std::uint64_t{13}, UINT64_MAX, UINT64_MAX / 4 + 1}) {
-    std::memcpy(&bytes[sizeof(SSignalBasePOD)], &count, sizeof count);
-    EXPECT_LT(target.read(bytes.data(), bytes.size()), 0) << count;
+    std::memcpy(&larger[sizeof(SSignalBasePOD)], &count, sizeof count);
+    EXPECT_LT(read.read(larger.data(), larger.size()), 0) << count;
   }
-  EXPECT_EQ(Flat(target), before);
+  EXPECT_EQ(Flat(read), golden);
 }
 
 }  // namespace

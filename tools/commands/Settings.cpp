@@ -1,4 +1,5 @@
 #include <filesystem>
+#include <limits>
 #include <memory>
 #include <nlohmann/json.hpp>
 #include <optional>
@@ -90,6 +91,11 @@ void RunGet(const SettingsOptions& options) {
 void RunSet(const SettingsOptions& options) {
   const CString path = EntryPath(options);
   const int first = options.index.value_or(0);
+  constexpr int last = std::numeric_limits<int>::max();
+  if (options.values.size() - 1 > static_cast<std::size_t>(last - first)) {
+    FailUsage("{} values from index {} on go beyond the last index, {}; begin at a smaller one",
+              options.values.size(), first, last);
+  }
   Database database(options, CResourceSea::Access::readWrite);
   if (!database.sea().LookupSetInts(path, first, options.values)) database.FailWithNotes();
 }

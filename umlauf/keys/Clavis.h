@@ -84,6 +84,10 @@ UMLAUF_API std::wistream& operator>>(std::wistream& in, SClavis& key);
 
 }  // namespace Clavis
 
+// So that `out << key` finds them from everywhere.
+using Clavis::operator<<;
+using Clavis::operator>>;
+
 class CClavisPODOwnerInterface;
 class CResourceSea;
 

@@ -69,7 +69,7 @@ Pairs CommonPairs(const Pairs& a, const Pairs& b) {
 
 }  // namespace
 
-const Values& CClavisSet::ElementSet(Clavis::qOrder kind) const {
+const Values& CClavisSet::ElementSet(unsigned kind) const {
   static const Values none;
   return kind < values_.size() ? values_[kind] : none;
 }
@@ -82,7 +82,7 @@ void CClavisSet::insert(const int* fields, bool all) {
   if (all || !IsPattern(LocaChanOf(fields))) locaChan_.insert(LocaChanOf(fields));
 }
 
-bool CClavisSet::contains(Clavis::qOrder kind, int value) const { return Contains(ElementSet(kind), value); }
+bool CClavisSet::contains(unsigned kind, int value) const { return Contains(ElementSet(kind), value); }
 
 bool CClavisSet::containsInstrPar(int instrument, int parameter) const {
   return Contains(instrParam_, {instrument, parameter});

@@ -22,9 +22,9 @@ class UMLAUF_API CClavisSet {
   static constexpr std::size_t instrParamBit = Clavis::fieldCount;
   static constexpr std::size_t locaChanBit = Clavis::fieldCount + 1;
 
-  /// The values of a kind; an empty set for a kind that is no field of a key.
-  const Values& ElementSet(Clavis::qOrder kind) const;
-  const Values& operator[](Clavis::qOrder kind) const { return ElementSet(kind); }
+  /// The values of a kind (`Clavis::qOrder`); an empty set for a kind that is no field of a key.
+  const Values& ElementSet(unsigned kind) const;
+  const Values& operator[](unsigned kind) const { return ElementSet(kind); }
   /// (instrument, parameter)
   const Pairs& InstrParamSet() const { return instrParam_; }
   /// (location, channel)
@@ -40,7 +40,7 @@ class UMLAUF_API CClavisSet {
   void clear() { *this = {}; }
 
   /// The set holds the value, or all values. False for a kind that is no field of a key.
-  bool contains(Clavis::qOrder kind, int value) const;
+  bool contains(unsigned kind, int value) const;
   bool containsInstrPar(int instrument, int parameter) const;
   bool containsLocaChan(int location, int channel) const;
 

@@ -20,8 +20,9 @@ class UMLAUF_API CSerializable {
   /// Writes the state to dst, which has room for `length()` bytes; returns the bytes written.
   virtual std::int64_t write(void* dst) const = 0;
   /// As `read(src)`, from a source of which only `available` bytes may be read; negative when they do not
-  /// suffice, and then nothing has changed. Anything that reads foreign data calls this form.
-  virtual std::int64_t read(const void* src, std::uint64_t available) = 0;
+  /// suffice, and then nothing has changed. Anything that reads foreign data calls this form. A class that
+  /// does not override it cannot tell in advance what it would read, and always refuses.
+  virtual std::int64_t read(const void* src, std::uint64_t available);
 
  protected:
   CSerializable() = default;

@@ -55,6 +55,9 @@ class UMLAUF_API CSignalBase : public CPODOwner<SSignalBasePOD>, public CSignalB
       : CPODOwner(record), CSignalBaseInterface(CPODOwner::pod()) {}
   CSignalBase(const CSignalBase& other) : CSignalBase(other.pod()) {}
   explicit CSignalBase(const CSignalBaseInterface& other) : CSignalBase(other.pod()) {}
+  explicit CSignalBase(const CDescriptionInterface& description) : CSignalBase() {
+    Description() = description;
+  }
   /// A copy, arrangement included, of which only the channels of the mask are left.
   CSignalBase(const CSignalBase& other, unsigned mask);
   CSignalBase& operator=(const CSignalBase& other) { return *this = other.pod(); }

@@ -22,38 +22,32 @@ CSignalieee32::Samples CSignalieee32::Range(const const_iterator& first, const c
                           static_cast<std::size_t>(first.stride())};
 }
 
+float CSignalieee32::Over(const const_iterator& first, const const_iterator& last,
+                          Statistic* statistic) const {
+  const Samples s = Range(first, last);
+  return statistic(data() + s.first, s.n, s.stride);
+}
+
 float CSignalieee32::Sum(const_iterator first, const_iterator last) const {
-  const Samples s = Range(first, last);
-  return QVL::VectorSum(data() + s.first, s.n, s.stride);
+  return Over(first, last, QVL::VectorSum);
 }
-
 float CSignalieee32::SumSquares(const_iterator first, const_iterator last) const {
-  const Samples s = Range(first, last);
-  return QVL::VectorSumSquares(data() + s.first, s.n, s.stride);
+  return Over(first, last, QVL::VectorSumSquares);
 }
-
 float CSignalieee32::Mean(const_iterator first, const_iterator last) const {
-  const Samples s = Range(first, last);
-  return QVL::VectorMean(data() + s.first, s.n, s.stride);
+  return Over(first, last, QVL::VectorMean);
 }
-
 float CSignalieee32::MeanSquare(const_iterator first, const_iterator last) const {
-  const Samples s = Range(first, last);
-  return QVL::VectorMeanSquare(data() + s.first, s.n, s.stride);
+  return Over(first, last, QVL::VectorMeanSquare);
 }
-
 float CSignalieee32::RMS(const_iterator first, const_iterator last) const {
   return std::sqrt(MeanSquare(first, last));
 }
-
 float CSignalieee32::MeanMagnitude(const_iterator first, const_iterator last) const {
-  const Samples s = Range(first, last);
-  return QVL::VectorMeanMagnitude(data() + s.first, s.n, s.stride);
+  return Over(first, last, QVL::VectorMeanMagnitude);
 }
-
 float CSignalieee32::MaxMagnitude(const_iterator first, const_iterator last) const {
-  const Samples s = Range(first, last);
-  return QVL::VectorMaxMagnitude(data() + s.first, s.n, s.stride);
+  return Over(first, last, QVL::VectorMaxMagnitude);
 }
 
 std::pair<float, float> CSignalieee32::YRange(const_iterator first, const_iterator last) const {

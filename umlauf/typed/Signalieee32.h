@@ -83,7 +83,9 @@ class UMLAUF_API CSignalieee32 : public CTypedSignal<float> {
   struct Samples {
     std::size_t first, n, stride;
   };
+  using Statistic = float(const float* x, std::size_t n, std::size_t stride);
   Samples Range(const const_iterator& first, const const_iterator& last) const;
+  float Over(const const_iterator& first, const const_iterator& last, Statistic* statistic) const;
   std::size_t Common(const CTypedSignal<float>& other) const;
   template <class Op>
   CSignalieee32& Apply(const const_iterator& first, const const_iterator& last, Op op);

@@ -29,8 +29,7 @@ void CopyBlock(CAlignedMem<T>& dst, std::uint64_t to, const CAlignedMem<T>& src,
 }  // namespace
 
 template <class T>
-CTypedSignal<T>::CTypedSignal(const CDescriptionInterface& description) {
-  Description() = description;
+CTypedSignal<T>::CTypedSignal(const CDescriptionInterface& description) : CSignalBase(description) {
   reshape_array();
 }
 
@@ -179,7 +178,7 @@ bool CTypedSignal<T>::Demux(unsigned channel, CTypedSignal& dst) const {
   const std::uint64_t channels = description.YCount(), points = description.points();
   switch (description.SignalCoding()) {
     case signalCodingInterleaved:
-      if (channels == 0 || block_.empty()) return true;
+      if (channels == 0 || channel >= block_.size()) return true;
       QVL::Interleave(
           dst.block_.data(), 1, block_.data() + channel, channels,
           std::min({Usable() / channels, lanes::Fits(block_.size(), channel, channels), dst.block_.size()}));
@@ -247,7 +246,14 @@ void CTypedSignal<T>::TransmuxInterleaved(unsigned mask, CTypedSignal& dst, unsi
     lane[n++] = {dst.block_.data() + to, dstChannels, block_.data() + i, channels, std::min(frames, fits)};
   }
   const unsigned copied = mask & (kAllChannels >> (kSlots - channels));
-  if (n > 1 && std::uint64_t{dstFirst} + std::bit_width(copied) <= dstChannels) {
+  if (n < 2 || std::uint64_t{dstFirst} + std::bit_width(copied) > dstChannels) {
+    // Channels beyond dst's frames share places with others, where the last one stays: one after the other.
+    for (const lanes::Lane<T>& one : std::span(lane.data(), n)) {
+      QVL::Interleave(one.out, one.outStride, one.in, one.inStride, one.n);
+    }
+    return;
+  }
+  if (n == static_cast<std::size_t>(std::popcount(copied))) {
     lanes::CopyTogether(std::span(lane.data(), n), dst.block_.data() + dstFirst, block_.data(), copied);
   }
   lanes::Copy<T>({lane.data(), n}, (channels + dstChannels) * sizeof(T));

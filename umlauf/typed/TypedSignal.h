@@ -93,7 +93,8 @@ class UMLAUF_TEMPLATE_API CTypedSignal : public CSignalBase {
   /// numbers of channels copies the whole block. Otherwise, by the coding of this signal:
   ///
   /// - blocked: the selected channels one after the other, from channel dstFirst of dst on;
-  /// - interleaved: channel i becomes channel dstFirst + i of dst.
+  /// - interleaved: channel i becomes channel dstFirst + i of dst; beyond the last one it lies in the frames
+  ///   that follow, where later channels overwrite earlier ones.
   ///
   /// Intended: so the first packs the channels, the second keeps the gaps. Samples behind dst's block are
   /// left out. False without a valid arrangement, and without memory.

@@ -25,9 +25,9 @@ constexpr std::uint64_t Fits(std::uint64_t size, std::uint64_t start, std::uint6
   return start < size ? (size - start - 1) / stride + 1 : 0;
 }
 
-/// Copies all lanes, whose outputs overlap no input. The lanes share cache lines, so they are copied piece by
-/// piece: memory is read and written once. frameBytes: what one sample of every lane takes in the blocks that
-/// are read and written.
+/// Copies all lanes, whose outputs overlap neither an input nor each other. The lanes share cache lines, so
+/// they are copied piece by piece: memory is read and written once. frameBytes: what one sample of every lane
+/// takes in the blocks that are read and written.
 template <class T>
 void Copy(std::span<const Lane<T>> all, std::uint64_t frameBytes) {
   // Small pieces do best: far below the first-level cache, so that the lines of many channels with addresses
@@ -46,8 +46,8 @@ void Copy(std::span<const Lane<T>> all, std::uint64_t frameBytes) {
   }
 }
 
-/// Copies what all lanes have, which are the channels of the mask of interleaved frames at out and in; the
-/// lanes become the rest.
+/// Copies what all lanes have, which are just the channels of the mask of interleaved frames at out and in;
+/// the lanes become the rest.
 template <class T>
 void CopyTogether(std::span<Lane<T>> all, T* out, const T* in, std::uint32_t mask) {
   std::uint64_t common = all.front().n;
