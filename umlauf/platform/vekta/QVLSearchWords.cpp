@@ -54,7 +54,14 @@ HWY_INLINE bool AnyMatches(const Word* words, size_t gap, Word mask, Word patter
 template <size_t kStride>
 HWY_INLINE bool FindNear(const Word* words, size_t& i, size_t end, Word mask, Word pattern) {
   const size_t N = hn::Lanes(Words());
-  while (end - i >= 4 * N && !AnyMatches<kStride>(words + i * kStride, N, mask, pattern)) i += 4 * N;
+  // Fetched ahead, since a walk that ends at every match comes too late by itself.
+  constexpr size_t ahead = 1024, line = 16;  // words
+  while (end - i >= 4 * N && !AnyMatches<kStride>(words + i * kStride, N, mask, pattern)) {
+    i += 4 * N;
+    if (end - i <= ahead + 4 * N) continue;
+    const Word* const fetched = words + i * kStride + ahead;
+    for (size_t at = 0; at < 4 * N * kStride; at += line) hwy::Prefetch(fetched + at);
+  }
   for (; end - i >= N; i += N) {
     const auto lane = hn::FindFirstTrue(Words(), Matches<kStride>(words + i * kStride, mask, pattern));
     if (lane < 0) continue;
