@@ -9,7 +9,6 @@
 #include "umlauf/typed/internal/Lanes.h"
 
 // Ranges
-// -----------------------------------------------------------------------------------------------------------
 
 CSignalieee32::Samples CSignalieee32::Range(const const_iterator& first, const const_iterator& last) const {
   constexpr Samples kNone{0, 0, 1};
@@ -58,7 +57,6 @@ std::pair<float, float> CSignalieee32::YRange(const_iterator first, const_iterat
 }
 
 // Sample by sample
-// -----------------------------------------------------------------------------------------------------------
 
 /// Calls op(samples, n) for contiguous pieces of the range, which it changes in place.
 template <class Op>
@@ -133,7 +131,6 @@ CSignalieee32& CSignalieee32::WeightedSum(const CTypedSignal<float>& other, floa
 }
 
 // Rearrangement
-// -----------------------------------------------------------------------------------------------------------
 
 namespace {
 

@@ -16,7 +16,6 @@
 namespace QVL {
 
 // Ranges and sums over x[0], x[stride], ... (n elements)
-// ---------------------------------------------------------------
 
 /// Smallest and greatest element. Both start at the first element and take strictly smaller (greater) ones,
 /// so NaN elements are passed over unless the first one is NaN. Where both zeros occur, either can be the end
@@ -48,7 +47,6 @@ struct Moments {
 UMLAUF_API Moments VectorMoments(const float* x, std::size_t n);
 
 // Element by element, n contiguous elements
-// ----------------------------------------------------------------------------
 
 UMLAUF_API void FillFloat(float* out, std::size_t n, float value);
 UMLAUF_API void AddFloat(float* out, const float* a, std::size_t n, float value);
@@ -78,7 +76,6 @@ UMLAUF_API void ClipLower(float* out, const float* a, std::size_t n, float limit
 UMLAUF_API void ReverseVector(float* x, std::size_t n);
 
 // Copies
-// ---------------------------------------------------------------------------------------------------------------
 
 /// Strided copy: out[i * outStride] = in[i * inStride] for i < n. The two must not overlap.
 UMLAUF_API void Interleave(float* out, std::size_t outStride, const float* in, std::size_t inStride,
@@ -107,7 +104,6 @@ UMLAUF_API void CopyChannels(std::int16_t* out, std::size_t outStride, const std
                              std::size_t inStride, std::uint32_t mask, std::size_t frames);
 
 // Number formats
-// -------------------------------------------------------------------------------------------------------
 
 /// 8-bit quantisation: out[i] = low 8 bits of the whole part of (x[i] - lo) * factor * 255 + 0.5, formed in
 /// single precision in this order. Samples whose value cannot be converted (NaN, far outside) give the
@@ -117,7 +113,6 @@ UMLAUF_API void QuantizeBytes(std::uint8_t* out, const float* x, std::size_t n, 
 UMLAUF_API void DequantizeBytes(float* out, const std::uint8_t* in, std::size_t n, float step, float lo);
 
 // Searches
-// -------------------------------------------------------------------------------------------------------------
 
 /// One bit a sample for n <= 64 * words samples: bit i % 64 of above[i / 64] tells x[i] > upper, of below[i /
 /// 64] tells lower > x[i]. Bits behind the last sample are 0. NaN is neither.
@@ -131,7 +126,6 @@ UMLAUF_API std::size_t FindMasked(const std::uint32_t* words, std::size_t n, std
                                   std::uint32_t mask, std::uint32_t pattern);
 
 // Filters and resampling
-// -----------------------------------------------------------------------------------------------
 
 /// Rows of filter taps: row r starts at data + r * stride. The stride is at least `taps`, rounded up to a
 /// multiple of 16; what lies behind the taps of a row is 0 (it is read, whereas no sample is).
