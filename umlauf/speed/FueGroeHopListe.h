@@ -42,7 +42,7 @@ class UMLAUF_API CFueGroeHop {
   friend struct CFueGroeHopLayout;
 
   float value_ = 0.0f;
-  std::uint32_t reserved_ = 0;
+  [[maybe_unused]] std::uint32_t reserved_ = 0;
   std::uint64_t start_ = 0;
   std::uint64_t samples_ = 0;
 };

@@ -43,12 +43,12 @@ class UMLAUF_API PulsEntry {
 
   std::uint64_t samples_ = 0;
   float value_ = 0.0f;
-  std::uint32_t reserved1_ = 0;
+  [[maybe_unused]] std::uint32_t reserved1_ = 0;
   std::uint64_t start_ = 0;
   std::uint8_t open_ = 0;
   std::uint8_t rising_ = 1;
   std::uint8_t gapCorrected_ = 0;
-  std::uint8_t reserved2_[5] = {};
+  [[maybe_unused]] std::uint8_t reserved2_[5] = {};
 };
 
 /// The flat form of an entry, checked where it is defined.
