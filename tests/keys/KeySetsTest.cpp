@@ -136,8 +136,9 @@ TEST(ClavisSet, OperationsAgreeWithContainmentOfEveryValue) {
     either |= b;
     for (int i = 0; i <= 3; ++i) {  // 3 occurs in no set: only "all" holds it
       for (int j = 0; j <= 3; ++j) {
-        EXPECT_EQ(both.contains(j, i), a.contains(j, i) && b.contains(j, i));
-        EXPECT_EQ(either.contains(j, i), a.contains(j, i) || b.contains(j, i));
+        const auto kind = static_cast<unsigned>(j);
+        EXPECT_EQ(both.contains(kind, i), a.contains(kind, i) && b.contains(kind, i));
+        EXPECT_EQ(either.contains(kind, i), a.contains(kind, i) || b.contains(kind, i));
         EXPECT_EQ(both.containsInstrPar(i, j), a.containsInstrPar(i, j) && b.containsInstrPar(i, j));
         EXPECT_EQ(either.containsLocaChan(i, j), a.containsLocaChan(i, j) || b.containsLocaChan(i, j));
       }

@@ -52,7 +52,7 @@ TEST(SigPairsTm, RangeOfZeroLength) {
   EXPECT_EQ(s.PunktgleichheitToleranz(), std::numeric_limits<float>::infinity());
   EXPECT_FALSE(s.ZeitImBereich(10));
   s.NeuesPaar(10, 7);
-  EXPECT_EQ(s.Point(0), SPunkt(0, 7));
+  EXPECT_EQ(s.Point(0), (SPunkt{0, 7}));
   EXPECT_TRUE(s.ZeitImBereich(12345) && s.WertBei(-5) == 7.0f);
   s.ZeitraumAendern(0, 20);
   EXPECT_EQ(s.Punkt(0), 0.5f);

@@ -166,7 +166,7 @@ TEST_F(ProgramTool, CurveIsASignalFile) {
     ASSERT_EQ(cut.code, 1) << n;
     ASSERT_EQ(cut.err.find('\n'), cut.err.size() - 1) << n << cut.err;
   }
-  for (const std::size_t at : {0, 8, 12, 16, 24}) {
+  for (const std::size_t at : {0u, 8u, 12u, 16u, 24u}) {
     std::string damaged = bytes;
     damaged[at] = static_cast<char>(damaged[at] + 7);
     Write("cut.usig", damaged);

@@ -226,7 +226,7 @@ void DotFrames(float* out, std::size_t outStride, const TapWindow* windows, std:
     const std::size_t block = results.size() / together;
     for (std::size_t i = 0; i < n; i += block) {
       const std::size_t frames = std::min(block, n - i);
-      kernel(results.data(), 1, windows + i, frames, some);
+      kernel(results.data(), std::size_t{1}, windows + i, frames, some);
       float* to = out + i * outStride + first;
       const float* from = results.data();
       for (std::size_t j = 0; j < frames; ++j, to += outStride) {
