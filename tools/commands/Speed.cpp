@@ -49,10 +49,9 @@ Thresholds FindThresholds(const SpeedOptions& options, BlockSource& source, CDzP
   const std::string name = options.recording.path.string();
   if (statistics.samples == 0) Fail("no pulses found in {}: it holds no samples; check the recording", name);
   Fail(
-      "no pulses found in {} (edges: {}): its samples range from {:g} to {:g}, the thresholds are upper "
-      "{:g}, "
-      "lower {:g}; set --upper and --lower within the swing of the pulses, and check --channel and "
-      "--min-pulse",
+      "no pulses found in {} (edges: {}): its samples range from {:g} to {:g}, the thresholds are "
+      "upper {:g}, lower {:g}; set --upper and --lower within the swing of the pulses, and check --channel "
+      "and --min-pulse",
       name, edges, statistics.min, statistics.max, detector.ObereSchranke(), detector.UntereSchranke());
 }
 

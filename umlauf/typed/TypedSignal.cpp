@@ -247,7 +247,8 @@ void CTypedSignal<T>::TransmuxInterleaved(unsigned mask, CTypedSignal& dst, unsi
   }
   const unsigned copied = mask & (kAllChannels >> (kSlots - channels));
   if (n < 2 || std::uint64_t{dstFirst} + std::bit_width(copied) > dstChannels) {
-    // Channels beyond dst's frames share places with others, where the last one stays: one after the other.
+    // One channel is a plain strided copy. Channels beyond dst's frames share places with others, where the
+    // last one stays: one after the other.
     for (const lanes::Lane<T>& one : std::span(lane.data(), n)) {
       QVL::Interleave(one.out, one.outStride, one.in, one.inStride, one.n);
     }

@@ -54,8 +54,8 @@ void CopyTogether(std::span<Lane<T>> all, T* out, const T* in, std::uint32_t mas
   for (const Lane<T>& lane : all) common = std::min(common, lane.n);
   QVL::CopyChannels(out, all.front().outStride, in, all.front().inStride, mask, common);
   for (Lane<T>& lane : all) {
-    lane.out += common * lane.outStride, lane.in += common * lane.inStride;
     lane.n -= common;
+    if (lane.n > 0) lane.out += common * lane.outStride, lane.in += common * lane.inStride;
   }
 }
 

@@ -60,14 +60,15 @@ HWY_INLINE void Gather(T* out, const T* in, size_t n) {
 
 template <class T>
 HWY_INLINE void CopyNear(T* out, size_t outStride, const T* in, size_t inStride, size_t n) {
-  for (; n >= 4; n -= 4, out += 4 * outStride, in += 4 * inStride) {
+  // While a further element follows, so that no pointer leaves the blocks.
+  for (; n > 4; n -= 4, out += 4 * outStride, in += 4 * inStride) {
     const T a = in[0], b = in[inStride], c = in[2 * inStride], d = in[3 * inStride];
     out[0] = a;
     out[outStride] = b;
     out[2 * outStride] = c;
     out[3 * outStride] = d;
   }
-  for (; n > 0; --n, out += outStride, in += inStride) *out = *in;
+  for (size_t i = 0; i < n; ++i) out[i * outStride] = in[i * inStride];
 }
 
 /// Elements that are copied between two rounds of prefetching.
@@ -95,7 +96,7 @@ HWY_INLINE void CopyElements(T* out, size_t outStride, const T* in, size_t inStr
   size_t i = 0;
   if (n >= cached / sizeof(T) / (outStride + inStride)) {
     const Walk<T> written(outStride), read(inStride);
-    for (; i + kRun <= n; i += kRun) {
+    for (; i + kRun < n; i += kRun) {
       written.Fetch(out, i, n);
       read.Fetch(in, i, n);
       CopyNear(out + i * outStride, outStride, in + i * inStride, inStride, kRun);
