@@ -8,8 +8,8 @@
 #include <vector>
 
 #include "support/Bandwidth.h"
-#include "umlauf/speed/DzPulsListe.h"
-#include "umlauf/speed/DzPulsTisDetector.h"
+#include "umlauf/encoder/DzPulsTisDetector.h"
+#include "umlauf/pulses/DzPulsListe.h"
 
 namespace {
 

@@ -13,8 +13,8 @@
 #include <random>
 #include <vector>
 
-#include "umlauf/speed/DzPulsDetektor.h"
-#include "umlauf/speed/DzPulsListe.h"
+#include "umlauf/pulses/DzPulsListe.h"
+#include "umlauf/tacho/DzPulsDetektor.h"
 
 namespace {
 

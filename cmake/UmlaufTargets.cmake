@@ -18,9 +18,9 @@ endif()
 
 # umlauf_layer(NAME [SOURCES ...] [USES layer ...] [LIBRARIES target ...])
 #
-# Declares one layer of the library as an object library umlauf_NAME and adds it to the shared library. USES names the
-# layers below that it includes: a layer can include nothing that it does not name, so the layering is checked by the
-# order in which they are declared (a layer that is not declared yet cannot be used).
+# Declares this folder as one layer of the library: an object library umlauf_NAME, added to the shared library. USES
+# names the layers that it includes, all declared before it, so that includes point downward only; the test `layers`
+# compares this list with what the files include. Headers are public unless they lie in internal/ or platform/os/.
 function(umlauf_layer name)
   cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "SOURCES;USES;LIBRARIES")
   foreach(below IN LISTS arg_USES)
@@ -34,6 +34,16 @@ function(umlauf_layer name)
   target_link_libraries(umlauf_${name} PRIVATE umlauf_options ${arg_LIBRARIES})
   set_property(GLOBAL APPEND PROPERTY UMLAUF_LAYERS umlauf_${name})
   set_property(GLOBAL APPEND PROPERTY UMLAUF_LAYER_LIBRARIES ${arg_LIBRARIES})
+
+  file(RELATIVE_PATH folder "${PROJECT_SOURCE_DIR}" "${CMAKE_CURRENT_SOURCE_DIR}")
+  string(JOIN " " uses ${arg_USES})
+  set_property(GLOBAL APPEND PROPERTY UMLAUF_LAYER_RECORDS "${name}|${folder}|${uses}")
+  if(NOT name STREQUAL "os")
+    list(FILTER arg_SOURCES INCLUDE REGEX "\\.h$")
+    list(FILTER arg_SOURCES EXCLUDE REGEX "^internal/")
+    list(TRANSFORM arg_SOURCES PREPEND "${folder}/")
+    set_property(GLOBAL APPEND PROPERTY UMLAUF_PUBLIC_HEADERS ${arg_SOURCES})
+  endif()
 endfunction()
 
 # umlauf_test(NAME SOURCES ... [LIBRARIES ...]): one GoogleTest program, linked against the shared library as a user does.

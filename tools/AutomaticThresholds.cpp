@@ -5,7 +5,7 @@
 #include <cmath>
 #include <vector>
 
-#include "tools/Progress.h"
+#include "tools/output/Progress.h"
 
 namespace umlauf::tool {
 namespace {

@@ -6,8 +6,8 @@
 #include <vector>
 
 #include "tools/LibraryNotes.h"
-#include "tools/OutputFile.h"
-#include "tools/Plot.h"
+#include "tools/output/OutputFile.h"
+#include "tools/output/Plot.h"
 #include "umlauf/can/CanMessageDecoderXml.h"
 
 namespace umlauf::tool {

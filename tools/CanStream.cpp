@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <vector>
 
-#include "tools/Progress.h"
+#include "tools/output/Progress.h"
 #include "umlauf/can/CanMessageFinder.h"
 
 namespace umlauf::tool {

@@ -5,7 +5,7 @@
 #include <cstring>
 
 #include "tools/Error.h"
-#include "tools/NumberText.h"
+#include "tools/output/NumberText.h"
 
 namespace umlauf::tool {
 namespace {

@@ -6,7 +6,7 @@
 #include "tools/BlockSource.h"
 #include "tools/CsvReader.h"
 #include "tools/Error.h"
-#include "tools/NumberText.h"
+#include "tools/output/NumberText.h"
 #include "umlauf/platform/framework/Types.h"
 
 namespace umlauf::tool {

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "umlauf/speed/DzPulsTisDetector.h"
+#include "umlauf/encoder/DzPulsTisDetector.h"
 
 namespace umlauf::tool {
 

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <utility>
 
-#include "tools/NumberText.h"
+#include "tools/output/NumberText.h"
 
 namespace umlauf::tool {
 

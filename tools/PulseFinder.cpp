@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
-#include "tools/Progress.h"
+#include "tools/output/Progress.h"
 
 namespace umlauf::tool {
 

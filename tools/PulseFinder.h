@@ -4,8 +4,8 @@
 
 #include "tools/BlockSource.h"
 #include "tools/Pulse.h"
-#include "umlauf/speed/DzPulsDetektor.h"
-#include "umlauf/speed/DzPulsListe.h"
+#include "umlauf/pulses/DzPulsListe.h"
+#include "umlauf/tacho/DzPulsDetektor.h"
 
 namespace umlauf::tool {
 

@@ -3,7 +3,7 @@
 #include <filesystem>
 #include <memory>
 
-#include "tools/OutputFile.h"
+#include "tools/output/OutputFile.h"
 #include "umlauf/pairs/SigPairs.h"
 #include "umlauf/signal/Signal.h"
 

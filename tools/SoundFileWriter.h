@@ -4,7 +4,7 @@
 #include <memory>
 #include <string>
 
-#include "tools/OutputFile.h"
+#include "tools/output/OutputFile.h"
 
 namespace umlauf::tool {
 

@@ -6,8 +6,8 @@
 #include <memory>
 #include <vector>
 
-#include "tools/Plot.h"
 #include "tools/Pulse.h"
+#include "tools/output/Plot.h"
 #include "umlauf/pairs/SigPairs.h"
 #include "umlauf/signal/SigCurve.h"
 

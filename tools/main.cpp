@@ -2,8 +2,8 @@
 #include <exception>
 #include <string>
 
-#include "tools/Commands.h"
 #include "tools/Error.h"
+#include "tools/commands/Commands.h"
 #include "umlauf/Version.h"
 #include "umlauf/platform/tramsea/PrWin.h"
 

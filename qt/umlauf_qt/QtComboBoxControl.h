@@ -3,7 +3,7 @@
 #include <QComboBox>
 #include <QPointer>
 
-#include "umlauf/platform/framework/CComboBox.h"
+#include "umlauf/platform/ui/CComboBox.h"
 #include "umlauf_qt/Export.h"
 
 /// A QComboBox as the control behind a combo box of the library: it answers the standard messages from what

@@ -3,7 +3,7 @@
 #include <QPointer>
 #include <QWidget>
 
-#include "umlauf/platform/framework/UserInterface.h"
+#include "umlauf/platform/ui/UserInterface.h"
 #include "umlauf_qt/Export.h"
 
 /// What the library asks of a user interface, on Qt Widgets. Make one beside the QApplication and hand it to

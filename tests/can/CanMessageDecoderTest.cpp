@@ -7,7 +7,7 @@
 #include <clocale>
 
 #include "umlauf/platform/basis/CSwitchResourceDefault.h"
-#include "umlauf/platform/framework/UserInterface.h"
+#include "umlauf/platform/ui/UserInterface.h"
 
 namespace {
 

@@ -4,7 +4,7 @@
 #include <memory>
 #include <random>
 
-#include "platform/EveryTarget.h"
+#include "support/EveryTarget.h"
 #include "umlauf/platform/vekta/QVL.h"
 
 namespace {

@@ -5,7 +5,7 @@
 #include <random>
 #include <vector>
 
-#include "platform/EveryTarget.h"
+#include "support/EveryTarget.h"
 
 /// A block on the heap that ends with its last element, so that an address sanitizer sees every step beyond.
 template <class T>

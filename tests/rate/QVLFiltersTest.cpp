@@ -1,8 +1,9 @@
 #include <memory>
 
-#include "platform/EveryTarget.h"
 #include "rate/RateTestSupport.h"
+#include "support/EveryTarget.h"
 #include "umlauf/platform/vekta/QVL.h"
+#include "umlauf/platform/vekta/internal/FilterKernels.h"
 
 namespace {
 
@@ -20,7 +21,7 @@ TEST_P(QVLFilters, DotProductsOfAnyShape) {
     for (std::size_t i = 0; i < table.size(); ++i) table[i] = i % stride < taps ? digit() : 0.0f;
     const std::unique_ptr<float[]> x(new float[plane * channels]);  // a sanitizer sees every step beyond
     std::generate_n(x.get(), plane * channels, digit);
-    std::vector<QVL::TapWindow> windows(n);
+    std::vector<umlauf::vekta::TapWindow> windows(n);
     for (auto& w : windows) {
       const auto row = static_cast<std::uint32_t>(random() % 5);
       w = {static_cast<std::ptrdiff_t>(random() % 41) - 7, taps % 3 == 0 ? 2 : row, 0.25f};
@@ -28,10 +29,10 @@ TEST_P(QVLFilters, DotProductsOfAnyShape) {
     if (n > 0) windows[0].in = 33;  // up to the last sample
     const std::size_t outStride = channels + taps % 2;
     Samples plain(n * outStride + 1, 77.0f), mixed = plain, expected = plain, expectedMix = plain;
-    const QVL::TapPlanes planes{x.get() + 7, plane, channels};
-    const QVL::TapRows rows{table.data(), stride, taps};
-    QVL::DotProducts(plain.data(), outStride, windows.data(), n, planes, rows, 0.5f);
-    QVL::MixedDotProducts(mixed.data(), outStride, windows.data(), n, planes, rows, 0.5f);
+    const umlauf::vekta::TapPlanes planes{x.get() + 7, plane, channels};
+    const umlauf::vekta::TapRows rows{table.data(), stride, taps};
+    umlauf::vekta::DotProducts(plain.data(), outStride, windows.data(), n, planes, rows, 0.5f);
+    umlauf::vekta::MixedDotProducts(mixed.data(), outStride, windows.data(), n, planes, rows, 0.5f);
     for (std::size_t j = 0; j < n; ++j) {
       for (unsigned c = 0; c < channels; ++c) {
         float sums[2] = {};

@@ -5,8 +5,8 @@
 #include <random>
 
 #include "signal/SignalTestSupport.h"
+#include "support/LogCapture.h"
 #include "umlauf/signal/SigCurveExt.h"
-#include "units/LogCapture.h"
 
 namespace {
 

@@ -2,9 +2,9 @@
 
 #include <string>
 
+#include "support/LogCapture.h"
 #include "umlauf/platform/framework/CMemFile.h"
 #include "umlauf/units/MeasuringUnit.h"
-#include "units/LogCapture.h"
 
 namespace {
 

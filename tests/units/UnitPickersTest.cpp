@@ -6,8 +6,8 @@
 #include <string>
 #include <vector>
 
-#include "umlauf/platform/framework/UserInterface.h"
-#include "units/ComboBoxConversation.h"
+#include "support/ComboBoxConversation.h"
+#include "umlauf/platform/ui/UserInterface.h"
 
 namespace {
 

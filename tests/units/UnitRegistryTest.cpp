@@ -6,8 +6,8 @@
 #include <thread>
 #include <vector>
 
+#include "support/LogCapture.h"
 #include "umlauf/units/MeasuringUnit.h"
-#include "units/LogCapture.h"
 
 namespace {
 

@@ -4,8 +4,8 @@
 #include <string>
 #include <utility>
 
+#include "support/LogCapture.h"
 #include "umlauf/units/MeasuringUnit.h"
-#include "units/LogCapture.h"
 
 namespace {
 

@@ -9,10 +9,10 @@
 
 #include "tools/CanSignals.h"
 #include "tools/CanStream.h"
-#include "tools/Commands.h"
 #include "tools/Error.h"
-#include "tools/OutputFile.h"
-#include "tools/Plot.h"
+#include "tools/commands/Commands.h"
+#include "tools/output/OutputFile.h"
+#include "tools/output/Plot.h"
 
 namespace umlauf::tool {
 namespace {

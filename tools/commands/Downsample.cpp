@@ -7,11 +7,11 @@
 #include <vector>
 
 #include "tools/BlockSource.h"
-#include "tools/Commands.h"
 #include "tools/Error.h"
-#include "tools/OutputFile.h"
-#include "tools/Progress.h"
 #include "tools/SoundFileWriter.h"
+#include "tools/commands/Commands.h"
+#include "tools/output/OutputFile.h"
+#include "tools/output/Progress.h"
 #include "umlauf/platform/vekta/numeric.h"
 #include "umlauf/rate/DownsamplingStream.h"
 

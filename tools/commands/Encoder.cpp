@@ -4,13 +4,13 @@
 #include <string>
 #include <utility>
 
-#include "tools/Commands.h"
 #include "tools/EncoderFormat.h"
 #include "tools/Error.h"
 #include "tools/LibraryNotes.h"
 #include "tools/PulseFinder.h"
-#include "tools/SpeedOutputs.h"
 #include "tools/WordSource.h"
+#include "tools/commands/Commands.h"
+#include "tools/output/SpeedOutputs.h"
 #include "umlauf/platform/vekta/numeric.h"
 
 namespace umlauf::tool {

@@ -1,8 +1,8 @@
 #include <memory>
 #include <string>
 
-#include "tools/Commands.h"
 #include "tools/SignalFile.h"
+#include "tools/commands/Commands.h"
 #include "umlauf/signal/SigCurveExt.h"
 
 namespace umlauf::tool {

@@ -4,10 +4,10 @@
 #include <optional>
 #include <string>
 
-#include "tools/Commands.h"
 #include "tools/Error.h"
-#include "tools/OutputFile.h"
 #include "tools/SignalFile.h"
+#include "tools/commands/Commands.h"
+#include "tools/output/OutputFile.h"
 #include "umlauf/pairs/SigPairs.h"
 
 namespace umlauf::tool {

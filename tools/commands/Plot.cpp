@@ -7,11 +7,11 @@
 #include <vector>
 
 #include "tools/BlockSource.h"
-#include "tools/Commands.h"
 #include "tools/Error.h"
-#include "tools/Plot.h"
-#include "tools/Progress.h"
 #include "tools/SignalFile.h"
+#include "tools/commands/Commands.h"
+#include "tools/output/Plot.h"
+#include "tools/output/Progress.h"
 #include "umlauf/rate/DownsamplingStream.h"
 #include "umlauf/signal/SigCurveExt.h"
 

@@ -7,9 +7,9 @@
 #include <utility>
 #include <vector>
 
-#include "tools/Commands.h"
 #include "tools/Error.h"
 #include "tools/LibraryNotes.h"
+#include "tools/commands/Commands.h"
 #include "umlauf/platform/tramsea/CResourceSea.h"
 #include "umlauf/platform/tramsea/CSeaBase.h"
 

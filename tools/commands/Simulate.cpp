@@ -6,14 +6,14 @@
 #include <string>
 #include <vector>
 
-#include "tools/Commands.h"
-#include "tools/EncoderSimulator.h"
 #include "tools/Error.h"
-#include "tools/NumberText.h"
-#include "tools/OutputFile.h"
-#include "tools/Progress.h"
 #include "tools/SoundFileWriter.h"
-#include "tools/WheelSimulator.h"
+#include "tools/commands/Commands.h"
+#include "tools/output/NumberText.h"
+#include "tools/output/OutputFile.h"
+#include "tools/output/Progress.h"
+#include "tools/simulate/EncoderSimulator.h"
+#include "tools/simulate/WheelSimulator.h"
 
 namespace umlauf::tool {
 namespace {

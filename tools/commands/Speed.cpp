@@ -2,11 +2,11 @@
 #include <utility>
 
 #include "tools/AutomaticThresholds.h"
-#include "tools/Commands.h"
 #include "tools/Error.h"
 #include "tools/PulseFinder.h"
-#include "tools/SpeedOptions.h"
-#include "tools/SpeedOutputs.h"
+#include "tools/commands/Commands.h"
+#include "tools/options/SpeedOptions.h"
+#include "tools/output/SpeedOutputs.h"
 
 namespace umlauf::tool {
 namespace {

@@ -3,9 +3,9 @@
 #include <optional>
 #include <string>
 
-#include "tools/Commands.h"
 #include "tools/Error.h"
-#include "tools/NumberText.h"
+#include "tools/commands/Commands.h"
+#include "tools/output/NumberText.h"
 #include "umlauf/platform/tramsea/PrWin.h"
 #include "umlauf/units/MeasuringUnit.h"
 

@@ -7,8 +7,8 @@
 
 #include "umlauf/platform/basis/CLibMgr.h"
 #include "umlauf/platform/basis/CSwitchResourceDefault.h"
-#include "umlauf/platform/framework/UserInterface.h"
 #include "umlauf/platform/tramsea/PrWin.h"
+#include "umlauf/platform/ui/UserInterface.h"
 #include "umlauf/resources/StringTables.h"
 
 namespace {

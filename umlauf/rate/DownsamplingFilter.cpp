@@ -9,12 +9,17 @@
 
 using umlauf::rate::OutputGrid;
 
+std::uint32_t CDownsamplingFilter::Taps(float ratio) const {
+  return umlauf::rate::PhasedTaps::Taps(info_, ratio);
+}
+
 std::uint64_t CDownsamplingFilter::Downsampling(float* out, unsigned outStride, const float* in,
                                                 std::uint64_t nIn, float ratio, float& phase, float gain) {
   const OutputGrid grid(nIn, ratio, phase);
-  if (!grid.Valid() || !taps_.Arrange(info_, ratio)) return 0;
+  umlauf::rate::PhasedTaps* const taps = taps_.Get();
+  if (!grid.Valid() || taps == nullptr || !taps->Arrange(info_, ratio)) return 0;
   phase = grid.NextPhase();
-  umlauf::rate::FilterRun(grid, taps_, gain).Write(out, outStride, 0, grid.Count(), {in, 0, 1});
+  umlauf::rate::FilterRun(grid, *taps, gain).Write(out, outStride, 0, grid.Count(), {in, 0, 1});
   return grid.Count();
 }
 

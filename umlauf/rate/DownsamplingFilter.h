@@ -4,7 +4,7 @@
 
 #include "umlauf/Export.h"
 #include "umlauf/rate/DownsamplingInfo.h"
-#include "umlauf/rate/PhasedTaps.h"
+#include "umlauf/rate/TapCache.h"
 
 /// Converts blocks of samples to a lower (or equal) sample rate by any ratio of input to output rate.
 ///
@@ -47,7 +47,7 @@ class UMLAUF_API CDownsamplingFilter {
 
   /// Taps per output at a ratio, k. At least 2 and at most `FilterLen()`: a ratio beyond `MaxRatio()` is
   /// filtered as well as the table allows. 0 when the table has fewer than two coefficients.
-  std::uint32_t Taps(float ratio) const { return CPhasedTaps::Taps(info_, ratio); }
+  std::uint32_t Taps(float ratio) const;
 
   /// Low-pass filter and conversion. An output at position t reads k - 1 samples from whole(t) - k / 2 on:
   /// the caller keeps `Taps(ratio) / 2` readable samples before and behind the block, whose values are the
@@ -121,5 +121,5 @@ class UMLAUF_API CDownsamplingFilter {
 
  private:
   CDownsamplingInfo info_;
-  CPhasedTaps taps_;
+  umlauf::rate::TapCache taps_;
 };

@@ -8,6 +8,10 @@
 
 using umlauf::rate::OutputGrid;
 
+std::uint32_t CMuxDownsamplingFilter::Taps(float ratio) const {
+  return umlauf::rate::PhasedTaps::Taps(info_, ratio);
+}
+
 void CMuxDownsamplingFilter::SetInfo(const CDownsamplingInfo& info) {
   info_ = info;
   taps_.Forget();
@@ -16,14 +20,15 @@ void CMuxDownsamplingFilter::SetInfo(const CDownsamplingInfo& info) {
 std::uint64_t CMuxDownsamplingFilter::Downsampling(float* out, const float* in, std::uint64_t nIn,
                                                    unsigned channels, float ratio, float& phase, float gain) {
   const OutputGrid grid(nIn, ratio, phase);
-  if (!grid.Valid() || channels == 0 || !taps_.Arrange(info_, ratio)) return 0;
+  umlauf::rate::PhasedTaps* const arranged = taps_.Get();
+  if (!grid.Valid() || channels == 0 || arranged == nullptr || !arranged->Arrange(info_, ratio)) return 0;
   // The channels are laid out one by one, as many frames at a time as stay in the cache, so that they go
   // through the single-channel run.
   constexpr unsigned together = 8;
-  const std::size_t taps = taps_.Rows().taps, frames = 4096 + 5 * taps;
+  const std::size_t taps = arranged->Rows().taps, frames = 4096 + 5 * taps;
   if (planes_.size() < together * frames && !planes_.alloc(together * frames)) return 0;
   phase = grid.NextPhase();
-  const umlauf::rate::FilterRun run(grid, taps_, gain);
+  const umlauf::rate::FilterRun run(grid, *arranged, gain);
   const double distances = static_cast<double>(frames - taps - 1) / grid.Ratio();
   const std::uint64_t most = 1 + numeric::trunc_sat<std::uint64_t>(distances);  // outputs from so many frames
   for (unsigned first = 0; first < channels; first += together) {

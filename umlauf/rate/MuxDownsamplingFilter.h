@@ -5,7 +5,7 @@
 #include "umlauf/Export.h"
 #include "umlauf/platform/basis/CAlignedMem.h"
 #include "umlauf/rate/DownsamplingInfo.h"
-#include "umlauf/rate/PhasedTaps.h"
+#include "umlauf/rate/TapCache.h"
 
 /// `CDownsamplingFilter` for channels that lie interleaved, sample by sample, in one buffer. Lengths and
 /// results count frames (one sample of each channel); the outputs are interleaved like the inputs. Each
@@ -28,7 +28,7 @@ class UMLAUF_API CMuxDownsamplingFilter {
   float FilterNorm() const { return info_.FilterNorm(); }
   float MaxRatio() const { return info_.MaxRatio(); }
   /// Taps per output at a ratio; see `CDownsamplingFilter::Taps`.
-  std::uint32_t Taps(float ratio) const { return CPhasedTaps::Taps(info_, ratio); }
+  std::uint32_t Taps(float ratio) const;
 
   /// As `CDownsamplingFilter::Downsampling`. The caller keeps `Taps(ratio) / 2` readable frames before and
   /// behind the block. Returns 0 and changes nothing also when there is no memory.
@@ -44,6 +44,6 @@ class UMLAUF_API CMuxDownsamplingFilter {
 
  private:
   CDownsamplingInfo info_;
-  CPhasedTaps taps_;
+  umlauf::rate::TapCache taps_;
   CAlignedMem<float> planes_;
 };

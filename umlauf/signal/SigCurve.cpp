@@ -7,7 +7,7 @@
 
 #include "umlauf/platform/vekta/QVL.h"
 #include "umlauf/platform/vekta/numeric.h"
-#include "umlauf/signal/CompressedVector.h"
+#include "umlauf/signal/internal/CompressedVector.h"
 
 UMLAUF_IMPLEMENT_DYNCREATE(CSigCurve, CSignal)
 
@@ -241,7 +241,7 @@ void CSigCurve::Reset() {
 
 bool CSigCurve::WriteToFile(CFile& file, unsigned version) const {
   if (!CSignal::WriteToFile(file, version)) return false;
-  CCompressedVector section;
+  umlauf::signal::CompressedVector section;
   section.mode = fileCompression_;
   section.xMin = xMin_;
   section.xMax = xMax_;
@@ -251,7 +251,7 @@ bool CSigCurve::WriteToFile(CFile& file, unsigned version) const {
 
 bool CSigCurve::ReadFromFile(CFile& file, unsigned version) {
   if (!CSignal::ReadFromFile(file, version)) return false;
-  CCompressedVector section;
+  umlauf::signal::CompressedVector section;
   section.ReadHeader(file);
   const std::uint64_t n = section.SampleCount();
   const bool allocated = Malloc(n) != nullptr || n == 0;

@@ -145,7 +145,7 @@ class UMLAUF_API CSigCurve : public CSignal {
   CSigCurve& Add(float value) override { return *this += value; }
   CSigCurve& Scale(float factor) override { return *this *= factor; }
 
-  // File record: the header section, then a CCompressedVector section
+  // File record: the header section, then a section of samples
   bool WriteToFile(CFile& file, unsigned version) const override;
   bool ReadFromFile(CFile& file, unsigned version) override;
 

@@ -4,7 +4,7 @@
 #include <cstdint>
 
 #include "umlauf/Export.h"
-#include "umlauf/typed/FlatRecord.h"
+#include "umlauf/record/FlatRecord.h"
 #include "umlauf/units/MeasuringUnit.h"
 
 /// What every channel has: an application signal id and a unit. As initialised here it is in its initial

@@ -6,8 +6,8 @@
 #include <utility>
 
 #include "umlauf/Export.h"
+#include "umlauf/record/FlatRecord.h"
 #include "umlauf/typed/ChannelDescription.h"
-#include "umlauf/typed/FlatRecord.h"
 
 /// Arrangement of the samples of a signal with several y channels. Any other value is no arrangement: such a
 /// signal has no elements.

@@ -7,7 +7,7 @@
 #include "umlauf/Export.h"
 #include "umlauf/keys/Clavis.h"
 #include "umlauf/platform/framework/Types.h"
-#include "umlauf/typed/FlatRecord.h"
+#include "umlauf/record/FlatRecord.h"
 #include "umlauf/typed/SetPoint.h"
 #include "umlauf/units/MeasuringUnit.h"
 

@@ -4,7 +4,7 @@
 #include <cstdint>
 
 #include "umlauf/Export.h"
-#include "umlauf/typed/FlatRecord.h"
+#include "umlauf/record/FlatRecord.h"
 
 /// Set point of a measurement: a table of values, each with the id of its quantity. As initialised here it is
 /// the initial state, an empty set point.

@@ -4,8 +4,8 @@
 #include <cstdint>
 
 #include "umlauf/Export.h"
+#include "umlauf/record/FlatRecord.h"
 #include "umlauf/typed/Description.h"
-#include "umlauf/typed/FlatRecord.h"
 #include "umlauf/typed/MeasuringResult.h"
 
 /// Base record of a typed signal: what was measured, and how its samples are arranged.

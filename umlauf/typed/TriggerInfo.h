@@ -4,7 +4,7 @@
 #include <cstdint>
 
 #include "umlauf/Export.h"
-#include "umlauf/typed/FlatRecord.h"
+#include "umlauf/record/FlatRecord.h"
 #include "umlauf/typed/MarshalingYard.h"
 
 /// A change of state of a trigger. As initialised here it is the initial state.

@@ -4,7 +4,7 @@
 #include <cstdint>
 
 #include "umlauf/Export.h"
-#include "umlauf/typed/FlatRecord.h"
+#include "umlauf/record/FlatRecord.h"
 #include "umlauf/typed/MarshalingYard.h"
 
 /// An event while a recorded signal is played back. As initialised here it is the initial state.

@@ -7,7 +7,7 @@
 #include "umlauf/Export.h"
 #include "umlauf/platform/framework/CString.h"
 #include "umlauf/platform/framework/Types.h"
-#include "umlauf/typed/FlatRecord.h"
+#include "umlauf/record/FlatRecord.h"
 #include "umlauf/units/CommonUnits.h"
 
 class CFile;

@@ -4,8 +4,8 @@
 #include <map>
 
 #include "umlauf/Export.h"
-#include "umlauf/platform/framework/CComboBox.h"
 #include "umlauf/platform/framework/CString.h"
+#include "umlauf/platform/ui/CComboBox.h"
 #include "umlauf/units/MeasuringUnit.h"
 
 /// Drop-down list of the 31 common units. The control behind it holds the items, with the unit indices as

@@ -6,18 +6,18 @@
 
 #include <algorithm>
 
-#include "umlauf/platform/os/os.h"
+#include "umlauf/platform/basis/codepages/CodePages.h"
 
-namespace os = umlauf::os;
+namespace codepages = umlauf::codepages;
 
 FormatArg::FormatArg(const CString& text) : value_(text.view()) {}
 
-CString::CString(const char* utf8) : text_(os::Utf8ToWide(utf8 != nullptr ? utf8 : "")) {}
+CString::CString(const char* utf8) : text_(codepages::Utf8ToWide(utf8 != nullptr ? utf8 : "")) {}
 
-CString CString::FromUtf8(std::string_view utf8) { return CString(os::Utf8ToWide(utf8)); }
-CString CString::FromAnsi(std::string_view ansi) { return CString(os::Cp1252ToWide(ansi)); }
-std::string CString::ToUtf8() const { return os::WideToUtf8(text_); }
-std::string CString::ToAnsi() const { return os::WideToCp1252(text_); }
+CString CString::FromUtf8(std::string_view utf8) { return CString(codepages::Utf8ToWide(utf8)); }
+CString CString::FromAnsi(std::string_view ansi) { return CString(codepages::Cp1252ToWide(ansi)); }
+std::string CString::ToUtf8() const { return codepages::WideToUtf8(text_); }
+std::string CString::ToAnsi() const { return codepages::WideToCp1252(text_); }
 
 wchar_t CString::GetAt(int position) const {
   return position >= 0 && position < GetLength() ? text_[static_cast<std::size_t>(position)] : L'\0';
@@ -61,7 +61,7 @@ void CString::FormatV(const wchar_t* format, std::initializer_list<FormatArg> ar
   fmt::dynamic_format_arg_store<fmt::wprintf_context> store;
   for (const FormatArg& arg : args) {
     if (const auto* utf8 = std::get_if<std::string_view>(&arg.value())) {
-      store.push_back(os::Utf8ToWide(*utf8));
+      store.push_back(codepages::Utf8ToWide(*utf8));
     } else {
       std::visit(
           [&store](const auto& value) {

@@ -7,16 +7,8 @@
 #include <cstdint>
 #include <memory>
 #include <string>
-#include <string_view>
 
 namespace umlauf::os {
-
-/// Code pages. UTF-8: malformed sequences become U+FFFD. 1252: bytes without a character map to the control
-/// of the same number, characters outside the page become '?'.
-std::wstring Utf8ToWide(std::string_view utf8);
-std::string WideToUtf8(std::wstring_view wide);
-std::wstring Cp1252ToWide(std::string_view ansi);
-std::string WideToCp1252(std::wstring_view wide);
 
 /// Value of an environment variable; empty when it is not set.
 std::wstring Environment(const char* name);

@@ -5,6 +5,7 @@
 #include <cstring>
 #include <new>
 
+#include "umlauf/platform/vekta/QVL.h"
 #include "umlauf/rate/internal/StreamEngine.h"
 #include "umlauf/rate/internal/StreamKernel.h"
 #include "umlauf/rate/internal/TapRun.h"
@@ -98,8 +99,8 @@ class FilterEngine : public StreamEngine {
         out, channels_, {grid_, first, count, kernel_.Period()}, {history_.data(), capacity_, channels_},
         [&](const GridPosition& position) { return kernel_.At(position, origin_); },
         [&](auto... run) {
-          kernel_.Mixed() ? QVL::MixedDotProducts(run..., kernel_.Rows(), gain_)
-                          : QVL::DotProducts(run..., kernel_.Rows(), gain_);
+          kernel_.Mixed() ? vekta::MixedDotProducts(run..., kernel_.Rows(), gain_)
+                          : vekta::DotProducts(run..., kernel_.Rows(), gain_);
         });
     return count;
   }

@@ -3,7 +3,7 @@
 #include <cstdint>
 
 #include "umlauf/platform/basis/CAlignedMem.h"
-#include "umlauf/platform/vekta/QVL.h"
+#include "umlauf/platform/vekta/internal/FilterKernels.h"
 #include "umlauf/rate/DownsamplingInfo.h"
 #include "umlauf/rate/internal/RatioGrid.h"
 
@@ -24,7 +24,9 @@ class StreamKernel {
   /// first <= 0 <= last.
   std::int64_t First() const { return first_; }
   std::int64_t Last() const { return last_; }
-  QVL::TapRows Rows() const { return {rows_.data(), stride_, static_cast<std::size_t>(last_ - first_ + 1)}; }
+  vekta::TapRows Rows() const {
+    return {rows_.data(), stride_, static_cast<std::size_t>(last_ - first_ + 1)};
+  }
   /// True when outputs lie between phases, so that two rows are mixed; false when each position of the grid
   /// has its row.
   bool Mixed() const { return mixed_; }
@@ -33,7 +35,7 @@ class StreamKernel {
   std::uint32_t Period() const { return period_; }
 
   /// Window of an output; samples count from `origin`.
-  QVL::TapWindow At(const GridPosition& position, std::int64_t origin) const {
+  vekta::TapWindow At(const GridPosition& position, std::int64_t origin) const {
     const auto in = static_cast<std::ptrdiff_t>(static_cast<std::int64_t>(position.whole) + first_ - origin);
     if (!mixed_) return {in, static_cast<std::uint32_t>(position.part), 0.0f};
     const std::uint64_t phase = (position.part >> 32) * phases_;  // 32 fractional bits

@@ -5,7 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "umlauf/platform/vekta/QVL.h"
+#include "umlauf/platform/vekta/internal/FilterKernels.h"
 #include "umlauf/rate/internal/RatioGrid.h"
 
 namespace umlauf::rate {
@@ -25,9 +25,9 @@ struct TapRun {
 /// Writes `count` outputs that lie `distance` apart, `outStride` floats apart; returns the position behind.
 template <class WindowAt, class Products>
 GridPosition RunLane(float* out, std::size_t outStride, const RatioGrid& grid, GridPosition position,
-                     const GridPosition& distance, std::uint64_t count, const QVL::TapPlanes& planes,
+                     const GridPosition& distance, std::uint64_t count, const vekta::TapPlanes& planes,
                      WindowAt windowAt, Products products) {
-  std::array<QVL::TapWindow, 128> windows;
+  std::array<vekta::TapWindow, 128> windows;
   for (std::uint64_t done = 0; done < count;) {
     float* to = out + done * outStride;
     std::size_t n = 0;
@@ -47,7 +47,7 @@ GridPosition RunLane(float* out, std::size_t outStride, const RatioGrid& grid, G
 /// follows the other by phase, because neighbours may have one row, and all go in blocks that leave their
 /// samples in the first-level cache. The results do not depend on that.
 template <class WindowAt, class Products>
-void RunTaps(float* out, std::size_t outStride, const TapRun& run, const QVL::TapPlanes& planes,
+void RunTaps(float* out, std::size_t outStride, const TapRun& run, const vekta::TapPlanes& planes,
              WindowAt windowAt, Products products) {
   constexpr std::uint64_t together = 4;  // windows that share a row
   constexpr std::uint64_t block = 2048;  // samples

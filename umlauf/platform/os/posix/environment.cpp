@@ -4,9 +4,14 @@
 
 #include <cstdlib>
 
+#include "umlauf/platform/basis/codepages/CodePages.h"
 #include "umlauf/platform/os/os.h"
 
 namespace umlauf::os {
+
+using codepages::Utf8ToWide;
+using codepages::WideToUtf8;
+
 namespace {
 
 bool IsFolder(const std::string& path) {

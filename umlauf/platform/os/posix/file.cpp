@@ -2,9 +2,13 @@
 
 #include <cstdio>
 
+#include "umlauf/platform/basis/codepages/CodePages.h"
 #include "umlauf/platform/os/os.h"
 
 namespace umlauf::os {
+
+using codepages::WideToUtf8;
+
 namespace {
 
 /// stdio gives the buffering that small reads and writes of records need.

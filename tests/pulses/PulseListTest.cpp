@@ -1,0 +1,310 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+#include <tuple>
+#include <vector>
+
+#include "signal/SignalTestSupport.h"
+#include "support/PulseText.h"
+#include "umlauf/platform/tramsea/PrWin.h"
+#include "umlauf/pulses/DzPulsListArray.h"
+#include "umlauf/pulses/FueGroeAnzeigeInfo.h"
+
+namespace {
+
+using testing::ElementsAre;
+
+constexpr float kGreatest = std::numeric_limits<float>::max();
+
+/// Catches the log.
+class Log {
+ public:
+  Log()
+      : before_(PrWin::SetSink([this](int category, int, const CString& text) {
+          lines.push_back(std::to_wstring(category) + L' ' + text.str());
+        })) {}
+  ~Log() { PrWin::SetSink(before_); }
+  std::vector<std::wstring> lines;
+
+ private:
+  PrWin::Sink before_;
+};
+
+TEST(PulseList, Completion) {
+  CDzPulsListe list = Pulses({{10, 12.5f}, {20, 25.0f}}, 7);
+  EXPECT_EQ(Text(list), "10+12.5 20+25 7o25");
+  EXPECT_EQ(list.NrRealPulses(), 2u);
+  for (int block = 1; block <= 257; ++block) {  // without a pulse
+    list.SetEmpty();
+    list.CompletePulsList(5);
+    EXPECT_EQ(Text(list), block <= 256 ? "5o25" : "5o0");
+  }
+  EXPECT_EQ(list.NrRealPulses(), 0u);
+
+  list.ReverseFactor(-3.0f);
+  list.ActivatePulsGapCorrection(true, 3.0f);
+  list.Reset();
+  EXPECT_EQ(list.PulseGapCorrection(), 0.0f);
+  EXPECT_EQ(list.NrRealPulses(), 0u);
+  EXPECT_FALSE(list.LastPulsUsable());
+  EXPECT_EQ(list.ReverseFactor(), 1.0f);
+  list.CompletePulsList(0);
+  EXPECT_TRUE(list.LastPulsUsable());
+}
+
+TEST(PulseList, Averages) {
+  CDzPulsListe list;
+  EXPECT_EQ(list.CalcAverPulsF(1000.0f), 0.0f);
+  list.InitLastValue(50.0f);  // no pulse in this block: the last value counts
+  EXPECT_EQ(list.CalcAverPulsF(1000.0f), 20.0f);
+  EXPECT_EQ(list.AverSpeed(), 1200.0f);
+  EXPECT_TRUE(list.PulsSpeed(7) == 20.0f && list.PulsSpeed(list.end()) == 20.0f);
+
+  list = Pulses({{25, 100.0f}}, 0);
+  list.SetPulseProUmdr(4.0f);
+  EXPECT_EQ(list.CalcAverPulsF(1000.0f), 10.0f);
+  EXPECT_EQ(list.EmptyBlockLimit(), 100u);  // 1000 / (6 / 60) / 4 / 25, a little less, + 1
+  list = Pulses({{100, 60001.0f}}, 0);      // below one revolution per minute
+  list.SetPulseProUmdr(0.0f);
+  EXPECT_EQ(list.CalcAverPulsF(1000.0f), 0.0f);
+  EXPECT_TRUE(list.AverPulsT() == kGreatest && list[0].Value() == kGreatest);
+  EXPECT_EQ(list.EmptyBlockLimit(), std::numeric_limits<std::uint32_t>::max());
+
+  list = Pulses({{10, 10.0f}, {20, 20.0f}}, 30);  // the open entry counts
+  EXPECT_FLOAT_EQ(list.CalcAverPulsF(1000.0f), 60.0f);
+  EXPECT_EQ(list.TotalSamples(), 60u);
+  EXPECT_TRUE(list.PulsSpeed(0) == 100.0f && list.PulsSpeed(list.begin() + 1) == 50.0f &&
+              list.PulsSpeed(3) == 0);
+  EXPECT_EQ(Pulses({{1, 0.0f}, {1, 0.0f}}, 0).CalcAverPulsF(1000.0f), 0.0f);
+}
+
+TEST(PulseList, GapCorrection) {
+  const struct {
+    const char* name;
+    bool on;
+    float relLength;
+    std::vector<float> values;  // of the closed pulses
+    const char* corrected;
+    float factor;
+  } cases[] = {
+      {"off", false, 3, {10, 10, 30, 10}, "9+10 9+10 9+30 9+10 5o10", 0},
+      {"too few pulses", true, 4, {10, 30, 10}, "9+10 9+30 9+10 5o10", 0.25f},
+      {"given", true, 4, {10, 40, 11, 12, 13}, "9+10 9g10 9+11 9+12 9g3.25 5o3.25", 0.25f},
+      {"found", true, 0, {10, 10, 10, 39, 10}, "9+10 9+10 9+10 9g9.75 9+10 5o10", 0.25f},
+      {"found, half a tooth", true, -1, {10, 10, 10, 26}, "9+10 9+10 9+10 9g10.4 5o10.4", 0.4f},
+      {"no measure", true, 0, {0, 10, 10, 30}, "9+0 9+10 9+10 9+30 5o30", 0},
+      {"endless", true, 0, {1, 1, 1, kGreatest}, "9+1 9+1 9+1 9+3.40282e+38 5o3.40282e+38", 0},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.name);
+    Log log;
+    std::vector<std::pair<std::uint64_t, float>> pulses;
+    for (const float value : c.values) pulses.emplace_back(9, value);
+    CDzPulsListe list = Pulses(pulses, 5);
+    list.SetSignalId(17);
+    list.ActivatePulsGapCorrection(c.on, c.relLength);
+    list.CalcAverPulsF(1000.0f);
+    EXPECT_EQ(Text(list), c.corrected);
+    EXPECT_FLOAT_EQ(list.PulseGapCorrection(), c.factor);
+    const std::wstring found = L"1 Speed detection for signal [17] calculated puls gap rel. lenght  ";
+    std::vector<std::wstring> lines;
+    if (c.relLength <= 0 && c.factor != 0) lines = {found + (c.factor == 0.25f ? L"4.00\n" : L"2.50\n")};
+    EXPECT_EQ(log.lines, lines);
+  }
+}
+
+TEST(PulseList, FlatRecord) {
+  CDzPulsListe list = Pulses({{10, 12.5f}}, 7);
+  list.SetSignalId(-2);
+  list.SetAverage(80.0f);
+  list.ReverseFactor(-1.0f);
+  list[0].SetHiFlank(false);
+  list[0].SetGapCorrected(true);
+  std::vector<std::byte> bytes(list.length(), std::byte{0xEE});
+  ASSERT_EQ(list.write(bytes.data()), static_cast<std::int64_t>(bytes.size()));
+  EXPECT_EQ(Hex(bytes),
+            "feffffff00007a440000a042000048410200000000000000"                  // header
+            "0a00000000000000000048410000000000000000000000000000010000000000"  // closed entry
+            "070000000000000000004841000000000a000000000000000101000000000000"  // open entry
+            "01000000ffffffff00000000000080bf");                                // trailer
+  CDzPulsListe copy;
+  ASSERT_EQ(copy.read(bytes.data()), static_cast<std::int64_t>(bytes.size()));
+  EXPECT_EQ(copy.AssociatedListId(), 1);  // -1 comes back so
+  copy.SetAssociatedList(-1);
+  std::vector<std::byte> again(copy.length());
+  copy.write(again.data());
+  EXPECT_EQ(again, bytes);
+
+  for (std::size_t n = 0; n < bytes.size(); ++n) {
+    const std::vector<std::byte> cut(bytes.begin(), bytes.begin() + static_cast<std::ptrdiff_t>(n));
+    CDzPulsListe unchanged = Pulses({{3, 4.0f}}, 0);
+    ASSERT_TRUE(unchanged.read(cut.data(), n) < 0 && Text(unchanged) == "3+4") << n;
+  }
+  bytes[23] = std::byte{0x10};  // more entries than any memory holds
+  EXPECT_TRUE(copy.read(bytes.data()) < 0 && copy.size() == 2);
+  EXPECT_EQ(CFueGroeListe<PulsEntry>(copy).length(), 24u + 2 * 32);
+}
+
+TEST(PulseList, LooksUpSamples) {
+  CDzPulsListe list = Pulses({{10, 100.0f}, {20, -50.0f}, {20, 200.0f}}, 10);  // 600, -1200, 300, 300 rpm
+  list.ReverseFactor(-1.0f);
+  const struct {
+    std::uint64_t sample;
+    std::int64_t index, found;
+    float speed, time;
+  } cases[] = {{0, 0, 0, -600, 100},          {9, 0, 0, -600, 100},  {10, 1, 1, 1200, -50},
+               {29, 1, 1, 1200, -50},         {59, 3, 3, -300, 200}, {60, 3, -1, -300, 200},
+               {UINT64_MAX, 3, -1, -300, 200}};
+  for (const auto& c : cases) {
+    EXPECT_EQ(list.Sample2Idx(c.sample), c.index) << c.sample;
+    EXPECT_EQ(list.FindPulsForSample(c.sample), c.found) << c.sample;
+    EXPECT_EQ(list.LocalSpeed(c.sample), c.speed) << c.sample;
+    EXPECT_EQ(list.LocalRevTime(c.sample), c.time) << c.sample;
+  }
+  const std::tuple<std::uint64_t, std::uint64_t, float> spans[] = {
+      {0, UINT64_MAX, 1200}, {0, 10, -600}, {9, 11, 1200}, {60, 70, 0}, {20, 10, 0}};
+  for (const auto& [from, to, fastest] : spans) EXPECT_EQ(list.LocalMaxSpeed(from, to), fastest) << from;
+  const std::pair<double, double> positions[] = {{-1, 0}, {0.5, 5}, {1, 10}, {1.25, 15}, {4, 60}, {9, 60}};
+  for (const auto& [puls, sample] : positions) EXPECT_EQ(list.FindSampleForPuls(puls), sample) << puls;
+  EXPECT_EQ(list.FindSampleForPuls(std::nan("")), -1.0);
+
+  CDzPulsListe empty;
+  empty.InitLastValue(100.0f);
+  empty.CalcAverPulsF(1000.0f);
+  EXPECT_TRUE(empty.Sample2Idx(0) == -1 && empty.LocalSpeed(3) == 600 && empty.FindSampleForPuls(1) == -1);
+}
+
+TEST(PulseList, CutsAndMoves) {
+  const CDzPulsListe list = Pulses({{10, 1.0f}, {0, 2.0f}, {20, 3.0f}, {30, 4.0f}}, 5);
+  const std::tuple<std::uint64_t, std::uint64_t, std::string> cuts[] = {
+      {0, UINT64_MAX, "10+1 0+2 20+3 30+4 5o4"},
+      {0, 60, "10+1 0+2 20+3 30+4"},
+      {10, 59, "0+2 20+3 29o4"},
+      {29, 31, "1+3 1o4"},
+      {65, 99, ""},
+      {9, 9, ""}};
+  for (const auto& [from, to, pulses] : cuts) {
+    CDzPulsListe cut = Pulses({{1, 9.0f}}, 0);
+    CDzPulsListe same = list;
+    ASSERT_TRUE(cut.CopyPulsList(list, from, to) && same.CopyPulsList(same, from, to));
+    EXPECT_EQ(Text(cut), pulses);
+    EXPECT_EQ(Text(same), pulses);
+    EXPECT_EQ(cut.LastPulsUsable(), pulses.find('o') == std::string::npos);
+  }
+  const std::pair<std::int64_t, const char*> shifts[] = {
+      {3, "13+1 0+2 20+3 30+4 5o4"}, {0, "10+1 0+2 20+3 30+4 5o4"}, {-12, "18+3 30+4 5o4"}, {INT64_MIN, ""}};
+  for (const auto& [samples, expected] : shifts) {
+    CDzPulsListe moved = list;
+    moved.ShiftPulses(samples);
+    EXPECT_EQ(Text(moved), expected) << samples;
+  }
+}
+
+TEST(PulseList, ReducesToRevolutionMarks) {
+  // A wheel of 8 teeth less 2, from within a revolution to within another, which is faster.
+  CDzPulsListe list =
+      Pulses({{8, 64}, {8, 64}, {24, 64}, {4, 32}, {4, 32}, {4, 32}, {4, 32}, {4, 32}, {12, 32}}, 3);
+  list.SetPulseProUmdr(8.0f);
+  list.ActivatePulsGapCorrection(true, 3.0f);
+  EXPECT_EQ(CDzPulsListe(list).ReduceToPostGap(), 0u);  // no gap is marked yet
+  list[1].SetValue(44.0f);                              // so that the gap's threefold weight shows
+  for (const std::size_t gap : {2u, 8u}) list[gap].SetGapCorrected(true);
+  EXPECT_EQ(list.ReduceToPostGap(), 2u);
+  EXPECT_EQ(Text(list), "40+60 32+32 3o32");
+  EXPECT_EQ(list.PulseProUmdrehung(), 1.0f);
+  EXPECT_EQ(CDzPulsListe().ReduceToPostGap(), 0u);
+}
+
+TEST(PulseList, Exports) {
+  CDzPulsListe list = Pulses({{2, 100.0f}, {3, 50.0f}}, 2);  // 600, 1200, 1200 rpm
+  list.SetSignalId(4);
+  std::vector<float> out(9, -1.0f);
+  list.AnalogExport(out.data(), out.size());
+  EXPECT_THAT(out, ElementsAre(600, 600, 1200, 1200, 1200, 1200, 1200, 1200, 1200));
+  list.AnalogPulsExport(out.data(), out.size());
+  EXPECT_THAT(out, ElementsAre(0, 1, 0, 0, 1, 0, 0, 0, 0));
+
+  CSigCurve curve;
+  ASSERT_TRUE(list.GenerateVisCurve(curve, 7));
+  EXPECT_THAT(Values(curve), ElementsAre(600, 600, 1200, 1200, 1200, 1200, 1200));
+  EXPECT_FLOAT_EQ(curve.XMax(), 0.007f);
+  EXPECT_TRUE(curve.XUnit().baseunit() == L"s" && curve.YUnit().baseunit() == L"rpm");
+  ASSERT_TRUE(list.GenerateVisCurve(curve, 2));  // 3.5 samples each
+  EXPECT_THAT(Values(curve), ElementsAre(testing::FloatEq((2 * 600 + 1.5f * 1200) / 3.5f), 1200));
+  EXPECT_FALSE(list.GenerateVisCurve(curve, 0) || list.GenerateVisCurve(curve, UINT64_MAX));
+  EXPECT_FALSE(CDzPulsListe().GenerateVisCurve(curve, 10));
+  EXPECT_EQ(curve.DLen(), 2u);
+
+  CFueGroeHopListe hops;
+  hops.AddEntry(99, 1.0f);
+  list.CopyFueGroeHopList(hops);
+  EXPECT_EQ(Text(hops), "2:600 3:1200 2:1200");
+  EXPECT_EQ(hops.SignalId(), 4);
+  EXPECT_FLOAT_EQ(hops.Average(), (2 * 600.0f + 5 * 1200.0f) / 7);
+
+  list.CalcAverPulsF(1000.0f);
+  list.ReverseFactor(-1.0f);
+  const FueGroeAnzeigeInfo info(list);
+  EXPECT_FLOAT_EQ(info.average, -900.0f);
+  EXPECT_TRUE(info.slowest == -600.0f && info.fastest == -1200.0f && info.pulses == 2 && info.moving);
+}
+
+TEST(PulseList, DebugOutput) {
+  Log log;
+  CDzPulsListe list;
+  list.DebugOutput(nullptr, 5);
+  list = Pulses({{10, 100.0f}, {20, 50.0f}, {30, 25.0f}}, 4);
+  list[1].SetHiFlank(false);
+  list[2].SetGapCorrected(true);
+  list.DebugOutput(L"Titel", 2);
+  EXPECT_THAT(log.lines, ElementsAre(L"16 (keine Pulse)\n", L"16 Titel\n",
+                                     L"16   0 [  10]:  100.00 = 600.0 UpM, nrSmp:   10   \u2191  \n",
+                                     L"16   1 [  30]:   50.00 = 1200.0 UpM, nrSmp:   20   \u2193  \n",
+                                     L"16   3 [  64]:   25.00 = 2400.0 UpM, nrSmp:    4   \u2191 f\n"));
+}
+
+TEST(HopList, AppendsAveragesAndEnds) {
+  CFueGroeHopListe hops;
+  EXPECT_EQ(hops.WertBei(0), 0.0f);
+  hops.InitLastValue(7.0f);
+  EXPECT_FALSE(hops.ListeAbschliessen(0));
+  EXPECT_EQ(hops.Average(), 7.0f);
+  hops.AddEntry(10, 1.0f);
+  hops.AddEntry(30, 5.0f);
+  hops += hops;  // a list appended to itself ends
+  EXPECT_EQ(Text(hops), "10:1 30:5 10:1 30:5");
+  EXPECT_TRUE(hops.WertBei(39) == 5.0f && hops.WertBei(40) == 1.0f && hops.WertBei(500) == 5.0f);
+  EXPECT_FALSE(hops.ListeAbschliessen(80));
+  EXPECT_TRUE(hops.ListeAbschliessen(100));
+  EXPECT_EQ(hops.Average(), 4.0f);
+  EXPECT_EQ(Text(hops), "10:1 30:5 10:1 30:5 20:5");
+
+  CFueGroeHop hop;
+  hop.Set(1.0f, 10);
+  hop += hops[1];
+  EXPECT_TRUE(hop.Value() == 4.0f && hop.Produkt() == 160.0);
+  EXPECT_EQ(hops.length(), 24u + 5 * 24);
+}
+
+TEST(PulseListArray, HoldsOneListAChannel) {
+  CDzPulsListArray block, next;
+  ASSERT_TRUE(block.GroesseAendern(2) && next.GroesseAendern(3));
+  EXPECT_FALSE(block.GroesseAendern(std::numeric_limits<std::uint64_t>::max()));
+  CDzPulsListe list = Pulses({{10, 10.0f}, {0, 11.0f}}, 5);
+  list.SetSignalId(42);
+  EXPECT_TRUE(block.ListeUebernehmen(1, list));
+  EXPECT_TRUE(block.ListeUebernehmen(1, *block.Liste(1)));
+  EXPECT_FALSE(block.ListeUebernehmen(2, list));
+  EXPECT_TRUE(block.Liste(2) == nullptr && block.ListeZuAppSignal(43) == nullptr);
+  EXPECT_EQ(block.ListeZuAppSignal(42), block.Liste(1));
+  EXPECT_EQ(block.LetztePulseNachbessern(next), 0u);  // the next block has no pulse yet
+  next.ListeUebernehmen(1, Pulses({{3, 30.0f}}, 0));
+  EXPECT_EQ(block.LetztePulseNachbessern(next), 1u);
+  EXPECT_EQ(Text(*block.Liste(1)), "10+10 0+11 5o30");
+  block.AllesAufAnfang();
+  EXPECT_TRUE(block.Anzahl() == 2 && block.Liste(1)->empty());
+}
+
+}  // namespace

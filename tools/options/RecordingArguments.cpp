@@ -1,0 +1,37 @@
+#include <map>
+
+#include "tools/BlockSource.h"
+#include "tools/commands/Commands.h"
+
+namespace umlauf::tool {
+
+void DeclareRecordingFormat(CLI::App& command, RecordingOptions& recording) {
+  const std::string group = "Recording";
+  const std::map<std::string, RawFormat> rawFormats = {
+      {"f32", RawFormat::f32}, {"i16", RawFormat::i16}, {"i32", RawFormat::i32}, {"u32", RawFormat::u32}};
+  command.add_option("--channel", recording.channel, "channel of a sound or raw file, from 1")->group(group);
+  command
+      .add_option("--column", recording.column, "column of a CSV file, number from 1 (1 is the time) or name")
+      ->group(group);
+  command.add_option("--raw", recording.raw, "headerless little-endian samples: f32, i16, i32 or u32")
+      ->transform(CLI::CheckedTransformer(rawFormats).description(""))
+      ->type_name("FORMAT")
+      ->group(group);
+  command
+      .add_option(recording.rateOption, recording.rate,
+                  "samples per second of raw samples; for CSV in place of its times")
+      ->check(AboveZero().description(""))
+      ->type_name("HZ")
+      ->group(group);
+  command.add_option("--channels", recording.channels, "channels of raw samples (1)")
+      ->check(CLI::Range(1u, 65535u).description(""))
+      ->group(group);
+}
+
+void DeclareRecording(CLI::App& command, RecordingOptions& recording) {
+  command.add_option("recording", recording.path, "WAV, FLAC, W64, RF64, MAT ..., CSV or raw samples")
+      ->required();
+  DeclareRecordingFormat(command, recording);
+}
+
+}  // namespace umlauf::tool

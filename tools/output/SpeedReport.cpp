@@ -1,0 +1,107 @@
+#include "tools/output/SpeedReport.h"
+
+#include <fmt/format.h>
+
+#include <iterator>
+#include <nlohmann/json.hpp>
+
+#include "tools/output/NumberText.h"
+
+namespace umlauf::tool {
+namespace {
+
+/// The shortest decimal number for a single-precision one: 3.7 for 3.7f, not the digits of its double.
+double Decimal(float value) { return ParseNumber(fmt::format("{}", value)).value_or(0); }
+
+}  // namespace
+
+std::string SpeedReport::Json() const {
+  const SpeedSummary& speed = counts->speed();
+  nlohmann::ordered_json json;
+  json["recording"] = recording;
+  if (thresholds) {
+    json["thresholds"] = {{"upper", Decimal(thresholds->upper)}, {"lower", Decimal(thresholds->lower)}};
+    json["settings"] = thresholds->settings;
+  }
+  if (encoder) {
+    json["mode"] = encoder->mode;
+    json["word"] = encoder->word;
+    json["error_bits"] = encoder->errorBits;
+  }
+  json["pulses"] = counts->pulses();
+  json["gap_corrected"] = counts->correctedGaps();
+  json["rpm"] = {{"min", speed.min}, {"mean", speed.Mean(sampleRate)}, {"max", speed.max}};
+  json["duration_s"] = duration;
+  json["channel"] = channel;
+  json["sample_rate_hz"] = sampleRate;
+  if (thresholds) {
+    json["thresholds_automatic"] = {{"upper", thresholds->automaticUpper},
+                                    {"lower", thresholds->automaticLower}};
+    json["spike_held"] = counts->held();
+  }
+  if (gap != nullptr) {
+    json["gap"] = {{"count", gap->gaps()}, {"relative_length", nullptr}};
+    if (gap->gaps() > 0) json["gap"]["relative_length"] = gap->relativeLength();
+  }
+  const SpeedSummary& turns = revolutions->speed();
+  json["revolutions"] = {{"count", turns.count}};
+  json["revolutions"]["rpm"] = nullptr;
+  if (turns.count > 0) {
+    json["revolutions"]["rpm"] = {{"min", turns.min},
+                                  {"mean", turns.Mean(sampleRate)},
+                                  {"max", turns.max},
+                                  {"first", turns.first},
+                                  {"last", turns.last}};
+  }
+  if (truth != nullptr) {
+    json["truth"] = {{"pulses", truth->count()},
+                     {"max_deviation_rpm", truth->maxRpm()},
+                     {"max_deviation_percent", truth->maxPercent()},
+                     {"mean_deviation_rpm", truth->meanRpm()},
+                     {"mean_deviation_percent", truth->meanPercent()}};
+  }
+  return json.dump(2, ' ', false, nlohmann::json::error_handler_t::replace) + "\n";
+}
+
+std::string SpeedReport::Table() const {
+  const SpeedSummary& speed = counts->speed();
+  const SpeedSummary& turns = revolutions->speed();
+  std::string text;
+  const auto row = [&text](std::string_view name, std::string_view value) {
+    fmt::format_to(std::back_inserter(text), "{:<12}{}\n", name, value);
+  };
+  row("recording", recording);
+  row("", fmt::format("{}, {:g} samples/s, {:.3f} s", channel, sampleRate, duration));
+  if (thresholds) {
+    row("thresholds", fmt::format("upper {:g}{}, lower {:g}{}", thresholds->upper,
+                                  thresholds->automaticUpper ? " (automatic)" : "", thresholds->lower,
+                                  thresholds->automaticLower ? " (automatic)" : ""));
+    row("settings", thresholds->settings);
+  }
+  if (encoder) {
+    row("stream",
+        fmt::format("mode {}, {} words, {} error bits", encoder->mode, encoder->word, encoder->errorBits));
+  }
+  std::string pulses = fmt::format("{}", counts->pulses());
+  if (gap != nullptr && gap->gaps() == 0) pulses += ", no gap found";
+  if (gap != nullptr && gap->gaps() > 0) {
+    pulses += fmt::format(", {} {} of {:.3g} teeth corrected", counts->correctedGaps(),
+                          counts->correctedGaps() == 1 ? "gap" : "gaps", gap->relativeLength());
+  }
+  if (counts->held() > 0) pulses += fmt::format(", {} held by the spike filter", counts->held());
+  row("pulses", pulses);
+  row("speed", fmt::format("mean {:.2f} rpm, single pulses {:.2f} ... {:.2f} rpm", speed.Mean(sampleRate),
+                           speed.min, speed.max));
+  if (turns.count > 0) {
+    row("revolutions", fmt::format("{}: mean {:.2f} rpm, {:.2f} ... {:.2f} rpm, last {:.2f} rpm", turns.count,
+                                   turns.Mean(sampleRate), turns.min, turns.max, turns.last));
+  }
+  if (truth != nullptr) {
+    row("deviation", fmt::format("mean {:.3f} rpm ({:.4f} %), greatest {:.3f} rpm, {:.4f} % over {} pulses",
+                                 truth->meanRpm(), truth->meanPercent(), truth->maxRpm(), truth->maxPercent(),
+                                 truth->count()));
+  }
+  return text;
+}
+
+}  // namespace umlauf::tool

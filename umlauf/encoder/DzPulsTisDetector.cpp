@@ -1,0 +1,340 @@
+#include "umlauf/encoder/DzPulsTisDetector.h"
+
+#include <algorithm>
+#include <bit>
+#include <cmath>
+
+#include "umlauf/encoder/internal/WordScan.h"
+#include "umlauf/platform/framework/CString.h"
+#include "umlauf/platform/ui/UserInterface.h"
+#include "umlauf/platform/vekta/numeric.h"
+#include "umlauf/pulses/DzPulsListe.h"
+
+namespace {
+
+using umlauf::speed::ForEachMarked;
+
+// Words of a quadrature stream that are decoded at a time, so that the events stay in the cache.
+constexpr std::uint64_t kChunk = 4096;
+
+constexpr ULONG kEdgeBit = 0x80;  // together with the bit two below
+constexpr ULONG kErrorBit = 0x40;
+constexpr ULONG kEdgeCountMask = 0xF000;
+constexpr ULONG kPositionMask = 0x7FF;
+constexpr ULONG kCounterMask = 0xFFFF0000u;
+constexpr ULONG kErrorEdgeCount = 15;
+
+/// Seconds per tick of the clock that goes with a sample rate; 0 when there is none.
+double TickLength(unsigned sampleRate) {
+  switch (sampleRate) {
+    case 50000:
+    case 100000:
+    case 200000:
+      return 7.8125e-08;
+    case 12000:
+    case 24000:
+      return 1.6276e-07;
+    case 12500:
+    case 25000:
+      return 1.5625e-07;
+    case 48000:
+    case 96000:
+    case 192000:
+      return 8.138021e-08;
+    default:
+      return 0.0;
+  }
+}
+
+/// Not 0 when bits 7 and 5 of the half at `shift` are set.
+ULONG StandardEdge(ULONG word, unsigned shift) { return word & (word << 2) & (kEdgeBit << shift); }
+
+/// Sub-samples in samples, rounded up; sub-samples per sample are a power of two.
+std::int64_t WholeSamplesUp(std::int64_t time, unsigned subsamples) {
+  return (time + static_cast<std::int64_t>(subsamples) - 1) >> std::countr_zero(subsamples);
+}
+
+/// What remains of a block behind its last pulse. An edge whose time lies past its sample may have used more
+/// than there is.
+std::uint64_t Rest(std::uint64_t count, std::int64_t used) {
+  const auto taken = static_cast<std::uint64_t>(std::max<std::int64_t>(used, 0));
+  return count > taken ? count - taken : 0;
+}
+
+}  // namespace
+
+void CDzPulsTisDetector::Restart(unsigned sampleRate, unsigned pulsesPerRev, bool lowWord, ETisMode mode) {
+  sampleRate_ = sampleRate;
+  pulsesPerRev_ = pulsesPerRev;
+  lowWord_ = lowWord;
+  if (mode != ETisMode::tisNone) mode_ = mode;
+  carry_ = 0.0f;
+  edgesInPulse_ = 0;
+  dividerRemaining_ = 0;
+  errorBits_ = 0;
+  decoder_.clear();
+  previous_ = PreviousEvent();
+  halves_[0] = halves_[1] = HalfWord();
+  display_ = Display();
+  messageShown_ = false;
+  SetMinPulsTime(minTime_);
+}
+
+void CDzPulsTisDetector::SetMinPulsTime(float seconds) {
+  minTime_ = seconds;
+  minSamples_ = numeric::trunc_sat<std::uint32_t>(static_cast<float>(sampleRate_) * seconds);
+}
+
+void CDzPulsTisDetector::SetMinPulsSamples(unsigned n) {
+  minSamples_ = n;
+  minTime_ = static_cast<float>(n) / static_cast<float>(sampleRate_);
+}
+
+void CDzPulsTisDetector::ShowOnce(const CString& message) {
+  if (!messageShown_) ErrorMessageBox(message);
+  messageShown_ = true;
+}
+
+unsigned CDzPulsTisDetector::PulseSuchen(const ULONG* samples, std::uint64_t count, unsigned stride,
+                                         CDzPulsListe& list) {
+  if (samples == nullptr || stride == 0) count = 0;
+  list.SetEmpty();
+  CString message;
+  switch (mode_) {
+    case ETisMode::tisNone:
+      message.Format(L"Tis Datastream Decoder: data format not set for signal id %d.", list.SignalId());
+      break;
+    case ETisMode::tisStandard:
+      return PulseSuchenStandardTis(samples, count, stride, list);
+    case ETisMode::tisQuadratureFourfold:
+      return PulseSuchenQuadratureEnc(samples, count, stride, true, false, list);
+    case ETisMode::tisQuadrature:
+      return PulseSuchenQuadratureEnc(samples, count, stride, false, false, list);
+    case ETisMode::tisHighRes:
+      return PulseSuchenHiResTis(samples, count, stride, list);
+    case ETisMode::tisQuadratureFourfoldHighRes:
+      return PulseSuchenQuadratureEnc(samples, count, stride, true, true, list);
+    case ETisMode::tisQuadratureHighRes:
+      return PulseSuchenQuadratureEnc(samples, count, stride, false, true, list);
+    default:
+      message.Format(L"Tis Datastream Decoder: data format ETisMode::%d for signal id %d not implemented.",
+                     static_cast<int>(mode_), list.SignalId());
+  }
+  ShowOnce(message);
+  return 0;
+}
+
+unsigned CDzPulsTisDetector::PulseSuchenStandardTis(const ULONG* words, std::uint64_t count, unsigned stride,
+                                                    CDzPulsListe& list) {
+  const double tickLength = TickLength(sampleRate_);
+  if (tickLength == 0.0) {
+    CString message;
+    message.Format(
+        L"CDzPulsTisDetector::PulseSuchenStandardTis(): unsupported sampling rate %u for signal id %d.",
+        sampleRate_, list.SignalId());
+    ShowOnce(message);
+    return 0;
+  }
+  list.SetPulseProUmdr(static_cast<float>(pulsesPerRev_));
+
+  const unsigned shift = Shift();
+  const double samplesPerTick = tickLength * static_cast<double>(sampleRate_);
+  const double revPerEdge = static_cast<double>(pulsesPerRev_) / static_cast<double>(divider_);
+  // Signed: where times lie past their samples, an edge can lie before the one before it.
+  const std::int64_t minimum = std::max<std::int64_t>(minSamples_, allowZeroLength_ ? 0 : 1);
+  std::uint32_t countdown = dividerRemaining_ != 0 ? dividerRemaining_ : divider_;
+  std::int64_t edgesInPulse = edgesInPulse_;
+  double carry = static_cast<double>(carry_);
+  double lastEdge = 0.0;
+  std::int64_t pulseStart = 0;  // sample in which the pulse in progress began, in this block
+  unsigned errors = 0;
+  ForEachMarked(
+      words, count, stride, 0, [=](ULONG word, ULONG) { return StandardEdge(word, shift); },
+      [&](std::uint64_t i, ULONG word) {
+        const ULONG half = (word >> shift) & 0xFFFF;
+        errors += (half & kErrorBit) != 0 ? 1 : 0;
+        const double edge = static_cast<double>(half >> 8) * samplesPerTick + static_cast<double>(i);
+        carry += edge - lastEdge;
+        lastEdge = edge;
+        if (--countdown != 0) return;
+        countdown = divider_;
+        ++edgesInPulse;
+        const auto edgeSample = numeric::trunc_sat<std::int64_t>(edge);
+        const std::int64_t wholeSamples = edgeSample - pulseStart;
+        if (wholeSamples < minimum) return;
+        const double value = carry * revPerEdge / static_cast<double>(edgesInPulse);
+        list.AddEntry(static_cast<std::uint64_t>(wholeSamples), static_cast<float>(value));
+        pulseStart = edgeSample;
+        edgesInPulse = 0;
+        carry = 0.0;
+      });
+
+  list.CompletePulsList(Rest(count, pulseStart));
+  list.CalcAverPulsF(static_cast<float>(sampleRate_));
+  carry_ = static_cast<float>(carry + (static_cast<double>(count) - lastEdge));
+  edgesInPulse_ = edgesInPulse;
+  dividerRemaining_ = countdown;
+  errorBits_ += errors;
+  return errors;
+}
+
+unsigned CDzPulsTisDetector::PulseSuchenHiResTis(const ULONG* words, std::uint64_t count, unsigned stride,
+                                                 CDzPulsListe& list) {
+  const unsigned shift = Shift();
+  const unsigned subsamples = CQuadratureDecoder::Subsamples(sampleRate_, true);
+  const double resolution = 1.0 / static_cast<double>(subsamples);
+  const double revPerEdge = static_cast<double>(pulsesPerRev_) * static_cast<double>(divider_);
+  const auto minimum = static_cast<std::int64_t>(minSamples_);
+  HalfWord& stored = halves_[lowWord_ ? 1 : 0];
+  HalfWord half = stored;
+  std::int64_t edgesInPulse = edgesInPulse_;
+  double carry = static_cast<double>(carry_);
+  // Sample from which the samples since the last edge count; in the blocks before it wraps around.
+  std::uint64_t lastEdge = 0 - half.samplesSinceEdge - 1;
+  std::int64_t entered = 0;
+  unsigned errors = 0;
+  ForEachMarked(
+      words, count, stride, 0, [=](ULONG word, ULONG) { return word & (kEdgeCountMask << shift); },
+      [&](std::uint64_t i, ULONG word) {
+        const ULONG edges = (word >> shift >> 12) & 15;
+        const std::uint32_t position = (word >> shift >> 1) & kPositionMask;
+        const std::uint64_t samples = i - lastEdge;
+        const double step = static_cast<double>(position) - static_cast<double>(half.lastPosition);
+        errors += edges == kErrorEdgeCount ? 1 : 0;
+        lastEdge = i;
+        half.lastPosition = position;
+        if (!half.armed) {
+          half.armed = true;
+          return;
+        }
+        edgesInPulse += edges;
+        carry += step * resolution + static_cast<double>(samples);
+        const std::int64_t free = static_cast<std::int64_t>(i) - entered;
+        if (free < minimum) return;
+        const std::int64_t end = free + WholeSamplesUp(position, subsamples);
+        if (end != 0) {
+          const double value = revPerEdge * carry / static_cast<double>(edgesInPulse);
+          list.AddEntry(static_cast<std::uint64_t>(end), static_cast<float>(value));
+          entered += end;
+        }
+        carry = 0.0;
+        edgesInPulse = 0;
+      });
+
+  list.CompletePulsList(Rest(count, entered));
+  list.CalcAverPulsF(static_cast<float>(sampleRate_));
+  half.samplesSinceEdge = count - lastEdge - 1;
+  stored = half;
+  carry_ = static_cast<float>(carry);
+  edgesInPulse_ = edgesInPulse;
+  errorBits_ += errors;
+  return errors;
+}
+
+/// What runs on through the chunks of one block of a quadrature stream. Times in sub-samples.
+struct CDzPulsTisDetector::QuadratureBlock {
+  unsigned subsamples;  // per sample
+  double revPerEdge;    // [samples per sub-sample and edge]
+  std::int64_t minimum;
+  std::int64_t lastPulse;
+  double carry;
+  std::int64_t entered = 0;  // samples
+};
+
+unsigned CDzPulsTisDetector::PulseSuchenQuadratureEnc(const ULONG* words, std::uint64_t count,
+                                                      unsigned stride, bool fourfold, bool highRes,
+                                                      CDzPulsListe& list) {
+  const unsigned subsamples = CQuadratureDecoder::Subsamples(sampleRate_, highRes);
+  decoder_.subsamples(subsamples);
+  QuadratureBlock block;
+  block.subsamples = subsamples;
+  block.revPerEdge = (fourfold ? 4.0 : 1.0) * static_cast<double>(pulsesPerRev_) *
+                     static_cast<double>(divider_) / static_cast<double>(subsamples);
+  block.minimum = (static_cast<std::int64_t>(minSamples_) + 1) * subsamples;
+  block.lastPulse = -static_cast<std::int64_t>(subsamples);
+  block.carry = static_cast<double>(carry_);
+  for (std::uint64_t done = 0; done < count;) {
+    const std::uint64_t n = std::min(kChunk, count - done);
+    decoder_.decode(words + done * stride, static_cast<unsigned>(n), stride, highRes);
+    TakeEvents(block, done, list);
+    done += n;
+  }
+  list.CompletePulsList(Rest(count, block.entered));
+  list.CalcAverPulsF(static_cast<float>(sampleRate_));
+  carry_ = static_cast<float>(block.carry);
+  if (previous_.seen) previous_.time -= static_cast<std::int64_t>(count * subsamples);
+  return 0;
+}
+
+void CDzPulsTisDetector::TakeEvents(QuadratureBlock& block, std::uint64_t firstSample, CDzPulsListe& list) {
+  // Copies, which stay in registers: what is written to the list could otherwise change the originals.
+  QuadratureBlock b = block;
+  PreviousEvent previous = previous_;
+  std::int64_t edgesInPulse = edgesInPulse_;
+  const auto firstTime = static_cast<std::int64_t>(firstSample * b.subsamples);
+  for (const CQuadratureDecoder::Event& event : decoder_.events()) {
+    const PreviousEvent before = previous;
+    previous = {firstTime + static_cast<std::int64_t>(event.time), event.position, true};
+    if (!before.seen) continue;
+    // The position wraps around, its change does not.
+    edgesInPulse += static_cast<std::int32_t>(static_cast<std::uint32_t>(previous.position) -
+                                              static_cast<std::uint32_t>(before.position));
+    b.carry += static_cast<double>(previous.time - before.time);
+    if (edgesInPulse == 0 || previous.time - b.lastPulse < b.minimum) continue;
+    const std::int64_t samples = WholeSamplesUp(previous.time, b.subsamples) - b.entered;
+    const double value = b.carry * b.revPerEdge / static_cast<double>(edgesInPulse);
+    list.AddEntry(static_cast<std::uint64_t>(samples), static_cast<float>(value));
+    b.entered += samples;
+    b.carry = 0.0;
+    b.lastPulse = previous.time;
+    edgesInPulse = 0;
+  }
+  block = b;
+  previous_ = previous;
+  edgesInPulse_ = edgesInPulse;
+}
+
+bool CDzPulsTisDetector::IsEdge(ULONG word) const {
+  switch (mode_) {
+    case ETisMode::tisStandard:
+      return StandardEdge(word, Shift()) != 0;
+    case ETisMode::tisHighRes:
+      return (word & (kEdgeCountMask << Shift())) != 0;
+    case ETisMode::tisQuadratureFourfold:
+    case ETisMode::tisQuadrature:
+    case ETisMode::tisQuadratureFourfoldHighRes:
+    case ETisMode::tisQuadratureHighRes:
+      return display_.started && ((word ^ display_.last) & kCounterMask) != 0;
+    default:
+      return false;
+  }
+}
+
+inline void CDzPulsTisDetector::KeepForDisplay(ULONG word) {
+  const bool edge = IsEdge(word);
+  if (edge || !display_.keptIsEdge) display_.kept = word;
+  display_.keptIsEdge = display_.keptIsEdge || edge;
+  display_.last = word;
+  display_.started = true;
+}
+
+unsigned CDzPulsTisDetector::Downsampling(const ULONG* in, unsigned n, ULONG* out, unsigned outN, float ratio,
+                                          float& phase) {
+  if (in == nullptr || out == nullptr) return 0;
+  if (!(ratio > 0.0f) || !std::isfinite(ratio) || !(phase >= 0.0f && phase <= 1.0f)) return 0;
+  const double oldPhase = ratio > 1.0f ? static_cast<double>(phase) : 0.0;
+  const double step = std::max(static_cast<double>(ratio), 1.0);
+  const double total = static_cast<double>(n) / step + oldPhase;
+  const auto outputs = numeric::trunc_sat<std::uint64_t>(total);
+  std::uint64_t next = 0;
+  for (std::uint64_t j = 0; j < outputs; ++j) {
+    const double due = std::ceil((static_cast<double>(j + 1) - oldPhase) * step);
+    const std::uint64_t end = std::min<std::uint64_t>(numeric::trunc_sat<std::uint64_t>(due), n);
+    for (; next < end; ++next) KeepForDisplay(in[next]);
+    if (j < outN) out[j] = display_.kept;
+    display_.keptIsEdge = false;
+  }
+  for (; next < n; ++next) KeepForDisplay(in[next]);
+  phase = static_cast<float>(total - static_cast<double>(outputs));
+  return static_cast<unsigned>(std::min<std::uint64_t>(outputs, outN));
+}

@@ -1,0 +1,84 @@
+#include "umlauf/tacho/internal/EdgeSearch.h"
+
+#include <bit>
+#include <cmath>
+
+#include "umlauf/platform/vekta/QVL.h"
+
+namespace umlauf::speed {
+namespace {
+
+constexpr std::size_t kWords = kChunk / 64;
+constexpr float kFlatStep = 0.0001f;  // a smaller step has no crossing to interpolate
+
+/// State of the signal behind each of 64 samples, one bit a sample, from where it is above the upper
+/// threshold and where below the lower one. `high` is the state before them and becomes the state behind
+/// them.
+///
+/// A sum of two words carries in just this way: a bit generates a carry where the signal is above, absorbs it
+/// where the signal is below, and passes it on in between.
+std::uint64_t States(std::uint64_t above, std::uint64_t below, bool& high) {
+  std::uint64_t states = 0;
+  if ((above & below) == 0) {
+    const std::uint64_t holds = ~below;
+    const std::uint64_t sum = above + holds + (high ? 1 : 0);
+    const std::uint64_t before = sum ^ above ^ holds;
+    states = above | (holds & before);
+  } else {  // thresholds upside down: a sample between them changes the state, whichever it was
+    bool state = high;
+    for (unsigned i = 0; i < 64; ++i) {
+      if ((((state ? below : above) >> i) & 1) != 0) state = !state;
+      states |= std::uint64_t{state} << i;
+    }
+  }
+  high = (states >> 63) != 0;
+  return states;
+}
+
+void FindPositions(const float* x, std::size_t n, float upper, float lower, bool& high, Edges& edges) {
+  alignas(128) std::array<std::uint64_t, kWords> above;
+  alignas(128) std::array<std::uint64_t, kWords> below;
+  QVL::ThresholdMasks(x, n, upper, lower, above.data(), below.data());
+  const std::uint64_t unwanted = edges.firstRising ? 0 : ~std::uint64_t{0};
+  std::size_t count = 0;
+  for (std::size_t word = 0; word * 64 < n; ++word) {
+    const std::uint64_t before = high ? 1 : 0;
+    const std::uint64_t states = States(above[word], below[word], high);
+    std::uint64_t changes = states ^ (states << 1 | before);
+    if (!edges.alternating) changes &= states ^ unwanted;
+    for (; changes != 0; changes &= changes - 1) {
+      const auto bit = static_cast<std::size_t>(std::countr_zero(changes));
+      edges.position[count++] = static_cast<std::uint16_t>(word * 64 + bit);
+    }
+  }
+  edges.count = count;
+}
+
+/// Crossing fractions of the edges first, first + distance, ..., which are all of one kind.
+void Interpolate(const float* x, float previous, float level, bool rising, std::size_t first,
+                 std::size_t distance, Edges& edges) {
+  const float direction = rising ? 1.0f : -1.0f;
+  for (std::size_t k = first; k < edges.count; k += distance) {
+    const std::size_t i = edges.position[k];
+    const float before = i != 0 ? x[i - 1] : previous;
+    const float step = x[i] - before;
+    const float fraction = (level - before) / step;
+    const bool valid = step * direction > kFlatStep && !std::isnan(fraction);
+    edges.fraction[k] = valid ? fraction : 0.0f;
+  }
+}
+
+}  // namespace
+
+void FindEdges(const float* x, std::size_t n, float previous, float upper, float lower, EdgeKind kind,
+               bool& high, Edges& edges) {
+  edges.alternating = kind == EdgeKind::both;
+  edges.firstRising = edges.alternating ? !high : kind == EdgeKind::rising;
+  FindPositions(x, n, upper, lower, high, edges);
+  const std::size_t distance = edges.alternating ? 2 : 1;
+  const std::size_t firstFalling = edges.firstRising ? 1 : 0;
+  if (kind != EdgeKind::falling) Interpolate(x, previous, upper, true, 1 - firstFalling, distance, edges);
+  if (kind != EdgeKind::rising) Interpolate(x, previous, lower, false, firstFalling, distance, edges);
+}
+
+}  // namespace umlauf::speed
