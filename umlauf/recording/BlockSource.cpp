@@ -1,0 +1,5 @@
+#include "umlauf/recording/BlockSource.h"
+
+CBlockSource::~CBlockSource() = default;
+
+CString CBlockSource::ChannelName(unsigned) const { return CString(); }
