@@ -1,15 +1,12 @@
 #include <algorithm>
-#include <cmath>
-#include <map>
+#include <filesystem>
 #include <memory>
-#include <optional>
-#include <string>
 #include <vector>
 
 #include "tools/Error.h"
 #include "tools/SoundFileWriter.h"
 #include "tools/commands/Commands.h"
-#include "tools/output/NumberText.h"
+#include "tools/options/SimulateOptions.h"
 #include "tools/output/OutputFile.h"
 #include "tools/output/Progress.h"
 #include "tools/simulate/EncoderSimulator.h"
@@ -18,45 +15,7 @@
 namespace umlauf::tool {
 namespace {
 
-struct SimulateOptions {
-  std::string output, truth;
-  std::string profile;
-  std::optional<double> from, to, duration;
-  WheelSettings wheel;
-  std::optional<unsigned> missing;
-  std::optional<unsigned> encoder;  ///< mode of an encoder stream in place of a sampled signal
-  bool lowWord = false;
-};
-
 constexpr double truthStep = 0.01;  ///< [s]
-constexpr double longestRun = 1e6;  ///< [s]
-
-SpeedProfile ParseProfile(const SimulateOptions& options) {
-  std::vector<SpeedProfile::Point> points;
-  if (options.profile.empty()) {
-    points = {{0, options.from.value_or(600)}, {options.duration.value_or(10), options.to.value_or(3000)}};
-  }
-  std::string_view rest = options.profile;
-  while (!rest.empty()) {
-    const std::string_view part = rest.substr(0, rest.find(','));
-    const std::size_t colon = std::min(part.find(':'), part.size());
-    const auto time = ParseNumber(part.substr(0, colon));
-    const auto rpm = colon < part.size() ? ParseNumber(part.substr(colon + 1)) : std::nullopt;
-    const bool good = time && rpm && std::isfinite(*time) && std::isfinite(*rpm) && *rpm >= 0 &&
-                      (points.empty() ? *time == 0 : *time > points.back().time);
-    if (!good)
-      FailUsage(
-          "--profile: \"{}\" is no SECONDS:RPM with times that rise from 0; give for example 0:600,5:3000",
-          part);
-    points.push_back({*time, *rpm});
-    rest.remove_prefix(std::min(rest.size(), part.size() + 1));
-  }
-  if (points.size() < 2) FailUsage("--profile needs at least two points; give for example 0:600,5:3000");
-  if (points.back().time > longestRun) FailUsage("a run is at most {} s long; make it shorter", longestRun);
-  SpeedProfile profile(std::move(points));
-  if (!(profile.greatest() > 0)) FailUsage("the wheel never turns; give a speed above 0");
-  return profile;
-}
 
 /// Fills and writes block after block.
 template <class Sample, class Simulator, class Writer>
@@ -100,29 +59,6 @@ void WriteTruth(const SpeedProfile& profile, OutputFile& out) {
   }
 }
 
-void CheckWheel(SimulateOptions& options, const SpeedProfile& profile) {
-  WheelSettings& wheel = options.wheel;
-  const EncoderFormat format(options.encoder.value_or(1));
-  if (format.counts() && options.missing.value_or(0) > 0) {
-    FailUsage("--missing is for wheels; an encoder of mode {} counts without gaps", *options.encoder);
-  }
-  if (options.missing || format.counts()) wheel.missing = options.missing.value_or(0);
-  if (options.lowWord && (!options.encoder || format.counts()))
-    FailUsage("--low-word is for --encoder 1 and 4");
-  if (wheel.rate != std::floor(wheel.rate)) FailUsage("--rate {} is no whole number; give one", wheel.rate);
-  if (wheel.missing >= wheel.teeth)
-    FailUsage("--missing {} leaves no tooth of {}; give fewer", wheel.missing, wheel.teeth);
-  const double toothRate = profile.greatest() / 60 * wheel.teeth;
-  // High resolution tells up to 14 edges in a sample, counters count any number of them.
-  const double mostInSample = format.counts()                                  ? 1000
-                              : format.mode == EncoderFormat::Mode::tisHighRes ? 10
-                                                                               : 0.5;
-  if (toothRate > wheel.rate * mostInSample) {
-    FailUsage("--rate {:g} is too slow for {:g} teeth a second; give at least {:g}", wheel.rate, toothRate,
-              std::ceil(2 * toothRate / mostInSample));
-  }
-}
-
 void RunSimulate(SimulateOptions options) {
   const SpeedProfile profile = ParseProfile(options);
   CheckWheel(options, profile);
@@ -147,46 +83,9 @@ void RunSimulate(SimulateOptions options) {
 
 void AddSimulateCommand(CLI::App& app) {
   auto options = std::make_shared<SimulateOptions>();
-  WheelSettings& wheel = options->wheel;
   CLI::App* command =
       app.add_subcommand("simulate", "Writes the recording of a test-bench run that is known");
-  command
-      ->add_option("output", options->output,
-                   "recording to write: .wav, .w64 (float), .flac; .u32 with --encoder")
-      ->required();
-  command->add_option("--truth", options->truth, "true speed as CSV (the output's name with .csv)")
-      ->type_name("FILE");
-
-  CLI::Option* profile =
-      command->add_option("--profile", options->profile, "speed over time: SECONDS:RPM,SECONDS:RPM,...");
-  profile->type_name("TEXT");
-  const auto number = [&](const char* name, auto& target, const char* text, const CLI::Validator& check) {
-    return command->add_option(name, target, text)->check(check);
-  };
-  const CLI::Validator above = AboveZero().description(""), zeroOrMore = Between(0.0, 1e9).description("");
-  number("--from", options->from, "speed at the start, in rpm (600)", zeroOrMore)->excludes(profile);
-  number("--to", options->to, "speed at the end, in rpm (3000)", zeroOrMore)->excludes(profile);
-  number("--duration", options->duration, "length in seconds (10)", above)->excludes(profile);
-  number("--teeth", wheel.teeth, "teeth of the wheel, with the missing ones (60)",
-         CLI::Range(1u, 100000u).description(""));
-  number("--missing", options->missing, "of them missing, side by side (2)",
-         CLI::Range(0u, 100000u).description(""));
-  number("--rate", wheel.rate, "samples per second (50000)", Between(1.0, 1e9).description(""));
-  number("--amplitude", wheel.amplitude, "of the sine at the greatest speed, level of TTL (1)", above);
-  number("--amplitude-growth", wheel.growth, "the sine's amplitude goes with speed to this power (0.2)",
-         zeroOrMore);
-  number("--noise", wheel.noise, "standard deviation as part of the amplitude (0.005)", zeroOrMore);
-  number("--jitter", wheel.jitter, "standard deviation of an edge's place, in teeth (0.001)", zeroOrMore);
-  const std::map<std::string, WheelSettings::Shape> shapes = {{"sine", WheelSettings::Shape::sine},
-                                                              {"ttl", WheelSettings::Shape::ttl}};
-  command->add_option("--shape", wheel.shape, "pulse shape: sine or ttl (sine)")
-      ->transform(CLI::CheckedTransformer(shapes).description(""))
-      ->type_name("SHAPE");
-  CLI::Option* encoder = command->add_option("--encoder", options->encoder,
-                                             "write an encoder stream of this mode (see umlauf encoder)");
-  encoder->check(CLI::Range(1u, 6u).description(""))->type_name("MODE");
-  command->add_flag("--low-word", options->lowWord, "with --encoder: edges in the low half of the words");
-  command->add_option("--seed", wheel.seed, "of noise and jitter (1)");
+  DeclareSimulateOptions(*command, *options);
   command->callback([options] { RunSimulate(*options); });
 }
 

@@ -41,6 +41,7 @@ EncoderSimulator::EncoderSimulator(SpeedProfile profile, const WheelSettings& se
                                    bool lowWord)
     : profile_(std::move(profile)),
       settings_(settings),
+      present_(settings.Present()),
       format_(format),
       lowWord_(lowWord),
       random_(settings.seed),
@@ -64,7 +65,7 @@ ULONG EncoderSimulator::Word() {
     const double part = std::clamp((next_ - begin) / (end - begin), 0.0, 1.0);
     ++count_;
     next_ = static_cast<double>(count_ + 1) + random_.Jitter(settings_.jitter);
-    const bool present = format_.counts() || count_ % settings_.teeth < settings_.teeth - settings_.missing;
+    const bool present = format_.counts() || present_[count_ % settings_.teeth];
     if (!present) continue;
     ++edges;
     time_ = std::min(numeric::trunc_sat<unsigned>(part * resolution_), resolution_ - 1);

@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <span>
+#include <vector>
 
 #include "tools/EncoderFormat.h"
 #include "tools/simulate/WheelSimulator.h"
@@ -28,6 +29,7 @@ class EncoderSimulator {
 
   SpeedProfile profile_;
   WheelSettings settings_;
+  std::vector<bool> present_;
   EncoderFormat format_;
   bool lowWord_;
   NormalNumbers random_;

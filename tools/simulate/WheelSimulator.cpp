@@ -8,74 +8,77 @@
 #include "umlauf/platform/vekta/numeric.h"
 
 namespace umlauf::tool {
+namespace {
 
-SpeedProfile::SpeedProfile(std::vector<Point> points) : points_(std::move(points)) {
-  turns_.push_back(0);
-  for (std::size_t i = 1; i < points_.size(); ++i) {
-    const double minutes = (points_[i].time - points_[i - 1].time) / 60;
-    turns_.push_back(turns_.back() + minutes * (points_[i].rpm + points_[i - 1].rpm) / 2);
+/// Sizes in the unit of the signal.
+Disturbances::Settings Scaled(Disturbances::Settings settings, double amplitude) {
+  for (double* each : {&settings.level, &settings.drift, &settings.stepSize, &settings.spikeSize,
+                       &settings.lowest, &settings.highest, &settings.wrap}) {
+    *each *= amplitude;
+  }
+  return settings;
+}
+
+}  // namespace
+
+void WheelSettings::SpreadGaps(const std::vector<unsigned>& missing) {
+  gaps.clear();
+  for (std::size_t i = 0; i < missing.size(); ++i) {
+    const auto end = static_cast<unsigned>(std::uint64_t{teeth} * (i + 1) / missing.size());
+    gaps.push_back({end - std::min(end, missing[i]), missing[i]});
   }
 }
 
-double SpeedProfile::greatest() const {
-  return std::max_element(points_.begin(), points_.end(), [](auto& a, auto& b) { return a.rpm < b.rpm; })
-      ->rpm;
-}
-
-std::size_t SpeedProfile::Segment(double time) const {
-  const auto after = std::upper_bound(points_.begin() + 1, points_.end() - 1, time,
-                                      [](double t, const Point& point) { return t < point.time; });
-  return static_cast<std::size_t>(after - points_.begin()) - 1;
-}
-
-double SpeedProfile::Rpm(double time) const {
-  const Point& a = points_[Segment(time)];
-  const Point& b = points_[Segment(time) + 1];
-  return a.rpm + (b.rpm - a.rpm) * (time - a.time) / (b.time - a.time);
-}
-
-double SpeedProfile::Turns(double time) const {
-  const std::size_t i = Segment(time);
-  return turns_[i] + (time - points_[i].time) / 60 * (points_[i].rpm + Rpm(time)) / 2;
+std::vector<bool> WheelSettings::Present() const {
+  std::vector<bool> present(teeth, true);
+  for (const Gap& gap : gaps) {
+    for (unsigned i = gap.first; i < std::min(teeth, gap.first + gap.count); ++i) present[i] = false;
+  }
+  return present;
 }
 
 WheelSimulator::WheelSimulator(SpeedProfile profile, const WheelSettings& settings)
     : profile_(std::move(profile)),
       settings_(settings),
+      present_(settings.Present()),
       random_(settings.seed),
-      frames_(numeric::trunc_sat<std::uint64_t>(profile_.duration() * settings.rate)) {
+      disturbances_(Scaled(settings.disturbances, settings.amplitude), settings.seed),
+      frames_(numeric::trunc_sat<std::uint64_t>(profile_.duration() * settings.rate)),
+      isPresent_(present_.front()),
+      isBehindGap_(!present_.back()) {
   toothEnd_ = 1 + random_.Jitter(settings_.jitter);
 }
 
-double NormalNumbers::Next() {
-  // Box and Muller, written out: the distributions of the standard library differ from one to the next.
-  const auto uniform = [this] { return (static_cast<double>(random_() >> 11) + 0.5) * 0x1p-53; };
-  const double radius = std::sqrt(-2 * std::log(uniform()));
-  return radius * std::cos(2 * std::numbers::pi * uniform());
-}
-
-double NormalNumbers::Jitter(double deviation) {
-  return deviation > 0 ? std::clamp(deviation * Next(), -0.4, 0.4) : 0.0;
-}
-
-float WheelSimulator::Sample(double time) {
-  const double angle = profile_.Turns(time) * settings_.teeth;
+void WheelSimulator::TurnTo(double angle) {
   while (angle >= toothEnd_) {
     ++tooth_;
     toothBegin_ = toothEnd_;
     toothEnd_ = static_cast<double>(tooth_ + 1) + random_.Jitter(settings_.jitter);
+    isBehindGap_ = !isPresent_;
+    isPresent_ = present_[tooth_ % settings_.teeth];
+    if (isPresent_) ++passed_;
   }
-  const bool present = tooth_ % settings_.teeth < settings_.teeth - settings_.missing;
-  const double phase = (angle - toothBegin_) / (toothEnd_ - toothBegin_);
-  double value = 0;
-  if (settings_.shape == WheelSettings::Shape::ttl) {
-    value = present && phase < 0.5 ? settings_.amplitude : 0;
-  } else if (present) {
-    value = settings_.amplitude * std::pow(profile_.Rpm(time) / profile_.greatest(), settings_.growth) *
-            std::sin(2 * std::numbers::pi * phase);
-  }
+}
+
+double WheelSimulator::Shape(double phase, double time) const {
+  if (!isPresent_ || (settings_.shape != WheelSettings::Shape::sine && phase >= settings_.duty)) return 0;
+  if (settings_.shape == WheelSettings::Shape::ttl) return 1;
+  const double height = std::pow(profile_.Rpm(time) / profile_.greatest(), settings_.growth) *
+                        (isBehindGap_ ? settings_.behindGap : 1);
+  if (settings_.shape == WheelSettings::Shape::sine) return height * std::sin(2 * std::numbers::pi * phase);
+  return height * (1 - std::cos(2 * std::numbers::pi * phase / settings_.duty)) / 2;
+}
+
+float WheelSimulator::Sample(double time) {
+  const double turns = profile_.Turns(time);
+  const double angle = turns * settings_.teeth;
+  TurnTo(angle);
+  double value = settings_.amplitude * Shape((angle - toothBegin_) / (toothEnd_ - toothBegin_), time);
+  if (settings_.inverted) value = -value;
   if (settings_.noise > 0) value += settings_.noise * settings_.amplitude * random_.Next();
-  return static_cast<float>(value);
+  if (settings_.eccentricity > 0)
+    value += settings_.eccentricity * settings_.amplitude * std::sin(2 * std::numbers::pi * turns);
+  return static_cast<float>(disturbances_.Apply(value, time));
 }
 
 void WheelSimulator::Next(std::span<float> samples) {
