@@ -206,6 +206,32 @@ TEST_P(QVLKernels, ElementsEqualTheScalarLoopToTheBitAlsoInPlace) {
 }
 
 // Calls that pass over 64 MB write around the caches: from where the output is aligned to where it ends.
+TEST_P(QVLKernels, ComplexNumbersEqualTheScalarLoopToTheBit) {
+  for (const std::size_t n : Lengths()) {
+    Exact<float> a(2 * n, n % 3), b(2 * n, (n + 1) % 3), powers(n, 1), sums(n, 2), crosses(2 * n, 1),
+        products(2 * n, 0);
+    for (auto* x : {&a, &b, &crosses}) FillWild(*x, 2 * n, random_);
+    FillWild(sums, n, random_);
+    const auto oldSums = sums.copy(), oldCrosses = crosses.copy();
+    QVL::ComplexPowers(powers.data(), a.data(), n, kA);
+    QVL::AddComplexPowers(sums.data(), a.data(), n);
+    QVL::AddCrossPowers(crosses.data(), a.data(), b.data(), n);
+    QVL::MulComplex(products.data(), a.data(), b.data(), n);
+    for (std::size_t i = 0; i < n; ++i) {
+      const float ar = a[2 * i], ai = a[2 * i + 1], br = b[2 * i], bi = b[2 * i + 1];
+      ASSERT_TRUE(SameBits(powers[i], (ar * ar + ai * ai) * kA)) << i << " of " << n;
+      ASSERT_TRUE(SameBits(sums[i], oldSums[i] + (ar * ar + ai * ai))) << i << " of " << n;
+      ASSERT_TRUE(SameBits(crosses[2 * i], oldCrosses[2 * i] + (ar * br + ai * bi))) << i << " of " << n;
+      ASSERT_TRUE(SameBits(crosses[2 * i + 1], oldCrosses[2 * i + 1] + (ar * bi - ai * br)))
+          << i << " of " << n;
+      ASSERT_TRUE(SameBits(products[2 * i], ar * br - ai * bi)) << i << " of " << n;
+      ASSERT_TRUE(SameBits(products[2 * i + 1], ar * bi + ai * br)) << i << " of " << n;
+    }
+    QVL::MulComplex(a.data(), a.data(), b.data(), n);
+    for (std::size_t i = 0; i < 2 * n; ++i) ASSERT_TRUE(SameBits(a[i], products[i])) << "in place";
+  }
+}
+
 TEST_P(QVLKernels, VeryLongResultsAreComplete) {
   constexpr std::size_t million = 1u << 20;
   std::vector<float> in(13 * million), out(16 * million + 8);

@@ -2,28 +2,12 @@
 
 #include <cmath>
 
-#include "umlauf/signal/SigCurveExt.h"
+#include "umlauf/signal/CurveSpan.h"
 
 namespace VisData {
 namespace {
 
-/// The samples of a curve that are drawn, with their part of the axis.
-struct Span {
-  const float* samples = nullptr;
-  std::uint64_t length = 0;
-  SVisDataAxis axis;
-};
-
-Span SpanOf(const CSigCurve& curve) {
-  const auto length = static_cast<std::int64_t>(curve.DLen());
-  const auto* extended = dynamic_cast<const CSigCurveExt*>(&curve);
-  if (extended == nullptr) return {curve.FData(), curve.DLen(), {curve.XMin(), curve.XMax()}};
-  const std::int64_t first = std::max<std::int64_t>(extended->IMin(), 0);
-  const std::int64_t end = std::min<std::int64_t>(extended->IMax(), length - 1) + 1;
-  if (first >= end) return {};
-  const float xEnd = end == length ? curve.XMax() : curve.GetPoint(end);
-  return {curve.FData() + first, static_cast<std::uint64_t>(end - first), {curve.GetPoint(first), xEnd}};
-}
+SVisDataAxis AxisOf(const CurveSpan& span) { return {span.xMin, span.xMax}; }
 
 void TakeHeader(const CSignal& from, CVisDataItem& to) {
   to.SetName(from.Name());
@@ -48,13 +32,13 @@ bool SameAxis(const SVisDataAxis& a, const SVisDataAxis& b, std::uint64_t length
 /// Appends the samples of a curve through `append`.
 template <class Append>
 bool AppendSpan(CVisData3dObject& to, const CSigCurve& from, Append append) {
-  const Span span = SpanOf(from);
+  const CurveSpan span = SpanOf(from);
   const bool first = to.Empty();
-  if (!first && !SameAxis(to.Axis(), span.axis, to.Columns())) return false;
+  if (!first && !SameAxis(to.Axis(), AxisOf(span), to.Columns())) return false;
   if (!append(span)) return false;
   if (first) {
     TakeHeader(from, to);
-    to.SetAxis(span.axis);
+    to.SetAxis(AxisOf(span));
   }
   return true;
 }
@@ -62,30 +46,31 @@ bool AppendSpan(CVisData3dObject& to, const CSigCurve& from, Append append) {
 }  // namespace
 
 bool Convert(const CSigCurve& from, CVisDataVector& to) {
-  const Span span = SpanOf(from);
+  const CurveSpan span = SpanOf(from);
   TakeHeader(from, to);
-  to.SetAxis(span.axis);
+  to.SetAxis(AxisOf(span));
   const bool done = to.Set(span.samples, span.length);
   to.CalcRange(CVisDataItem::AllAxes);
   return done;
 }
 
 bool Convert(const CSigCurve& from, CVisDataIntVector& to, float step) {
-  const Span span = SpanOf(from);
+  const CurveSpan span = SpanOf(from);
   TakeHeader(from, to);
   to.SetScaleFactor(step == 0.0f ? 1.0f : step);
-  to.SetAxis(span.axis);
+  to.SetAxis(AxisOf(span));
   const bool done = to.SetValues(span.samples, span.length);
   to.CalcRange(CVisDataItem::AllAxes);
   return done;
 }
 
 bool Convert(const CSigCurve& from, CVisDataPolygon& to) {
-  const Span span = SpanOf(from);
+  const CurveSpan span = SpanOf(from);
   TakeHeader(from, to);
+  const SVisDataAxis axis = AxisOf(span);
   const bool done = to.SetSize(span.length);
   for (std::uint64_t i = 0; i < to.Size(); ++i) {
-    to.X(i) = span.axis.Position(static_cast<std::int64_t>(i), span.length);
+    to.X(i) = axis.Position(static_cast<std::int64_t>(i), span.length);
     to.Y(i) = span.samples[i];
   }
   to.CalcRange(CVisDataItem::AllAxes);
@@ -101,11 +86,12 @@ bool Convert(const CSigPairs& from, CVisDataPolygon& to) {
 }
 
 bool AppendRow(CVisDataArray& to, const CSigCurve& from, float z) {
-  return AppendSpan(to, from, [&](const Span& span) { return to.AppendRow(span.samples, span.length, z); });
+  return AppendSpan(to, from,
+                    [&](const CurveSpan& span) { return to.AppendRow(span.samples, span.length, z); });
 }
 
 bool AppendRow(CVisDataGrid& to, const CSigCurve& from) {
-  return AppendSpan(to, from, [&](const Span& span) { return to.AppendRow(span.samples, span.length); });
+  return AppendSpan(to, from, [&](const CurveSpan& span) { return to.AppendRow(span.samples, span.length); });
 }
 
 }  // namespace VisData

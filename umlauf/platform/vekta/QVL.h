@@ -75,6 +75,17 @@ UMLAUF_API void ClipLower(float* out, const float* a, std::size_t n, float limit
 /// Reverses the order in place.
 UMLAUF_API void ReverseVector(float* x, std::size_t n);
 
+// Complex numbers, n of them, interleaved: real part, imaginary part
+
+/// out[i] = |x[i]|² * scale, for n complex numbers; `out` has n floats and does not overlap the input.
+UMLAUF_API void ComplexPowers(float* out, const float* x, std::size_t n, float scale);
+/// sum[i] += |x[i]|².
+UMLAUF_API void AddComplexPowers(float* sum, const float* x, std::size_t n);
+/// sum[i] += conj(a[i]) * b[i], all complex.
+UMLAUF_API void AddCrossPowers(float* sum, const float* a, const float* b, std::size_t n);
+/// out[i] = a[i] * b[i], all complex.
+UMLAUF_API void MulComplex(float* out, const float* a, const float* b, std::size_t n);
+
 // Copies
 
 /// Strided copy: out[i * outStride] = in[i * inStride] for i < n. The two must not overlap.
