@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <cmath>
+#include <limits>
 #include <map>
 #include <memory>
 #include <optional>
@@ -167,26 +168,27 @@ void AddSimulateCommand(CLI::App& app) {
   number("--from", options->from, "speed at the start, in rpm (600)", zeroOrMore)->excludes(profile);
   number("--to", options->to, "speed at the end, in rpm (3000)", zeroOrMore)->excludes(profile);
   number("--duration", options->duration, "length in seconds (10)", above)->excludes(profile);
-  number("--teeth", wheel.teeth, "teeth of the wheel, with the missing ones (60)",
-         CLI::Range(1u, 100000u).description(""));
-  number("--missing", options->missing, "of them missing, side by side (2)",
-         CLI::Range(0u, 100000u).description(""));
+  command->add_option("--teeth", wheel.teeth, "teeth of the wheel, with the missing ones (60)")
+      ->transform(WholeNumber(1, 100000));
+  command->add_option("--missing", options->missing, "of them missing, side by side (2)")
+      ->transform(WholeNumber(0, 100000));
   number("--rate", wheel.rate, "samples per second (50000)", Between(1.0, 1e9).description(""));
   number("--amplitude", wheel.amplitude, "of the sine at the greatest speed, level of TTL (1)", above);
   number("--amplitude-growth", wheel.growth, "the sine's amplitude goes with speed to this power (0.2)",
          zeroOrMore);
   number("--noise", wheel.noise, "standard deviation as part of the amplitude (0.005)", zeroOrMore);
   number("--jitter", wheel.jitter, "standard deviation of an edge's place, in teeth (0.001)", zeroOrMore);
-  const std::map<std::string, WheelSettings::Shape> shapes = {{"sine", WheelSettings::Shape::sine},
-                                                              {"ttl", WheelSettings::Shape::ttl}};
+  const Choices<WheelSettings::Shape> shapes = {{"sine", WheelSettings::Shape::sine},
+                                                {"ttl", WheelSettings::Shape::ttl}};
   command->add_option("--shape", wheel.shape, "pulse shape: sine or ttl (sine)")
-      ->transform(CLI::CheckedTransformer(shapes).description(""))
+      ->transform(OneOf(shapes))
       ->type_name("SHAPE");
   CLI::Option* encoder = command->add_option("--encoder", options->encoder,
                                              "write an encoder stream of this mode (see umlauf encoder)");
-  encoder->check(CLI::Range(1u, 6u).description(""))->type_name("MODE");
+  encoder->transform(WholeNumber(1, 6))->type_name("MODE");
   command->add_flag("--low-word", options->lowWord, "with --encoder: edges in the low half of the words");
-  command->add_option("--seed", wheel.seed, "of noise and jitter (1)");
+  command->add_option("--seed", wheel.seed, "of noise and jitter (1)")
+      ->transform(WholeNumber(0, std::numeric_limits<std::int64_t>::max()));
   command->callback([options] { RunSimulate(*options); });
 }
 
