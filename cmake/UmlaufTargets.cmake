@@ -74,3 +74,14 @@ function(umlauf_example name)
     add_test(NAME example_${name} COMMAND example_${name} ${arg_ARGUMENTS})
   endif()
 endfunction()
+
+# umlauf_install_component(NAME EXPORT [CODE ...]): makes an export set the component NAME of the installed package. CODE
+# finds what its targets need, with find_dependency.
+function(umlauf_install_component name export)
+  set(folder "${CMAKE_INSTALL_LIBDIR}/cmake/umlauf")
+  install(EXPORT ${export} NAMESPACE umlauf:: DESTINATION "${folder}")
+  string(JOIN "\n" code "include(CMakeFindDependencyMacro)" ${ARGN}
+    "include(\"\${CMAKE_CURRENT_LIST_DIR}/${export}.cmake\")" "set(umlauf_${name}_FOUND TRUE)")
+  file(WRITE "${CMAKE_CURRENT_BINARY_DIR}/umlauf-${name}.cmake" "${code}\n")
+  install(FILES "${CMAKE_CURRENT_BINARY_DIR}/umlauf-${name}.cmake" DESTINATION "${folder}")
+endfunction()

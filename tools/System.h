@@ -9,6 +9,10 @@
 /// (posix/).
 namespace umlauf::tool {
 
+/// Takes the places of standard input, output and error that are closed, so that no file gets their numbers
+/// and what goes there fails. Call before anything is opened.
+void ReserveStandardStreams();
+
 bool StandardErrorIsTerminal();
 
 /// Number of this process, for names of temporary files.

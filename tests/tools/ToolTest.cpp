@@ -17,15 +17,22 @@ TEST_F(ProgramTool, ErrorsAreOneLineAndLeaveNothing) {
     int code;
     const char* message;
   } cases[] = {
-      {"", 2, "subcommand"},
-      {"speed", 2, "recording"},
+      {"", 2, "a subcommand is needed; see umlauf --help"},
+      {"foo", 2, "\"foo\" is no subcommand of umlauf, the nearest one is"},
+      {"spede", 2, "the nearest one is speed; see umlauf --help"},
+      {"settings lst", 2, "the nearest one is list; see umlauf settings --help"},
+      {"speed", 2, "recording is required; see umlauf speed --help"},
       {"speed run.wav --bogus", 2, "--bogus"},
+      {"speed run.wav --edges up" + out, 2,
+       "up is not one of rising, falling or both; see umlauf speed --help"},
+      {"speed run.wav --divider 0" + out, 2, "0 is no whole number from 1 to 1000000"},
+      {"speed run.wav --divider 2.5" + out, 2, "whole number"},
       {"speed missing.wav" + out, 1, "no such file"},
       {"speed ." + out, 1, "folder"},
       {"speed noise.bin" + out, 1, "--raw"},
       {"speed empty" + out, 1, "known format"},
       {"speed run.wav --channel 2" + out, 1, "--channel 1"},
-      {"speed run.wav --channel 0" + out, 1, "--channel 1"},
+      {"speed run.wav --channel 0" + out, 2, "whole number from 1 to 65535"},
       {"speed run.csv --column 3" + out, 1, "--column 2"},
       {"speed run.csv --column speed" + out, 1, "name from its header"},
       {"speed run.wav --upper 7 --lower 6" + out, 1, "no pulses found"},
@@ -72,6 +79,7 @@ TEST_F(ProgramTool, ErrorsAreOneLineAndLeaveNothing) {
       {"downsample run.wav new.wav", 2, "--ratio"},
       {"downsample run.wav new.wav --rate 60000", 2, "only lowered"},
       {"downsample run.wav new.wav --ratio nan", 2, "no number"},
+      {"downsample run.wav new.wav --ratio 2 --method foo", 2, "filter, linear, mean, max, minmax or sum"},
       {"downsample run.wav new.mp3 --ratio 2", 2, ".flac"},
       {"downsample run.wav run.wav --ratio 2", 2, "overwrite"},
       {"downsample run.wav new.flac --ratio 2 --gain 9", 1, "--gain"},
@@ -96,6 +104,31 @@ TEST_F(ProgramTool, ErrorsAreOneLineAndLeaveNothing) {
       {"unit 'dB(V)' --to V", 1, "cannot be converted"},
   };
   for (const auto& c : cases) Bad(c.arguments, c.code, c.message);
+}
+
+TEST_F(ProgramTool, OutputThatCannotBeWrittenIsAnError) {
+  Good("simulate run.wav --profile 0:600,0.2:600");
+  Good("speed run.wav --curve ok.usig");
+  Good("settings set a 1 --file sea.db");
+  for (const std::string command :
+       {"--version", "speed --help", "speed run.wav", "speed run.wav --json", "speed run.wav --csv -",
+        "unit rpm", "info ok.usig", "settings list --file sea.db"}) {
+    for (const char* nowhere : {" >/dev/full", " >&-"}) {
+      const Result result = Run(command + nowhere);
+      EXPECT_EQ(result.code, 1) << command << nowhere;
+      EXPECT_NE(result.err.find("cannot write "), std::string::npos) << command << nowhere << result.err;
+    }
+  }
+  // A file that is opened while standard output is closed must not receive its text.
+  const std::string pulses = Good("speed run.wav --csv -");
+  EXPECT_EQ(Run("speed run.wav --csv pulses.csv >&-").code, 1);
+  EXPECT_EQ(Text("pulses.csv"), pulses);
+  EXPECT_EQ(Run("speed run.wav <&- 2>&-").code, 0);
+}
+
+TEST_F(ProgramTool, ControlCharactersDoNotReachTheTerminal) {
+  const Result result = Run("info $(printf 'a\\033[31mb\\302\\233c\\177')");
+  EXPECT_NE(result.err.find("a\\u001b[31mb\\u009bc\\u007f"), std::string::npos) << result.err;
 }
 
 TEST_F(ProgramTool, MissingGnuplotAndTerminationLeaveNothing) {

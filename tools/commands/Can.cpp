@@ -11,6 +11,7 @@
 #include "tools/CanStream.h"
 #include "tools/Error.h"
 #include "tools/commands/Commands.h"
+#include "tools/output/Console.h"
 #include "tools/output/OutputFile.h"
 #include "tools/output/Plot.h"
 
@@ -103,33 +104,33 @@ void PrintJson(const CanReport& report) {
       json["signals"].push_back(std::move(entry));
     }
   }
-  fmt::print("{}\n", json.dump(2, ' ', false, nlohmann::json::error_handler_t::replace));
+  Print("{}\n", json.dump(2, ' ', false, nlohmann::json::error_handler_t::replace));
 }
 
 void PrintTable(const CanReport& report) {
-  fmt::print("{:<12}{}\n{:<12}{}, {:g} samples/s, {:.3f} s\n", "recording", report.recording, "",
-             report.channel, report.sampleRate, report.duration);
-  fmt::print("{:<12}{} of {} identifiers\n", "messages", report.messages(), report.identifiers->size());
+  Print("{:<12}{}\n{:<12}{}, {:g} samples/s, {:.3f} s\n", "recording", report.recording, "", report.channel,
+        report.sampleRate, report.duration);
+  Print("{:<12}{} of {} identifiers\n", "messages", report.messages(), report.identifiers->size());
   if (report.signals == nullptr) {
-    fmt::print("\n{:>10} {:>10} {:>8} {:>8} {:>12}\n", "id", "hex", "count", "bytes", "interval/ms");
+    Print("\n{:>10} {:>10} {:>8} {:>8} {:>12}\n", "id", "hex", "count", "bytes", "interval/ms");
     for (const auto& [id, each] : *report.identifiers) {
       const std::string bytes = each.shortest == each.longest
                                     ? fmt::format("{}", each.longest)
                                     : fmt::format("{}-{}", each.shortest, each.longest);
-      fmt::print("{:>10} {:>10} {:>8} {:>8} {:>12.3f}\n", id & ~extendedBit,
-                 fmt::format("{:0{}X}", id & ~extendedBit, (id & extendedBit) != 0 ? 8 : 3), each.count,
-                 bytes, 1000 * each.interval());
+      Print("{:>10} {:>10} {:>8} {:>8} {:>12.3f}\n", id & ~extendedBit,
+            fmt::format("{:0{}X}", id & ~extendedBit, (id & extendedBit) != 0 ? 8 : 3), each.count, bytes,
+            1000 * each.interval());
     }
     return;
   }
-  fmt::print("{:<12}{} messages\n", "undescribed", report.signals->unknownMessages());
-  if (!report.signals->notes().empty()) fmt::print("{:<12}{}\n", "notes", report.signals->notes());
-  fmt::print("\n{:<40} {:>8} {:>12} {:>12} {:>12} unit\n", "signal", "count", "min", "mean", "max");
+  Print("{:<12}{} messages\n", "undescribed", report.signals->unknownMessages());
+  if (!report.signals->notes().empty()) Print("{:<12}{}\n", "notes", report.signals->notes());
+  Print("\n{:<40} {:>8} {:>12} {:>12} {:>12} unit\n", "signal", "count", "min", "mean", "max");
   for (const CanSignals::Signal& each : report.signals->all()) {
-    fmt::print("{:<40} {:>8}", each.message + "." + each.name, each.count);
+    Print("{:<40} {:>8}", each.message + "." + each.name, each.count);
     if (each.count > 0)
-      fmt::print(" {:>12.6g} {:>12.6g} {:>12.6g} {}", each.min, each.mean(), each.max, each.unit);
-    fmt::print("\n");
+      Print(" {:>12.6g} {:>12.6g} {:>12.6g} {}", each.min, each.mean(), each.max, each.unit);
+    Print("\n");
   }
 }
 
@@ -222,7 +223,7 @@ void AddCanCommand(CLI::App& app) {
   command
       ->add_option("--channel2", options->channel2,
                    "second channel of messages that are split over two, from 1")
-      ->check(CLI::Range(1u, 65535u).description(""))
+      ->transform(WholeNumber(1, 65535))
       ->group("Recording");
   CLI::Option* kcd =
       command->add_option("--kcd", options->kcd, "description of the messages: decodes their signals")

@@ -10,6 +10,7 @@
 #include "tools/Error.h"
 #include "tools/SoundFileWriter.h"
 #include "tools/commands/Commands.h"
+#include "tools/output/Console.h"
 #include "tools/output/OutputFile.h"
 #include "tools/output/Progress.h"
 #include "umlauf/platform/vekta/numeric.h"
@@ -68,10 +69,10 @@ void RunDownsample(const DownsampleOptions& options) {
   Convert(*source, stream, writer);
   writer.Close();
   out.Commit();
-  fmt::print("{:g} samples/s to {:.9g} samples/s, {} channel{}\n", source->sampleRate(), rate,
-             source->width(), source->width() > 1 ? "s" : "");
+  Print("{:g} samples/s to {:.9g} samples/s, {} channel{}\n", source->sampleRate(), rate, source->width(),
+        source->width() > 1 ? "s" : "");
   if (rate != std::round(rate)) {
-    fmt::print("note: the file tells {:.0f} samples/s, as it can only tell whole ones\n", std::round(rate));
+    Print("note: the file tells {:.0f} samples/s, as it can only tell whole ones\n", std::round(rate));
   }
 }
 
@@ -90,13 +91,13 @@ void AddDownsampleCommand(CLI::App& app) {
   command->add_option("--rate", options->rate, "samples per second to be written")
       ->check(AboveZero().description(""))
       ->excludes(ratio);
-  const std::map<std::string, Reduction> methods = {
-      {"filter", Reduction::Filter}, {"linear", Reduction::Linear}, {"mean", Reduction::Mean},
-      {"max", Reduction::Max},       {"minmax", Reduction::MinMax}, {"sum", Reduction::Sum}};
+  const Choices<Reduction> methods = {{"filter", Reduction::Filter}, {"linear", Reduction::Linear},
+                                      {"mean", Reduction::Mean},     {"max", Reduction::Max},
+                                      {"minmax", Reduction::MinMax}, {"sum", Reduction::Sum}};
   command
       ->add_option("--method", options->method,
                    "filter (low-pass), linear, mean, max, minmax (both, in turn) or sum (filter)")
-      ->transform(CLI::CheckedTransformer(methods).description(""))
+      ->transform(OneOf(methods))
       ->type_name("METHOD");
   command->add_option("--gain", options->gain, "factor for all samples (1)")->check(Finite().description(""));
   command->callback([options] { RunDownsample(*options); });

@@ -144,17 +144,18 @@ void AddEncoderCommand(CLI::App& app) {
                    "format of the words: 1 edges, 4 edges in high resolution, 3 and 6 quadrature in standard "
                    "and high resolution, 2 and 5 the same fourfold")
       ->required()
-      ->check(CLI::Range(1u, 6u).description(""))
+      ->transform(WholeNumber(1, 6))
       ->group(group);
   command
       ->add_flag("--low-word", options->lowWord, "modes 1 and 4: the edges are in the low half of the words")
       ->group(group);
   command->add_option("--divider", options->divider, "mode 1: only every n-th edge ends a pulse (1)")
-      ->check(CLI::Range(1u, 1000000u).description(""))
+      ->transform(WholeNumber(1, 1000000))
       ->group(group);
   command
       ->add_option("--min-pulse", options->minPulse,
                    "shorter pulses are merged with the next one, in samples (0)")
+      ->transform(WholeNumber(0, 0xFFFFFFFF))
       ->type_name("SAMPLES")
       ->group(group);
   DeclareSpeedResults(*command, *options);

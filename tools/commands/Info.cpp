@@ -3,6 +3,7 @@
 
 #include "tools/SignalFile.h"
 #include "tools/commands/Commands.h"
+#include "tools/output/Console.h"
 #include "umlauf/signal/SigCurveExt.h"
 
 namespace umlauf::tool {
@@ -23,7 +24,7 @@ std::string_view TypeName(LONG tag) {
 
 std::string UnitText(const CMeasuringUnit& unit) { return unit.prefixunit(false).ToUtf8(); }
 
-void Row(std::string_view name, std::string_view value) { fmt::print("{:<12}{}\n", name, value); }
+void Row(std::string_view name, std::string_view value) { Print("{:<12}{}\n", name, value); }
 
 void CurveRows(const CSigCurve& curve) {
   Row("step", fmt::format("{:.6g}", curve.XDelta()));

@@ -183,7 +183,7 @@ void AddPairsCommand(CLI::App& app) {
   CLI::App* subsample = addEdit("subsample", "Keeps every n-th point", Subsample);
   subsample->add_option("--factor", options->factor, "that n")
       ->required()
-      ->check(CLI::Range(2, std::numeric_limits<int>::max()).description(""));
+      ->transform(WholeNumber(2, std::numeric_limits<int>::max()));
   subsample->add_flag("--mean", options->mean, "with the mean of the points that it stands for");
   CLI::App* cut = addEdit("cut", "Drops the points outside a range of x", Cut);
   cut->add_option("--from", options->from, "first x")->check(Finite().description(""));

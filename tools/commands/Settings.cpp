@@ -10,6 +10,7 @@
 #include "tools/Error.h"
 #include "tools/LibraryNotes.h"
 #include "tools/commands/Commands.h"
+#include "tools/output/Console.h"
 #include "umlauf/platform/tramsea/CResourceSea.h"
 #include "umlauf/platform/tramsea/CSeaBase.h"
 
@@ -78,12 +79,12 @@ void RunGet(const SettingsOptions& options) {
   database.CheckRead();
   if (values.empty()) Fail("there is no entry {}; umlauf settings list tells those that are", options.path);
   if (!options.index) {
-    if (options.json) return fmt::print("{}\n", Json(values));
-    for (const auto& [index, value] : values) fmt::print("{:<5} {}\n", index, value);
+    if (options.json) return Print("{}\n", Json(values));
+    for (const auto& [index, value] : values) Print("{:<5} {}\n", index, value);
     return;
   }
   for (const auto& [index, value] : values) {
-    if (index == *options.index) return fmt::print("{}\n", value);
+    if (index == *options.index) return Print("{}\n", value);
   }
   Fail("{} has no value {}; leave out --index to see those it has", options.path, *options.index);
 }
@@ -124,7 +125,7 @@ void RunList(const SettingsOptions& options) {
     text += '\n';
   }
   database.CheckRead();
-  fmt::print("{}", options.json ? json.dump(2) + "\n" : text);
+  Print("{}", options.json ? json.dump(2) + "\n" : text);
 }
 
 }  // namespace
@@ -145,7 +146,7 @@ void AddSettingsCommand(CLI::App& app) {
     return action;
   };
   const auto takesIndex = [&](CLI::App* action, const char* text) {
-    action->add_option("--index", options->index, text)->check(CLI::Range(0, 2147483647).description(""));
+    action->add_option("--index", options->index, text)->transform(WholeNumber(0, 2147483647));
     return action;
   };
   CLI::App* get = takesIndex(needsPath(add("get", "Prints the values of an entry", RunGet)), "only this one");

@@ -6,6 +6,7 @@
 #include "tools/PulseFinder.h"
 #include "tools/commands/Commands.h"
 #include "tools/options/SpeedOptions.h"
+#include "tools/output/Console.h"
 #include "tools/output/SpeedOutputs.h"
 
 namespace umlauf::tool {
@@ -69,9 +70,9 @@ void RunSpeed(const SpeedOptions& options) {
     FailWithoutPulses(options, *source, detector, outputs.counts().pulses());
   }
   if (!thresholds.certain) {
-    fmt::print(stderr,
-               "umlauf: the number of pulses depends on the thresholds; look at the recording with umlauf "
-               "plot, and set --upper and --lower\n");
+    PrintNote(
+        "the number of pulses depends on the thresholds; look at the recording with umlauf plot, and set "
+        "--upper and --lower");
   }
   thresholds.report.upper = detector.ObereSchranke();
   thresholds.report.lower = detector.UntereSchranke();

@@ -5,6 +5,7 @@
 
 #include "tools/Error.h"
 #include "tools/commands/Commands.h"
+#include "tools/output/Console.h"
 #include "tools/output/NumberText.h"
 #include "umlauf/platform/tramsea/PrWin.h"
 #include "umlauf/units/MeasuringUnit.h"
@@ -33,7 +34,7 @@ CMeasuringUnit Parsed(const std::string& text) {
 
 std::string Text(const CMeasuringUnit& unit) { return unit.prefixunit(false).ToUtf8(); }
 
-void Row(std::string_view name, std::string_view value) { fmt::print("{:<14}{}\n", name, value); }
+void Row(std::string_view name, std::string_view value) { Print("{:<14}{}\n", name, value); }
 
 std::string StandardUnit(const CMeasuringUnit& unit) {
   CMeasuringUnit standard(unit);

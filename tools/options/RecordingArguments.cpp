@@ -1,4 +1,3 @@
-#include <map>
 
 #include "tools/BlockSource.h"
 #include "tools/commands/Commands.h"
@@ -7,14 +6,16 @@ namespace umlauf::tool {
 
 void DeclareRecordingFormat(CLI::App& command, RecordingOptions& recording) {
   const std::string group = "Recording";
-  const std::map<std::string, RawFormat> rawFormats = {
+  const Choices<RawFormat> rawFormats = {
       {"f32", RawFormat::f32}, {"i16", RawFormat::i16}, {"i32", RawFormat::i32}, {"u32", RawFormat::u32}};
-  command.add_option("--channel", recording.channel, "channel of a sound or raw file, from 1")->group(group);
+  command.add_option("--channel", recording.channel, "channel of a sound or raw file, from 1")
+      ->transform(WholeNumber(1, 65535))
+      ->group(group);
   command
       .add_option("--column", recording.column, "column of a CSV file, number from 1 (1 is the time) or name")
       ->group(group);
   command.add_option("--raw", recording.raw, "headerless little-endian samples: f32, i16, i32 or u32")
-      ->transform(CLI::CheckedTransformer(rawFormats).description(""))
+      ->transform(OneOf(rawFormats))
       ->type_name("FORMAT")
       ->group(group);
   command
@@ -24,7 +25,7 @@ void DeclareRecordingFormat(CLI::App& command, RecordingOptions& recording) {
       ->type_name("HZ")
       ->group(group);
   command.add_option("--channels", recording.channels, "channels of raw samples (1)")
-      ->check(CLI::Range(1u, 65535u).description(""))
+      ->transform(WholeNumber(1, 65535))
       ->group(group);
 }
 

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <functional>
-#include <map>
+#include <limits>
 #include <string_view>
 
 #include "tools/EncoderFormat.h"
@@ -61,11 +61,11 @@ void DeclareSensor(CLI::App& command, SimulateOptions& options, const Number& nu
          "amplitude of sine and pulses goes with speed to this power (0.2)", 100);
   number("--noise", wheel.noise, "standard deviation as part of the amplitude (0.005)", 1e9);
   number("--jitter", wheel.jitter, "standard deviation of an edge's place, in teeth (0.001)", 1e9);
-  const std::map<std::string, WheelSettings::Shape> shapes = {{"sine", WheelSettings::Shape::sine},
-                                                              {"ttl", WheelSettings::Shape::ttl},
-                                                              {"pulse", WheelSettings::Shape::pulse}};
+  const Choices<WheelSettings::Shape> shapes = {{"sine", WheelSettings::Shape::sine},
+                                                {"ttl", WheelSettings::Shape::ttl},
+                                                {"pulse", WheelSettings::Shape::pulse}};
   command.add_option("--shape", wheel.shape, "of a tooth: sine, ttl or pulse (sine)")
-      ->transform(CLI::CheckedTransformer(shapes).description(""))
+      ->transform(OneOf(shapes))
       ->type_name("SHAPE")
       ->group("Sensor");
   number("--duty", wheel.duty, "part of a tooth that TTL is high or a pulse wide (0.5)", 0.99)
@@ -176,7 +176,7 @@ void DeclareSimulateOptions(CLI::App& command, SimulateOptions& options) {
   speed("--duration", options.duration, "length in seconds (10)", above);
   WheelSettings& wheel = options.wheel;
   command.add_option("--teeth", wheel.teeth, "teeth of the wheel, with the missing ones (60)")
-      ->check(CLI::Range(1u, 100000u).description(""));
+      ->transform(WholeNumber(1, 100000));
   command
       .add_option("--missing", options.missing, "of them missing side by side, for each gap of the wheel (2)")
       ->type_name("COUNT[@TOOTH],...");
@@ -189,10 +189,11 @@ void DeclareSimulateOptions(CLI::App& command, SimulateOptions& options) {
   DeclareDisturbances(command, options, number);
   command
       .add_option("--encoder", options.encoder, "write an encoder stream of this mode (see umlauf encoder)")
-      ->check(CLI::Range(1u, 6u).description(""))
+      ->transform(WholeNumber(1, 6))
       ->type_name("MODE");
   command.add_flag("--low-word", options.lowWord, "with --encoder: edges in the low half of the words");
-  command.add_option("--seed", wheel.seed, "of all that is random (1)");
+  command.add_option("--seed", wheel.seed, "of all that is random (1)")
+      ->transform(WholeNumber(0, std::numeric_limits<std::int64_t>::max()));
 }
 
 }  // namespace umlauf::tool

@@ -43,13 +43,14 @@ void DeclareDetector(CLI::App& command, SpeedOptions& o) {
       ->check(Finite().description(""))
       ->group(group);
   command.add_option("--edges", o.edges, "rising, falling or both (rising)")
-      ->check(CLI::IsMember({"rising", "falling", "both"}).description(""))
+      ->check(OneOf({"rising", "falling", "both"}))
       ->group(group);
   command.add_option("--divider", o.divider, "only every n-th edge ends a pulse (1)")
-      ->check(CLI::Range(1u, 1000000u).description(""))
+      ->transform(WholeNumber(1, 1000000))
       ->group(group);
   command
       .add_option("--min-pulse", o.minPulse, "shorter pulses are merged with the next one, in samples (0)")
+      ->transform(WholeNumber(0, 0xFFFFFFFF))
       ->type_name("SAMPLES")
       ->group(group);
   command

@@ -27,7 +27,7 @@ void DeclareWheel(CLI::App& command, SpeedResultOptions& o) {
       ->type_name("REL|auto")
       ->group(group);
   command.add_option("--block", o.block, "samples per block (65536)")
-      ->check(CLI::Range(std::size_t{1}, std::size_t{1} << 26).description(""))
+      ->transform(WholeNumber(1, 1 << 26))
       ->type_name("SAMPLES")
       ->group(group);
 }

@@ -5,6 +5,7 @@
 
 #include "tools/Error.h"
 #include "tools/SignalFile.h"
+#include "tools/output/Console.h"
 
 namespace umlauf::tool {
 namespace {
@@ -139,9 +140,9 @@ void SpeedOutputs::Publish(SpeedReport report) {
     if (*each) (*each)->Commit();
   }
   if (options_.json) {
-    fmt::print("{}", report.Json());
+    Print("{}", report.Json());
   } else if (options_.csv != "-") {
-    fmt::print("{}", report.Table());
+    Print("{}", report.Table());
   }
   if (truth_ && options_.tolerance && truth_->maxPercent() > *options_.tolerance) {
     Fail("the speed deviates by up to {:.4g} % from {}, more than the tolerance of {:g} %",

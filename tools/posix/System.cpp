@@ -49,6 +49,14 @@ void InstallHandlers() {
 
 }  // namespace
 
+void ReserveStandardStreams() {
+  for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+    if (fcntl(stream, F_GETFD) >= 0) continue;
+    // Opened the wrong way round: reading input or writing output fails. The least free number is this one.
+    open("/dev/null", stream == STDIN_FILENO ? O_WRONLY : O_RDONLY);
+  }
+}
+
 bool StandardErrorIsTerminal() { return isatty(STDERR_FILENO) == 1; }
 
 unsigned long ProcessNumber() { return static_cast<unsigned long>(getpid()); }

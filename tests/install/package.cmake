@@ -1,0 +1,23 @@
+include("${CMAKE_CURRENT_LIST_DIR}/run.cmake")
+
+file(REMOVE_RECURSE "${WORK_DIR}")
+file(MAKE_DIRECTORY "${WORK_DIR}")
+run("${CPACK}" --config "${BUILD_DIR}/CPackConfig.cmake" -B "${WORK_DIR}/packages")
+
+file(GLOB archive "${WORK_DIR}/packages/*.tar.gz")
+file(ARCHIVE_EXTRACT INPUT "${archive}" DESTINATION "${WORK_DIR}/archive")
+file(GLOB program "${WORK_DIR}/archive/*/bin/umlauf")
+run_program("${program}" "${WORK_DIR}/recording")
+
+file(GLOB package "${WORK_DIR}/packages/*.deb")
+if(package)
+  run(dpkg-deb -x "${package}" "${WORK_DIR}/root")
+  run_program("${WORK_DIR}/root/usr/bin/umlauf" "${WORK_DIR}/recording")
+  execute_process(COMMAND dpkg-deb -f "${package}" Depends OUTPUT_VARIABLE depends COMMAND_ERROR_IS_FATAL ANY)
+  foreach(library libc6 libstdc++6 libsqlite3-0 libsndfile1 libhwy libpugixml libfmt)
+    string(REPLACE "+" "\\+" pattern "${library}")
+    if(NOT depends MATCHES "${pattern}")
+      message(FATAL_ERROR "The Debian package does not depend on ${library}: ${depends}")
+    endif()
+  endforeach()
+endif()
