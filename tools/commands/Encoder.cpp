@@ -7,11 +7,12 @@
 #include "tools/EncoderFormat.h"
 #include "tools/Error.h"
 #include "tools/LibraryNotes.h"
-#include "tools/PulseFinder.h"
 #include "tools/WordSource.h"
 #include "tools/commands/Commands.h"
+#include "tools/output/Progress.h"
 #include "tools/output/SpeedOutputs.h"
 #include "umlauf/platform/vekta/numeric.h"
+#include "umlauf/rotation/EncoderPulseFinder.h"
 
 namespace umlauf::tool {
 namespace {
@@ -40,46 +41,6 @@ void CheckEncoderOptions(const EncoderOptions& o) {
   }
 }
 
-/// How the detector's pulse lists are to be understood.
-PulseForm FormOf(const EncoderOptions& o) {
-  const EncoderFormat format(o.mode);
-  PulseForm form;
-  form.edgesPerPulse = o.divider;
-  form.edgesPerRev = o.pulsesPerRev * format.countsPerPulse();
-  form.kind = format.mode == EncoderFormat::Mode::tisStandard ? PulseForm::Kind::edgeWords
-                                                              : PulseForm::Kind::edgeToEdge;
-  return form;
-}
-
-/// Merges pulses shorter than a minimum with the next one. The detector's own minimum counts the samples of
-/// one block only, so that its pulses would depend on the blocks.
-class ShortPulses {
- public:
-  ShortPulses(unsigned minimum, double edgesPerRev, PulseSink sink)
-      : minimum_(minimum), edgesPerRev_(edgesPerRev), sink_(std::move(sink)) {}
-
-  void Take(Pulse pulse) {
-    if (short_) {
-      pulse.begin = short_->begin;
-      pulse.samples += short_->samples;
-      pulse.pitches += short_->pitches;
-      pulse.first = short_->first;
-      pulse.revolutionTime = pulse.length() / pulse.pitches * edgesPerRev_;
-    }
-    short_ = pulse;
-    // Edges forward and backward can cancel each other.
-    if (pulse.samples < minimum_ || pulse.pitches == 0) return;
-    short_.reset();
-    sink_(pulse);
-  }
-
- private:
-  unsigned minimum_;
-  double edgesPerRev_;
-  PulseSink sink_;
-  std::optional<Pulse> short_;
-};
-
 void RunEncoder(const EncoderOptions& options) {
   CheckEncoderOptions(options);
   WordSource source(options.recording);
@@ -89,37 +50,34 @@ void RunEncoder(const EncoderOptions& options) {
               options.recording.rateOption, rate);
   }
   const EncoderFormat format(options.mode);
-  CDzPulsTisDetector detector(format.mode);
-  detector.SetPulsteiler(options.divider);
-  detector.Restart(numeric::trunc_sat<unsigned>(rate), numeric::trunc_sat<unsigned>(options.pulsesPerRev),
-                   options.lowWord, format.mode);
-  detector.SetMinPulsSamples(0);
-  // A word holds one edge. What looks like a pulse without samples is one that a block border cuts.
-  detector.SetAllowZeroLenPulses(true);
-
-  const PulseForm form = FormOf(options);
-  SpeedOutputs outputs(options, form.edgesPerRev, rate, 0, source.frames());
-  ShortPulses pulses(options.minPulse, form.edgesPerRev,
-                     [&outputs](const Pulse& pulse) { outputs.Take(pulse); });
+  CEncoderPulseFinder::Format stream;
+  stream.mode = format.mode;
+  stream.lowWord = options.lowWord;
+  stream.divider = options.divider;
+  stream.minSamples = options.minPulse;
+  CEncoderPulseFinder finder(stream, numeric::trunc_sat<unsigned>(rate),
+                             numeric::trunc_sat<unsigned>(options.pulsesPerRev));
+  SpeedOutputs outputs(options, finder.EdgesPerRevolution(), rate, 0, source.frames());
+  CPulseTrain pulses = outputs.NewTrain();
+  Progress progress("pulses", source.frames());
   const LibraryNotes notes;
-  const std::uint64_t samples = AssemblePulses(
-      form, source.frames(),
-      [&](CDzPulsListe& list) -> std::uint64_t {
-        const std::span<const ULONG> words = source.Read(options.block);
-        if (words.empty()) return 0;
-        const std::size_t frames = words.size() / source.channels();
-        detector.PulseSuchen(words.data() + source.channel(), frames, source.channels(), list);
-        if (!notes.empty())
-          Fail("cannot decode {}: {}; check --rate and --mode", options.recording.path.string(),
-               notes.text());
-        return frames;
-      },
-      [&pulses](const Pulse& pulse) { pulses.Take(pulse); });
+  std::uint64_t samples = 0;
+  for (std::span<const ULONG> words = source.Read(options.block); !words.empty();
+       words = source.Read(options.block)) {
+    const std::size_t frames = words.size() / source.channels();
+    finder.Take(words.data() + source.channel(), frames, source.channels(), pulses);
+    if (!notes.empty()) {
+      Fail("cannot decode {}: {}; check --rate and --mode", options.recording.path.string(), notes.text());
+    }
+    outputs.Take(pulses);
+    samples += frames;
+    progress.Advance(frames);
+  }
   outputs.Finish();
   if (samples == 0) Fail("no pulses found in {}: it holds no words", options.recording.path.string());
-  if (outputs.counts().speed().count == 0) {
+  if (outputs.counts().Speed().count == 0) {
     Fail("no pulses found in {} (edges: {}); check --mode, --low-word and --channel",
-         options.recording.path.string(), outputs.counts().pulses());
+         options.recording.path.string(), outputs.counts().Pulses());
   }
   SpeedReport report;
   report.channel = source.channelName();
@@ -128,7 +86,7 @@ void RunEncoder(const EncoderOptions& options) {
                                         format.counts()   ? "whole"
                                         : options.lowWord ? "low"
                                                           : "high",
-                                        detector.NumFehlerbits()};
+                                        finder.ErrorBits()};
   outputs.Publish(std::move(report));
 }
 

@@ -3,9 +3,11 @@
 #include <utility>
 #include <vector>
 
+#include "tools/CsvReader.h"
 #include "tools/Error.h"
 #include "tools/SignalFile.h"
 #include "tools/output/Console.h"
+#include "tools/output/Plot.h"
 
 namespace umlauf::tool {
 namespace {
@@ -13,19 +15,42 @@ namespace {
 /// A curve longer than this is a mistake in its step.
 constexpr double longestCurve = 2e8;
 
-void WritePulse(OutputFile& csv, const Pulse& pulse, double sampleRate, double startTime) {
-  const double time = startTime + pulse.end / sampleRate;
-  std::string_view edge = pulse.rising ? "rising" : "falling";
-  const std::string_view mark = pulse.first          ? " first"
-                                : pulse.gapCorrected ? " gap"
-                                : pulse.held         ? " held"
-                                                     : "";
-  if (pulse.hasSpeed()) {
-    csv.Print("{},{},{},{},{}{}\n", time, pulse.rpm(sampleRate), pulse.revolutionTime / sampleRate,
-              pulse.samples, edge, mark);
-  } else {
-    csv.Print("{},nan,nan,{},{}{}\n", time, pulse.samples, edge, mark);
+void WritePulses(OutputFile& csv, const CPulseTrain& pulses) {
+  const double rate = pulses.SampleRate();
+  for (std::size_t i = 0; i < pulses.size(); ++i) {
+    const CPulseTrain::Pulse pulse = pulses[i];
+    const double time = pulses.Time(pulse.end);
+    std::string_view edge = pulse.Is(CPulseTrain::rising) ? "rising" : "falling";
+    const std::string_view mark = pulse.Is(CPulseTrain::first)          ? " first"
+                                  : pulse.Is(CPulseTrain::gapCorrected) ? " gap"
+                                  : pulse.Is(CPulseTrain::held)         ? " held"
+                                                                        : "";
+    if (pulse.HasSpeed()) {
+      csv.Print("{},{},{},{},{}{}\n", time, pulse.Rpm(rate), pulse.revolutionTime / rate, pulse.samples, edge,
+                mark);
+    } else {
+      csv.Print("{},nan,nan,{},{}{}\n", time, pulse.samples, edge, mark);
+    }
   }
+}
+
+void WriteSignal(const CSignal* signal, OutputFile& out) {
+  if (signal == nullptr) Fail("cannot write {}: there is no memory for its samples", out.target().string());
+  WriteSignalFile(*signal, out);
+}
+
+/// The known speed from a table of seconds and rpm.
+CSpeedComparison ReadTruth(const std::filesystem::path& path) {
+  std::vector<CSpeedComparison::Point> points;
+  CsvReader reader(path);
+  while (reader.NextRow()) {
+    const CSpeedComparison::Point point{reader.Number(0), reader.Number(1)};
+    if (!points.empty() && !(point.time >= points.back().time)) reader.FailHere("the times must rise");
+    points.push_back(point);
+  }
+  if (points.size() < 2)
+    Fail("cannot use {}: at least two rows of seconds and rpm are needed", path.string());
+  return CSpeedComparison(std::move(points));
 }
 
 }  // namespace
@@ -33,42 +58,53 @@ void WritePulse(OutputFile& csv, const Pulse& pulse, double sampleRate, double s
 /// The traces of the picture, gathered while the pulses come.
 class SpeedOutputs::Picture {
  public:
-  Picture(double sampleRate, double startTime) : sampleRate_(sampleRate), startTime_(startTime) {}
-
-  void Take(const Pulse& pulse) {
-    if (!pulse.hasSpeed()) return;
-    const double time = startTime_ + pulse.middle() / sampleRate_;
-    const double rpm = pulse.rpm(sampleRate_);
-    speed_.Add(time, rpm);
-    if (pulse.gapCorrected) gaps_.Add(time, rpm);
-    if (pulse.held) held_.Add(time, rpm);
+  void Take(const CPulseTrain& pulses) {
+    for (std::size_t i = 0; i < pulses.size(); ++i) {
+      const CPulseTrain::Pulse pulse = pulses[i];
+      if (!pulse.HasSpeed()) continue;
+      const double time = pulses.Time(pulse.Middle());
+      const double rpm = pulse.Rpm(pulses.SampleRate());
+      speed_.Add(time, rpm);
+      if (pulse.Is(CPulseTrain::gapCorrected)) gaps_.Add(time, rpm);
+      if (pulse.Is(CPulseTrain::held)) held_.Add(time, rpm);
+    }
+  }
+  void Take(const CRevolutions& revolutions) {
+    for (const auto& each : revolutions.Found()) revolutions_.Add(each.Middle(), each.rpm);
+  }
+  void Take(const CSpeedComparison& truth) {
+    for (const auto& each : truth.Found()) deviations_.Add(each.time, each.percent);
   }
 
-  Plot Finish(const std::string& title, const Revolutions& revolutions, const TruthComparison* truth) const {
+  Plot Finish(const std::string& title, const SpeedOutputs& outputs) const {
     using Look = PlotSeries::Look;
     PlotPanel speed{"speed in rpm", {}};
-    if (truth != nullptr) speed.series.push_back({"truth", Look::broadLine, "#f6c49a", truth->points()});
+    if (outputs.truth_) {
+      std::vector<PlotPoint> known;
+      for (const auto& each : outputs.truth_->Known()) known.push_back({each.time, each.rpm});
+      speed.series.push_back({"truth", Look::broadLine, "#f6c49a", std::move(known)});
+    }
     const std::vector<PlotPoint> pulses = speed_.Points();
     speed.series.push_back({"each pulse", Look::line, "#6f9fd0", pulses});
     if (!gaps_.empty()) speed.series.push_back({"gap corrected", Look::points, "#d9480f", gaps_.Points()});
     if (!held_.empty())
       speed.series.push_back({"held by the spike filter", Look::points, "#c51b7d", held_.Points()});
     // Where each pulse is a revolution, this line would only cover the pulses.
-    if (revolutions.speed().count > 1 && revolutions.speed().count * 2 < pulses.size()) {
-      std::vector<PlotPoint> points = revolutions.trace().Points();
-      for (PlotPoint& each : points) each.x = startTime_ + each.x / sampleRate_;
+    const std::uint64_t turns = outputs.revolutions_.Speed().count;
+    if (turns > 1 && turns * 2 < pulses.size()) {
+      std::vector<PlotPoint> points = revolutions_.Points();
+      for (PlotPoint& each : points) each.x = outputs.startTime_ + each.x / outputs.sampleRate_;
       speed.series.push_back({"each revolution", Look::boldLine, "#08306b", std::move(points)});
     }
     Plot plot{title, "time in s", {std::move(speed)}};
-    if (truth != nullptr) {
-      plot.panels.push_back({"deviation in %", {{"", Look::line, "#6f9fd0", truth->deviations().Points()}}});
+    if (outputs.truth_) {
+      plot.panels.push_back({"deviation in %", {{"", Look::line, "#6f9fd0", deviations_.Points()}}});
     }
     return plot;
   }
 
  private:
-  double sampleRate_, startTime_;
-  PlotTrace speed_, gaps_{400}, held_{400};
+  PlotTrace speed_, gaps_{400}, held_{400}, revolutions_, deviations_;
 };
 
 SpeedOutputs::SpeedOutputs(const SpeedResultOptions& options, double edgesPerRev, double sampleRate,
@@ -77,10 +113,9 @@ SpeedOutputs::SpeedOutputs(const SpeedResultOptions& options, double edgesPerRev
       sampleRate_(sampleRate),
       startTime_(startTime),
       name_(options.recording.path.filename().string()),
-      counts_(sampleRate),
-      revolutions_(!options.gap.empty(), edgesPerRev, sampleRate),
-      curve_(options.curveStep, sampleRate, startTime),
-      pairs_(sampleRate, startTime) {
+      revolutions_(!options.gap.empty(), edgesPerRev),
+      curve_(options.curveStep),
+      corrected_(sampleRate, startTime) {
   if (!options.curve.empty() && static_cast<double>(frames) / sampleRate / options.curveStep > longestCurve) {
     FailUsage("--curve-step {} gives too many samples for this recording; make it longer", options.curveStep);
   }
@@ -89,40 +124,50 @@ SpeedOutputs::SpeedOutputs(const SpeedResultOptions& options, double edgesPerRev
         std::pair(&pairsFile_, &options.pairs), std::pair(&plotFile_, &options.plot)}) {
     if (!name->empty()) file->emplace(*name);
   }
-  if (plotFile_) picture_ = std::make_unique<Picture>(sampleRate, startTime);
-  if (!options.truth.empty()) truth_.emplace(options.truth, sampleRate, startTime);
-  if (!options.gap.empty()) {
-    gap_.emplace(options.gapLength(), edgesPerRev, [this](const Pulse& pulse) { TakeCorrected(pulse); });
-  }
+  if (plotFile_) picture_ = std::make_unique<Picture>();
+  if (!options.truth.empty()) truth_ = ReadTruth(options.truth);
+  if (!options.gap.empty()) gap_.emplace(options.gapLength(), edgesPerRev);
   if (csv_) csv_->Print("time_s,rpm,revolution_time_s,samples,flags\n");
 }
 
 SpeedOutputs::~SpeedOutputs() = default;
 
-void SpeedOutputs::Take(const Pulse& pulse) {
-  if (gap_) {
-    gap_->Take(pulse);
-  } else {
-    TakeCorrected(pulse);
+void SpeedOutputs::Take(const CPulseTrain& pulses) {
+  if (!gap_) {
+    TakeCorrected(pulses);
+    return;
   }
+  corrected_.Clear();
+  gap_->Take(pulses, corrected_);
+  TakeCorrected(corrected_);
 }
 
-void SpeedOutputs::TakeCorrected(const Pulse& pulse) {
-  counts_.Take(pulse);
-  revolutions_.Take(pulse);
-  if (csv_) WritePulse(*csv_, pulse, sampleRate_, startTime_);
-  if (curveFile_) curve_.Take(pulse);
-  if (pairsFile_) pairs_.Take(pulse);
-  if (picture_) picture_->Take(pulse);
-  if (truth_) truth_->Take(pulse);
+void SpeedOutputs::TakeCorrected(const CPulseTrain& pulses) {
+  counts_.Take(pulses);
+  revolutions_.Take(pulses);
+  if (csv_) WritePulses(*csv_, pulses);
+  if (curveFile_) curve_.Take(pulses);
+  if (pairsFile_) pairs_.Take(pulses);
+  if (truth_) truth_->Take(pulses);
+  if (!pulses.Complete()) Fail("there is no memory for the pulses of one block; make --block smaller");
+  if (picture_) {
+    picture_->Take(pulses);
+    picture_->Take(revolutions_);
+    if (truth_) picture_->Take(*truth_);
+  }
+  revolutions_.Forget();
+  if (truth_) truth_->Forget();
 }
 
 void SpeedOutputs::Finish() {
-  if (gap_) gap_->Finish();
+  if (!gap_) return;
+  corrected_.Clear();
+  gap_->Finish(corrected_);
+  TakeCorrected(corrected_);
 }
 
 void SpeedOutputs::Publish(SpeedReport report) {
-  if (truth_ && truth_->count() == 0) {
+  if (truth_ && truth_->Count() == 0) {
     Fail("{} tells no speed above 0 for the time of the recording; check its seconds", options_.truth);
   }
   report.recording = options_.recording.path.string();
@@ -133,9 +178,9 @@ void SpeedOutputs::Publish(SpeedReport report) {
   report.truth = truth_ ? &*truth_ : nullptr;
 
   const CString signalName = CString::FromUtf8(name_);
-  if (curveFile_) WriteSignalFile(*curve_.Finish(signalName), *curveFile_);
-  if (pairsFile_) WriteSignalFile(*pairs_.Finish(signalName), *pairsFile_);
-  if (picture_) DrawPlot(picture_->Finish("Speed from " + name_, revolutions_, report.truth), *plotFile_);
+  if (curveFile_) WriteSignal(curve_.Finish(signalName).get(), *curveFile_);
+  if (pairsFile_) WriteSignal(pairs_.Finish(signalName).get(), *pairsFile_);
+  if (picture_) DrawPlot(picture_->Finish("Speed from " + name_, *this), *plotFile_);
   for (std::optional<OutputFile>* each : {&csv_, &curveFile_, &pairsFile_, &plotFile_}) {
     if (*each) (*each)->Commit();
   }
@@ -144,9 +189,9 @@ void SpeedOutputs::Publish(SpeedReport report) {
   } else if (options_.csv != "-") {
     Print("{}", report.Table());
   }
-  if (truth_ && options_.tolerance && truth_->maxPercent() > *options_.tolerance) {
+  if (truth_ && options_.tolerance && truth_->MaxPercent() > *options_.tolerance) {
     Fail("the speed deviates by up to {:.4g} % from {}, more than the tolerance of {:g} %",
-         truth_->maxPercent(), options_.truth, *options_.tolerance);
+         truth_->MaxPercent(), options_.truth, *options_.tolerance);
   }
 }
 

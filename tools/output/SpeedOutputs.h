@@ -4,11 +4,11 @@
 #include <optional>
 #include <string>
 
-#include "tools/GapCorrection.h"
-#include "tools/SpeedResults.h"
 #include "tools/options/SpeedResultOptions.h"
 #include "tools/output/OutputFile.h"
 #include "tools/output/SpeedReport.h"
+#include "umlauf/rotation/PulseTrain.h"
+#include "umlauf/rotation/SpeedSignals.h"
 
 namespace umlauf::tool {
 
@@ -25,9 +25,11 @@ class SpeedOutputs {
   SpeedOutputs& operator=(const SpeedOutputs&) = delete;
 
   /// Takes the pulses in order of time; call `Finish` behind the last one.
-  void Take(const Pulse& pulse);
+  void Take(const CPulseTrain& pulses);
   void Finish();
-  const PulseCounts& counts() const { return counts_; }
+  const CPulseCounts& counts() const { return counts_; }
+  /// An empty train for pulses of this recording.
+  CPulseTrain NewTrain() const { return CPulseTrain(sampleRate_, startTime_); }
 
   /// Completes the report with what was found, writes all files and prints to standard output. Throws when
   /// the speed lies beyond the tolerance, with everything written.
@@ -36,19 +38,20 @@ class SpeedOutputs {
  private:
   class Picture;
 
-  void TakeCorrected(const Pulse& pulse);
+  void TakeCorrected(const CPulseTrain& pulses);
 
   const SpeedResultOptions& options_;
   double sampleRate_, startTime_;
   std::string name_;
   std::optional<OutputFile> csv_, curveFile_, pairsFile_, plotFile_;
-  PulseCounts counts_;
-  Revolutions revolutions_;
-  CurveBuilder curve_;
-  PairsBuilder pairs_;
+  CPulseCounts counts_;
+  CRevolutions revolutions_;
+  CSpeedCurveBuilder curve_;
+  CSpeedPairsBuilder pairs_;
   std::unique_ptr<Picture> picture_;
-  std::optional<TruthComparison> truth_;
-  std::optional<GapCorrection> gap_;
+  std::optional<CSpeedComparison> truth_;
+  std::optional<CGapCorrection> gap_;
+  CPulseTrain corrected_;
 };
 
 }  // namespace umlauf::tool

@@ -16,7 +16,7 @@ double Decimal(float value) { return ParseNumber(fmt::format("{}", value)).value
 }  // namespace
 
 std::string SpeedReport::Json() const {
-  const SpeedSummary& speed = counts->speed();
+  const SpeedSummary& speed = counts->Speed();
   nlohmann::ordered_json json;
   json["recording"] = recording;
   if (thresholds) {
@@ -28,8 +28,8 @@ std::string SpeedReport::Json() const {
     json["word"] = encoder->word;
     json["error_bits"] = encoder->errorBits;
   }
-  json["pulses"] = counts->pulses();
-  json["gap_corrected"] = counts->correctedGaps();
+  json["pulses"] = counts->Pulses();
+  json["gap_corrected"] = counts->CorrectedGaps();
   json["rpm"] = {{"min", speed.min}, {"mean", speed.Mean(sampleRate)}, {"max", speed.max}};
   json["duration_s"] = duration;
   json["channel"] = channel;
@@ -37,13 +37,13 @@ std::string SpeedReport::Json() const {
   if (thresholds) {
     json["thresholds_automatic"] = {{"upper", thresholds->automaticUpper},
                                     {"lower", thresholds->automaticLower}};
-    json["spike_held"] = counts->held();
+    json["spike_held"] = counts->Held();
   }
   if (gap != nullptr) {
-    json["gap"] = {{"count", gap->gaps()}, {"relative_length", nullptr}};
-    if (gap->gaps() > 0) json["gap"]["relative_length"] = gap->relativeLength();
+    json["gap"] = {{"count", gap->Gaps()}, {"relative_length", nullptr}};
+    if (gap->Gaps() > 0) json["gap"]["relative_length"] = gap->RelativeLength();
   }
-  const SpeedSummary& turns = revolutions->speed();
+  const SpeedSummary& turns = revolutions->Speed();
   json["revolutions"] = {{"count", turns.count}};
   json["revolutions"]["rpm"] = nullptr;
   if (turns.count > 0) {
@@ -54,18 +54,18 @@ std::string SpeedReport::Json() const {
                                   {"last", turns.last}};
   }
   if (truth != nullptr) {
-    json["truth"] = {{"pulses", truth->count()},
-                     {"max_deviation_rpm", truth->maxRpm()},
-                     {"max_deviation_percent", truth->maxPercent()},
-                     {"mean_deviation_rpm", truth->meanRpm()},
-                     {"mean_deviation_percent", truth->meanPercent()}};
+    json["truth"] = {{"pulses", truth->Count()},
+                     {"max_deviation_rpm", truth->MaxRpm()},
+                     {"max_deviation_percent", truth->MaxPercent()},
+                     {"mean_deviation_rpm", truth->MeanRpm()},
+                     {"mean_deviation_percent", truth->MeanPercent()}};
   }
   return json.dump(2, ' ', false, nlohmann::json::error_handler_t::replace) + "\n";
 }
 
 std::string SpeedReport::Table() const {
-  const SpeedSummary& speed = counts->speed();
-  const SpeedSummary& turns = revolutions->speed();
+  const SpeedSummary& speed = counts->Speed();
+  const SpeedSummary& turns = revolutions->Speed();
   std::string text;
   const auto row = [&text](std::string_view name, std::string_view value) {
     fmt::format_to(std::back_inserter(text), "{:<12}{}\n", name, value);
@@ -82,13 +82,13 @@ std::string SpeedReport::Table() const {
     row("stream",
         fmt::format("mode {}, {} words, {} error bits", encoder->mode, encoder->word, encoder->errorBits));
   }
-  std::string pulses = fmt::format("{}", counts->pulses());
-  if (gap != nullptr && gap->gaps() == 0) pulses += ", no gap found";
-  if (gap != nullptr && gap->gaps() > 0) {
-    pulses += fmt::format(", {} {} of {:.3g} teeth corrected", counts->correctedGaps(),
-                          counts->correctedGaps() == 1 ? "gap" : "gaps", gap->relativeLength());
+  std::string pulses = fmt::format("{}", counts->Pulses());
+  if (gap != nullptr && gap->Gaps() == 0) pulses += ", no gap found";
+  if (gap != nullptr && gap->Gaps() > 0) {
+    pulses += fmt::format(", {} {} of {:.3g} teeth corrected", counts->CorrectedGaps(),
+                          counts->CorrectedGaps() == 1 ? "gap" : "gaps", gap->RelativeLength());
   }
-  if (counts->held() > 0) pulses += fmt::format(", {} held by the spike filter", counts->held());
+  if (counts->Held() > 0) pulses += fmt::format(", {} held by the spike filter", counts->Held());
   row("pulses", pulses);
   row("speed", fmt::format("mean {:.2f} rpm, single pulses {:.2f} ... {:.2f} rpm", speed.Mean(sampleRate),
                            speed.min, speed.max));
@@ -98,8 +98,8 @@ std::string SpeedReport::Table() const {
   }
   if (truth != nullptr) {
     row("deviation", fmt::format("mean {:.3f} rpm ({:.4f} %), greatest {:.3f} rpm, {:.4f} % over {} pulses",
-                                 truth->meanRpm(), truth->meanPercent(), truth->maxRpm(), truth->maxPercent(),
-                                 truth->count()));
+                                 truth->MeanRpm(), truth->MeanPercent(), truth->MaxRpm(), truth->MaxPercent(),
+                                 truth->Count()));
   }
   return text;
 }

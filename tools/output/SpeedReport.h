@@ -4,8 +4,10 @@
 #include <optional>
 #include <string>
 
-#include "tools/GapCorrection.h"
-#include "tools/SpeedResults.h"
+#include "umlauf/rotation/GapCorrection.h"
+#include "umlauf/rotation/Revolutions.h"
+#include "umlauf/rotation/SpeedComparison.h"
+#include "umlauf/rotation/SpeedSummary.h"
 
 namespace umlauf::tool {
 
@@ -29,10 +31,10 @@ struct SpeedReport {
   double duration = 0;    ///< [s]
   std::optional<Thresholds> thresholds;
   std::optional<Encoder> encoder;
-  const PulseCounts* counts = nullptr;
-  const Revolutions* revolutions = nullptr;
-  const GapCorrection* gap = nullptr;      ///< null without --gap
-  const TruthComparison* truth = nullptr;  ///< null without --truth
+  const CPulseCounts* counts = nullptr;
+  const CRevolutions* revolutions = nullptr;
+  const CGapCorrection* gap = nullptr;      ///< null without --gap
+  const CSpeedComparison* truth = nullptr;  ///< null without --truth
 
   /// One object, keys as in docs/tool.md.
   std::string Json() const;

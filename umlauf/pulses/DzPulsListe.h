@@ -18,6 +18,12 @@ class CSigCurve;
 /// below is revolutions per second times speed factor (60), and the local speeds and exports also carry the
 /// sign of the reverse factor. A revolution time of 0 gives speed 0.
 ///
+/// The entry before the first edge of a recording is no pulse: it begins where the recording begins, and its
+/// value is the time from there to the edge, as if a whole pitch had passed. Nothing in the list tells it from
+/// the others. It goes into the average of the first block; and where it is short, gap correction takes it for
+/// the shortest pulse of the block, so that every other one looks like a gap. Leave it out (`CopyPulsList` from
+/// its end on), or use CRotation or CPulseFinder, whose pulse trains mark it and have no speed for it.
+///
 /// One list is used by one thread at a time. It owns its entries; allocation failure as in CFueGroeListe.
 class UMLAUF_API CDzPulsListe : public CFueGroeListe<PulsEntry> {
  public:
@@ -33,7 +39,8 @@ class UMLAUF_API CDzPulsListe : public CFueGroeListe<PulsEntry> {
   void CompletePulsList(std::uint64_t rest);
   /// Average speed [rev/s] over all entries, the open one included; corrects the gaps of a toothed wheel
   /// first. Without entries the last value counts. A single pulse slower than one revolution per minute
-  /// counts as standstill: its value becomes the greatest float.
+  /// counts as standstill: its value becomes the greatest float. In the first block of a recording the entry
+  /// before the first edge counts, too, although it is no pulse (see above).
   float CalcAverPulsF(float sampleRate);
   /// Replaces the value of the open entry, which is a guess, by that of the first pulse of the next block,
   /// when that one is closed. The averages stay. True when there was something to replace.

@@ -1,0 +1,116 @@
+#include "umlauf/rotation/Rotation.h"
+
+#include <cmath>
+
+#include "umlauf/recording/BlockSource.h"
+#include "umlauf/rotation/GapCorrection.h"
+#include "umlauf/rotation/PulseFinder.h"
+#include "umlauf/rotation/SpeedSignals.h"
+
+CRotation::CRotation() { detector_.PulsMinLenSetzen(0); }
+
+void CRotation::Wheel(double pulsesPerRevolution, Gap gap) {
+  pulsesPerRevolution_ = pulsesPerRevolution;
+  gap_ = gap == Gap::automatic;
+  gapLength_.reset();
+}
+
+void CRotation::Wheel(double pulsesPerRevolution, double gapLength) {
+  Wheel(pulsesPerRevolution, Gap::automatic);
+  gapLength_ = gapLength;
+}
+
+void CRotation::GivenLevels(std::optional<float> upper, std::optional<float> lower) {
+  upper_ = upper;
+  lower_ = lower;
+}
+
+bool CRotation::SettingsFit() {
+  if (!(pulsesPerRevolution_ > 0) || !std::isfinite(pulsesPerRevolution_)) {
+    failure_ = L"the pulses of a revolution must be a number above 0";
+  } else if (gap_ && pulsesPerRevolution_ < 4) {
+    failure_ = L"a wheel with a gap has at least 4 pulses without it; give them";
+  } else if (gapLength_ && !(*gapLength_ > 1 && *gapLength_ < pulsesPerRevolution_)) {
+    failure_ = L"a gap is longer than one pitch and shorter than the wheel; give its length in pitches";
+  } else if (gap_ && (detector_.BeideFlankenSuchen() || detector_.PulsTeiler() > 1)) {
+    failure_ = L"with a gap each tooth must give one pulse; leave out divider and both edges";
+  }
+  return failure_.IsEmpty();
+}
+
+bool CRotation::Analyse(CBlockSource& recording, unsigned channel) {
+  failure_.Empty();
+  levels_ = PulseLevels();
+  wheel_ = PulseWheel{pulsesPerRevolution_, {}};
+  pulses_ = CPulseTrain(recording.SampleRate(), recording.StartTime());
+  samples_ = 0;
+  counts_ = CPulseCounts();
+  revolutions_ = CRevolutions(gap_, pulsesPerRevolution_);
+  if (SettingsFit() && Find(recording, channel)) {
+    counts_.Take(pulses_);
+    revolutions_.Take(pulses_);
+    if (counts_.Speed().count == 0) FailWithoutPulses();
+    if (!revolutions_.Complete()) failure_ = L"there is no memory for the revolutions";
+  }
+  if (failure_.IsEmpty()) return true;
+  pulses_.Clear();
+  counts_ = CPulseCounts();
+  revolutions_ = CRevolutions(gap_, pulsesPerRevolution_);
+  return false;
+}
+
+bool CRotation::Find(CBlockSource& recording, unsigned channel) {
+  CLevelFinder finder(detector_);
+  finder.Given(upper_, lower_);
+  finder.BlockSize(blockSize_);
+  const bool found = finder.Find(recording, channel);
+  levels_ = finder.Levels();
+  failure_ = finder.Failure();
+  if (!found) return false;
+
+  CDzPulsDetektor detector = detector_;
+  detector.SchrankenSetzen(levels_.upper, levels_.lower);
+  detector.QuellenPulseProUmdr(static_cast<float>(pulsesPerRevolution_));
+  recording.Rewind();  // where it cannot, it is read from where it stands
+  CPulseFinder pulses(recording, channel, detector, blockSize_);
+  CGapCorrection gap(gapLength_, pulsesPerRevolution_);
+  CPulseTrain block(recording.SampleRate(), recording.StartTime());
+  while (pulses.Next(block) && pulses_.Complete()) {
+    if (gap_) {
+      gap.Take(block, pulses_);
+    } else {
+      pulses_.Append(block);
+    }
+  }
+  if (gap_) {
+    gap.Finish(pulses_);
+    wheel_ = gap.Wheel();
+  }
+  samples_ = pulses.Samples();
+  failure_ = pulses.Failure();
+  if (!pulses_.Complete()) failure_ = L"there is no memory for all pulses of the recording";
+  return failure_.IsEmpty();
+}
+
+void CRotation::FailWithoutPulses() {
+  failure_.Format(L"no pulses found between the levels %g and %g (edges: %u)",
+                  static_cast<double>(levels_.upper), static_cast<double>(levels_.lower), counts_.Pulses());
+}
+
+std::unique_ptr<CSigCurve> CRotation::SpeedCurve(double step) const {
+  CSpeedCurveBuilder builder(step);
+  builder.Take(pulses_);
+  return builder.Finish(L"speed");
+}
+
+std::unique_ptr<CSigPairs> CRotation::SpeedPairs() const {
+  CSpeedPairsBuilder builder;
+  builder.Take(pulses_);
+  return builder.Finish(L"speed");
+}
+
+CSpeedComparison CRotation::Compare(std::vector<CSpeedComparison::Point> known) const {
+  CSpeedComparison comparison(std::move(known));
+  comparison.Take(pulses_);
+  return comparison;
+}
