@@ -22,7 +22,7 @@ std::string Field(const std::string& text) {
 
 CanSignals::CanSignals(const std::string& kcd, const std::vector<std::string>& wanted, unsigned channels) {
   decoder_.SetRecordedChannels(channels);
-  if (!decoder_.SetDecoderXmlFile(CString::FromUtf8(kcd))) {
+  if (!decoder_.SetDecoderXmlFile(CString::FromPath(kcd))) {
     Fail("cannot use {}: {}; give a message description in KCD", kcd, notes_.text());
   }
   std::vector<bool> found(wanted.size());

@@ -1,9 +1,13 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <signal.h>
+#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <atomic>
+#include <chrono>
 #include <climits>
 #include <cstdlib>
 #include <filesystem>
@@ -127,7 +131,6 @@ TEST_F(SettingsDatabase, WhatCannotBeOpenedIsNamedAndLeftAlone) {
       {"page.db", patched(2 * 4096, 77), Access::readWrite, "damaged"},         // kind of a page
       {"page.db", patched(2 * 4096, 77), Access::readOnly, "damaged"},
       {"schema.db", patched(100, 77), Access::readWrite, "damaged"},
-      {"empty.db", "", Access::readOnly, "no settings database"},
   };
   for (const auto& c : cases) {
     Write(Path(c.name), c.bytes);
@@ -194,6 +197,54 @@ TEST_F(SettingsDatabase, TransactionsAreWholeOrNotAtAll) {
   EXPECT_THAT(values(), Pair(4, 4));
 }
 
+TEST_F(SettingsDatabase, EmptyFileHoldsNothingUntilTheFirstWrite) {
+  const fs::path path = Path("empty.db");
+  Write(path, "");
+  CResourceSea reader(Text(path), Access::readOnly), writer(Text(path));
+  EXPECT_TRUE(reader.IsOpen());
+  EXPECT_THAT(reader.Paths(), IsEmpty());
+  EXPECT_EQ(reader.LookupInt(L"a", 0, 9), 9);
+  {
+    CResourceSea::Transaction dropped(writer);
+    EXPECT_TRUE(writer.LookupSetInt(L"a", 0, 1));
+  }
+  EXPECT_EQ(Bytes(path), "");
+  EXPECT_THAT(writer.Paths(), IsEmpty());
+  EXPECT_TRUE(writer.LookupSetInt(L"a", 0, 2));
+  EXPECT_EQ(reader.LookupInt(L"a", 0, 9), 2);
+  EXPECT_THAT(TakeLog(), IsEmpty());
+}
+
+/// Writes that fail for want of room: files may not grow beyond some bytes in the child.
+TEST_F(SettingsDatabase, FirstWriteThatFailsLeavesNoFile) {
+  for (const bool existed : {false, true}) {
+    const fs::path path = Path(existed ? "was-there.db" : "new.db");
+    if (existed) Write(path, "");
+    const pid_t child = Fork([&path] {
+      signal(SIGXFSZ, SIG_IGN);
+      const rlimit least{4096, 4096};
+      CResourceSea sea(Text(path));
+      setrlimit(RLIMIT_FSIZE, &least);
+      return sea.IsOpen() && !sea.LookupSetInts(L"a", 0, std::vector<int>(2000, 1));
+    });
+    int status = -1;
+    EXPECT_EQ(waitpid(child, &status, 0), child);
+    EXPECT_EQ(status, 0);
+    EXPECT_EQ(fs::exists(path), existed);
+    EXPECT_EQ(Bytes(path), "");
+  }
+}
+
+TEST_F(SettingsDatabase, FindsFilesWhoseNamesAreNoText) {
+  for (const std::string name :
+       {"\xFF.db", "\xC3.db", "a\xED\xB2\x80.db", "\xEF\xBF\xBD.db", "\xC3\xA4.db"}) {
+    const std::string path = Path(name.c_str()).string();
+    EXPECT_EQ(CString::FromPath(path).ToPath(), path);
+    EXPECT_TRUE(CResourceSea(CString::FromPath(path)).LookupSetInt(L"a", 0, 1));
+    EXPECT_TRUE(fs::exists(path)) << path;
+  }
+}
+
 /// Adds 1 to a value, many times; true when all went well.
 bool CountUp(CResourceSea& sea, int times) {
   bool fine = sea.IsOpen();
@@ -220,6 +271,24 @@ TEST_F(SettingsDatabase, ProcessesThatWriteAtOnceLoseNothing) {
     EXPECT_EQ(status, 0);
   }
   EXPECT_EQ(CResourceSea(path).LookupInt(L"count", 0, 0), 90);
+}
+
+TEST_F(SettingsDatabase, WritersThatWaitComeInTurn) {
+  const CString path = Text(Path("fair.db"));
+  std::atomic<bool> stop = false;
+  std::vector<int> writes(3);
+  std::vector<std::thread> threads;
+  for (int& count : writes) {
+    threads.emplace_back([&] {
+      CResourceSea sea(path);
+      while (!stop && sea.LookupSetInt(L"a", 0, count)) ++count;
+    });
+  }
+  std::this_thread::sleep_for(std::chrono::seconds(2));
+  stop = true;
+  for (std::thread& thread : threads) thread.join();
+  const auto [least, most] = std::minmax_element(writes.begin(), writes.end());
+  EXPECT_GT(4 * *least, *most) << *least << " of " << *most;
 }
 
 TEST_F(SettingsDatabase, ThreadsShareOneObject) {

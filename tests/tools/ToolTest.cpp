@@ -126,6 +126,18 @@ TEST_F(ProgramTool, OutputThatCannotBeWrittenIsAnError) {
   EXPECT_EQ(Run("speed run.wav <&- 2>&-").code, 0);
 }
 
+TEST_F(ProgramTool, SettingsTakeDecimalNumbersAndNames) {
+  Write("empty.db", "");
+  EXPECT_EQ(Good("settings list --file empty.db"), "");
+  Good("settings set a 010 -08 --index 03 --file \"$(printf '\\377.db')\"");
+  EXPECT_EQ(Good("settings list --file \"$(printf '\\377.db')\""), "a  3=10 4=-8\n");
+  EXPECT_TRUE(Files().contains("\xFF.db"));
+  Bad("settings set a 0x10 --file empty.db", 2, "0x10 is no whole number from -2147483648 to 2147483647");
+  Bad("settings set a 2147483648 --file empty.db", 2, "whole number");
+  Bad("settings list --file ''", 2, "the name is empty");
+  Bad("settings set \"$(printf '\\377')\" 1 --file empty.db", 2, "no UTF-8");
+}
+
 TEST_F(ProgramTool, ControlCharactersDoNotReachTheTerminal) {
   const Result result = Run("info $(printf 'a\\033[31mb\\302\\233c\\177')");
   EXPECT_NE(result.err.find("a\\u001b[31mb\\u009bc\\u007f"), std::string::npos) << result.err;

@@ -18,8 +18,8 @@ namespace umlauf::tool {
 namespace {
 
 struct SettingsOptions {
-  std::string file;  ///< empty = the application's database
-  std::string path;  ///< of the entry; for list what all paths begin with
+  std::optional<std::string> file;  ///< without one the application's database
+  std::string path;                 ///< of the entry; for list what all paths begin with
   std::optional<int> index;
   std::vector<int> values;
   bool json = false;
@@ -31,14 +31,16 @@ using Values = std::vector<std::pair<int, int>>;
 class Database {
  public:
   Database(const SettingsOptions& options, CResourceSea::Access access) {
-    const CString path = options.file.empty() ? CSeaBase::ApplicationPath() : CString::FromUtf8(options.file);
+    if (options.file && options.file->empty())
+      FailUsage("--file: the name is empty; name a file, or leave it out");
+    const CString path = options.file ? CString::FromPath(*options.file) : CSeaBase::ApplicationPath();
     if (path.IsEmpty()) Fail("there is no place for settings; name one with --file or UMLAUF_SETTINGS");
     std::error_code ignored;
-    if (access == CResourceSea::Access::readOnly && !std::filesystem::exists(path.ToUtf8(), ignored)) {
+    if (access == CResourceSea::Access::readOnly && !std::filesystem::exists(path.ToPath(), ignored)) {
       Fail("there are no settings in {} yet; make some with umlauf settings set, or name another file",
            path.ToUtf8());
     }
-    if (options.file.empty() && access == CResourceSea::Access::readWrite) {
+    if (!options.file && access == CResourceSea::Access::readWrite) {
       sea_ = &CSeaBase::ApplicationSea();
     } else {
       own_.Open(path, access);
@@ -63,7 +65,9 @@ class Database {
 
 CString EntryPath(const SettingsOptions& options) {
   if (options.path.empty()) FailUsage("the path of an entry is not empty; give one, as umlauf settings list");
-  return CString::FromUtf8(options.path);
+  const CString path = CString::FromUtf8(options.path);
+  if (path.ToUtf8() != options.path) FailUsage("the path {} is no UTF-8 text", path.ToUtf8());
+  return path;
 }
 
 std::string Json(const Values& values) {
@@ -152,7 +156,9 @@ void AddSettingsCommand(CLI::App& app) {
   CLI::App* get = takesIndex(needsPath(add("get", "Prints the values of an entry", RunGet)), "only this one");
   CLI::App* set =
       takesIndex(needsPath(add("set", "Sets values of an entry", RunSet)), "of the first one (0)");
-  set->add_option("values", options->values, "whole numbers of 32 bits")->required();
+  set->add_option("values", options->values, "whole numbers of 32 bits")
+      ->required()
+      ->transform(WholeNumber(std::numeric_limits<int>::min(), std::numeric_limits<int>::max()));
   needsPath(add("remove", "Removes an entry with all its values", RunRemove));
   CLI::App* list = add("list", "Prints all entries", RunList);
   list->add_option("path", options->path, "what their paths begin with");

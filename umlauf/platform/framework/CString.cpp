@@ -76,3 +76,7 @@ void CString::FormatV(const wchar_t* format, std::initializer_list<FormatArg> ar
     text_ = format;
   }
 }
+
+CString CString::FromPath(std::string_view path) { return CString(codepages::NameToWide(path)); }
+
+std::string CString::ToPath() const { return codepages::WideToName(text_); }

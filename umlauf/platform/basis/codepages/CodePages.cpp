@@ -7,6 +7,8 @@ namespace umlauf::codepages {
 namespace {
 
 constexpr char32_t kReplacement = 0xFFFD;
+/// Where the bytes of names lie that are no characters: surrogates, which no text holds alone.
+constexpr char32_t kLoneByte = 0xDC00;
 
 // Characters of 0x80 to 0x9F in code page 1252; 0 marks the bytes that have none.
 constexpr std::array<char16_t, 32> kCp1252 = {0x20AC, 0,      0x201A, 0x0192, 0x201E, 0x2026, 0x2020, 0x2021,
@@ -75,6 +77,37 @@ std::string WideToUtf8(std::wstring_view wide) {
   utf8.reserve(wide.size());
   for (const wchar_t c : wide) EncodeUtf8(static_cast<char32_t>(c), utf8);
   return utf8;
+}
+
+std::wstring NameToWide(std::string_view name) {
+  std::wstring wide;
+  wide.reserve(name.size());
+  for (std::size_t at = 0; at < name.size();) {
+    const std::size_t first = at;
+    const char32_t c = DecodeUtf8(name, at);
+    if (c != kReplacement || name.substr(first, at - first) == "\xEF\xBF\xBD") {
+      wide += static_cast<wchar_t>(c);
+      continue;
+    }
+    for (const char byte : name.substr(first, at - first)) {
+      wide += static_cast<wchar_t>(kLoneByte + static_cast<unsigned char>(byte));
+    }
+  }
+  return wide;
+}
+
+std::string WideToName(std::wstring_view wide) {
+  std::string name;
+  name.reserve(wide.size());
+  for (const wchar_t each : wide) {
+    const auto c = static_cast<char32_t>(each);
+    if (c >= kLoneByte + 0x80 && c <= kLoneByte + 0xFF) {
+      name += static_cast<char>(static_cast<unsigned char>(c - kLoneByte));
+    } else {
+      EncodeUtf8(c, name);
+    }
+  }
+  return name;
 }
 
 std::wstring Cp1252ToWide(std::string_view ansi) {

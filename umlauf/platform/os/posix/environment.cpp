@@ -9,8 +9,8 @@
 
 namespace umlauf::os {
 
-using codepages::Utf8ToWide;
-using codepages::WideToUtf8;
+using codepages::NameToWide;
+using codepages::WideToName;
 
 namespace {
 
@@ -23,7 +23,7 @@ bool IsFolder(const std::string& path) {
 
 std::wstring Environment(const char* name) {
   const char* const value = std::getenv(name);
-  return value != nullptr ? Utf8ToWide(value) : std::wstring();
+  return value != nullptr ? NameToWide(value) : std::wstring();
 }
 
 std::wstring UserConfigFolder() {
@@ -32,13 +32,13 @@ std::wstring UserConfigFolder() {
   std::wstring home = Environment("HOME");
   if (home.empty()) {
     const passwd* const user = getpwuid(getuid());
-    if (user != nullptr && user->pw_dir != nullptr) home = Utf8ToWide(user->pw_dir);
+    if (user != nullptr && user->pw_dir != nullptr) home = NameToWide(user->pw_dir);
   }
   return home.empty() ? home : home + L"/.config";
 }
 
 bool CreateFolders(const std::wstring& path) {
-  const std::string name = WideToUtf8(path);
+  const std::string name = WideToName(path);
   for (std::size_t end = name.find('/', 1); end != std::string::npos; end = name.find('/', end + 1)) {
     mkdir(name.substr(0, end).c_str(), 0700);
   }

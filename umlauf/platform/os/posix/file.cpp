@@ -7,7 +7,7 @@
 
 namespace umlauf::os {
 
-using codepages::WideToUtf8;
+using codepages::WideToName;
 
 namespace {
 
@@ -65,7 +65,7 @@ const char* StdioMode(const OpenMode& mode, bool exists) {
 }  // namespace
 
 std::unique_ptr<File> File::Open(const std::wstring& path, const OpenMode& mode) {
-  const std::string name = WideToUtf8(path);
+  const std::string name = WideToName(path);
   struct stat info {};
   const bool exists = stat(name.c_str(), &info) == 0;
   if ((exists && S_ISDIR(info.st_mode)) || (!exists && !(mode.write && mode.create))) return nullptr;

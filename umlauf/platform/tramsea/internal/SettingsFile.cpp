@@ -2,15 +2,22 @@
 
 #include <sqlite3.h>
 
+#include <algorithm>
 #include <limits>
+#include <thread>
+#include <utility>
 
 #include "umlauf/platform/tramsea/PrWin.h"
 
 namespace umlauf::sea {
 namespace {
 
+using namespace std::chrono_literals;
+
 /// How long a call waits for other processes.
-constexpr int kPatienceMs = 10'000;
+constexpr auto kPatience = 10s;
+/// Greatest and least time between two looks at a file that another process has.
+constexpr std::chrono::microseconds kLongPause = 4ms, kShortPause = 500us;
 
 // What marks a SQLite file as a settings database: "UMLF", and the version of its table.
 constexpr const char* kIdentity = "1431129158";
@@ -82,16 +89,20 @@ std::string Statement::Text(int column) const {
 
 std::unique_ptr<SettingsFile> SettingsFile::Open(const CString& path, bool writable) {
   std::unique_ptr<SettingsFile> file(new SettingsFile(path));
-  if (!file->Connect(writable) || !file->CheckIdentity() || !file->Prepare()) return nullptr;
+  if (!file->Connect(writable) || !file->CheckIdentity()) return nullptr;
   return file;
 }
 
 SettingsFile::~SettingsFile() {
+  DropStatements();
+  sqlite3_close_v2(connection_);
+}
+
+void SettingsFile::DropStatements() {
   readValues_.reset();
   readPaths_.reset();
   write_.reset();
   remove_.reset();
-  sqlite3_close_v2(connection_);
 }
 
 bool SettingsFile::Refuse(const wchar_t* why) const {
@@ -108,10 +119,29 @@ bool SettingsFile::Connect(bool writable) {
   if (path_.IsEmpty()) return Refuse(L"no file is named");
   // A reader, too, opens for writing where it may: it has to undo what a killed writer left half done.
   const int flags = SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX | (writable ? SQLITE_OPEN_CREATE : 0);
-  const int result = sqlite3_open_v2(path_.ToUtf8().c_str(), &connection_, flags, nullptr);
+  const std::string name = path_.ToPath();
+  sqlite3_vfs* const files = sqlite3_vfs_find(nullptr);
+  int exists = 0;
+  fileIsNew_ = writable &&
+               files->xAccess(files, name.c_str(), SQLITE_ACCESS_READWRITE, &exists) == SQLITE_OK &&
+               exists == 0;
+  const int result = sqlite3_open_v2(name.c_str(), &connection_, flags, nullptr);
   if (result != SQLITE_OK) return Failed(L"cannot open");
-  sqlite3_busy_timeout(connection_, kPatienceMs);
+  sqlite3_busy_handler(
+      connection_,
+      [](void* file, int count) { return static_cast<SettingsFile*>(file)->Wait(count) ? 1 : 0; }, this);
   readOnly_ = !writable || sqlite3_db_readonly(connection_, "main") == 1;
+  return true;
+}
+
+bool SettingsFile::Wait(int count) {
+  const auto now = std::chrono::steady_clock::now();
+  if (count == 0) waitingSince_ = now;
+  const auto waited = now - waitingSince_;
+  if (waited >= kPatience) return false;
+  contended_ = true;
+  // Who has waited longer looks more often, and so comes first.
+  std::this_thread::sleep_for(std::max(kShortPause, kLongPause / (1 + waited / 100ms)));
   return true;
 }
 
@@ -129,21 +159,37 @@ bool SettingsFile::CheckIdentity() {
       !Query("PRAGMA user_version", version)) {
     return Failed(L"cannot read");
   }
-  if (identity == "0" && tables == "0" && !readOnly_) return CreateTable();
+  if (identity == "0" && tables == "0") return true;
   if (identity != kIdentity) return Refuse(L"the file is no settings database; it was left as it is");
   if (version != kVersion) return Refuse(L"the file was written by a later version; it was left as it is");
   if (!Query("PRAGMA quick_check(1)", check)) return Failed(L"cannot read");
-  return check == "ok" || Refuse(L"the file is damaged; it was left as it is");
+  return check == "ok" ? FindTable() : Refuse(L"the file is damaged; it was left as it is");
+}
+
+bool SettingsFile::FindTable() {
+  if (readValues_) return true;
+  std::string identity;
+  if (!Query("PRAGMA application_id", identity)) return Failed(L"cannot read");
+  return identity != kIdentity || Prepare();
 }
 
 bool SettingsFile::CreateTable() {
-  if (!Begin()) return false;
-  // Another process may have been faster.
-  std::string identity;
-  const bool done = (Query("PRAGMA application_id", identity) && identity == kIdentity) ||
-                    sqlite3_exec(connection_, kCreate, nullptr, nullptr, nullptr) == SQLITE_OK;
-  if (!done) Failed(L"cannot create");
-  return End(done) && done;
+  tableIsNew_ = true;
+  return (sqlite3_exec(connection_, kCreate, nullptr, nullptr, nullptr) == SQLITE_OK ||
+          Failed(L"cannot create")) &&
+         Prepare();
+}
+
+void SettingsFile::RemoveEmptyFile() {
+  // No other process is in the middle of making it a database while this lock is held. One that begins
+  // afterwards finds that its file has gone, and fails.
+  if (sqlite3_exec(connection_, "BEGIN EXCLUSIVE", nullptr, nullptr, nullptr) != SQLITE_OK) return;
+  const std::string name = path_.ToPath();
+  sqlite3_vfs* const files = sqlite3_vfs_find(nullptr);
+  int content = 1;  // to SQLite a file of no bytes does not exist
+  const bool known = files->xAccess(files, name.c_str(), SQLITE_ACCESS_EXISTS, &content) == SQLITE_OK;
+  if (known && content == 0) files->xDelete(files, name.c_str(), 0);
+  sqlite3_exec(connection_, "ROLLBACK", nullptr, nullptr, nullptr);
 }
 
 bool SettingsFile::Prepare() {
@@ -161,6 +207,8 @@ bool SettingsFile::Prepare() {
 
 bool SettingsFile::ReadValues(const std::string& path, std::int64_t first, std::int64_t end,
                               const TakeValue& take) {
+  if (!FindTable()) return false;
+  if (!readValues_) return true;
   const bool read = readValues_->Bind(1, path).Bind(2, first).Bind(3, end).Run([&take](const Statement& row) {
     const auto index = row.Number(0);
     const auto value = row.Number(1);
@@ -171,6 +219,8 @@ bool SettingsFile::ReadValues(const std::string& path, std::int64_t first, std::
 }
 
 bool SettingsFile::ReadPaths(const std::string& prefix, const std::function<void(std::string)>& take) {
+  if (!FindTable()) return false;
+  if (!readPaths_) return true;
   const bool read = readPaths_->Bind(1, prefix).Run([&](const Statement& row) {
     std::string path = row.Text(0);
     if (!path.starts_with(prefix)) return false;
@@ -182,19 +232,29 @@ bool SettingsFile::ReadPaths(const std::string& prefix, const std::function<void
 
 bool SettingsFile::Begin() {
   if (readOnly_) return Refuse(L"cannot write: it may only be read");
+  // Gives way to those who waited while this object had the file: it would be faster than they every time.
+  if (contended_) std::this_thread::sleep_for(kLongPause + kShortPause);
+  contended_ = false;
   // Taking the write lock at once spares two writers that read first from waiting for each other.
-  return sqlite3_exec(connection_, "BEGIN IMMEDIATE", nullptr, nullptr, nullptr) == SQLITE_OK ||
-         Failed(L"cannot write");
+  if (sqlite3_exec(connection_, "BEGIN IMMEDIATE", nullptr, nullptr, nullptr) != SQLITE_OK) {
+    return Failed(L"cannot write");
+  }
+  return FindTable() && (readValues_ || CreateTable());
 }
 
 bool SettingsFile::End(bool commit) {
-  if (commit && sqlite3_exec(connection_, "COMMIT", nullptr, nullptr, nullptr) == SQLITE_OK) return true;
-  if (commit) Failed(L"cannot write");
+  const bool done = commit && sqlite3_exec(connection_, "COMMIT", nullptr, nullptr, nullptr) == SQLITE_OK;
+  if (commit && !done) Failed(L"cannot write");
   // SQLite has taken it back already when the disk was full or failed.
-  if (sqlite3_get_autocommit(connection_) == 0) {
+  if (!done && sqlite3_get_autocommit(connection_) == 0) {
     sqlite3_exec(connection_, "ROLLBACK", nullptr, nullptr, nullptr);
   }
-  return !commit;
+  if (!done && std::exchange(tableIsNew_, false)) {
+    DropStatements();
+    if (fileIsNew_) RemoveEmptyFile();
+  }
+  tableIsNew_ = false;
+  return done || !commit;
 }
 
 bool SettingsFile::Write(const std::string& path, int first, std::span<const int> values) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -38,7 +39,8 @@ class Statement {
   sqlite3_stmt* statement_ = nullptr;
 };
 
-/// One open settings file. What fails is noted in the log. One thread at a time.
+/// One open settings file. An empty file is one without entries; the first write makes it a database. What
+/// fails is noted in the log. One thread at a time.
 class SettingsFile {
  public:
   /// Null when it cannot be opened, is damaged, or is something else.
@@ -66,8 +68,15 @@ class SettingsFile {
   explicit SettingsFile(const CString& path) : path_(path) {}
   bool Connect(bool writable);
   bool CheckIdentity();
+  /// Prepares the statements once there is a table, which another process may have made.
+  bool FindTable();
   bool CreateTable();
   bool Prepare();
+  void DropStatements();
+  /// Takes away the empty file that a first write left behind when it failed.
+  void RemoveEmptyFile();
+  /// Called while another process has the file, for the `count`-th time in a row; false gives up.
+  bool Wait(int count);
   /// First column of the first row.
   bool Query(const char* sql, std::string& result);
   bool Refuse(const wchar_t* why) const;
@@ -75,8 +84,12 @@ class SettingsFile {
 
   CString path_;
   bool readOnly_ = false;
+  bool fileIsNew_ = false;   // this object has created it
+  bool tableIsNew_ = false;  // made by the transaction under way
+  bool contended_ = false;   // the last transaction had to wait for others
+  std::chrono::steady_clock::time_point waitingSince_;
   sqlite3* connection_ = nullptr;
-  std::unique_ptr<Statement> readValues_;
+  std::unique_ptr<Statement> readValues_;  // null while there is no table; so are the others
   std::unique_ptr<Statement> readPaths_;
   std::unique_ptr<Statement> write_;
   std::unique_ptr<Statement> remove_;
