@@ -38,7 +38,8 @@ class Statement {
   sqlite3_stmt* statement_ = nullptr;
 };
 
-/// One open settings file. What fails is noted in the log. One thread at a time.
+/// One open settings file. What fails is noted in the log; where there is no memory, std::bad_alloc is
+/// thrown. One thread at a time.
 class SettingsFile {
  public:
   /// Null when it cannot be opened, is damaged, or is something else.
