@@ -2,34 +2,12 @@
 
 #include <cmath>
 
-<<<<<<< HEAD
 #include "umlauf/signal/CurveSpan.h"
-=======
-#include "umlauf/signal/SigCurve.h"
->>>>>>> cdd1073 (Let nothing but the list's one exception cross the interface)
 
 namespace VisData {
 namespace {
 
-<<<<<<< HEAD
 SVisDataAxis AxisOf(const CurveSpan& span) { return {span.xMin, span.xMax}; }
-=======
-/// The samples of a curve that are drawn, with their part of the axis.
-struct Span {
-  const float* samples = nullptr;
-  std::uint64_t length = 0;
-  SVisDataAxis axis;
-};
-
-Span SpanOf(const CSigCurve& curve) {
-  const auto length = static_cast<std::int64_t>(curve.DLen());
-  const auto [first, count] = curve.ValidSamples();
-  if (count == 0) return {};
-  const std::int64_t end = first + count;
-  const float xEnd = end == length ? curve.XMax() : curve.GetPoint(end);
-  return {curve.FData() + first, static_cast<std::uint64_t>(count), {curve.GetPoint(first), xEnd}};
-}
->>>>>>> cdd1073 (Let nothing but the list's one exception cross the interface)
 
 void TakeHeader(const CSignal& from, CVisDataItem& to) {
   to.SetName(from.Name());
