@@ -11,7 +11,7 @@ foreach(file IN LISTS TABLES)
   string(APPEND arrays "constexpr char ${language}[] = {${bytes}};\n")
   string(APPEND tables "    {\"${language}\", {${language}, sizeof ${language}}},\n")
 endforeach()
-file(WRITE "${OUTPUT}" "#include \"umlauf/resources/StringTables.h\"
+file(WRITE "${OUTPUT}" "#include \"umlauf/resources/internal/StringTables.h\"
 
 namespace {
 
@@ -21,7 +21,7 @@ ${tables}};
 
 }  // namespace
 
-const CResourceModule& umlauf::LibraryResources() {
+const CResourceModule& umlauf::resources::EmbeddedTables() {
   static constexpr CResourceModule module{tables};
   return module;
 }

@@ -4,6 +4,7 @@
 
 #include <array>
 #include <climits>
+#include <iomanip>
 #include <locale>
 #include <random>
 #include <sstream>
@@ -66,6 +67,16 @@ TEST(Clavis, TextRoundTripsWhateverTheStreamIsSetTo) {
   EXPECT_TRUE(text >> first >> second);
   EXPECT_EQ(first, key);
   EXPECT_EQ(second, CClavis());
+}
+
+TEST(Clavis, AWidthIsThatOfTheWholeKey) {
+  const CClavis key(1, 2, 3, -1, -1, 7);
+  std::ostringstream out;
+  std::wostringstream wide;
+  out << std::setw(18) << std::setfill('.') << key << 5;
+  wide << std::left << std::setw(16) << key << L'|';
+  EXPECT_EQ(out.str(), ".....1 2 3 -1 -1 75");
+  EXPECT_TRUE(wide.str() == L"1 2 3 -1 -1 7   |");
 }
 
 TEST(Clavis, MalformedTextFailsTheStreamAndKeepsTheKey) {

@@ -13,7 +13,7 @@
 #include "umlauf/keys/TramonStrings.h"
 #include "umlauf/platform/basis/CLibMgr.h"
 #include "umlauf/platform/basis/CSwitchResourceDefault.h"
-#include "umlauf/resources/StringTables.h"
+#include "umlauf/resources/LibraryTexts.h"
 
 namespace {
 

@@ -127,6 +127,17 @@ CClavisSet RandomSet(std::mt19937& random) {
   return set;
 }
 
+TEST(ClavisSet, OneKindHoldsAllValues) {
+  CClavisSet set;
+  set.insertElement(Clavis::qChannel, Clavis::notSet);
+  set.insertElement(Clavis::qSensor, 4);
+  set.insertElement(Clavis::fieldCount, 4);  // no field of a key
+  EXPECT_TRUE(set.contains(Clavis::qChannel, 17));
+  EXPECT_TRUE(set.contains(Clavis::qSensor, 4));
+  EXPECT_FALSE(set.contains(Clavis::qSensor, 17));
+  EXPECT_FALSE(set.contains(Clavis::qLocation, 17));
+}
+
 TEST(ClavisSet, OperationsAgreeWithContainmentOfEveryValue) {
   std::mt19937 random(4);
   for (int run = 0; run < 500; ++run) {

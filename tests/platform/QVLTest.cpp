@@ -126,6 +126,20 @@ TEST_P(QVLKernels, LongSumsStayAccurate) {
   }
 }
 
+TEST(QVL, MeansOfOneOfManyChannelsKeepTheirDigits) {
+  constexpr std::size_t frames = 10'000'000;
+  std::vector<float> x(2 * frames);
+  double sum = 0, squares = 0;
+  for (std::size_t i = 0; i < frames; ++i) {
+    x[2 * i] = 1500.0f + static_cast<float>(i % 1025) / 1000.0f;
+    sum += double(x[2 * i]);
+    squares += double(x[2 * i]) * double(x[2 * i]);
+  }
+  EXPECT_NEAR(double(QVL::VectorMean(x.data(), frames, 2)), sum / frames, 1e-3);
+  EXPECT_NEAR(double(QVL::VectorMeanMagnitude(x.data(), frames, 2)), sum / frames, 1e-3);
+  EXPECT_NEAR(double(QVL::VectorMeanSquare(x.data(), frames, 2)), squares / frames, 1.0);
+}
+
 TEST_P(QVLKernels, LevelsAddAsPowers) {
   const struct {
     std::vector<float> levels;

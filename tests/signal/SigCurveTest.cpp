@@ -167,6 +167,10 @@ TEST(SigCurve, SquaresRootsAndLevelsCarryTheUnit) {
   power = 100.0f;
   power.SetYUnit(U(U::volt, 0, 0));
   EXPECT_EQ(Text(power.Log(1)), "0...3: 40 40 40");  // no power is power 1
+
+  CSigCurve odd = Curve({1, -0.0f, NAN}, 0, 3);
+  odd.SetYUnit(L"V^-1");
+  EXPECT_EQ(Text(odd.Log(1.0f)), "0...3: 0 0 nan");  // a level of 0 has no sign
 }
 
 TEST(SigCurve, MirrorAppendAndFit) {

@@ -57,6 +57,11 @@ inline void ExpectStandardAnswers(CComboBoxControl& control) {
       {CB_SETCURSEL, 2, 0, 2},
       {CB_SETCURSEL, 3, 0, CB_ERR},
       {CB_GETCURSEL, 0, 0, -1},
+      {CB_ADDSTRING, 0, text(L"Ölförderung Žďár, Ρυθμός, Обороты"), 3},
+      {CB_FINDSTRINGEXACT, none, text(L"öLFÖRDERUNG žĎÁR, ρΥΘΜός, оБОРОТЫ"), 3},
+      {CB_FINDSTRING, none, text(L"öl"), 3},
+      {CB_FINDSTRING, none, text(L"ol"), CB_ERR},
+      {CB_DELETESTRING, 3, 0, 3},
       {0x9999, 0, 0, 0},
   });
   for (std::size_t i = 0; i < turns.size(); ++i) {

@@ -49,6 +49,24 @@ TEST(TimeCapsule, ExtendsNarrowCounters) {
   }
 }
 
+TEST(TimeMachine, OneThatWasMovedFromHasNoMaster) {
+  CTimeCapsule capsule = CTimeCapsule::ForCounter(32, 0, Readings({7}));
+  CTimeMachine from(1.0f), to(2.0f);
+  from.add({&capsule, true});
+  from.poll();
+  to = std::move(from);
+  EXPECT_EQ(to.get_time(), 7);
+  EXPECT_EQ(to.resolution(), 1.0f);
+  EXPECT_EQ(from.get_time(), -1);
+  EXPECT_TRUE(from.empty());
+  CTimeCapsule other;
+  from.add({&other, false});  // must not become the master of before
+  EXPECT_EQ(from.get_time(), -1);
+  const CTimeMachine last(std::move(to));
+  EXPECT_EQ(last.get_time(), 7);
+  EXPECT_EQ(to.get_time(), -1);
+}
+
 TEST(TimeCapsule, TimeWrapsInsteadOfOverflowing) {
   CTimeCapsule capsule;
   capsule.extended_count = std::numeric_limits<std::int64_t>::max();

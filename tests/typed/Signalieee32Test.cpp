@@ -50,6 +50,14 @@ TEST(Signalieee32, RangesThatAreNotInTheBlockAreCutOrEmpty) {
   EXPECT_THAT(none.YRange(), Pair(0.0f, 0.0f));
 }
 
+TEST(Signalieee32, TakesOverATypedSignal) {
+  const CTypedSignal<float> typed = Signal(1, {3}, 2, {1, -4, -2, 0, 3, 2});
+  CSignalieee32 s;
+  s = typed;
+  EXPECT_EQ(s.SumSquares(), 34.0f);
+  EXPECT_TRUE(s.Description() == typed.Description());
+}
+
 TEST(Signalieee32, OperationsInPlace) {
   using S = CSignalieee32;
   const S other = Signal(1, {1}, 3, {2, -9, 30});  // shorter: the last sample has no partner

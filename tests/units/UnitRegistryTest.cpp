@@ -1,6 +1,7 @@
 #include <gmock/gmock.h>
 
 #include <array>
+#include <cstdlib>
 #include <set>
 #include <string>
 #include <thread>
@@ -49,10 +50,30 @@ TEST(UnitRegistry, RegistersWhenSwitchedOnAndWarnsWhenAskedUntilItIsFull) {
   EXPECT_EQ(U(L"Zoll/Tag").unit(), 31u);
 }
 
-TEST(UnitRegistry, ALogSinkMayUseUnits) {
-  const PrWin::Sink before = PrWin::SetSink([](int, int, const CString&) { U(L"rpm"); });
+TEST(UnitRegistry, ALogSinkMayUseTheLibrary) {
+  int calls = 0;
+  const PrWin::Sink counting = [&calls](int, int, const CString&) { ++calls; };
+  const PrWin::Sink before = PrWin::SetSink([&](int, int, const CString&) {
+    ++calls;
+    U(L"another unit that nobody knows");  // is told to standard error
+    PrWin::Output(PrWin::note, L"a message from within the sink\n");
+    PrWin::SetSink(counting);
+  });
+  testing::internal::CaptureStderr();
   EXPECT_TRUE(!U(L"furlong"));
+  EXPECT_THAT(testing::internal::GetCapturedStderr(),
+              testing::AllOf(testing::HasSubstr("nobody knows"), testing::HasSubstr("within the sink")));
+  EXPECT_EQ(calls, 1);
+  PrWin::Output(PrWin::note, L"to the next sink\n");
+  EXPECT_EQ(calls, 2);
   PrWin::SetSink(before);
 }
+
+// Made before the registry, so that it goes after everything that is destroyed at the end.
+struct UsesUnitsAtTheEnd {
+  ~UsesUnitsAtTheEnd() {
+    if (U(L"kV").prefixstring() != L"GV") std::_Exit(EXIT_FAILURE);
+  }
+} const g_usesUnitsAtTheEnd;
 
 }  // namespace

@@ -1,9 +1,13 @@
 #include "tools/simulate/EncoderSimulator.h"
 
+#include <fmt/format.h>
+
 #include <algorithm>
+#include <string>
 #include <utility>
 
 #include "tools/Error.h"
+#include "umlauf/encoder/EncoderWord.h"
 #include "umlauf/encoder/QuadratureDecoder.h"
 #include "umlauf/platform/vekta/numeric.h"
 
@@ -14,25 +18,18 @@ using Mode = EncoderFormat::Mode;
 
 /// Parts of a sample in which words of a mode tell when an edge came.
 unsigned Resolution(Mode mode, double rate) {
-  constexpr unsigned counterTime = 2048;
-  if (mode == Mode::tisQuadrature || mode == Mode::tisQuadratureFourfold) return counterTime;
+  if (mode == Mode::tisQuadrature || mode == Mode::tisQuadratureFourfold) return EncoderWord::timeRange;
   const auto whole = numeric::trunc_sat<unsigned>(rate);
   if (mode != Mode::tisStandard) return CQuadratureDecoder::Subsamples(whole, true);
-  // Ticks of the input's clock.
-  for (const auto& [each, ticks] : {std::pair{24000u, 256u},
-                                    {25000u, 256u},
-                                    {48000u, 256u},
-                                    {50000u, 256u},
-                                    {96000u, 128u},
-                                    {100000u, 128u},
-                                    {192000u, 64u},
-                                    {200000u, 64u}}) {
-    if (each == whole) return ticks;
+  const EncoderWord::Clock* const clock = EncoderWord::ClockFor(whole);
+  if (clock != nullptr && clock->TicksPerSample() <= EncoderWord::standardTicks)
+    return clock->TicksPerSample();
+  std::string rates;
+  for (const EncoderWord::Clock& each : EncoderWord::clocks) {
+    if (each.TicksPerSample() > EncoderWord::standardTicks) continue;
+    rates += fmt::format("{}{}", rates.empty() ? "" : ", ", each.sampleRate);
   }
-  FailUsage(
-      "--rate {:g}: --encoder 1 has no clock for it; give 24000, 25000, 48000, 50000, 96000, 100000, "
-      "192000 or 200000",
-      rate);
+  FailUsage("--rate {:g}: --encoder 1 has no clock for it; give one of {}", rate, rates);
 }
 
 }  // namespace
@@ -70,11 +67,14 @@ ULONG EncoderSimulator::Word() {
     ++edges;
     time_ = std::min(numeric::trunc_sat<unsigned>(part * resolution_), resolution_ - 1);
   }
-  if (format_.counts()) return static_cast<ULONG>(count_ << 16) | time_ << 1;
+  const ULONG time = time_ << EncoderWord::timeShift;
+  if (format_.counts()) return static_cast<ULONG>(count_ << EncoderWord::counterShift) | time;
   if (edges == 0) return 0;
   const ULONG half =
-      format_.mode == Mode::tisStandard ? time_ << 8 | 0xA0 : std::min<ULONG>(edges, 14) << 12 | time_ << 1;
-  return lowWord_ ? half : half << 16;
+      format_.mode == Mode::tisStandard
+          ? time_ << EncoderWord::standardTimeShift | EncoderWord::standardEdge
+          : std::min(edges, EncoderWord::edgeCountError - 1) << EncoderWord::edgeCountShift | time;
+  return lowWord_ ? half : half << EncoderWord::halfShift;
 }
 
 }  // namespace umlauf::tool

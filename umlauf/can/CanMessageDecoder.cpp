@@ -5,34 +5,22 @@
 #include <clocale>
 #include <new>
 
-#include "umlauf/platform/basis/CLibMgr.h"
-#include "umlauf/platform/basis/CSwitchResourceDefault.h"
+#include "umlauf/platform/memory/WithoutMemory.h"
 #include "umlauf/platform/tramsea/PrWin.h"
 #include "umlauf/platform/ui/UserInterface.h"
-#include "umlauf/resources/StringTables.h"
+#include "umlauf/resources/LibraryTexts.h"
 
 namespace {
 
 constexpr auto kDemoFactor = std::bit_cast<float>(0x3EA0EA0Fu);
 constexpr wchar_t kXmlFiles[] = L"*.xml";
-// Ids in the string table.
-constexpr unsigned kDialogTitle = 101, kDialogFilter = 102;
 
 /// Runs what may allocate; false, with a note, when there was no memory.
 template <class Action>
 bool Allocates(Action action) {
-  try {
-    action();
-    return true;
-  } catch (const std::bad_alloc&) {
-    PrWin::Output(PrWin::note, L"CAN decoder: out of memory\n");
-    return false;
-  }
-}
-
-CString LibraryText(unsigned id) {
-  const CSwitchResourceDefault library(umlauf::LibraryResources());
-  return CLibMgr::LoadStringW(id);
+  if (umlauf::HadMemory(action)) return true;
+  PrWin::Output(PrWin::note, L"CAN decoder: out of memory\n");
+  return false;
 }
 
 }  // namespace
@@ -111,10 +99,10 @@ void CCanMessageDecoderBase::AddResult(int id, double value) {
 
 bool CCanMessageDecoderBase::AskForDecoderXmlFile(CString& path) {
   OpenFileDialog dialog;
-  dialog.title = LibraryText(kDialogTitle);
+  dialog.title = umlauf::LibraryText(TextId::decoderFileTitle);
   dialog.folder = L".";
   dialog.fileName = dialog.defaultExtension = kXmlFiles;
-  dialog.filter = LibraryText(kDialogFilter);
+  dialog.filter = umlauf::LibraryText(TextId::decoderFileFilter);
   CString chosen;
   const bool confirmed = CUserInterface::Get().AskForFile(dialog, chosen);
   std::setlocale(LC_NUMERIC, "C");

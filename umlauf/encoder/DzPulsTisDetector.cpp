@@ -4,6 +4,7 @@
 #include <bit>
 #include <cmath>
 
+#include "umlauf/encoder/EncoderWord.h"
 #include "umlauf/encoder/internal/WordScan.h"
 #include "umlauf/platform/framework/CString.h"
 #include "umlauf/platform/ui/UserInterface.h"
@@ -12,42 +13,10 @@
 
 namespace {
 
-using umlauf::speed::ForEachMarked;
+using umlauf::encoder::ForEachMarked;
 
 // Words of a quadrature stream that are decoded at a time, so that the events stay in the cache.
 constexpr std::uint64_t kChunk = 4096;
-
-constexpr ULONG kEdgeBit = 0x80;  // together with the bit two below
-constexpr ULONG kErrorBit = 0x40;
-constexpr ULONG kEdgeCountMask = 0xF000;
-constexpr ULONG kPositionMask = 0x7FF;
-constexpr ULONG kCounterMask = 0xFFFF0000u;
-constexpr ULONG kErrorEdgeCount = 15;
-
-/// Seconds per tick of the clock that goes with a sample rate; 0 when there is none.
-double TickLength(unsigned sampleRate) {
-  switch (sampleRate) {
-    case 50000:
-    case 100000:
-    case 200000:
-      return 7.8125e-08;
-    case 12000:
-    case 24000:
-      return 1.6276e-07;
-    case 12500:
-    case 25000:
-      return 1.5625e-07;
-    case 48000:
-    case 96000:
-    case 192000:
-      return 8.138021e-08;
-    default:
-      return 0.0;
-  }
-}
-
-/// Not 0 when bits 7 and 5 of the half at `shift` are set.
-ULONG StandardEdge(ULONG word, unsigned shift) { return word & (word << 2) & (kEdgeBit << shift); }
 
 /// Sub-samples in samples, rounded up; sub-samples per sample are a power of two.
 std::int64_t WholeSamplesUp(std::int64_t time, unsigned subsamples) {
@@ -126,8 +95,8 @@ unsigned CDzPulsTisDetector::PulseSuchen(const ULONG* samples, std::uint64_t cou
 
 unsigned CDzPulsTisDetector::PulseSuchenStandardTis(const ULONG* words, std::uint64_t count, unsigned stride,
                                                     CDzPulsListe& list) {
-  const double tickLength = TickLength(sampleRate_);
-  if (tickLength == 0.0) {
+  const EncoderWord::Clock* const clock = EncoderWord::ClockFor(sampleRate_);
+  if (clock == nullptr) {
     CString message;
     message.Format(
         L"CDzPulsTisDetector::PulseSuchenStandardTis(): unsupported sampling rate %u for signal id %d.",
@@ -138,7 +107,7 @@ unsigned CDzPulsTisDetector::PulseSuchenStandardTis(const ULONG* words, std::uin
   list.SetPulseProUmdr(static_cast<float>(pulsesPerRev_));
 
   const unsigned shift = Shift();
-  const double samplesPerTick = tickLength * static_cast<double>(sampleRate_);
+  const double samplesPerTick = clock->tickLength * static_cast<double>(sampleRate_);
   const double revPerEdge = static_cast<double>(pulsesPerRev_) / static_cast<double>(divider_);
   // Signed: where times lie past their samples, an edge can lie before the one before it.
   const std::int64_t minimum = std::max<std::int64_t>(minSamples_, allowZeroLength_ ? 0 : 1);
@@ -149,11 +118,12 @@ unsigned CDzPulsTisDetector::PulseSuchenStandardTis(const ULONG* words, std::uin
   std::int64_t pulseStart = 0;  // sample in which the pulse in progress began, in this block
   unsigned errors = 0;
   ForEachMarked(
-      words, count, stride, 0, [=](ULONG word, ULONG) { return StandardEdge(word, shift); },
+      words, count, stride, 0, [=](ULONG word, ULONG) { return EncoderWord::StandardEdge(word, shift); },
       [&](std::uint64_t i, ULONG word) {
-        const ULONG half = (word >> shift) & 0xFFFF;
-        errors += (half & kErrorBit) != 0 ? 1 : 0;
-        const double edge = static_cast<double>(half >> 8) * samplesPerTick + static_cast<double>(i);
+        const ULONG half = (word >> shift) & EncoderWord::halfMask;
+        errors += (half & EncoderWord::standardError) != 0 ? 1 : 0;
+        const double edge = static_cast<double>(half >> EncoderWord::standardTimeShift) * samplesPerTick +
+                            static_cast<double>(i);
         carry += edge - lastEdge;
         lastEdge = edge;
         if (--countdown != 0) return;
@@ -194,13 +164,16 @@ unsigned CDzPulsTisDetector::PulseSuchenHiResTis(const ULONG* words, std::uint64
   std::int64_t entered = 0;
   unsigned errors = 0;
   ForEachMarked(
-      words, count, stride, 0, [=](ULONG word, ULONG) { return word & (kEdgeCountMask << shift); },
+      words, count, stride, 0,
+      [=](ULONG word, ULONG) {
+        return word & (EncoderWord::edgeCountMask << EncoderWord::edgeCountShift << shift);
+      },
       [&](std::uint64_t i, ULONG word) {
-        const ULONG edges = (word >> shift >> 12) & 15;
-        const std::uint32_t position = (word >> shift >> 1) & kPositionMask;
+        const ULONG edges = (word >> shift >> EncoderWord::edgeCountShift) & EncoderWord::edgeCountMask;
+        const std::uint32_t position = (word >> shift >> EncoderWord::timeShift) & EncoderWord::timeMask;
         const std::uint64_t samples = i - lastEdge;
         const double step = static_cast<double>(position) - static_cast<double>(half.lastPosition);
-        errors += edges == kErrorEdgeCount ? 1 : 0;
+        errors += edges == EncoderWord::edgeCountError ? 1 : 0;
         lastEdge = i;
         half.lastPosition = position;
         if (!half.armed) {
@@ -297,14 +270,14 @@ void CDzPulsTisDetector::TakeEvents(QuadratureBlock& block, std::uint64_t firstS
 bool CDzPulsTisDetector::IsEdge(ULONG word) const {
   switch (mode_) {
     case ETisMode::tisStandard:
-      return StandardEdge(word, Shift()) != 0;
+      return EncoderWord::StandardEdge(word, Shift()) != 0;
     case ETisMode::tisHighRes:
-      return (word & (kEdgeCountMask << Shift())) != 0;
+      return (word & (EncoderWord::edgeCountMask << EncoderWord::edgeCountShift << Shift())) != 0;
     case ETisMode::tisQuadratureFourfold:
     case ETisMode::tisQuadrature:
     case ETisMode::tisQuadratureFourfoldHighRes:
     case ETisMode::tisQuadratureHighRes:
-      return display_.started && ((word ^ display_.last) & kCounterMask) != 0;
+      return display_.started && ((word ^ display_.last) & EncoderWord::counterMask) != 0;
     default:
       return false;
   }

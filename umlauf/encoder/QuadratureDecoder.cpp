@@ -1,15 +1,8 @@
 #include "umlauf/encoder/QuadratureDecoder.h"
 
-#include <exception>
-
+#include "umlauf/encoder/EncoderWord.h"
 #include "umlauf/encoder/internal/WordScan.h"
-
-namespace {
-
-constexpr ULONG kCounterMask = 0xFFFF0000u;
-constexpr std::uint64_t kTimeRange = 2048;  // of the time field
-
-}  // namespace
+#include "umlauf/platform/memory/WithoutMemory.h"
 
 unsigned CQuadratureDecoder::Subsamples(unsigned sampleRate, bool highRes) {
   const unsigned standard = sampleRate <= 50000 ? 512 : sampleRate <= 100000 ? 256 : 128;
@@ -20,23 +13,20 @@ template <class ScaleTime>
 bool CQuadratureDecoder::Decode(const ULONG* words, unsigned count, unsigned stride, ScaleTime scaleTime) {
   events_.clear();
   if (words == nullptr || stride == 0 || count == 0) return true;
-  try {
-    events_.reserve(count);
-  } catch (const std::exception&) {
-    return false;
-  }
+  if (!umlauf::HadMemory([&] { events_.reserve(count); })) return false;
   if (!started_) last_ = static_cast<std::uint16_t>(words[0] >> 16);
   started_ = true;
 
   ULONG last = static_cast<ULONG>(last_) << 16;
   auto position = static_cast<std::uint32_t>(position_);
   const std::uint64_t subsamples = subsamples_;
-  umlauf::speed::ForEachMarked(
-      words, count, stride, last, [](ULONG word, ULONG before) { return (word ^ before) & kCounterMask; },
+  umlauf::encoder::ForEachMarked(
+      words, count, stride, last,
+      [](ULONG word, ULONG before) { return (word ^ before) & EncoderWord::counterMask; },
       [&](std::uint64_t i, ULONG word) {
         const auto change = static_cast<std::int16_t>((word >> 16) - (last >> 16));
         position += static_cast<std::uint32_t>(change);
-        const std::uint64_t time = (word >> 1) & (kTimeRange - 1);
+        const std::uint64_t time = (word >> EncoderWord::timeShift) & EncoderWord::timeMask;
         events_.push_back({i * subsamples + scaleTime(time), static_cast<std::int32_t>(position)});
         last = word;
       });
@@ -51,7 +41,8 @@ bool CQuadratureDecoder::highres(const ULONG* words, unsigned count, unsigned st
 
 bool CQuadratureDecoder::standard(const ULONG* words, unsigned count, unsigned stride) {
   const std::uint64_t subsamples = subsamples_;
-  return Decode(words, count, stride, [=](std::uint64_t time) { return time * subsamples / kTimeRange; });
+  return Decode(words, count, stride,
+                [=](std::uint64_t time) { return time * subsamples / EncoderWord::timeRange; });
 }
 
 void CQuadratureDecoder::clear() {

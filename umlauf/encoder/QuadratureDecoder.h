@@ -5,6 +5,7 @@
 
 #include "umlauf/Export.h"
 #include "umlauf/platform/framework/Types.h"
+#include "umlauf/platform/memory/WithoutMemory.h"
 
 /// Follows the up/down counter of a quadrature encoder through a stream of words and lists its changes. A
 /// word holds in bits 16 to 31 the counter, which wraps around, and in bits 1 to 11 when within the sample
@@ -60,5 +61,5 @@ class UMLAUF_API CQuadratureDecoder {
   std::int32_t position_ = 0;
   bool started_ = false;
   std::uint16_t last_ = 0;
-  std::vector<Event> events_;
+  umlauf::QuietCopy<std::vector<Event>> events_;
 };

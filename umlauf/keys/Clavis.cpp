@@ -6,6 +6,7 @@
 #include <istream>
 #include <optional>
 #include <ostream>
+#include <string_view>
 
 #include "umlauf/platform/tramsea/CResourceSea.h"
 #include "umlauf/platform/tramsea/CSeaBase.h"
@@ -60,7 +61,7 @@ std::basic_ostream<Char>& Write(std::basic_ostream<Char>& out, const SClavis& ke
   }
   std::array<Char, text.size()> wide{};
   const Char* const wideEnd = std::copy(text.data(), end, wide.data());
-  return out.write(wide.data(), wideEnd - wide.data());
+  return out << std::basic_string_view<Char>(wide.data(), static_cast<std::size_t>(wideEnd - wide.data()));
 }
 
 /// The next integer of the stream; false, and the stream fails, when there is none that fits.

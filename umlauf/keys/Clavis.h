@@ -74,7 +74,7 @@ namespace Clavis {
 UMLAUF_API void SClavisClear(SClavis& key);
 
 /// Writes the six fields as decimal integers separated by one space ("1 2 3 -1 -1 7"), without regard to the
-/// stream's locale and number format.
+/// stream's locale and number format. A width of the stream (`setw`) is that of the whole key.
 UMLAUF_API std::ostream& operator<<(std::ostream& out, const SClavis& key);
 UMLAUF_API std::wostream& operator<<(std::wostream& out, const SClavis& key);
 /// Reads six decimal integers separated by white space. When one of them is missing or does not fit 32 bits
@@ -147,16 +147,9 @@ class UMLAUF_API CClavisPODOwnerInterface : public CPODHolder<SClavis> {
 };
 
 /// A key record of its own behind the same logic, for streams of flat records.
-class UMLAUF_API CClavisPODOwner : public CPODOwner<SClavis>, public CClavisPODOwnerInterface {
+class UMLAUF_API CClavisPODOwner : public CRecordOwner<CClavisPODOwnerInterface, SClavis> {
  public:
-  CClavisPODOwner() : CClavisPODOwnerInterface(CPODOwner::pod()) { _construct(false); }
-  explicit CClavisPODOwner(const SClavis& key) : CPODOwner(key), CClavisPODOwnerInterface(CPODOwner::pod()) {}
-  CClavisPODOwner(const CClavisPODOwner& other)
-      : CPODOwner(other.pod()), CClavisPODOwnerInterface(CPODOwner::pod()) {}
-  CClavisPODOwner& operator=(const CClavisPODOwner& other) { return *this = other.pod(); }
-  CClavisPODOwner& operator=(const SClavis& key) {
-    CPODOwner::operator=(key);
-    return *this;
-  }
-  using CPODOwner::pod;
+  CClavisPODOwner() { _construct(false); }
+  using CRecordOwner::CRecordOwner;
+  using CRecordOwner::operator=;
 };

@@ -9,7 +9,7 @@ void CClavisFilter::append(const SClavis& key, bool flag) {
   SEntry entry{};
   std::copy(std::begin(key.field) + 1, std::end(key.field), entry.pattern);
   entry.flag = flag;
-  entries_.push_back(entry);
+  umlauf::HadMemory([&] { entries_.push_back(entry); });
 }
 
 bool CClavisFilter::AnyField(const SEntry& entry, const SClavis& key, bool equal) {

@@ -4,6 +4,7 @@
 
 #include "umlauf/Export.h"
 #include "umlauf/keys/Clavis.h"
+#include "umlauf/platform/memory/WithoutMemory.h"
 
 /// Decides whether a key passes a list of patterns and belongs to a test step. An entry holds a pattern for
 /// the fields instrument, channel, location, parameter and sensor, and a flag. A field is compared only when
@@ -20,6 +21,7 @@ class UMLAUF_API CClavisFilter {
   /// The list is not empty.
   bool Active() const { return !entries_.empty(); }
   /// Adds an entry of the key's fields 1-5 (-1 = any) and the flag; the key's test step is of no account.
+  /// Nothing without memory; a copy for which there is none has an empty list.
   void append(const SClavis& key, bool flag);
 
   /// Fails a key whose test step and that of the filter are set and differ; otherwise applies `||` in
@@ -43,7 +45,7 @@ class UMLAUF_API CClavisFilter {
   /// A compared field is equal (equal true), or differs (equal false).
   static bool AnyField(const SEntry& entry, const SClavis& key, bool equal);
 
-  std::vector<SEntry> entries_;
+  umlauf::QuietCopy<std::vector<SEntry>> entries_;
   bool anyMode_;
   int mode_;
 };

@@ -4,7 +4,10 @@
 #include <optional>
 #include <vector>
 
+#include "umlauf/platform/memory/WithoutMemory.h"
+
 using Clavis::notSet;
+using umlauf::HadMemory;
 using Values = CClavisSet::Values;
 using Pairs = CClavisSet::Pairs;
 using Pair = Pairs::value_type;
@@ -69,27 +72,46 @@ Pairs CommonPairs(const Pairs& a, const Pairs& b) {
 
 }  // namespace
 
+CClavisSet& CClavisSet::operator=(const CClavisSet& other) {
+  if (!HadMemory([&] { sets_ = Sets(other.sets_); })) sets_ = Sets();
+  return *this;
+}
+
 const Values& CClavisSet::ElementSet(unsigned kind) const {
   static const Values none;
-  return kind < values_.size() ? values_[kind] : none;
+  return kind < sets_.values.size() ? sets_.values[kind] : none;
 }
 
 void CClavisSet::insert(const int* fields, bool all) {
-  for (std::size_t i = 0; i < values_.size(); ++i) {
-    if (all || fields[i] != notSet) values_[i].insert(fields[i]);
-  }
-  if (all || !IsPattern(InstrParamOf(fields))) instrParam_.insert(InstrParamOf(fields));
-  if (all || !IsPattern(LocaChanOf(fields))) locaChan_.insert(LocaChanOf(fields));
+  HadMemory([&] {
+    for (std::size_t i = 0; i < sets_.values.size(); ++i) {
+      if (all || fields[i] != notSet) sets_.values[i].insert(fields[i]);
+    }
+    if (all || !IsPattern(InstrParamOf(fields))) sets_.instrParam.insert(InstrParamOf(fields));
+    if (all || !IsPattern(LocaChanOf(fields))) sets_.locaChan.insert(LocaChanOf(fields));
+  });
+}
+
+void CClavisSet::insertElement(unsigned kind, int value) {
+  if (kind < sets_.values.size()) HadMemory([&] { sets_.values[kind].insert(value); });
+}
+
+void CClavisSet::insertInstrPar(int instrument, int parameter) {
+  HadMemory([&] { sets_.instrParam.emplace(instrument, parameter); });
+}
+
+void CClavisSet::insertLocaChan(int location, int channel) {
+  HadMemory([&] { sets_.locaChan.emplace(location, channel); });
 }
 
 bool CClavisSet::contains(unsigned kind, int value) const { return Contains(ElementSet(kind), value); }
 
 bool CClavisSet::containsInstrPar(int instrument, int parameter) const {
-  return Contains(instrParam_, {instrument, parameter});
+  return Contains(sets_.instrParam, {instrument, parameter});
 }
 
 bool CClavisSet::containsLocaChan(int location, int channel) const {
-  return Contains(locaChan_, {location, channel});
+  return Contains(sets_.locaChan, {location, channel});
 }
 
 CClavisSet& CClavisSet::operator+=(const int* fields) {
@@ -98,44 +120,53 @@ CClavisSet& CClavisSet::operator+=(const int* fields) {
 }
 
 CClavisSet& CClavisSet::operator-=(const int* fields) {
-  for (std::size_t i = 0; i < values_.size(); ++i) {
-    if (fields[i] != notSet) values_[i].erase(fields[i]);
+  for (std::size_t i = 0; i < sets_.values.size(); ++i) {
+    if (fields[i] != notSet) sets_.values[i].erase(fields[i]);
   }
-  if (!IsPattern(InstrParamOf(fields))) instrParam_.erase(InstrParamOf(fields));
-  if (!IsPattern(LocaChanOf(fields))) locaChan_.erase(LocaChanOf(fields));
+  if (!IsPattern(InstrParamOf(fields))) sets_.instrParam.erase(InstrParamOf(fields));
+  if (!IsPattern(LocaChanOf(fields))) sets_.locaChan.erase(LocaChanOf(fields));
   return *this;
 }
 
 bool CClavisSet::operator&&(const int* fields) const {
-  for (std::size_t i = 0; i < values_.size(); ++i) {
-    if (fields[i] != notSet && !Contains(values_[i], fields[i])) return false;
+  for (std::size_t i = 0; i < sets_.values.size(); ++i) {
+    if (fields[i] != notSet && !Contains(sets_.values[i], fields[i])) return false;
   }
   const Pair instrParam = InstrParamOf(fields);
   const Pair locaChan = LocaChanOf(fields);
-  return (IsPattern(instrParam) || Contains(instrParam_, instrParam)) &&
-         (IsPattern(locaChan) || Contains(locaChan_, locaChan));
+  return (IsPattern(instrParam) || Contains(sets_.instrParam, instrParam)) &&
+         (IsPattern(locaChan) || Contains(sets_.locaChan, locaChan));
 }
 
 CClavisSet& CClavisSet::operator&=(const CClavisSet& other) {
-  for (std::size_t i = 0; i < values_.size(); ++i) values_[i] = Common(values_[i], other.values_[i]);
-  instrParam_ = CommonPairs(instrParam_, other.instrParam_);
-  locaChan_ = CommonPairs(locaChan_, other.locaChan_);
+  HadMemory([&] {
+    Sets common;
+    for (std::size_t i = 0; i < common.values.size(); ++i) {
+      common.values[i] = Common(sets_.values[i], other.sets_.values[i]);
+    }
+    common.instrParam = CommonPairs(sets_.instrParam, other.sets_.instrParam);
+    common.locaChan = CommonPairs(sets_.locaChan, other.sets_.locaChan);
+    sets_ = std::move(common);
+  });
   return *this;
 }
 
 CClavisSet& CClavisSet::operator|=(const CClavisSet& other) {
-  for (std::size_t i = 0; i < values_.size(); ++i) {
-    values_[i].insert(other.values_[i].begin(), other.values_[i].end());
-  }
-  instrParam_.insert(other.instrParam_.begin(), other.instrParam_.end());
-  locaChan_.insert(other.locaChan_.begin(), other.locaChan_.end());
+  HadMemory([&] {
+    for (std::size_t i = 0; i < sets_.values.size(); ++i) {
+      sets_.values[i].insert(other.sets_.values[i].begin(), other.sets_.values[i].end());
+    }
+    sets_.instrParam.insert(other.sets_.instrParam.begin(), other.sets_.instrParam.end());
+    sets_.locaChan.insert(other.sets_.locaChan.begin(), other.sets_.locaChan.end());
+  });
   return *this;
 }
 
 CClavisSet::Kinds CClavisSet::completeness_check(const CClavisSet& other) const {
   Kinds missing;
-  for (std::size_t i = 0; i < values_.size(); ++i) missing[i] = !Covers(values_[i], other.values_[i]);
-  missing[instrParamBit] = !Covers(instrParam_, other.instrParam_);
-  missing[locaChanBit] = !Covers(locaChan_, other.locaChan_);
+  for (std::size_t i = 0; i < sets_.values.size(); ++i)
+    missing[i] = !Covers(sets_.values[i], other.sets_.values[i]);
+  missing[instrParamBit] = !Covers(sets_.instrParam, other.sets_.instrParam);
+  missing[locaChanBit] = !Covers(sets_.locaChan, other.sets_.locaChan);
   return missing;
 }

@@ -12,7 +12,8 @@
 /// location and channel that occur. The value -1 stands for all values, also within a pair. The sets count
 /// nothing: a value that two keys brought goes when it is removed once.
 ///
-/// A key comes as its six fields (`key.Field()`).
+/// A key comes as its six fields (`key.Field()`). Without memory a copy is empty, what adds leaves out what
+/// finds no place, and `&=` changes nothing.
 class UMLAUF_API CClavisSet {
  public:
   using Values = std::set<int>;
@@ -22,21 +23,30 @@ class UMLAUF_API CClavisSet {
   static constexpr std::size_t instrParamBit = Clavis::fieldCount;
   static constexpr std::size_t locaChanBit = Clavis::fieldCount + 1;
 
+  CClavisSet() = default;
+  CClavisSet(const CClavisSet& other) { *this = other; }
+  CClavisSet(CClavisSet&&) noexcept = default;
+  CClavisSet& operator=(const CClavisSet& other);
+  CClavisSet& operator=(CClavisSet&&) noexcept = default;
+
   /// The values of a kind (`Clavis::qOrder`); an empty set for a kind that is no field of a key.
   const Values& ElementSet(unsigned kind) const;
   const Values& operator[](unsigned kind) const { return ElementSet(kind); }
   /// (instrument, parameter)
-  const Pairs& InstrParamSet() const { return instrParam_; }
+  const Pairs& InstrParamSet() const { return sets_.instrParam; }
   /// (location, channel)
-  const Pairs& LocaChanSet() const { return locaChan_; }
+  const Pairs& LocaChanSet() const { return sets_.locaChan; }
 
   /// Adds each field to the set of its kind, and the two pairs. With all true a field that is not set (-1)
   /// goes in as well, so that the set holds all values of that kind; with all false it, and a pair with it,
   /// is left out.
   void insert(const int* fields, bool all);
+  /// Adds one value to the set of one kind; -1 makes it hold all values of that kind. Nothing for a kind that
+  /// is no field of a key.
+  void insertElement(unsigned kind, int value);
   /// Add one pair, and nothing to the sets of the kinds.
-  void insertInstrPar(int instrument, int parameter) { instrParam_.emplace(instrument, parameter); }
-  void insertLocaChan(int location, int channel) { locaChan_.emplace(location, channel); }
+  void insertInstrPar(int instrument, int parameter);
+  void insertLocaChan(int location, int channel);
   void clear() { *this = {}; }
 
   /// The set holds the value, or all values. False for a kind that is no field of a key.
@@ -64,7 +74,10 @@ class UMLAUF_API CClavisSet {
   }
 
  private:
-  std::array<Values, Clavis::fieldCount> values_;
-  Pairs instrParam_;
-  Pairs locaChan_;
+  struct Sets {
+    std::array<Values, Clavis::fieldCount> values;
+    Pairs instrParam;
+    Pairs locaChan;
+  };
+  Sets sets_;
 };

@@ -2,15 +2,11 @@
 
 #include <array>
 
-#include "umlauf/keys/internal/StringTable.h"
+#include "umlauf/platform/memory/Immortal.h"
+#include "umlauf/resources/LibraryTexts.h"
 
 namespace Clavis {
 namespace {
-
-// Ids of the texts: kind 0 in the singular and in the plural, and the name for all elements.
-constexpr unsigned kFirstSingular = 1;
-constexpr unsigned kFirstPlural = 11;
-constexpr unsigned kAll = 23;
 
 struct Names {
   std::array<CString, kindCount> singular;
@@ -19,15 +15,15 @@ struct Names {
 
   Names() { Load(); }
   void Load() {
-    umlauf::LoadTexts(kFirstSingular, singular);
-    umlauf::LoadTexts(kFirstPlural, plural);
-    umlauf::LoadTexts(kAll, {&all, 1});
+    umlauf::LibraryTexts(TextId::elementFirst, singular);
+    umlauf::LibraryTexts(TextId::elementPluralFirst, plural);
+    all = umlauf::LibraryText(TextId::all);
   }
 };
 
 Names& TheNames() {
-  static Names names;
-  return names;
+  static umlauf::Immortal<Names> names;
+  return names.object;
 }
 
 }  // namespace

@@ -3,7 +3,8 @@
 #include <array>
 
 #include "umlauf/keys/ElementNames.h"
-#include "umlauf/keys/internal/StringTable.h"
+#include "umlauf/platform/memory/Immortal.h"
+#include "umlauf/resources/LibraryTexts.h"
 
 namespace TramonStrings {
 namespace {
@@ -18,15 +19,15 @@ constexpr std::wstring_view kSymbols =
     L"Z";
 static_assert(kSymbols.size() == kPropertyBits);
 
-/// One table: its title, and the names from index 0 on, the ids of which follow that of the title.
+/// One table: its title, and the names from index 0 on.
 template <std::size_t N>
 struct Table {
   CString title;
   std::array<CString, N> names;
 
-  void Load(unsigned titleId) {
-    umlauf::LoadTexts(titleId, {&title, 1});
-    umlauf::LoadTexts(titleId + 1, names);
+  void Load(TextId titleId, TextId first) {
+    title = umlauf::LibraryText(titleId);
+    umlauf::LibraryTexts(first, names);
   }
   const CString& Name(int index) const {
     static const CString none;
@@ -42,15 +43,15 @@ struct Names {
 
   Names() { Load(); }
   void Load() {
-    results.Load(199);
-    kinds.Load(299);
-    properties.Load(399);
+    results.Load(TextId::resultTitle, TextId::resultFirst);
+    kinds.Load(TextId::testKindTitle, TextId::testKindFirst);
+    properties.Load(TextId::testPropertyTitle, TextId::testPropertyFirst);
   }
 };
 
 Names& TheNames() {
-  static Names names;
-  return names;
+  static umlauf::Immortal<Names> names;
+  return names.object;
 }
 
 }  // namespace

@@ -2,9 +2,8 @@
 
 #include <cstring>
 #include <limits>
-#include <new>
 
-#include "umlauf/signal/SigCurveExt.h"
+#include "umlauf/platform/memory/WithoutMemory.h"
 
 UMLAUF_IMPLEMENT_DYNCREATE(CSigPairs, CSignal)
 
@@ -130,13 +129,11 @@ void CSigPairs::Neustart() {
 }
 
 std::valarray<float> CSigPairs::ValArray() const {
-  try {
+  return umlauf::WithMemory(std::valarray<float>(), [this] {
     std::valarray<float> values(NPaare());
     std::copy(Werte(), WerteEnd(), std::begin(values));
     return values;
-  } catch (const std::bad_alloc&) {
-    return {};
-  }
+  });
 }
 
 void CSigPairs::SetzeNummerOH(std::int16_t number) {
@@ -148,25 +145,19 @@ void CSigPairs::SetzeNummerOH(std::int16_t number) {
 
 void CSigPairs::AusSigCurveBilden(const CSigCurve& curve) {
   Neustart();
-  const auto n = static_cast<std::int64_t>(curve.DLen());
-  if (n == 0 || !Reserve(curve.DLen())) return;
+  if (curve.DLen() == 0 || !Reserve(curve.DLen())) return;
   SetName(curve.Name());
   SetXUnit(curve.XUnit());
   SetYUnit(curve.YUnit());
-  std::int64_t first = 0;
-  std::int64_t last = n - 1;
-  if (const auto* extended = dynamic_cast<const CSigCurveExt*>(&curve)) {
-    first = std::max<std::int64_t>(extended->IMin(), 0);
-    last = std::min(extended->IMax(), last);
-    if (last < first) return;
-  }
+  const auto [first, count] = curve.ValidSamples();
+  if (count == 0) return;
   const double start = curve.GetPoint(first);
   const double step = curve.XDelta();
   SPunkt* out = Punkte();
-  for (std::int64_t i = first; i <= last; ++i) {
-    *out++ = {static_cast<float>(start + static_cast<double>(i - first) * step), curve.FData()[i]};
+  for (std::int64_t i = 0; i < count; ++i) {
+    *out++ = {static_cast<float>(start + static_cast<double>(i) * step), curve.FData()[first + i]};
   }
-  SetCount(static_cast<std::size_t>(last - first + 1));
+  SetCount(static_cast<std::size_t>(count));
   SetOrder(step >= 0.0, step < 0.0);
 }
 

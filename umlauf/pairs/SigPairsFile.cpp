@@ -3,6 +3,7 @@
 #include <string>
 
 #include "umlauf/pairs/SigPairs.h"
+#include "umlauf/platform/framework/FileFields.h"
 #include "umlauf/platform/tramsea/PrWin.h"
 #include "umlauf/platform/vekta/QVL.h"
 
@@ -73,8 +74,8 @@ void CSigPairs::DateiExport(CFile& file) const {
   fields.number = number_;
   const std::string name = CString(Name()).ToAnsi();
   std::copy_n(name.begin(), std::min(name.size(), kNameBytes - 1), fields.name.begin());
-  file.Write(&capacity, sizeof capacity);
-  file.Write(&fields, sizeof fields);
+  umlauf::WriteField(file, capacity);
+  umlauf::WriteField(file, fields);
   if (slots == 0) return;
   WriteColumn(file, Samples(), fields.count, slots);
   WriteColumn(file, Samples() + 1, fields.count, slots);
@@ -84,8 +85,7 @@ int CSigPairs::DateiImport(CFile& file) {
   Neustart();
   std::uint32_t capacity = 0;
   Fields fields;
-  if (file.Read(&capacity, sizeof capacity) != sizeof capacity) return 0;
-  if (file.Read(&fields, sizeof fields) != sizeof fields) return 0;
+  if (!umlauf::ReadField(file, capacity) || !umlauf::ReadField(file, fields)) return 0;
   parameter_ = fields.parameter;
   number_ = fields.number;
   fields.name.back() = '\0';
@@ -106,7 +106,7 @@ int CSigPairs::DateiImport(CFile& file) {
   float rest = 0.0f;  // an odd capacity leaves one float behind
   const bool read =
       slots == 0 || (ReadColumn(file, Samples(), n, slots) && ReadColumn(file, Samples() + 1, n, slots));
-  if (capacity % 2 != 0) file.Read(&rest, sizeof rest);
+  if (capacity % 2 != 0) umlauf::ReadField(file, rest);
   if (!read) return 0;
   SetCount(n);
   PruefeSortierung();

@@ -7,6 +7,7 @@
 #include "umlauf/pairs/internal/Interpolation.h"
 #include "umlauf/platform/basis/CAlignedMem.h"
 #include "umlauf/platform/framework/CInvalidArgException.h"
+#include "umlauf/platform/memory/WithoutMemory.h"
 
 CSigPairsList::~CSigPairsList() = default;
 
@@ -116,11 +117,7 @@ void CSigPairsList::DropKey(CSigPairs* object) {
 void CSigPairsList::EnterKey(CSigPairs* object, void* extData) {
   object->SetExtData(extData);
   if (extData == nullptr) return;
-  try {
-    byExtData_[extData] = object;
-  } catch (const std::bad_alloc&) {
-    object->SetExtData(nullptr);
-  }
+  if (!umlauf::HadMemory([&] { byExtData_[extData] = object; })) object->SetExtData(nullptr);
 }
 
 void CSigPairsList::ExtDataSetzen(CSigPairs* object, void* extData) {

@@ -29,7 +29,8 @@ class UMLAUF_API CSigPairsList : public CObList {
   // Objects in and out
   /// An empty object with reset header and room for n points, at the end of the list.
   CSigPairs* NeuesObjekt(std::size_t n);
-  /// A copy of `source` under an external-data key (none when null) at the end of the list; null for null.
+  /// A copy of `source` under an external-data key (none when null) at the end of the list; null for null. It
+  /// is assigned, so an object out of the pool keeps colour and sub-type of the signal that it was before.
   CSigPairs* NeuesObjekt(const CSigPairs* source, void* extData);
   /// Returns the object at the position to the pool.
   void InDenVorrat(POSITION position);

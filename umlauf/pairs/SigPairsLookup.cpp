@@ -3,12 +3,11 @@
 
 #include "umlauf/pairs/SigPairs.h"
 #include "umlauf/pairs/internal/Interpolation.h"
+#include "umlauf/platform/vekta/Decibels.h"
 #include "umlauf/platform/vekta/QVL.h"
 #include "umlauf/signal/SigCurveExt.h"
 
 namespace {
-
-constexpr double kLn10By10 = 0.2302585;  // of levels in decibels
 
 float Distance(const SPunkt& a, float x, float y) {
   const double dx = static_cast<double>(a.x) - x;
@@ -187,8 +186,9 @@ float CSigPairs::MittelwertDb() const {
   if (n < 2) return n == 0 ? 0.0f : Wert(0);
   const double reference = Wert(0);  // keeps the powers near 1
   double sum = 0.0;
-  for (const SPunkt* p = Punkte(); p != PunkteEnd(); ++p) sum += std::exp(kLn10By10 * (p->y - reference));
-  return static_cast<float>((std::log(sum) / kLn10By10 + reference) / static_cast<double>(n));
+  for (const SPunkt* p = Punkte(); p != PunkteEnd(); ++p)
+    sum += std::exp(numeric::kLn10By10OfPairs * (p->y - reference));
+  return static_cast<float>((std::log(sum) / numeric::kLn10By10OfPairs + reference) / static_cast<double>(n));
 }
 
 // Curves

@@ -4,6 +4,8 @@
 #include <limits>
 #include <utility>
 
+#include "umlauf/platform/memory/WithoutMemory.h"
+
 CDzPulsListe* CDzPulsListArray::Liste(std::uint64_t channel) {
   return const_cast<CDzPulsListe*>(std::as_const(*this).Liste(channel));
 }
@@ -14,12 +16,7 @@ const CDzPulsListe* CDzPulsListArray::Liste(std::uint64_t channel) const {
 
 bool CDzPulsListArray::GroesseAendern(std::uint64_t channels) {
   if (channels > std::numeric_limits<std::size_t>::max()) return false;
-  try {
-    lists_.resize(static_cast<std::size_t>(channels));
-  } catch (const std::exception&) {
-    return false;
-  }
-  return true;
+  return umlauf::HadMemory([&] { lists_.resize(static_cast<std::size_t>(channels)); });
 }
 
 bool CDzPulsListArray::ListeUebernehmen(std::uint64_t channel, const CDzPulsListe& list) {

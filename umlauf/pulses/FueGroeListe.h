@@ -3,12 +3,12 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
-#include <exception>
 #include <limits>
 #include <type_traits>
 #include <vector>
 
 #include "umlauf/Export.h"
+#include "umlauf/platform/memory/WithoutMemory.h"
 #include "umlauf/record/FlatRecord.h"
 
 /// What all lists of a reference variable (speed pulses, stepwise variables) have in common: whose signal it
@@ -87,12 +87,7 @@ class UMLAUF_TEMPLATE_API CFueGroeListe : public CFueGroeListeBasis {
   /// Shortens the list or appends entries in their initial state. False when there is no memory for them.
   virtual bool resize(std::uint64_t n) {
     if (n > std::numeric_limits<std::size_t>::max()) return false;
-    try {
-      entries_.resize(static_cast<std::size_t>(n));
-    } catch (const std::exception&) {
-      return false;
-    }
-    return true;
+    return umlauf::HadMemory([&] { entries_.resize(static_cast<std::size_t>(n)); });
   }
   /// Appends an entry of so many samples, which becomes the list's last value.
   virtual Entry& AddEntry(std::uint64_t samples, float value) { return Append(samples, value); }
@@ -137,11 +132,8 @@ class UMLAUF_TEMPLATE_API CFueGroeListe : public CFueGroeListeBasis {
   static constexpr std::uint64_t kUnlimited = std::numeric_limits<std::int64_t>::max();
 
   Entry& Append(std::uint64_t samples, float value) {
-    try {
-      entries_.emplace_back(samples, value);
-    } catch (const std::exception&) {
-      return spare_ = Entry(samples, value);
-    }
+    const bool appended = umlauf::HadMemory([&] { entries_.emplace_back(samples, value); });
+    if (!appended) return spare_ = Entry(samples, value);
     InitLastValue(value);
     return entries_.back();
   }
@@ -150,11 +142,7 @@ class UMLAUF_TEMPLATE_API CFueGroeListe : public CFueGroeListeBasis {
 
  private:
   void CopyEntries(const CFueGroeListe& other) {
-    try {
-      entries_ = other.entries_;
-    } catch (const std::exception&) {
-      entries_.clear();
-    }
+    if (!umlauf::HadMemory([&] { entries_ = other.entries_; })) entries_.clear();
   }
 
   Entry spare_;

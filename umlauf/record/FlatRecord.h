@@ -65,13 +65,7 @@ class UMLAUF_TEMPLATE_API CPODHolder {
   T* record_;
 };
 
-/// Owns one record T by value. An owning class derives from CPODOwner<T> first and from the logic class
-/// second, points the logic at its own record in every constructor, and copies through `pod()` (it is an
-/// owner and a holder at once):
-///
-///     CThing(const CThing& other) : CPODOwner(other.pod()), CThingInterface(CPODOwner::pod()) {}
-///     CThing& operator=(const CThing& other) { CPODOwner::operator=(other.pod()); return *this; }
-///     using CPODOwner::pod;
+/// Owns one record T by value, without logic; CRecordOwner below is an owner with it.
 ///
 /// The flat form is the record's bytes as they lie in memory. Reading takes them as they stand, without
 /// validation.
@@ -113,4 +107,29 @@ class UMLAUF_TEMPLATE_API CPODOwner : public CSerializable {
   }
 
   T record_;
+};
+
+/// Owns one record T together with the logic that works on it, a CPODHolder<T> or a class derived from it. An
+/// owning class derives from it and takes over its constructors and assignments, which copy the record:
+///
+///     class CThing : public CRecordOwner<CThingInterface, SThingPOD> {
+///      public:
+///       using CRecordOwner::CRecordOwner;
+///       using CRecordOwner::operator=;
+///     };
+template <class Logic, class T>
+class UMLAUF_TEMPLATE_API CRecordOwner : public CPODOwner<T>, public Logic {
+ public:
+  /// The record as its fields are initialised.
+  CRecordOwner() : CRecordOwner(T()) {}
+  explicit CRecordOwner(const T& record) : CPODOwner<T>(record), Logic(CPODOwner<T>::pod()) {}
+  explicit CRecordOwner(const Logic& other) : CRecordOwner(other.pod()) {}
+  CRecordOwner(const CRecordOwner& other) : CRecordOwner(other.pod()) {}
+  CRecordOwner& operator=(const T& record) {
+    CPODOwner<T>::operator=(record);
+    return *this;
+  }
+  CRecordOwner& operator=(const Logic& other) { return *this = other.pod(); }
+  CRecordOwner& operator=(const CRecordOwner& other) { return *this = other.pod(); }
+  using CPODOwner<T>::pod;
 };

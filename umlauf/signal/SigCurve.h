@@ -2,12 +2,28 @@
 
 #include "umlauf/signal/Signal.h"
 
+/// A run of samples of a curve, all of which exist.
+struct SSampleRun {
+  std::int64_t first = 0;
+  std::int64_t count = 0;
+};
+
+/// Tells which samples of a curve count. Beside CSignal, so that the slots of that interface stay as they
+/// are.
+class UMLAUF_API CValidSamples {
+ public:
+  virtual SSampleRun ValidSamples() const = 0;
+
+ protected:
+  ~CValidSamples() = default;
+};
+
 /// Equidistant curve: n float samples spread evenly over an x interval.
 ///
 /// The step is (XMax - XMin) / n, so XMax is the end of the last sample's step and not its position. The
 /// samples are contiguous (`FData`); index computations from any x, NaN included, stay inside them. One
 /// object is used by one thread at a time.
-class UMLAUF_API CSigCurve : public CSignal {
+class UMLAUF_API CSigCurve : public CSignal, public CValidSamples {
   UMLAUF_DECLARE_DYNCREATE(CSigCurve)
 
  public:
@@ -32,6 +48,8 @@ class UMLAUF_API CSigCurve : public CSignal {
   const float* FData() const { return Samples(); }
   /// Writes sample i < DLen(); not checked.
   void SetAt(std::size_t i, float value) { Samples()[i] = value; }
+  /// All samples; of a curve with a valid span those in it.
+  SSampleRun ValidSamples() const override { return {0, static_cast<std::int64_t>(DLen())}; }
   float XMin() const { return xMin_; }
   float XMax() const { return xMax_; }
   void SetXMinMax(float xMin, float xMax);
@@ -99,7 +117,8 @@ class UMLAUF_API CSigCurve : public CSignal {
   CSigCurve& Square();
   /// Square root, 0 for samples <= 0; the root of the y unit where its power allows it.
   CSigCurve& SquareRoot();
-  /// Levels: with the y unit's power p (0 counts as 1), 20 / p * log10(s * reference^p), 0 for samples <= 0;
+  /// Levels: with the y unit's power p (0 counts as 1), 20 / p * log10(s * reference^p), 0 for samples <= 0,
+  /// NaN for NaN;
   /// the y unit becomes its root of order p, in decibels over the reference. Intended: multiplied by the
   /// power of the reference, not divided.
   CSigCurve& Log(float reference);

@@ -34,7 +34,8 @@ CSigCurve& CSigCurve::Log(float reference) {
   const float scale = std::pow(reference, static_cast<float>(power));
   const float perPower = 1.0f / static_cast<float>(power);
   std::transform(FData(), FData() + DLen(), FData(), [scale, perPower](float s) {
-    return s > 0.0f ? std::log10(s * scale) * perPower * 20.0f : 0.0f;
+    if (s > 0.0f) return std::log10(s * scale) * perPower * 20.0f + 0.0f;  // a level of 0 has no sign
+    return s <= 0.0f ? 0.0f : s;
   });
   CMeasuringUnit unit(YUnit());
   unit.root(power);

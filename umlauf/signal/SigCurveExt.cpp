@@ -4,18 +4,18 @@
 #include <cmath>
 #include <cstring>
 
+#include "umlauf/platform/framework/FileFields.h"
+#include "umlauf/platform/vekta/Decibels.h"
 #include "umlauf/platform/vekta/QVL.h"
 
 UMLAUF_IMPLEMENT_DYNCREATE(CSigCurveExt, CSigCurve)
 
 namespace {
 
-constexpr double kLn10By10 = 0.2302584946155548;  // of levels in decibels; rounded to single precision
-
 /// The field in the file, or the fallback where the file no longer holds all of its bytes.
 float ReadFloat(CFile& file, float fallback) {
   float field = 0.0f;
-  return file.Read(&field, sizeof field) == sizeof field ? field : fallback;
+  return umlauf::ReadField(file, field) ? field : fallback;
 }
 
 }  // namespace
@@ -117,7 +117,7 @@ void CSigCurveExt::Schrumpfen(float from, float to) {
 
 std::int64_t CSigCurveExt::GetIndexV(float x) const { return std::max(std::min(GetIndexA(x), iMax_), iMin_); }
 
-CSigCurveExt::Run CSigCurveExt::ValidSamples() const {
+SSampleRun CSigCurveExt::ValidSamples() const {
   const std::int64_t first = std::max<std::int64_t>(iMin_, 0);
   const std::int64_t last = std::min(iMax_, static_cast<std::int64_t>(DLen()) - 1);
   return {first, std::max<std::int64_t>(last - first + 1, 0)};
@@ -181,8 +181,9 @@ float CSigCurveExt::AbschnittSumme(float x1, float x2, bool energetic) const {
   if (!energetic) return QVL::VectorSum(FData() + first, static_cast<std::size_t>(last - first + 1));
   const double reference = FData()[first];  // keeps the powers near 1
   double sum = 0.0;
-  for (std::int64_t i = first; i <= last; ++i) sum += std::exp(kLn10By10 * (FData()[i] - reference));
-  return sum > 0.0 ? static_cast<float>(std::log(sum) / kLn10By10 + reference) : 0.0f;
+  for (std::int64_t i = first; i <= last; ++i)
+    sum += std::exp(numeric::kLn10By10OfSections * (FData()[i] - reference));
+  return sum > 0.0 ? static_cast<float>(std::log(sum) / numeric::kLn10By10OfSections + reference) : 0.0f;
 }
 
 // Shape
@@ -279,10 +280,8 @@ CSigCurveExt& CSigCurveExt::Maximize(const CSigCurveExt* other, int mode) {
 
 template <class Term>
 void CSigCurveExt::AddTerms(const CSigCurve& other, int offset, Term term) {
-  const auto* extended = dynamic_cast<const CSigCurveExt*>(&other);
-  const Run source =
-      extended != nullptr ? extended->ValidSamples() : Run{0, static_cast<std::int64_t>(other.DLen())};
-  const Run own = ValidSamples();
+  const SSampleRun source = other.ValidSamples();
+  const SSampleRun own = ValidSamples();
   const std::int64_t skipped = std::max<std::int64_t>(-std::int64_t{offset}, 0);
   const std::int64_t start = std::max<std::int64_t>(offset, 0);
   const std::int64_t count = std::min(source.count - skipped, own.count - start);
@@ -311,7 +310,7 @@ CSigCurveExt& CSigCurveExt::AddWithWeight(const CSigCurve& other, float weight, 
 bool CSigCurveExt::WriteToFile(CFile& file, unsigned version) const {
   if (!CSigCurve::WriteToFile(file, version)) return false;
   if (version < 2) return true;
-  for (const float field : {date_, vMin_, vMax_}) file.Write(&field, sizeof field);
+  for (const float field : {date_, vMin_, vMax_}) umlauf::WriteField(file, field);
   return true;
 }
 

@@ -48,6 +48,7 @@ class UMLAUF_API CSigCurveExt : public CSigCurve {
   std::int64_t IMax() const { return iMax_; }
   /// Samples in the span; 0 or less for an invalid one.
   std::int64_t ILen() const { return iMax_ - iMin_ + 1; }
+  SSampleRun ValidSamples() const override;
   /// True when there are samples and the span holds at least one.
   bool IsValid() const { return DLen() != 0 && iMin_ <= iMax_; }
   /// Limits both positions to the axis; the indices are those of the nearest samples.
@@ -129,12 +130,6 @@ class UMLAUF_API CSigCurveExt : public CSigCurve {
   void Append(const CSignal& other) override { CSignal::Append(other); }
 
  private:
-  /// A run of samples that exist.
-  struct Run {
-    std::int64_t first;
-    std::int64_t count;
-  };
-  Run ValidSamples() const;
   float SampleNear(std::int64_t i) const;
   void SetSpan(float from, float to, std::int64_t first, std::int64_t last);
   void CopyFrom(const CSigCurveExt& other, std::int64_t otherFirst, std::int64_t first, std::int64_t last);

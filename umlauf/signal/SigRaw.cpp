@@ -34,7 +34,7 @@ CSigRaw& CSigRaw::operator=(const CSigRaw& other) {
 
 // Changes nothing on failure; the previous block goes only when the new one is there.
 bool CSigRaw::Alloc(std::uint64_t n) {
-  Block fresh(static_cast<float*>(umlauf::AlignedAlloc(umlauf::BytesFor(n, sizeof(float)))));
+  auto fresh = umlauf::MakeAlignedBlock<float>(n);
   if (fresh == nullptr) return false;
   block_ = std::move(fresh);
   data_ = block_.get();
@@ -66,7 +66,7 @@ bool CSigRaw::Resize(std::uint64_t n) {
     if (borrowed) return false;
     const std::uint64_t before = length_;
     if (n > capacity_) {
-      Block old = std::move(block_);
+      auto old = std::move(block_);
       if (!Alloc(n)) {
         block_ = std::move(old);
         return false;

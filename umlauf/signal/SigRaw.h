@@ -2,12 +2,11 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <memory>
 
 #include "umlauf/Export.h"
-#include "umlauf/platform/basis/CAlignedMem.h"
 #include "umlauf/platform/framework/CObject.h"
 #include "umlauf/platform/framework/Types.h"
+#include "umlauf/platform/memory/AlignedBlock.h"
 
 /// Type tags of the signal classes.
 enum SignalTag : LONG { SigIdRaw = 101, SigIdCurve = 102, SigIdPairs = 109, SigIdCurveExt = 1021 };
@@ -81,8 +80,6 @@ class UMLAUF_API CSigRaw : public CObject {
   void SetDLen(std::uint64_t n) { length_ = n; }
 
  private:
-  using Block = std::unique_ptr<float[], umlauf::AlignedFreeDeleter>;
-
   bool Alloc(std::uint64_t n);
   void Release();
 
@@ -90,7 +87,7 @@ class UMLAUF_API CSigRaw : public CObject {
   std::uint64_t length_ = 0;
   LONG dataWord_ = 1;
   float* data_ = nullptr;
-  Block block_;
+  umlauf::AlignedBlock<float> block_;
   std::uint64_t capacity_ = 0;
   int copyData_ = 1;
 };

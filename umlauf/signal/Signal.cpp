@@ -5,6 +5,11 @@
 #include <cstring>
 #include <string_view>
 
+#include "umlauf/platform/basis/codepages/CodePages.h"
+#include "umlauf/platform/memory/WithoutMemory.h"
+
+using umlauf::HadMemory;
+
 UMLAUF_IMPLEMENT_DYNAMIC(CSignal, CSigRaw)
 
 namespace {
@@ -34,17 +39,21 @@ std::string_view CutUtf8(std::string_view text, std::size_t room) {
 
 CSignal::CSignal() : CSignal(0) {}
 
-CSignal::CSignal(std::uint64_t n) : CSigRaw(n) { name_.reserve(kInitialNameRoom); }
+CSignal::CSignal(std::uint64_t n) : CSigRaw(n) {
+  HadMemory([this] { name_.reserve(kInitialNameRoom); });
+}
 
 CSignal::CSignal(const CSignal& other, bool)
     : CSigRaw(other),
       CViewable(),
       infoId_(other.infoId_),
       color_(other.color_),
-      name_(other.name_),
       extName_(other.extName_),
       timestamp_(other.timestamp_) {
-  name_.reserve(kInitialNameRoom);
+  HadMemory([&] {
+    name_ = other.name_;
+    name_.reserve(kInitialNameRoom);
+  });
 }
 
 CSignal::~CSignal() { DropExtData(); }
@@ -52,7 +61,7 @@ CSignal::~CSignal() { DropExtData(); }
 CSignal& CSignal::operator=(const CSignal& other) {
   if (this == &other) return *this;
   CSigRaw::operator=(other);
-  name_ = other.name_;
+  SetName(other.Name());
   xUnit_.copy(other.xUnit_);
   yUnit_.copy(other.yUnit_);
   infoId_ = other.infoId_;
@@ -82,16 +91,20 @@ void CSignal::Append(const CSignal& other) {
   std::memmove(Samples() + before, other.Samples(), static_cast<std::size_t>(added) * sizeof(float));
 }
 
-void CSignal::SetName(const wchar_t* name) { name_.assign(name != nullptr ? name : L""); }
+void CSignal::SetName(const wchar_t* name) {
+  HadMemory([&] { name_.assign(name != nullptr ? name : L""); });
+}
 
 void CSignal::AppendToName(const wchar_t* text) {
-  if (text != nullptr) name_.append(text);
+  if (text == nullptr) return;
+  HadMemory([&] { name_.append(text); });
 }
 
 const char* CSignal::NameA() const {
   if (name_.empty()) return "";
   static std::array<char, kConversionBuffer> buffer;
-  const std::string utf8 = CString(std::wstring_view(name_)).ToUtf8();
+  const std::string utf8 =
+      umlauf::WithMemory(std::string(), [this] { return umlauf::codepages::WideToUtf8(name_); });
   const std::string_view whole = CutUtf8(utf8, buffer.size() - 1);
   buffer.fill('\0');
   std::copy(whole.begin(), whole.end(), buffer.begin());
@@ -126,7 +139,7 @@ void CSignal::DropExtData() {
 
 bool CSignal::CopyInfo(const CSignal& source) {
   if (&source == this) return false;
-  name_ = source.name_;
+  SetName(source.Name());
   InitHeader(source, false);
   return true;
 }
@@ -159,6 +172,7 @@ bool CSignal::WriteToFile(CFile& file, unsigned version) const {
   if (version == 0) return true;
   std::array<char, kNameField> field{};
   const std::string_view name = NameA();
+  if (name.empty() && !name_.empty()) return false;  // there was no memory to convert it
   std::copy_n(name.begin(), std::min(name.size(), kNameField - 1), field.begin());
   file.Write(field.data(), field.size());
   WriteUnit(file, xUnit_);

@@ -18,15 +18,29 @@ std::int64_t SettlingThreshold(int shift) {
 
 }  // namespace
 
+CTimeMachine::CTimeMachine(CTimeMachine&& other) noexcept : resolution_(other.resolution_) {
+  *this = std::move(other);
+}
+
+CTimeMachine& CTimeMachine::operator=(CTimeMachine&& other) noexcept {
+  if (this == &other) return *this;
+  items_ = std::move(other.items_);
+  masterIndex_ = other.masterIndex_;
+  adjustPending_ = other.adjustPending_;
+  resolution_ = other.resolution_;
+  other.clear();
+  return *this;
+}
+
 std::int64_t CTimeMachine::add(const CCapsuleItem& item) {
   const CCapsuleItem added = item;  // it may be one of the list
   const auto index = static_cast<std::int64_t>(items_.size());
+  if (!umlauf::HadMemory([&] { items_.push_back(added); })) return -1;
   if (added.master) {
-    // Before the new item is there: after `erase` the master index may be its own.
-    if (CCapsuleItem* previous = get(masterIndex_); previous != nullptr) previous->master = false;
+    // After `erase` the master index may be that of the new item.
+    if (masterIndex_ != index && get(masterIndex_) != nullptr) get(masterIndex_)->master = false;
     masterIndex_ = index;
   }
-  items_.push_back(added);
   adjustPending_ = true;
   return index;
 }

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "umlauf/Export.h"
+#include "umlauf/platform/memory/WithoutMemory.h"
 #include "umlauf/timemachine/TimeCapsule.h"
 
 namespace KxTimeMachine {
@@ -24,7 +25,14 @@ class UMLAUF_API CTimeMachine {
   /// `resolution`: for the caller's conversion to seconds, e.g. seconds per count.
   explicit CTimeMachine(float resolution) : resolution_(resolution) {}
 
-  /// Appends an item (also a copy of one of the list) and returns its index. A master takes the mark from the
+  CTimeMachine(const CTimeMachine&) = default;
+  CTimeMachine& operator=(const CTimeMachine&) = default;
+  /// Leaves the other machine as `clear` does.
+  CTimeMachine(CTimeMachine&& other) noexcept;
+  CTimeMachine& operator=(CTimeMachine&& other) noexcept;
+
+  /// Appends an item (also a copy of one of the list) and returns its index; -1, and nothing changed, without
+  /// memory. A master takes the mark from the
   /// one before.
   std::int64_t add(const CCapsuleItem& item);
   /// Removes an item (later ones move down) and returns the position after it; the end for an index outside
@@ -57,7 +65,7 @@ class UMLAUF_API CTimeMachine {
  private:
   CTimeCapsule* Master() const;
 
-  std::vector<CCapsuleItem> items_;
+  umlauf::QuietCopy<std::vector<CCapsuleItem>> items_;
   std::int64_t masterIndex_ = -1;
   bool adjustPending_ = true;
   float resolution_;

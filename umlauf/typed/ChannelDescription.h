@@ -205,56 +205,23 @@ class UMLAUF_API CYChannelDescriptionInterface : public CChannelDescriptionInter
 };
 
 /// A channel description that owns its record; likewise the two below. The flat form is the record.
-class UMLAUF_API CChannelDescription : public CPODOwner<SChannelDescriptionPOD>,
-                                       public CChannelDescriptionInterface {
+class UMLAUF_API CChannelDescription
+    : public CRecordOwner<CChannelDescriptionInterface, SChannelDescriptionPOD> {
  public:
-  CChannelDescription() : CChannelDescription(SChannelDescriptionPOD()) {}
-  explicit CChannelDescription(const SChannelDescriptionPOD& record)
-      : CPODOwner(record), CChannelDescriptionInterface(CPODOwner::pod()) {}
-  CChannelDescription(const CChannelDescription& other) : CChannelDescription(other.pod()) {}
-  explicit CChannelDescription(const CChannelDescriptionInterface& other)
-      : CChannelDescription(other.pod()) {}
-  CChannelDescription& operator=(const CChannelDescription& other) { return *this = other.pod(); }
-  CChannelDescription& operator=(const CChannelDescriptionInterface& other) { return *this = other.pod(); }
-  CChannelDescription& operator=(const SChannelDescriptionPOD& record) {
-    CPODOwner::operator=(record);
-    return *this;
-  }
-  using CPODOwner::pod;
+  using CRecordOwner::CRecordOwner;
+  using CRecordOwner::operator=;
 };
 
-class UMLAUF_API CXChannelDescription : public CPODOwner<SXChannelDescriptionPOD>,
-                                        public CXChannelDescriptionInterface {
+class UMLAUF_API CXChannelDescription
+    : public CRecordOwner<CXChannelDescriptionInterface, SXChannelDescriptionPOD> {
  public:
-  CXChannelDescription() : CXChannelDescription(SXChannelDescriptionPOD()) {}
-  explicit CXChannelDescription(const SXChannelDescriptionPOD& record)
-      : CPODOwner(record), CXChannelDescriptionInterface(CPODOwner::pod()) {}
-  CXChannelDescription(const CXChannelDescription& other) : CXChannelDescription(other.pod()) {}
-  explicit CXChannelDescription(const CXChannelDescriptionInterface& other)
-      : CXChannelDescription(other.pod()) {}
-  CXChannelDescription& operator=(const CXChannelDescription& other) { return *this = other.pod(); }
-  CXChannelDescription& operator=(const CXChannelDescriptionInterface& other) { return *this = other.pod(); }
-  CXChannelDescription& operator=(const SXChannelDescriptionPOD& record) {
-    CPODOwner::operator=(record);
-    return *this;
-  }
-  using CPODOwner::pod;
+  using CRecordOwner::CRecordOwner;
+  using CRecordOwner::operator=;
 };
 
-class UMLAUF_API CYChannelDescription : public CPODOwner<SYChannelDescriptionPOD>,
-                                        public CYChannelDescriptionInterface {
+class UMLAUF_API CYChannelDescription
+    : public CRecordOwner<CYChannelDescriptionInterface, SYChannelDescriptionPOD> {
  public:
-  CYChannelDescription() : CYChannelDescription(SYChannelDescriptionPOD()) {}
-  explicit CYChannelDescription(const SYChannelDescriptionPOD& record)
-      : CPODOwner(record), CYChannelDescriptionInterface(CPODOwner::pod()) {}
-  CYChannelDescription(const CYChannelDescription& other) : CYChannelDescription(other.pod()) {}
-  explicit CYChannelDescription(const CYChannelDescriptionInterface& other)
-      : CYChannelDescription(other.pod()) {}
-  CYChannelDescription& operator=(const CYChannelDescription& other) { return *this = other.pod(); }
-  CYChannelDescription& operator=(const CYChannelDescriptionInterface& other) { return *this = other.pod(); }
-  CYChannelDescription& operator=(const SYChannelDescriptionPOD& record) {
-    CPODOwner::operator=(record);
-    return *this;
-  }
-  using CPODOwner::pod;
+  using CRecordOwner::CRecordOwner;
+  using CRecordOwner::operator=;
 };

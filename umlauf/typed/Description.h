@@ -99,18 +99,8 @@ class UMLAUF_API CDescriptionInterface : public CPODHolder<SDescriptionPOD> {
 };
 
 /// A description that owns its record. The flat form is the 2444 bytes of the record.
-class UMLAUF_API CDescription : public CPODOwner<SDescriptionPOD>, public CDescriptionInterface {
+class UMLAUF_API CDescription : public CRecordOwner<CDescriptionInterface, SDescriptionPOD> {
  public:
-  CDescription() : CDescription(SDescriptionPOD()) {}
-  explicit CDescription(const SDescriptionPOD& record)
-      : CPODOwner(record), CDescriptionInterface(CPODOwner::pod()) {}
-  CDescription(const CDescription& other) : CDescription(other.pod()) {}
-  explicit CDescription(const CDescriptionInterface& other) : CDescription(other.pod()) {}
-  CDescription& operator=(const CDescription& other) { return *this = other.pod(); }
-  CDescription& operator=(const CDescriptionInterface& other) { return *this = other.pod(); }
-  CDescription& operator=(const SDescriptionPOD& record) {
-    CPODOwner::operator=(record);
-    return *this;
-  }
-  using CPODOwner::pod;
+  using CRecordOwner::CRecordOwner;
+  using CRecordOwner::operator=;
 };

@@ -124,44 +124,18 @@ class UMLAUF_API CMeasuringResultAggregateInterface : public CMeasuringResultBas
 
 /// A result header that owns its record; likewise the scalar below. New ones take the next id, copies and
 /// those made from a record keep the id. The flat form is the record.
-class UMLAUF_API CMeasuringResultBase : public CPODOwner<SMeasuringResultBasePOD>,
-                                        public CMeasuringResultBaseInterface {
+class UMLAUF_API CMeasuringResultBase
+    : public CRecordOwner<CMeasuringResultBaseInterface, SMeasuringResultBasePOD> {
  public:
-  CMeasuringResultBase() : CMeasuringResultBase(SMeasuringResultBasePOD()) {
-    CMeasuringResultBaseInterface::_construct(false);
-  }
-  explicit CMeasuringResultBase(const SMeasuringResultBasePOD& record)
-      : CPODOwner(record), CMeasuringResultBaseInterface(CPODOwner::pod()) {}
-  CMeasuringResultBase(const CMeasuringResultBase& other) : CMeasuringResultBase(other.pod()) {}
-  explicit CMeasuringResultBase(const CMeasuringResultBaseInterface& other)
-      : CMeasuringResultBase(other.pod()) {}
-  CMeasuringResultBase& operator=(const CMeasuringResultBase& other) { return *this = other.pod(); }
-  CMeasuringResultBase& operator=(const CMeasuringResultBaseInterface& other) { return *this = other.pod(); }
-  CMeasuringResultBase& operator=(const SMeasuringResultBasePOD& record) {
-    CPODOwner::operator=(record);
-    return *this;
-  }
-  using CPODOwner::pod;
+  CMeasuringResultBase() { _construct(false); }
+  using CRecordOwner::CRecordOwner;
+  using CRecordOwner::operator=;
 };
 
-class UMLAUF_API CMeasuringResultScalar : public CPODOwner<SMeasuringResultScalarPOD>,
-                                          public CMeasuringResultScalarInterface {
+class UMLAUF_API CMeasuringResultScalar
+    : public CRecordOwner<CMeasuringResultScalarInterface, SMeasuringResultScalarPOD> {
  public:
-  CMeasuringResultScalar() : CMeasuringResultScalar(SMeasuringResultScalarPOD()) {
-    CMeasuringResultScalarInterface::_construct(false);
-  }
-  explicit CMeasuringResultScalar(const SMeasuringResultScalarPOD& record)
-      : CPODOwner(record), CMeasuringResultScalarInterface(CPODOwner::pod()) {}
-  CMeasuringResultScalar(const CMeasuringResultScalar& other) : CMeasuringResultScalar(other.pod()) {}
-  explicit CMeasuringResultScalar(const CMeasuringResultScalarInterface& other)
-      : CMeasuringResultScalar(other.pod()) {}
-  CMeasuringResultScalar& operator=(const CMeasuringResultScalar& other) { return *this = other.pod(); }
-  CMeasuringResultScalar& operator=(const CMeasuringResultScalarInterface& other) {
-    return *this = other.pod();
-  }
-  CMeasuringResultScalar& operator=(const SMeasuringResultScalarPOD& record) {
-    CPODOwner::operator=(record);
-    return *this;
-  }
-  using CPODOwner::pod;
+  CMeasuringResultScalar() { _construct(false); }
+  using CRecordOwner::CRecordOwner;
+  using CRecordOwner::operator=;
 };

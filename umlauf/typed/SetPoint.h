@@ -55,17 +55,8 @@ class UMLAUF_API CSetPointInterface : public CPODHolder<SSetPointPOD> {
 };
 
 /// A set point that owns its record. The flat form is the 128 bytes of the record.
-class UMLAUF_API CSetPoint : public CPODOwner<SSetPointPOD>, public CSetPointInterface {
+class UMLAUF_API CSetPoint : public CRecordOwner<CSetPointInterface, SSetPointPOD> {
  public:
-  CSetPoint() : CSetPoint(SSetPointPOD()) {}
-  explicit CSetPoint(const SSetPointPOD& record) : CPODOwner(record), CSetPointInterface(CPODOwner::pod()) {}
-  CSetPoint(const CSetPoint& other) : CSetPoint(other.pod()) {}
-  explicit CSetPoint(const CSetPointInterface& other) : CSetPoint(other.pod()) {}
-  CSetPoint& operator=(const CSetPoint& other) { return *this = other.pod(); }
-  CSetPoint& operator=(const CSetPointInterface& other) { return *this = other.pod(); }
-  CSetPoint& operator=(const SSetPointPOD& record) {
-    CPODOwner::operator=(record);
-    return *this;
-  }
-  using CPODOwner::pod;
+  using CRecordOwner::CRecordOwner;
+  using CRecordOwner::operator=;
 };

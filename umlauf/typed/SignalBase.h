@@ -48,25 +48,16 @@ class UMLAUF_API CSignalBaseInterface : public CMeasuringResultAggregateInterfac
 
 /// A signal without samples that owns its base record. New ones take the next result id, copies and those
 /// made from a record keep the id. The flat form is the 2640 bytes of the record.
-class UMLAUF_API CSignalBase : public CPODOwner<SSignalBasePOD>, public CSignalBaseInterface {
+class UMLAUF_API CSignalBase : public CRecordOwner<CSignalBaseInterface, SSignalBasePOD> {
  public:
-  CSignalBase() : CSignalBase(SSignalBasePOD()) { CSignalBaseInterface::_construct(false); }
-  explicit CSignalBase(const SSignalBasePOD& record)
-      : CPODOwner(record), CSignalBaseInterface(CPODOwner::pod()) {}
-  CSignalBase(const CSignalBase& other) : CSignalBase(other.pod()) {}
-  explicit CSignalBase(const CSignalBaseInterface& other) : CSignalBase(other.pod()) {}
+  CSignalBase() { _construct(false); }
+  using CRecordOwner::CRecordOwner;
   explicit CSignalBase(const CDescriptionInterface& description) : CSignalBase() {
     Description() = description;
   }
   /// A copy, arrangement included, of which only the channels of the mask are left.
   CSignalBase(const CSignalBase& other, unsigned mask);
-  CSignalBase& operator=(const CSignalBase& other) { return *this = other.pod(); }
-  CSignalBase& operator=(const CSignalBaseInterface& other) { return *this = other.pod(); }
-  CSignalBase& operator=(const SSignalBasePOD& record) {
-    CPODOwner::operator=(record);
-    return *this;
-  }
-  using CPODOwner::pod;
+  using CRecordOwner::operator=;
 
   /// Takes over the x dimensions of src and those of its y channels whose bit is set in the mask, packed into
   /// the slots from 0 on. src may be the own description. `kAllChannels` copies the whole record instead.

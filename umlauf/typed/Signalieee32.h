@@ -17,6 +17,10 @@ class UMLAUF_API CSignalieee32 : public CTypedSignal<float> {
   using CTypedSignal::CTypedSignal;
   CSignalieee32() = default;
   explicit CSignalieee32(const CTypedSignal<float>& other) : CTypedSignal(other) {}
+  CSignalieee32& operator=(const CTypedSignal<float>& other) {
+    CTypedSignal::operator=(other);
+    return *this;
+  }
 
   float Sum() const { return Sum(begin(), end()); }
   float Sum(const_iterator first, const_iterator last) const;

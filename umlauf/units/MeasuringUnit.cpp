@@ -5,15 +5,19 @@
 #include <cmath>
 #include <cstring>
 #include <limits>
-#include <new>
 #include <string>
 #include <string_view>
 
 #include "umlauf/platform/basis/Formatting.h"
+#include "umlauf/platform/memory/WithoutMemory.h"
 #include "umlauf/platform/tramsea/PrWin.h"
 #include "umlauf/platform/vekta/numeric.h"
+#include "umlauf/units/internal/SiPrefixes.h"
 #include "umlauf/units/internal/UnitParser.h"
 #include "umlauf/units/internal/UnitStrings.h"
+
+using umlauf::HadMemory;
+using umlauf::WithMemory;
 
 namespace {
 
@@ -83,32 +87,27 @@ void CMeasuringUnitInterface::set_log(bool on) {
 bool CMeasuringUnitInterface::set(const wchar_t* text) {
   clear();
   if (text == nullptr || *text == L'\0') return false;
-  try {
-    SMeasuringUnitPOD parsed;
-    CString reason;
-    if (umlauf::units::ParseUnit(text, parsed, reason)) {
-      pod() = parsed;
-      return true;
-    }
+  SMeasuringUnitPOD parsed;
+  CString reason;
+  bool read = false;
+  if (!HadMemory([&] { read = umlauf::units::ParseUnit(text, parsed, reason); })) return false;
+  if (read) {
+    pod() = parsed;
+  } else {
     PrWin::Output(PrWin::debug, kMessageStyle, L"CMeasuringUnit::set(): Invalid argument: %s caused: %s\n",
                   text, reason);
-  } catch (const std::bad_alloc&) {
   }
-  return false;
+  return read;
 }
 
 bool CMeasuringUnitInterface::setA(const char* text) {
   clear();
   if (text == nullptr || std::strlen(text) >= kAnsiBuffer) return false;
-  try {
-    return set(Formatting::ansi2unicode(text).c_str());
-  } catch (const std::bad_alloc&) {
-    return false;
-  }
+  return set(Formatting::ansi2unicode(text).c_str());
 }
 
 CString CMeasuringUnitInterface::prefixstring() const {
-  try {
+  return WithMemory(CString(), [this]() -> CString {
     std::wstring text(UnitStrings::Instance().Name(unit()));
     if (!empty() && power() != 1) {
       if (text.find_first_of(L"*/^()") != std::wstring::npos) text = L"(" + text + L")";
@@ -119,37 +118,28 @@ CString CMeasuringUnitInterface::prefixstring() const {
     if (group != 0) text.insert(text.begin(), prefix(group));
     if (rest != 0) text = PowerOfTenText(rest) + text;
     return text;
-  } catch (const std::bad_alloc&) {
-    return {};
-  }
+  });
 }
 
 CString CMeasuringUnitInterface::prefixunit(bool longForm) const {
-  try {
-    if (power() == 0) return {};
-    if (is_db()) return m_showUnitWithDb ? L"dB(" + prefixstring() + L")" : CString(L"dB");
-    if (is_log()) return longForm ? L"10^ " + prefixstring() : L"log(" + prefixstring() + L")";
-    return prefixstring();
-  } catch (const std::bad_alloc&) {
-    return {};
-  }
+  if (power() == 0) return {};
+  if (is_db()) return m_showUnitWithDb ? L"dB(" + prefixstring() + L")" : CString(L"dB");
+  if (is_log()) return longForm ? L"10^ " + prefixstring() : L"log(" + prefixstring() + L")";
+  return prefixstring();
 }
 
 const char* CMeasuringUnitInterface::prefixunitA(bool longForm) const {
   static std::array<char, kAnsiBuffer> buffer;
-  buffer[0] = '\0';
-  try {
-    const std::string text = Formatting::unicode2ansi(prefixunit(longForm).view());
-    buffer[text.copy(buffer.data(), buffer.size() - 1)] = '\0';
-  } catch (const std::bad_alloc&) {
-  }
+  const std::string text = prefixunit(longForm).ToAnsi();
+  buffer[text.copy(buffer.data(), buffer.size() - 1)] = '\0';
   return buffer.data();
 }
 
 wchar_t CMeasuringUnitInterface::prefix(int group) {
-  constexpr std::wstring_view letters = L"fpnµm-kMGT";
-  constexpr int lowest = -5;
-  return group < lowest || group > 4 ? L'-' : letters[static_cast<std::size_t>(group - lowest)];
+  using umlauf::units::kSiPrefixes;
+  constexpr int lowest = kSiPrefixes.front().exponent / 3;
+  if (group < lowest || group > kSiPrefixes.back().exponent / 3) return umlauf::units::kNoPrefixLetter;
+  return kSiPrefixes[static_cast<std::size_t>(group - lowest)].letter;
 }
 
 std::pair<int, int> CMeasuringUnitInterface::prefixidx() const {
@@ -223,11 +213,7 @@ bool CMeasuringUnitInterface::operator==(const CMeasuringUnitInterface& other) c
 bool CMeasuringUnitInterface::operator==(const CString& text) const { return prefixunit(false) == text; }
 
 CString CMeasuringUnitInterface::UnitString(std::uint32_t index) {
-  try {
-    return UnitStrings::Instance().Name(index);
-  } catch (const std::bad_alloc&) {
-    return {};
-  }
+  return WithMemory(CString(), [index]() -> CString { return UnitStrings::Instance().Name(index); });
 }
 
 std::uint32_t CMeasuringUnitInterface::inverse(std::uint32_t index) { return CommonRow(index).inverse; }

@@ -178,26 +178,17 @@ class UMLAUF_API CMeasuringUnitInterface : public CPODHolder<SMeasuringUnitPOD>,
 
 /// A measuring unit that owns its record; see CMeasuringUnitInterface for what it does. The flat form is
 /// the 16 bytes of the record.
-class UMLAUF_API CMeasuringUnit : public CPODOwner<SMeasuringUnitPOD>, public CMeasuringUnitInterface {
+class UMLAUF_API CMeasuringUnit : public CRecordOwner<CMeasuringUnitInterface, SMeasuringUnitPOD> {
  public:
   /// The cleared unit.
-  CMeasuringUnit() : CMeasuringUnit(SMeasuringUnitPOD()) {}
-  explicit CMeasuringUnit(const SMeasuringUnitPOD& record)
-      : CPODOwner(record), CMeasuringUnitInterface(CPODOwner::pod()) {}
-  CMeasuringUnit(const CMeasuringUnit& other) : CMeasuringUnit(other.pod()) {}
+  CMeasuringUnit() = default;
+  using CRecordOwner::CRecordOwner;
   CMeasuringUnit(const CMeasuringUnitInterface& other)  // NOLINT(google-explicit-constructor)
-      : CMeasuringUnit(other.pod()) {}
+      : CRecordOwner(other) {}
   /// Reads the text as `set` does; the cleared unit when that fails.
-  explicit CMeasuringUnit(const CString& text) : CMeasuringUnit() { CMeasuringUnitInterface::set(text); }
+  explicit CMeasuringUnit(const CString& text) { CMeasuringUnitInterface::set(text); }
   explicit CMeasuringUnit(commonUnits unit, std::int16_t exponent = 0, std::int16_t power = 1,
                           float logref = 1.0f, unitFlags flags = 0)
-      : CMeasuringUnit(SMeasuringUnitPOD{unit, exponent, power, logref, flags}) {}
-
-  CMeasuringUnit& operator=(const CMeasuringUnit& other) { return *this = other.pod(); }
-  CMeasuringUnit& operator=(const CMeasuringUnitInterface& other) { return *this = other.pod(); }
-  CMeasuringUnit& operator=(const SMeasuringUnitPOD& record) {
-    CPODOwner::operator=(record);
-    return *this;
-  }
-  using CPODOwner::pod;
+      : CRecordOwner(SMeasuringUnitPOD{unit, exponent, power, logref, flags}) {}
+  using CRecordOwner::operator=;
 };

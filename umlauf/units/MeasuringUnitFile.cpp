@@ -3,13 +3,15 @@
 #include <algorithm>
 #include <array>
 #include <cstring>
-#include <new>
 #include <string>
 
-#include "umlauf/platform/basis/Formatting.h"
-#include "umlauf/platform/framework/CFile.h"
+#include "umlauf/platform/basis/codepages/CodePages.h"
+#include "umlauf/platform/framework/FileFields.h"
+#include "umlauf/platform/memory/WithoutMemory.h"
 #include "umlauf/units/MeasuringUnit.h"
 #include "umlauf/units/internal/UnitStrings.h"
+
+using umlauf::ReadField;
 
 namespace {
 
@@ -19,16 +21,11 @@ constexpr std::size_t kLongestName = 255;
 
 bool ReadBytes(CFile& file, void* target, std::size_t count) { return file.Read(target, count) == count; }
 
-template <class T>
-bool Read(CFile& file, T& value) {
-  return ReadBytes(file, &value, sizeof value);
-}
-
 }  // namespace
 
 bool CMeasuringUnitInterface::WriteToFile(CFile& file) const {
-  try {
-    const std::string name = Formatting::unicode2ansi(UnitStrings::Instance().Name(unit()));
+  return umlauf::WithMemory(false, [&] {
+    const std::string name = umlauf::codepages::WideToCp1252(UnitStrings::Instance().Name(unit()));
     const std::size_t length = std::min(name.size(), kLongestName);
     std::array<char, 2 + kLongestName + sizeof(SMeasuringUnitPOD)> record;
     record[0] = static_cast<char>(kVersion);
@@ -37,18 +34,13 @@ bool CMeasuringUnitInterface::WriteToFile(CFile& file) const {
     std::memcpy(&record[2 + length], &pod(), sizeof(SMeasuringUnitPOD));
     file.Write(record.data(), 2 + length + sizeof(SMeasuringUnitPOD));
     return !file.Failed();
-  } catch (const std::bad_alloc&) {
-    return false;
-  }
+  });
 }
 
 bool CMeasuringUnitInterface::ReadFromFile(CFile& file) {
   std::uint8_t version = 0;
-  if (!Read(file, version) || version >= kFirstUnknownVersion) return false;
-  try {
-    if (ReadBody(file, version)) return true;
-  } catch (const std::bad_alloc&) {
-  }
+  if (!ReadField(file, version) || version >= kFirstUnknownVersion) return false;
+  if (umlauf::WithMemory(false, [&] { return ReadBody(file, version); })) return true;
   clear();
   return false;
 }
@@ -57,7 +49,7 @@ bool CMeasuringUnitInterface::ReadBody(CFile& file, unsigned version) {
   clear();
   std::uint8_t length = 0;
   std::array<char, kLongestName> bytes;
-  if (!Read(file, length) || !ReadBytes(file, bytes.data(), length)) return false;
+  if (!ReadField(file, length) || !ReadBytes(file, bytes.data(), length)) return false;
   // A name is text: it ends at the first zero.
   const std::string_view name(
       bytes.data(),
@@ -66,14 +58,16 @@ bool CMeasuringUnitInterface::ReadBody(CFile& file, unsigned version) {
   SMeasuringUnitPOD& record = pod();
   if (version == 0 && length == 0) return ReadBytes(file, bytes.data(), 8);
   if (version == 0) {
-    record.unit = registry.Lookup(Formatting::ansi2unicode(name), true, false);
+    record.unit = registry.Lookup(umlauf::codepages::Cp1252ToWide(name), true, false);
   } else {
-    if (!Read(file, record.unit)) return false;
+    if (!ReadField(file, record.unit)) return false;
     // The index of an uncommon unit is that of the process that wrote it.
-    if (record.unit >= kCommonUnitCount) record.unit = registry.Lookup(Formatting::ansi2unicode(name), true);
+    if (record.unit >= kCommonUnitCount)
+      record.unit = registry.Lookup(umlauf::codepages::Cp1252ToWide(name), true);
   }
-  if (!Read(file, record.exponent) || !Read(file, record.power) || !Read(file, record.logref)) return false;
-  if (version >= 2) return Read(file, record.flags);
+  if (!ReadField(file, record.exponent) || !ReadField(file, record.power) || !ReadField(file, record.logref))
+    return false;
+  if (version >= 2) return ReadField(file, record.flags);
   set_db(record.logref != 0.0f);
   return true;
 }

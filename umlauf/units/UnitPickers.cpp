@@ -1,6 +1,7 @@
 #include "umlauf/units/UnitPickers.h"
 
-#include <array>
+#include "umlauf/platform/memory/WithoutMemory.h"
+#include "umlauf/units/internal/SiPrefixes.h"
 
 UMLAUF_IMPLEMENT_DYNCREATE(CMeasuringUnitComboBox, CComboBox)
 UMLAUF_IMPLEMENT_MESSAGE_MAP(CMeasuringUnitComboBox, CComboBox)
@@ -8,24 +9,14 @@ UMLAUF_IMPLEMENT_MESSAGE_MAP(CMeasuringUnitComboBox, CComboBox)
 UMLAUF_IMPLEMENT_DYNCREATE(CSiPrefixComboBox, CComboBox)
 UMLAUF_IMPLEMENT_MESSAGE_MAP(CSiPrefixComboBox, CComboBox)
 
+using umlauf::units::kSiPrefixes;
+using umlauf::units::SiPrefix;
+
 namespace {
 
-struct SiPrefix {
-  const wchar_t* text;
-  std::int16_t exponent;
-};
-constexpr std::array<SiPrefix, 10> kPrefixes{{
-    {L"f", -15},
-    {L"p", -12},
-    {L"n", -9},
-    {L"µ", -6},
-    {L"m", -3},
-    {L"(1)", 0},
-    {L"k", 3},
-    {L"M", 6},
-    {L"G", 9},
-    {L"T", 12},
-}};
+CString TextOf(const SiPrefix& prefix) {
+  return prefix.exponent == 0 ? CString(L"(1)") : CString(&prefix.letter, 1);
+}
 
 void AddItem(CComboBox& box, const wchar_t* text, std::intptr_t data) {
   const std::intptr_t index = box.SendMessageW(CB_ADDSTRING, 0, text);
@@ -74,14 +65,16 @@ CMeasuringUnit const& CMeasuringUnitComboBox::Retrieve() {
 
 void CMeasuringUnitComboBox::FillIdNameMap(std::map<int, CString>& map) {
   map.clear();
-  for (std::uint32_t i = 0; i < CommonUnits::kCommonUnitCount; ++i) {
-    map.emplace(static_cast<int>(i), CMeasuringUnit::UnitString(i));
-  }
+  umlauf::HadMemory([&map] {
+    for (std::uint32_t i = 0; i < CommonUnits::kCommonUnitCount; ++i) {
+      map.emplace(static_cast<int>(i), CMeasuringUnit::UnitString(i));
+    }
+  });
 }
 
 void CSiPrefixComboBox::Prepare(std::int16_t exponent) {
   SendMessageW(CB_RESETCONTENT);
-  for (const SiPrefix& prefix : kPrefixes) AddItem(*this, prefix.text, prefix.exponent);
+  for (const SiPrefix& prefix : kSiPrefixes) AddItem(*this, TextOf(prefix), prefix.exponent);
   SetSelection(exponent);
 }
 
@@ -98,5 +91,7 @@ std::int16_t CSiPrefixComboBox::Retrieve() {
 
 void CSiPrefixComboBox::FillIdNameMap(std::map<int, CString>& map) {
   map.clear();
-  for (const SiPrefix& prefix : kPrefixes) map.emplace(prefix.exponent, prefix.text);
+  umlauf::HadMemory([&map] {
+    for (const SiPrefix& prefix : kSiPrefixes) map.emplace(prefix.exponent, TextOf(prefix));
+  });
 }

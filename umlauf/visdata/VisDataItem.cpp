@@ -78,12 +78,7 @@ void CVisDataItem::ClearNames() {
   extName_.Empty();
 }
 
-void CVisDataItem::SetExtName(const CString& name) {
-  try {
-    extName_ = name;
-  } catch (const std::bad_alloc&) {
-  }
-}
+void CVisDataItem::SetExtName(const CString& name) { extName_ = name; }
 
 wchar_t* CVisDataItem::DataTypeName(int dataType) {
   static wchar_t names[][16] = {L"(unknown)", L"Vector", L"IntVector", L"Polygon", L"Vector-Array", L"Grid"};
@@ -118,15 +113,11 @@ void CVisDataItem::CalcVecRange(const float* values, std::uint64_t n, Range& ran
   QVL::VectorMinMax(values, static_cast<std::size_t>(n), 1, range.first, range.second);
 }
 
-CVisDataItem::Block CVisDataItem::AllocBlock(std::uint64_t n) {
-  return Block(static_cast<float*>(umlauf::AlignedAlloc(umlauf::BytesFor(n, sizeof(float)))));
-}
-
 bool CVisDataItem::AllocRawData(std::uint64_t n) {
   if (n == 0) return true;
   if (n > rawCapacity_) {
     FreeRawData();
-    raw_ = AllocBlock(n);
+    raw_ = umlauf::MakeAlignedBlock<float>(n);
     if (raw_ == nullptr) return false;
     rawCapacity_ = n;
   }
@@ -139,7 +130,7 @@ bool CVisDataItem::ExpandRawData(std::uint64_t n) {
   constexpr std::uint64_t most = std::numeric_limits<std::uint64_t>::max();
   std::uint64_t capacity = rawCapacity_ == 0 ? kFirstRawCapacity : rawCapacity_;
   while (capacity < n) capacity = capacity > most / 2 ? most : 2 * capacity;
-  Block larger = AllocBlock(capacity);
+  auto larger = umlauf::MakeAlignedBlock<float>(capacity);
   if (larger == nullptr) {
     rawCapacity_ = 0;
     return false;
@@ -160,7 +151,7 @@ bool CVisDataItem::CopyRawData(const float* source, std::uint64_t n) {
     ZeroFloats(raw_.get() + n, rawCapacity_ - n);
     return true;
   }
-  Block larger = AllocBlock(n);
+  auto larger = umlauf::MakeAlignedBlock<float>(n);
   if (larger == nullptr) {
     FreeRawData();
     return false;

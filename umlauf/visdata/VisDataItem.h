@@ -125,10 +125,6 @@ class UMLAUF_API CVisDataItem : public CObject, public VisDataTypes {
   void SetZRange(const Range& range) { zRange_ = range; }
 
  private:
-  using Block = std::unique_ptr<float[], umlauf::AlignedFreeDeleter>;
-
-  static Block AllocBlock(std::uint64_t n);
-
   std::unique_ptr<wchar_t[]> name_;
   std::uint64_t nameCapacity_ = 0;
   CString extName_;
@@ -145,6 +141,6 @@ class UMLAUF_API CVisDataItem : public CObject, public VisDataTypes {
   Range zRange_{0.0f, 1.0f};
   float scaleFactor_ = 1.0f;
   float inverseScaleFactor_ = 1.0f;
-  Block raw_;
+  umlauf::AlignedBlock<float> raw_;
   std::uint64_t rawCapacity_ = 0;
 };

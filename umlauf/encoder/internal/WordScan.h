@@ -8,7 +8,7 @@
 
 #include "umlauf/platform/framework/Types.h"
 
-namespace umlauf::speed {
+namespace umlauf::encoder {
 
 /// Words that are looked at together: one bit each in a 64-bit number.
 inline constexpr std::size_t kScanGroup = 64;
@@ -70,4 +70,4 @@ inline void ForEachMarked(const ULONG* words, std::uint64_t count, unsigned stri
   }
 }
 
-}  // namespace umlauf::speed
+}  // namespace umlauf::encoder

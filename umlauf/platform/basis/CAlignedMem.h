@@ -4,35 +4,10 @@
 #include <cstdint>
 #include <cstring>
 #include <limits>
-#include <memory>
 #include <type_traits>
 #include <utility>
 
-#include "umlauf/Export.h"
-#include "umlauf/platform/framework/Types.h"
-
-namespace umlauf {
-
-/// Alignment of sample blocks in bytes.
-inline constexpr std::size_t kSampleAlignment = 128;
-
-/// Allocates `bytes` bytes, aligned to `kSampleAlignment`, not cleared. Null when there is no memory. 0 bytes
-/// is a valid block.
-UMLAUF_API void* AlignedAlloc(std::size_t bytes) noexcept;
-UMLAUF_API void AlignedFree(void* block) noexcept;
-
-struct AlignedFreeDeleter {
-  void operator()(void* block) const noexcept { AlignedFree(block); }
-};
-
-/// Bytes of n elements of the given size; the greatest number when they overflow, which no allocation can
-/// meet.
-constexpr std::size_t BytesFor(std::uint64_t n, std::size_t elementSize) {
-  constexpr std::size_t most = std::numeric_limits<std::size_t>::max();
-  return n > most / elementSize ? most : static_cast<std::size_t>(n) * elementSize;
-}
-
-}  // namespace umlauf
+#include "umlauf/platform/memory/AlignedBlock.h"
 
 /// An aligned block of n elements of T (short, int, unsigned 32-bit, float or any other plain type), owned by
 /// the object. Failed allocations are reported by false and leave the block as it was. One object is used by
@@ -113,9 +88,9 @@ class CAlignedMem {
     if (n == 0) {
       data_.reset();
     } else {
-      void* block = umlauf::AlignedAlloc(umlauf::BytesFor(n, sizeof(T)));
+      umlauf::AlignedBlock<T> block = umlauf::MakeAlignedBlock<T>(n);
       if (block == nullptr) return false;
-      data_.reset(static_cast<T*>(block));
+      data_ = std::move(block);
     }
     size_ = n;
     return true;
@@ -126,6 +101,6 @@ class CAlignedMem {
     return true;
   }
 
-  std::unique_ptr<T[], umlauf::AlignedFreeDeleter> data_;
+  umlauf::AlignedBlock<T> data_;
   std::uint64_t size_ = 0;
 };

@@ -1,7 +1,8 @@
 #include "umlauf/platform/basis/CArithExpression.h"
 
 #include <algorithm>
-#include <new>
+
+#include "umlauf/platform/memory/WithoutMemory.h"
 
 namespace {
 
@@ -139,10 +140,9 @@ class CArithExpression::Parser {
 };
 
 CArithExpression::CArithExpression(std::wstring_view text) {
-  try {
-    tree_.text_ = text;
-    if (Parser(tree_, reason_).Run()) return;
-  } catch (const std::bad_alloc&) {
-  }
-  tree_ = CExpression();
+  const bool read = umlauf::WithMemory(false, [&] {
+    tree_.text_.assign(text);
+    return Parser(tree_, reason_).Run();
+  });
+  if (!read) tree_ = CExpression();
 }

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "umlauf/platform/memory/WithoutMemory.h"
+
 namespace {
 
 using Kind = CExpression::Kind;
@@ -37,7 +39,10 @@ constexpr Notation NotationOf(Kind kind) {
 }  // namespace
 
 std::wstring_view CExpression::Text(Node node) const {
-  return std::wstring_view(text_).substr(entries_[node].offset, entries_[node].length);
+  const Entry& entry = entries_[node];
+  // Less than all of it only in a copy for which there was no memory.
+  return entry.offset < text_.size() ? std::wstring_view(text_).substr(entry.offset, entry.length)
+                                     : std::wstring_view();
 }
 
 bool CExpression::Integer(Node node, std::int32_t& value) const {
@@ -52,10 +57,12 @@ bool CExpression::Integer(Node node, std::int32_t& value) const {
 }
 
 CString CExpression::Infix(Node node) const {
-  std::wstring out;
-  out.reserve(text_.size());
-  Write(node, 0, out);
-  return CString(std::move(out));
+  return umlauf::WithMemory(std::wstring(), [&] {
+    std::wstring out;
+    out.reserve(text_.size());
+    Write(node, 0, out);
+    return out;
+  });
 }
 
 void CExpression::Write(Node node, int strength, std::wstring& out) const {

@@ -8,6 +8,7 @@
 
 #include "umlauf/Export.h"
 #include "umlauf/platform/framework/CString.h"
+#include "umlauf/platform/memory/WithoutMemory.h"
 
 /// The tree of an arithmetic expression, as CArithExpression makes it. A tree holds its own copy of the
 /// text and copies independently. Its nodes are named by numbers that are valid for this tree and its
@@ -49,7 +50,7 @@ class UMLAUF_API CExpression {
 
   void Write(Node node, int strength, std::wstring& out) const;
 
-  std::wstring text_;
-  std::vector<Entry> entries_;
+  umlauf::QuietCopy<std::wstring> text_;
+  umlauf::QuietCopy<std::vector<Entry>> entries_;
   Node root_ = 0;
 };

@@ -6,6 +6,8 @@
 #include <string>
 
 #include "umlauf/platform/basis/CSwitchResourceDefault.h"
+#include "umlauf/platform/memory/Immortal.h"
+#include "umlauf/platform/memory/WithoutMemory.h"
 #include "umlauf/platform/os/os.h"
 
 namespace {
@@ -16,8 +18,8 @@ struct ProcessLanguage {
 };
 
 ProcessLanguage& TheLanguage() {
-  static ProcessLanguage language;
-  return language;
+  static umlauf::Immortal<ProcessLanguage> language;
+  return language.object;
 }
 
 CString NamedLanguage() {
@@ -28,7 +30,9 @@ CString NamedLanguage() {
     if (!process.language.IsEmpty()) return process.language;
   }
   for (const char* variable : {"LC_ALL", "LC_MESSAGES", "LANG"}) {
-    if (CString language = umlauf::os::Environment(variable); !language.IsEmpty()) return language;
+    const CString language =
+        umlauf::WithMemory(CString(), [variable]() -> CString { return umlauf::os::Environment(variable); });
+    if (!language.IsEmpty()) return language;
   }
   return {};
 }
@@ -50,13 +54,13 @@ std::optional<std::string_view> FindText(std::string_view texts, unsigned id) {
 
 CString CLibMgr::Language() {
   const CString named = NamedLanguage();
-  std::wstring code;
+  CString code;
   for (const wchar_t c : named.view()) {
     const wchar_t small = c >= L'A' && c <= L'Z' ? static_cast<wchar_t>(c - L'A' + L'a') : c;
     if (small < L'a' || small > L'z') break;
     code += small;
   }
-  return code.size() == 2 || code.size() == 3 ? CString(std::move(code)) : CString();
+  return code.GetLength() == 2 || code.GetLength() == 3 ? code : CString();
 }
 
 void CLibMgr::SetLanguage(const CString& language) {

@@ -5,7 +5,7 @@
 
 #include "umlauf/Export.h"
 
-/// Text conversions of lBasis.
+/// Text conversions of lBasis. The result is empty when there is no memory.
 namespace Formatting {
 
 /// Code page 1252 to wide text.

@@ -1,5 +1,6 @@
 #include "umlauf/platform/framework/CFile.h"
 
+#include "umlauf/platform/memory/WithoutMemory.h"
 #include "umlauf/platform/os/os.h"
 
 namespace os = umlauf::os;
@@ -17,7 +18,7 @@ bool CFile::Open(const wchar_t* path, unsigned flags) {
   mode.read = (flags & modeWrite) == 0;
   mode.create = (flags & modeCreate) != 0;
   mode.truncate = mode.create && (flags & modeNoTruncate) == 0;
-  file_ = os::File::Open(path, mode);
+  if (path != nullptr) umlauf::HadMemory([&] { file_ = os::File::Open(path, mode); });
   failed_ = false;
   return file_ != nullptr;
 }
@@ -31,12 +32,17 @@ void CFile::Write(const void* buffer, std::size_t count) {
 }
 
 std::uint64_t CFile::Seek(std::int64_t offset, unsigned from) {
+  std::uint64_t target = 0;
+  if (!SeekTarget(offset, from, target) || !file_ || !file_->Seek(target)) failed_ = true;
+  return GetPosition();
+}
+
+bool CFile::SeekTarget(std::int64_t offset, unsigned from, std::uint64_t& target) const {
   const std::uint64_t origin = from == begin ? 0 : from == current ? GetPosition() : GetLength();
-  const std::uint64_t target = origin + static_cast<std::uint64_t>(offset);
+  target = origin + static_cast<std::uint64_t>(offset);
   const bool beforeStart = offset < 0 && target > origin;
   const bool beyondRange = offset > 0 && target < origin;
-  if (beforeStart || beyondRange || !file_ || !file_->Seek(target)) failed_ = true;
-  return GetPosition();
+  return !beforeStart && !beyondRange;
 }
 
 std::uint64_t CFile::GetPosition() const { return file_ ? file_->Position() : 0; }

@@ -57,6 +57,8 @@ class UMLAUF_API CFile : public CObject {
 
  protected:
   void SetFailed(bool failed) { failed_ = failed; }
+  /// Where a seek goes, from the start of the file; false when that lies before it or beyond 64 bits.
+  bool SeekTarget(std::int64_t offset, unsigned from, std::uint64_t& target) const;
 
  private:
   std::unique_ptr<umlauf::os::File> file_;

@@ -2,18 +2,17 @@
 
 #include <algorithm>
 #include <cstring>
-#include <new>
-#include <stdexcept>
+
+#include "umlauf/platform/memory/WithoutMemory.h"
 
 UMLAUF_IMPLEMENT_DYNAMIC(CMemFile, CFile)
 
+CMemFile::CMemFile(std::span<const std::byte> bytes) {
+  if (!umlauf::HadMemory([&] { bytes_.assign(bytes.begin(), bytes.end()); })) SetFailed(true);
+}
+
 bool CMemFile::SetLength(std::uint64_t length) {
-  try {
-    bytes_.resize(length);
-    return true;
-  } catch (const std::bad_alloc&) {
-  } catch (const std::length_error&) {
-  }
+  if (umlauf::HadMemory([&] { bytes_.resize(length); })) return true;
   SetFailed(true);
   return false;
 }
@@ -37,12 +36,11 @@ void CMemFile::Write(const void* buffer, std::size_t count) {
 }
 
 std::uint64_t CMemFile::Seek(std::int64_t offset, unsigned from) {
-  const std::uint64_t origin = from == begin ? 0 : from == current ? position_ : GetLength();
-  const std::uint64_t target = origin + static_cast<std::uint64_t>(offset);
-  if ((offset < 0 && target > origin) || (offset > 0 && target < origin)) {
-    SetFailed(true);
-  } else {
+  std::uint64_t target = 0;
+  if (SeekTarget(offset, from, target)) {
     position_ = target;
+  } else {
+    SetFailed(true);
   }
   return position_;
 }

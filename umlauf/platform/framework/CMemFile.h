@@ -12,8 +12,8 @@ class UMLAUF_API CMemFile : public CFile {
 
  public:
   CMemFile() = default;
-  /// A file that holds a copy of these bytes, positioned at its start.
-  explicit CMemFile(std::span<const std::byte> bytes) : bytes_(bytes.begin(), bytes.end()) {}
+  /// A file that holds a copy of these bytes, positioned at its start; empty, and failed, without memory.
+  explicit CMemFile(std::span<const std::byte> bytes);
 
   std::span<const std::byte> Bytes() const { return bytes_; }
   /// Bytes beyond the new length go, missing ones are zero.

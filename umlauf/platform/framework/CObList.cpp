@@ -1,9 +1,9 @@
 #include "umlauf/platform/framework/CObList.h"
 
 #include <algorithm>
-#include <new>
 
 #include "umlauf/platform/framework/CInvalidArgException.h"
+#include "umlauf/platform/memory/WithoutMemory.h"
 
 UMLAUF_IMPLEMENT_DYNCREATE(CObList, CObject)
 
@@ -37,11 +37,7 @@ POSITION CObList::Find(const CObject* object) const {
 }
 
 bool CObList::AddBlock() {
-  try {
-    blocks_.push_back(std::make_unique<Node[]>(blockSize_));
-  } catch (const std::bad_alloc&) {
-    return false;
-  }
+  if (!umlauf::HadMemory([this] { blocks_.push_back(std::make_unique<Node[]>(blockSize_)); })) return false;
   for (std::size_t i = blockSize_; i-- > 0;) {
     Node& node = blocks_.back()[i];
     node.next = free_;

@@ -71,6 +71,6 @@ class UMLAUF_API CObject {
 
 #define UMLAUF_IMPLEMENT_DYNAMIC(Class, Base) UMLAUF_IMPLEMENT_CLASS_RECORD(Class, Base, nullptr)
 
-#define UMLAUF_IMPLEMENT_DYNCREATE(Class, Base)        \
-  CObject* Class::CreateObject() { return new Class; } \
+#define UMLAUF_IMPLEMENT_DYNCREATE(Class, Base)                       \
+  CObject* Class::CreateObject() { return new (std::nothrow) Class; } \
   UMLAUF_IMPLEMENT_CLASS_RECORD(Class, Base, &Class::CreateObject)

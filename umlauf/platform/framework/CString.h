@@ -10,17 +10,21 @@
 
 /// Wide text with value semantics. The characters are wchar_t of the platform (UTF-16 on Windows, UTF-32
 /// elsewhere); lengths and positions count wchar_t. Copies are independent. One object is used by one thread
-/// at a time.
+/// at a time. Nothing throws: without memory a text that was to be made is empty, and one that was to be
+/// changed stays as it was.
 class UMLAUF_API CString {
  public:
   CString() = default;
-  CString(const wchar_t* text)
-      : text_(text != nullptr ? text : L"") {}  // NOLINT(google-explicit-constructor)
-  CString(const wchar_t* text, std::size_t length) : text_(text, length) {}
-  CString(std::wstring text) : text_(std::move(text)) {}  // NOLINT(google-explicit-constructor)
-  CString(std::wstring_view text) : text_(text) {}        // NOLINT(google-explicit-constructor)
+  CString(const CString& other) { *this = other; }
+  CString(CString&& other) noexcept = default;
+  CString(const wchar_t* text);  // NOLINT(google-explicit-constructor): null is empty
+  CString(const wchar_t* text, std::size_t length) : CString(std::wstring_view(text, length)) {}
+  CString(std::wstring text) noexcept : text_(std::move(text)) {}  // NOLINT(google-explicit-constructor)
+  CString(std::wstring_view text);                                 // NOLINT(google-explicit-constructor)
   /// From UTF-8. Malformed sequences become U+FFFD.
   explicit CString(const char* utf8);
+  CString& operator=(const CString& other);
+  CString& operator=(CString&& other) noexcept = default;
 
   static CString FromUtf8(std::string_view utf8);
   /// From code page 1252.
@@ -45,18 +49,9 @@ class UMLAUF_API CString {
   /// Character at a position; 0 outside the text.
   wchar_t GetAt(int position) const;
 
-  CString& operator+=(const CString& other) {
-    text_ += other.text_;
-    return *this;
-  }
-  CString& operator+=(const wchar_t* other) {
-    text_ += other;
-    return *this;
-  }
-  CString& operator+=(wchar_t other) {
-    text_ += other;
-    return *this;
-  }
+  CString& operator+=(const CString& other) { return Append(other.text_); }
+  CString& operator+=(const wchar_t* other) { return Append(other); }
+  CString& operator+=(wchar_t other) { return Append({&other, 1}); }
 
   /// Case-sensitive comparison: negative, 0 or positive.
   int Compare(const wchar_t* other) const { return text_.compare(other); }
@@ -71,14 +66,14 @@ class UMLAUF_API CString {
   /// Position of a text or character at or behind `start`; -1 when there is none.
   int Find(const wchar_t* what, int start = 0) const;
   int Find(wchar_t what, int start = 0) const;
-  /// Replaces every occurrence and returns their number; an empty `what` replaces nothing.
+  /// Replaces every occurrence and returns their number; an empty `what` replaces nothing, and neither does a
+  /// call that finds no memory.
   int Replace(const wchar_t* what, const wchar_t* with);
   /// Inserts before a position (limited to the text) and returns the new length.
   int Insert(int position, const wchar_t* what);
 
   /// printf-style formatting; %s takes wide and narrow (UTF-8) text alike. A format that does not fit its
-  /// arguments gives the format text itself: nothing is thrown and no memory is misread. Numbers do not
-  /// depend on the locale.
+  /// arguments gives the format text itself, and no memory is misread. Numbers do not depend on the locale.
   template <class... Args>
   void Format(const wchar_t* format, const Args&... args) {
     FormatV(format, {FormatArg(args)...});
@@ -90,6 +85,8 @@ class UMLAUF_API CString {
   friend auto operator<=>(const CString& a, const CString& b) { return a.text_ <=> b.text_; }
 
  private:
+  CString& Append(std::wstring_view text);
+
   std::wstring text_;
 };
 

@@ -1,7 +1,8 @@
 #pragma once
 
 // The operating system behind one interface. Nothing outside platform/os includes a system header or asks
-// which system it runs on; another system is another folder beside posix/.
+// which system it runs on; another system is another folder beside posix/. Where there is no memory these
+// functions throw std::bad_alloc, which their callers in the library keep from going further.
 
 #include <cstddef>
 #include <cstdint>

@@ -3,9 +3,15 @@
 #include <algorithm>
 #include <limits>
 #include <mutex>
+#include <new>
 #include <string>
 
+#include "umlauf/platform/basis/codepages/CodePages.h"
+#include "umlauf/platform/memory/WithoutMemory.h"
 #include "umlauf/platform/tramsea/internal/SettingsFile.h"
+
+using umlauf::codepages::WideToUtf8;
+using umlauf::sea::SettingsFile;
 
 namespace {
 
@@ -22,11 +28,11 @@ bool IsRange(int first, std::size_t count) {
 /// The open file, the lock over it, and the transaction that is under way.
 class CResourceSea::File {
  public:
-  std::unique_ptr<umlauf::sea::SettingsFile> sqlite;
+  std::unique_ptr<SettingsFile> sqlite;
   mutable std::recursive_mutex mutex;  // held as long as a transaction lasts
 
   /// Replaces the file; a transaction that is under way cannot succeed any more.
-  void Set(std::unique_ptr<umlauf::sea::SettingsFile> fresh) {
+  void Set(std::unique_ptr<SettingsFile> fresh) {
     failed_ = depth_ > 0;
     sqlite = std::move(fresh);
   }
@@ -48,7 +54,7 @@ class CResourceSea::File {
   bool Write(Action action) {
     if (const std::lock_guard lock(mutex); !sqlite) return false;
     Enter();
-    return Leave(!failed_ && action(*sqlite));
+    return Leave(!failed_ && umlauf::WithMemory(false, [&] { return action(*sqlite); }));
   }
 
  private:
@@ -56,35 +62,42 @@ class CResourceSea::File {
   bool failed_ = false;
 };
 
-CResourceSea::CResourceSea() : file_(std::make_unique<File>()) {}
+template <class Result, class Action>
+Result CResourceSea::Ask(Result otherwise, Action action) const {
+  if (!file_) return otherwise;
+  const std::lock_guard lock(file_->mutex);
+  if (!file_->sqlite) return otherwise;
+  return umlauf::WithMemory(std::move(otherwise), [&] { return action(*file_->sqlite); });
+}
+
+CResourceSea::CResourceSea() : file_(new (std::nothrow) File) {}
 CResourceSea::CResourceSea(const CString& path, Access access) : CResourceSea() { Open(path, access); }
 CResourceSea::~CResourceSea() = default;
 
 bool CResourceSea::Open(const CString& path, Access access) {
+  if (!file_) return false;
   const std::lock_guard lock(file_->mutex);
   Close();
-  file_->Set(umlauf::sea::SettingsFile::Open(path, access == Access::readWrite));
+  umlauf::HadMemory([&] { file_->Set(SettingsFile::Open(path, access == Access::readWrite)); });
   return IsOpen();
 }
 
 void CResourceSea::Close() {
+  if (!file_) return;
   const std::lock_guard lock(file_->mutex);
   file_->Set(nullptr);
 }
 
 bool CResourceSea::IsOpen() const {
-  const std::lock_guard lock(file_->mutex);
-  return file_->sqlite != nullptr;
+  return Ask(false, [](SettingsFile&) { return true; });
 }
 
 bool CResourceSea::IsReadOnly() const {
-  const std::lock_guard lock(file_->mutex);
-  return file_->sqlite && file_->sqlite->ReadOnly();
+  return Ask(false, [](SettingsFile& file) { return file.ReadOnly(); });
 }
 
 CString CResourceSea::Path() const {
-  const std::lock_guard lock(file_->mutex);
-  return file_->sqlite ? file_->sqlite->Path() : CString();
+  return Ask(CString(), [](SettingsFile& file) { return file.Path(); });
 }
 
 std::optional<CResourceEntry> CResourceSea::FindEntry(const CString& path) {
@@ -93,23 +106,22 @@ std::optional<CResourceEntry> CResourceSea::FindEntry(const CString& path) {
 }
 
 std::vector<CString> CResourceSea::Paths(const CString& prefix) const {
-  const std::lock_guard lock(file_->mutex);
-  std::vector<CString> paths;
-  if (file_->sqlite) {
-    file_->sqlite->ReadPaths(prefix.ToUtf8(),
-                             [&paths](const std::string& path) { paths.push_back(CString::FromUtf8(path)); });
-  }
-  return paths;
+  return Ask(std::vector<CString>(), [&prefix](SettingsFile& file) {
+    std::vector<CString> paths;
+    file.ReadPaths(WideToUtf8(prefix.view()), [&paths](const std::string& path) {
+      paths.emplace_back(umlauf::codepages::Utf8ToWide(path));
+    });
+    return paths;
+  });
 }
 
 std::vector<std::pair<int, int>> CResourceSea::Values(const CString& path) const {
-  const std::lock_guard lock(file_->mutex);
-  std::vector<std::pair<int, int>> values;
-  if (file_->sqlite) {
-    file_->sqlite->ReadValues(path.ToUtf8(), 0, kEndIndex,
-                              [&values](int index, int value) { values.emplace_back(index, value); });
-  }
-  return values;
+  return Ask(std::vector<std::pair<int, int>>(), [&path](SettingsFile& file) {
+    std::vector<std::pair<int, int>> values;
+    file.ReadValues(WideToUtf8(path.view()), 0, kEndIndex,
+                    [&values](int index, int value) { values.emplace_back(index, value); });
+    return values;
+  });
 }
 
 int CResourceSea::LookupInt(const CString& path, int index, int missing) const {
@@ -125,16 +137,18 @@ bool CResourceSea::LookupGetInt(const CString& path, int index, int& value) cons
 }
 
 bool CResourceSea::LookupInts(const CString& path, int first, std::span<std::optional<int>> values) const {
-  std::fill(values.begin(), values.end(), std::nullopt);
-  const std::lock_guard lock(file_->mutex);
-  if (!file_->sqlite || !IsRange(first, values.size())) return false;
+  const auto forget = [values] { std::fill(values.begin(), values.end(), std::nullopt); };
+  forget();
+  if (!IsRange(first, values.size())) return false;
   bool any = false;
   const auto end = first + static_cast<std::int64_t>(values.size());
-  const bool read = file_->sqlite->ReadValues(path.ToUtf8(), first, end, [&](int index, int value) {
-    values[static_cast<std::size_t>(index - first)] = value;
-    any = true;
+  const bool read = Ask(false, [&](SettingsFile& file) {
+    return file.ReadValues(WideToUtf8(path.view()), first, end, [&](int index, int value) {
+      values[static_cast<std::size_t>(index - first)] = value;
+      any = true;
+    });
   });
-  if (!read) std::fill(values.begin(), values.end(), std::nullopt);
+  if (!read) forget();
   return read && any;
 }
 
@@ -143,16 +157,19 @@ bool CResourceSea::LookupSetInt(const CString& path, int index, int value) {
 }
 
 bool CResourceSea::LookupSetInts(const CString& path, int first, std::span<const int> values) {
-  return file_->Write([&](umlauf::sea::SettingsFile& file) {
-    return !path.IsEmpty() && IsRange(first, values.size()) && file.Write(path.ToUtf8(), first, values);
+  return file_ && file_->Write([&](SettingsFile& file) {
+    return !path.IsEmpty() && IsRange(first, values.size()) &&
+           file.Write(WideToUtf8(path.view()), first, values);
   });
 }
 
 bool CResourceSea::RemoveEntry(const CString& path) {
-  return file_->Write([&path](umlauf::sea::SettingsFile& file) { return file.Remove(path.ToUtf8()); });
+  return file_ && file_->Write([&path](SettingsFile& file) { return file.Remove(WideToUtf8(path.view())); });
 }
 
-CResourceSea::Transaction::Transaction(CResourceSea& sea) : sea_(sea) { sea_.file_->Enter(); }
+CResourceSea::Transaction::Transaction(CResourceSea& sea) : sea_(sea), open_(sea.file_ != nullptr) {
+  if (open_) sea_.file_->Enter();
+}
 
 CResourceSea::Transaction::~Transaction() {
   if (open_) sea_.file_->Leave(false);

@@ -86,10 +86,14 @@ class UMLAUF_API CResourceSea {
 
    private:
     CResourceSea& sea_;
-    bool open_ = true;
+    bool open_;
   };
 
  private:
   class File;
-  std::unique_ptr<File> file_;
+  /// What the action tells of the open file; `otherwise` without one, and without memory.
+  template <class Result, class Action>
+  Result Ask(Result otherwise, Action action) const;
+
+  std::unique_ptr<File> file_;  // null without memory
 };

@@ -1,5 +1,6 @@
 #include "umlauf/platform/tramsea/CSeaBase.h"
 
+#include "umlauf/platform/memory/WithoutMemory.h"
 #include "umlauf/platform/os/os.h"
 #include "umlauf/platform/tramsea/CResourceSea.h"
 
@@ -15,15 +16,19 @@ std::wstring DefaultFolder() {
 }  // namespace
 
 CString CSeaBase::ApplicationPath() {
-  if (const std::wstring named = os::Environment("UMLAUF_SETTINGS"); !named.empty()) return named;
-  const std::wstring folder = DefaultFolder();
-  return folder.empty() ? folder : folder + L"/settings.db";
+  return umlauf::WithMemory(std::wstring(), [] {
+    if (std::wstring named = os::Environment("UMLAUF_SETTINGS"); !named.empty()) return named;
+    const std::wstring folder = DefaultFolder();
+    return folder.empty() ? folder : folder + L"/settings.db";
+  });
 }
 
 CResourceSea& CSeaBase::ApplicationSea() {
   static CResourceSea sea([] {
     // The folder of a file that was named is its owner's business.
-    if (os::Environment("UMLAUF_SETTINGS").empty()) os::CreateFolders(DefaultFolder());
+    umlauf::HadMemory([] {
+      if (os::Environment("UMLAUF_SETTINGS").empty()) os::CreateFolders(DefaultFolder());
+    });
     return ApplicationPath();
   }());
   return sea;

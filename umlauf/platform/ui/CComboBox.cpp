@@ -1,8 +1,19 @@
 #include "umlauf/platform/ui/CComboBox.h"
 
+#include <new>
+
 #include "umlauf/platform/ui/UserInterface.h"
 
 UMLAUF_IMPLEMENT_DYNCREATE(CComboBox, CObject)
+
+namespace {
+
+/// Stands in where there was no memory for a control.
+struct NoControl : CComboBoxControl {
+  std::intptr_t SendMessageW(unsigned, std::uintptr_t, std::intptr_t) override { return CB_ERRSPACE; }
+};
+
+}  // namespace
 
 void CComboBox::Attach(std::unique_ptr<CComboBoxControl> control) {
   control_ = std::move(control);
@@ -13,8 +24,10 @@ void CComboBox::Attach(std::unique_ptr<CComboBoxControl> control) {
 
 CComboBoxControl& CComboBox::Control() {
   if (control_ == nullptr) Attach(CUserInterface::Get().CreateComboBoxControl());
-  if (control_ == nullptr) Attach(std::make_unique<CWindowlessComboBox>());
-  return *control_;
+  if (control_ == nullptr) Attach(std::unique_ptr<CComboBoxControl>(new (std::nothrow) CWindowlessComboBox));
+  if (control_ != nullptr) return *control_;
+  static NoControl none;
+  return none;
 }
 
 void CComboBox::OnNotify(unsigned notification) {

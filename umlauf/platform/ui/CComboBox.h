@@ -36,7 +36,7 @@ class UMLAUF_API CComboBox : public CObject {
 
   /// Puts a control behind the combo box in place of the one before; null lets the next message make one.
   void Attach(std::unique_ptr<CComboBoxControl> control);
-  /// The control, made now if there is none.
+  /// The control, made now if there is none; without memory one that answers CB_ERRSPACE to everything.
   CComboBoxControl& Control();
   /// Sends a message to the control; see ComboBoxMessages.h.
   std::intptr_t SendMessageW(unsigned message, std::uintptr_t wParam = 0, std::intptr_t lParam = 0) {

@@ -1,16 +1,35 @@
 #include "umlauf/platform/ui/ComboBoxControl.h"
 
 #include <algorithm>
-#include <cwctype>
-#include <new>
 #include <string_view>
+
+#include "umlauf/platform/memory/WithoutMemory.h"
 
 namespace {
 
+/// The small letter of a capital of the Latin (with Latin-1 and Latin Extended-A), Greek and Cyrillic
+/// alphabets; any other character as it is. Not std::towlower, which knows ASCII only in the "C" locale.
+constexpr wchar_t SmallLetter(wchar_t c) {
+  const auto within = [c](unsigned first, unsigned last) {
+    return static_cast<std::uint32_t>(c) - first <= last - first;
+  };
+  const auto moved = [c](int distance) { return static_cast<wchar_t>(static_cast<int>(c) + distance); };
+  if (within('A', 'Z')) return moved(32);
+  if (c < 0x80) return c;
+  if (within(0xC0, 0xDE) && c != 0xD7) return moved(32);
+  // Capital and small letter take turns; the capital is even, in two stretches odd.
+  if (within(0x139, 0x148) || within(0x179, 0x17E)) return (c & 1) != 0 ? moved(1) : c;
+  if (c == 0x178) return 0xFF;
+  if (within(0x100, 0x177) && c != 0x130 && c != 0x131 && c != 0x138) return (c & 1) == 0 ? moved(1) : c;
+  if (within(0x391, 0x3AB) && c != 0x3A2) return moved(32);
+  if (within(0x400, 0x40F)) return moved(80);
+  if (within(0x410, 0x42F)) return moved(32);
+  return c;
+}
+
 bool EqualIgnoringCase(std::wstring_view a, std::wstring_view b) {
-  return std::equal(a.begin(), a.end(), b.begin(), b.end(), [](wchar_t x, wchar_t y) {
-    return std::towlower(static_cast<wint_t>(x)) == std::towlower(static_cast<wint_t>(y));
-  });
+  return std::equal(a.begin(), a.end(), b.begin(), b.end(),
+                    [](wchar_t x, wchar_t y) { return SmallLetter(x) == SmallLetter(y); });
 }
 
 const wchar_t* TextOf(std::intptr_t lParam) { return reinterpret_cast<const wchar_t*>(lParam); }
@@ -18,11 +37,7 @@ const wchar_t* TextOf(std::intptr_t lParam) { return reinterpret_cast<const wcha
 }  // namespace
 
 std::intptr_t CComboBoxList::SendMessageW(unsigned message, std::uintptr_t wParam, std::intptr_t lParam) {
-  try {
-    return Answer(message, wParam, lParam);
-  } catch (const std::bad_alloc&) {
-    return CB_ERRSPACE;
-  }
+  return umlauf::WithMemory(std::intptr_t{CB_ERRSPACE}, [&] { return Answer(message, wParam, lParam); });
 }
 
 std::intptr_t CComboBoxList::Answer(unsigned message, std::uintptr_t wParam, std::intptr_t lParam) {

@@ -1,6 +1,7 @@
 #include "umlauf/platform/ui/UserInterface.h"
 
 #include <atomic>
+#include <new>
 
 #include "umlauf/platform/tramsea/PrWin.h"
 #include "umlauf/platform/ui/ComboBoxControl.h"
@@ -21,7 +22,7 @@ void CUserInterface::ShowMessage(const CString& text, Icon) { PrWin::Output(PrWi
 bool CUserInterface::AskForFile(const OpenFileDialog&, CString&) { return false; }
 
 std::unique_ptr<CComboBoxControl> CUserInterface::CreateComboBoxControl() {
-  return std::make_unique<CWindowlessComboBox>();
+  return std::unique_ptr<CComboBoxControl>(new (std::nothrow) CWindowlessComboBox);
 }
 
 CUserInterface& CUserInterface::Get() {

@@ -11,7 +11,8 @@
 /// element type; 128-byte aligned blocks are fastest. Unless a function says otherwise, outputs may be the
 /// inputs themselves (exactly, not shifted) and n = 0 does nothing.
 ///
-/// Sums are formed in single precision, in several partial sums that are added at the end: the result depends
+/// Sums are formed in single precision, in several partial sums; those of blocks (of 65536 elements, or 1024
+/// strided ones) are added in double precision, save in `DotProduct` and `VectorMoments`. The result depends
 /// on the processor's vector width only within rounding.
 namespace QVL {
 

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "umlauf/platform/vekta/Decibels.h"
 #include "umlauf/platform/vekta/QVL.h"
 
 #undef HWY_TARGET_INCLUDE
@@ -60,13 +61,19 @@ void Range(const float* x, size_t n, size_t stride, float& min, float& max) {
   });
 }
 
+/// Blocks are summed in single precision and their sums in double precision: over millions of elements one
+/// float would lose what the later blocks add.
 template <class Step>
 HWY_INLINE float SumStrided(const float* x, size_t n, size_t stride, Step step) {
-  float sum = 0.0f;
-  ForContiguous(x, n, stride, [&](const float* block, size_t count) HWY_ATTR {
-    sum += Accumulate(Floats(), step, count, block);
-  });
-  return sum;
+  constexpr size_t blockLength = 65536;  // what one part of a walk covers
+  double sum = 0.0;
+  const auto add = [&](const float* block, size_t count) HWY_ATTR {
+    for (size_t i = 0; i < count; i += blockLength) {
+      sum += static_cast<double>(Accumulate(Floats(), step, std::min(count - i, blockLength), block + i));
+    }
+  };
+  ForContiguous(x, n, stride, add);
+  return static_cast<float>(sum);
 }
 
 float Sum(const float* x, size_t n, size_t stride) {
@@ -216,12 +223,11 @@ float VectorLogSum(const float* x, std::size_t n, std::size_t stride) {
   if (n == 0) return 0.0f;
   float min = 0.0f, reference = 0.0f;
   VectorMinMax(x, n, stride, min, reference);
-  if (std::isinf(reference)) return reference;              // a difference to it has no value
-  constexpr double nepersPerDecibel = 0.23025850929940457;  // ln(10) / 10
-  double power = 0.0;                                       // relative to the reference
+  if (std::isinf(reference)) return reference;  // a difference to it has no value
+  double power = 0.0;                           // relative to the reference
   for (std::size_t i = 0; i < n; ++i) {
     power +=
-        std::exp(nepersPerDecibel * (static_cast<double>(x[i * stride]) - static_cast<double>(reference)));
+        std::exp(numeric::kLn10By10 * (static_cast<double>(x[i * stride]) - static_cast<double>(reference)));
   }
   return static_cast<float>(static_cast<double>(reference) + 10.0 * std::log10(power));
 }

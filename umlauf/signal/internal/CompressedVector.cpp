@@ -4,6 +4,7 @@
 #include <array>
 #include <cstring>
 
+#include "umlauf/platform/framework/FileFields.h"
 #include "umlauf/platform/tramsea/PrWin.h"
 #include "umlauf/platform/vekta/QVL.h"
 
@@ -13,17 +14,6 @@ namespace {
 constexpr std::size_t kBlock = 32768;  // samples that are converted at a time
 constexpr std::uint32_t kHeaderBytes = 28;
 constexpr float kByteStep = 0.003921569f;  // 1 / 255
-
-template <class T>
-void ReadField(CFile& file, T& field) {
-  field = T{};
-  file.Read(&field, sizeof field);
-}
-
-template <class T>
-void WriteField(CFile& file, const T& field) {
-  file.Write(&field, sizeof field);
-}
 
 }  // namespace
 
@@ -57,6 +47,9 @@ void CompressedVector::Write(CFile& file, const float* samples, std::uint64_t n)
 }
 
 void CompressedVector::ReadHeader(CFile& file) {
+  mode = 0;
+  dataBytes = sectionSize = 0;
+  xMin = xMax = yMin = yMax = 0.0f;
   ReadField(file, mode);
   ReadField(file, dataBytes);
   ReadField(file, sectionSize);

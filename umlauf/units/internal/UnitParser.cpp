@@ -3,9 +3,11 @@
 #include <algorithm>
 #include <cstdint>
 #include <limits>
+#include <new>
 #include <string>
 
 #include "umlauf/platform/basis/CArithExpression.h"
+#include "umlauf/units/internal/SiPrefixes.h"
 #include "umlauf/units/internal/UnitStrings.h"
 
 namespace umlauf::units {
@@ -30,30 +32,13 @@ bool TakeLogarithm(std::wstring_view& text) {
   return true;
 }
 
+/// Exponent of a prefix letter ("u" stands for "µ"); 0 for any other.
 constexpr int PrefixExponent(wchar_t letter) {
-  switch (letter) {
-    case L'f':
-      return -15;
-    case L'p':
-      return -12;
-    case L'n':
-      return -9;
-    case L'u':
-    case L'µ':
-      return -6;
-    case L'm':
-      return -3;
-    case L'k':
-      return 3;
-    case L'M':
-      return 6;
-    case L'G':
-      return 9;
-    case L'T':
-      return 12;
-    default:
-      return 0;
+  if (letter == L'u') letter = L'µ';
+  for (const SiPrefix& prefix : kSiPrefixes) {
+    if (prefix.letter == letter) return prefix.exponent;
   }
+  return 0;
 }
 
 constexpr bool IsOperator(wchar_t c) {
@@ -98,6 +83,18 @@ std::wstring WithCarets(std::wstring_view text) {
   return out;
 }
 
+std::wstring WithSuperscripts(std::wstring_view text) {
+  std::wstring out;
+  out.reserve(text.size());
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    const wchar_t next = i + 1 < text.size() ? text[i + 1] : L'\0';
+    const bool superscript = text[i] == L'^' && (next == L'2' || next == L'3');
+    out += !superscript ? text[i] : next == L'2' ? L'²' : L'³';
+    i += superscript ? 1 : 0;
+  }
+  return out;
+}
+
 /// Takes a power with an integer operand off the root of the tree. False when it is out of range.
 bool TakePower(const CExpression& tree, CExpression::Node& root, std::int16_t& power) {
   using Limits = std::numeric_limits<std::int16_t>;
@@ -122,12 +119,10 @@ bool ParseExpression(std::wstring_view text, SMeasuringUnitPOD& unit, CString& r
     return false;
   }
   const CString rest = tree.Infix(root);
+  if (rest.IsEmpty()) throw std::bad_alloc();  // every tree has a text
   std::wstring_view prefixed = rest.view();
   unit.exponent = TakePrefix(prefixed);
-  CString name(prefixed);
-  name.Replace(L"^2", L"²");
-  name.Replace(L"^3", L"³");
-  unit.unit = UnitStrings::Instance().Lookup(name.view());
+  unit.unit = UnitStrings::Instance().Lookup(WithSuperscripts(prefixed));
   return true;
 }
 

@@ -1,5 +1,9 @@
 #include "umlauf/units/internal/UnitStrings.h"
 
+#include <new>
+
+#include "umlauf/platform/memory/Immortal.h"
+#include "umlauf/platform/memory/WithoutMemory.h"
 #include "umlauf/platform/tramsea/PrWin.h"
 #include "umlauf/units/CommonUnits.h"
 
@@ -43,8 +47,8 @@ void TellRegistered(const CString& name, std::uint32_t index) {
 }  // namespace
 
 UnitStrings& UnitStrings::Instance() {
-  static UnitStrings registry;
-  return registry;
+  static umlauf::Immortal<UnitStrings> registry;
+  return registry.object;
 }
 
 UnitStrings::UnitStrings() {
@@ -61,7 +65,11 @@ std::uint32_t UnitStrings::Lookup(std::wstring_view name, std::optional<bool> re
     if (const auto known = indices_.find(name); known != indices_.end()) return known->second;
     if (registering.value_or(registers) && !name.empty() && names_.size() < kMaxNames) {
       index = static_cast<std::uint32_t>(names_.size());
-      indices_.emplace(names_.emplace_back(name), index);
+      names_.emplace_back(name);
+      if (!umlauf::HadMemory([&] { indices_.emplace(names_.back(), index); })) {
+        names_.pop_back();
+        throw std::bad_alloc();
+      }
       if (!warning.value_or(warns)) return index;
     }
   }

@@ -11,8 +11,9 @@
 
 /// The process-wide registry of unit names, internal to the units: names get indices here, and an index
 /// keeps its name for the life of the process. It starts with the common units, whose indices are their
-/// values. May be used by all threads; messages are logged outside the lock, so that a log sink may use
-/// units itself.
+/// values. Never destroyed, so that units may be used until
+/// the process ends. May be used by all threads; messages are logged outside the lock, so that a log sink may
+/// use units itself.
 class UnitStrings {
  public:
   /// No more names than this are registered, whatever files and texts contain.
@@ -32,9 +33,9 @@ class UnitStrings {
   static inline std::atomic<bool> registers = false;
   static inline std::atomic<bool> warns = true;
 
- private:
   UnitStrings();
 
+ private:
   mutable std::mutex mutex_;
   std::deque<std::wstring> names_;  // a deque: names stay where they are
   std::unordered_map<std::wstring_view, std::uint32_t> indices_;

@@ -1,7 +1,8 @@
 #pragma once
 
 // Conversions between wide text and the two encodings that files hold. Every conversion of the library is
-// here.
+// here. They throw std::bad_alloc where there is no memory, and nothing else: who uses the library converts
+// through CString, which does not throw.
 
 #include <string>
 #include <string_view>

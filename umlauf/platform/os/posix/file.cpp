@@ -69,9 +69,12 @@ std::unique_ptr<File> File::Open(const std::wstring& path, const OpenMode& mode)
   struct stat info {};
   const bool exists = stat(name.c_str(), &info) == 0;
   if ((exists && S_ISDIR(info.st_mode)) || (!exists && !(mode.write && mode.create))) return nullptr;
-  std::FILE* file = std::fopen(name.c_str(), StdioMode(mode, exists));
+  std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::fopen(name.c_str(), StdioMode(mode, exists)),
+                                                       std::fclose);
   if (file == nullptr) return nullptr;
-  return std::make_unique<PosixFile>(file);
+  auto opened = std::make_unique<PosixFile>(file.get());
+  file.release();
+  return opened;
 }
 
 }  // namespace umlauf::os

@@ -64,11 +64,14 @@ Statement& Statement::Bind(int parameter, const std::string& text) {
 }
 
 bool Statement::Run(const std::function<bool(const Statement&)>& row) {
+  struct Reset {
+    sqlite3_stmt* statement;
+    ~Reset() { sqlite3_reset(statement); }
+  } const reset{statement_};  // also when the row finds no memory
   int result = SQLITE_ROW;
   while ((result = sqlite3_step(statement_)) == SQLITE_ROW) {
     if (row && !row(*this)) break;
   }
-  sqlite3_reset(statement_);
   return result == SQLITE_DONE || result == SQLITE_ROW;
 }
 

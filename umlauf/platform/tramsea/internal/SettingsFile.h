@@ -40,7 +40,7 @@ class Statement {
 };
 
 /// One open settings file. An empty file is one without entries; the first write makes it a database. What
-/// fails is noted in the log. One thread at a time.
+/// fails is noted in the log; where there is no memory, std::bad_alloc is thrown. One thread at a time.
 class SettingsFile {
  public:
   /// Null when it cannot be opened, is damaged, or is something else.

@@ -1,4 +1,4 @@
-#include "umlauf/platform/basis/CAlignedMem.h"
+#include "umlauf/platform/memory/AlignedBlock.h"
 
 #include <limits>
 #include <new>
