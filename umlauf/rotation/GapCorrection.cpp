@@ -4,7 +4,7 @@
 #include <cmath>
 #include <limits>
 
-#include "umlauf/rotation/internal/Growing.h"
+#include "umlauf/platform/memory/WithoutMemory.h"
 
 namespace {
 
@@ -35,7 +35,7 @@ void CGapCorrection::Finish(CPulseTrain& corrected) {
 
 PulseWheel CGapCorrection::Wheel() const {
   PulseWheel wheel{pulsesPerRevolution_, {}};
-  if (gaps_ > 0) umlauf::rotation::HasMemory([&] { wheel.gaps.push_back({0, RelativeLength()}); });
+  if (gaps_ > 0) umlauf::HadMemory([&] { wheel.gaps.push_back({0, RelativeLength()}); });
   return wheel;
 }
 

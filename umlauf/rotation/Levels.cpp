@@ -4,9 +4,9 @@
 #include <array>
 #include <cmath>
 
+#include "umlauf/platform/memory/WithoutMemory.h"
 #include "umlauf/pulses/DzPulsListe.h"
 #include "umlauf/rotation/internal/Blocks.h"
-#include "umlauf/rotation/internal/Growing.h"
 
 namespace {
 
@@ -167,7 +167,7 @@ bool CLevelFinder::Choose(CBlockSource& source, unsigned channel) {
   const bool ttl = detector_.TtlKorrektur();
   // Where rare samples are far from all others, the rule's levels change places.
   const bool usable = halfDistance > 0;
-  const bool enough = umlauf::rotation::HasMemory([&] {
+  const bool enough = umlauf::HadMemory([&] {
     std::vector<Family> families;
     if (usable) {
       families.push_back(Around(middle, halfDistance, ttl, halved + 1));

@@ -1,10 +1,10 @@
 #include "umlauf/rotation/PulseTrain.h"
 
-#include "umlauf/rotation/internal/Growing.h"
+#include "umlauf/platform/memory/WithoutMemory.h"
 
 bool CPulseTrain::Reserve(std::size_t pulses) {
   if (pulses <= room_) return true;
-  const bool grown = umlauf::rotation::HasMemory([&] {
+  const bool grown = umlauf::HadMemory([&] {
     edges_.reserve(pulses + 1);
     revolutionTimes_.reserve(pulses);
     pitches_.reserve(pulses);

@@ -2,7 +2,7 @@
 
 #include <cmath>
 
-#include "umlauf/rotation/internal/Growing.h"
+#include "umlauf/platform/memory/WithoutMemory.h"
 
 void CRevolutions::Take(const CPulseTrain& pulses) {
   for (std::size_t i = 0; i < pulses.size(); ++i) {
@@ -34,5 +34,5 @@ void CRevolutions::Take(const CPulseTrain& pulses) {
 void CRevolutions::Close(double end, double turns, double sampleRate) {
   if (!(end > begin_)) return;
   speed_.Add(turns, end - begin_, sampleRate);
-  complete_ &= umlauf::rotation::HasMemory([&] { found_.push_back({begin_, end, turns, speed_.last}); });
+  complete_ &= umlauf::HadMemory([&] { found_.push_back({begin_, end, turns, speed_.last}); });
 }

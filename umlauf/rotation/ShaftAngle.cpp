@@ -4,7 +4,7 @@
 #include <cmath>
 #include <limits>
 
-#include "umlauf/rotation/internal/Growing.h"
+#include "umlauf/platform/memory/WithoutMemory.h"
 
 namespace {
 
@@ -20,7 +20,7 @@ double EdgeSpeed(double lengthBefore, double before, double lengthBehind, double
 }  // namespace
 
 CShaftAngle::CShaftAngle(const CPulseTrain& pulses, double pulsesPerRevolution) {
-  const bool enough = umlauf::rotation::HasMemory([&] { AddEdges(pulses, pulsesPerRevolution); });
+  const bool enough = umlauf::HadMemory([&] { AddEdges(pulses, pulsesPerRevolution); });
   if (!enough || knots_.size() < 2) {
     knots_.clear();
   } else {

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
-#include "umlauf/rotation/internal/Growing.h"
+#include "umlauf/platform/memory/WithoutMemory.h"
 
 void CSpeedComparison::Take(const CPulseTrain& pulses) {
   if (known_.size() < 2) return;
@@ -19,9 +19,7 @@ void CSpeedComparison::Take(const CPulseTrain& pulses) {
     if (!(truth > 0)) continue;
     const double signedDeviation = pulse.Rpm(pulses.SampleRate()) - truth;
     const double deviation = std::abs(signedDeviation);
-    complete_ &= umlauf::rotation::HasMemory([&] {
-      found_.push_back({time, 100 * signedDeviation / truth});
-    });
+    complete_ &= umlauf::HadMemory([&] { found_.push_back({time, 100 * signedDeviation / truth}); });
     ++count_;
     maxRpm_ = std::max(maxRpm_, deviation);
     maxPercent_ = std::max(maxPercent_, 100 * deviation / truth);

@@ -3,9 +3,9 @@
 #include <algorithm>
 #include <cmath>
 
-#include "umlauf/rotation/internal/Growing.h"
+#include "umlauf/platform/memory/WithoutMemory.h"
 
-using umlauf::rotation::HasMemory;
+using umlauf::HadMemory;
 
 namespace {
 
@@ -42,7 +42,7 @@ void CSpeedCurveBuilder::Take(const CPulseTrain& pulses) {
 
 void CSpeedCurveBuilder::Close(double stepEnd) {
   good_ =
-      rpm_.size() < longest && HasMemory([this] { rpm_.push_back(static_cast<float>(60 * turns_ / step_)); });
+      rpm_.size() < longest && HadMemory([this] { rpm_.push_back(static_cast<float>(60 * turns_ / step_)); });
   turns_ = 0;
   cursor_ = stepEnd;
 }
@@ -53,7 +53,7 @@ std::unique_ptr<CSigCurve> CSpeedCurveBuilder::Finish(const wchar_t* name) {
     Close(cursor_);
   }
   std::unique_ptr<CSigCurve> curve;
-  if (!good_ || !HasMemory([&] { curve = std::make_unique<CSigCurve>(rpm_.size()); })) return nullptr;
+  if (!good_ || !HadMemory([&] { curve = std::make_unique<CSigCurve>(rpm_.size()); })) return nullptr;
   if (curve->DLen() != rpm_.size()) return nullptr;
   std::copy(rpm_.begin(), rpm_.end(), curve->FData());
   const double left = startTime_ + std::max(begin_, 0.0) + step_ / 2;
@@ -65,7 +65,7 @@ std::unique_ptr<CSigCurve> CSpeedCurveBuilder::Finish(const wchar_t* name) {
 }
 
 CSpeedPairsBuilder::CSpeedPairsBuilder() {
-  HasMemory([this] { points_ = std::make_unique<CSigPairs>(); });
+  HadMemory([this] { points_ = std::make_unique<CSigPairs>(); });
 }
 
 void CSpeedPairsBuilder::Take(const CPulseTrain& pulses) {
