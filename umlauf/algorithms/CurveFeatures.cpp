@@ -2,10 +2,10 @@
 
 #include <algorithm>
 #include <cmath>
-#include <new>
 #include <numeric>
 #include <vector>
 
+#include "umlauf/platform/memory/WithoutMemory.h"
 #include "umlauf/signal/CurveSpan.h"
 
 namespace CurveFeatures {
@@ -125,12 +125,10 @@ bool Peaks(const CSigCurve& curve, const PeakCriteria& criteria, CAlignedMem<Cur
   peaks.alloc(0);
   const CurveSpan span = SpanOf(curve);
   if (span.length < 3) return true;
-  try {
+  return umlauf::WithMemory(false, [&] {
     const std::vector<CurvePeak> found = Find(span, criteria);
     return peaks.assign(found.size(), found.data());
-  } catch (const std::bad_alloc&) {
-    return false;
-  }
+  });
 }
 
 bool Peaks(const CSigCurve& curve, const PeakCriteria& criteria, CSigPairs& points) {

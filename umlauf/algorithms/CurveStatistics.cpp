@@ -2,10 +2,10 @@
 
 #include <algorithm>
 #include <cmath>
-#include <new>
 #include <vector>
 
 #include "umlauf/algorithms/internal/CurveResult.h"
+#include "umlauf/platform/memory/WithoutMemory.h"
 #include "umlauf/platform/vekta/numeric.h"
 
 namespace CurveStatistics {
@@ -117,12 +117,10 @@ bool Histogram(const CSigCurve& curve, float lo, float hi, std::uint64_t bins, C
 
 bool Rainflow(const CSigCurve& curve, CAlignedMem<RainflowCycle>& cycles) {
   cycles.alloc(0);
-  try {
+  return umlauf::WithMemory(false, [&] {
     const std::vector<RainflowCycle> counted = Count(TurningPoints(SpanOf(curve)));
     return cycles.assign(counted.size(), counted.data());
-  } catch (const std::bad_alloc&) {
-    return false;
-  }
+  });
 }
 
 }  // namespace CurveStatistics

@@ -1,10 +1,11 @@
 #include "umlauf/signal/SigCurveArray.h"
 
 #include <algorithm>
-#include <array>
 #include <cmath>
 #include <new>
 #include <utility>
+
+#include "umlauf/platform/memory/WithoutMemory.h"
 
 UMLAUF_IMPLEMENT_DYNCREATE(CSigCurveArray, CSignal)
 
@@ -81,7 +82,7 @@ bool CSigCurveArray::Append(const CSigCurve& curve, float position) {
 void CSigCurveArray::Append(const CSignal& other) {
   const auto* array = dynamic_cast<const CSigCurveArray*>(&other);
   if (array == nullptr) return;
-  try {
+  umlauf::HadMemory([&] {
     std::vector<CurvePtr> joined;
     joined.reserve(Count() + array->Count());
     for (const CurvePtr& curve : array->curves_) {
@@ -93,22 +94,19 @@ void CSigCurveArray::Append(const CSignal& other) {
     std::rotate(joined.begin(), joined.begin() + static_cast<std::ptrdiff_t>(array->Count()), joined.end());
     curves_ = std::move(joined);
     Sort();
-  } catch (const std::bad_alloc&) {
-  }
+  });
 }
 
 std::size_t CSigCurveArray::Insert(CurvePtr&& curve) {
   if (curve == nullptr || std::isnan(curve->Date())) return None;
-  try {
+  return umlauf::WithMemory(None, [&] {
     const auto place = std::upper_bound(curves_.begin(), curves_.end(), curve->Date(), ByDate());
-    const auto index = static_cast<std::size_t>(place - curves_.begin());
-    curves_.reserve(curves_.size() == curves_.capacity() ? std::max<std::size_t>(16, 2 * curves_.size()) : 0);
+    const auto index = place - curves_.begin();
+    if (curves_.size() == curves_.capacity()) curves_.reserve(std::max<std::size_t>(16, 2 * curves_.size()));
     TakeUnits(*curve);
-    curves_.insert(curves_.begin() + static_cast<std::ptrdiff_t>(index), std::move(curve));
-    return index;
-  } catch (const std::bad_alloc&) {
-    return None;
-  }
+    curves_.insert(curves_.begin() + index, std::move(curve));
+    return static_cast<std::size_t>(index);
+  });
 }
 
 CSigCurveArray::CurvePtr CSigCurveArray::Remove(std::size_t i) {
@@ -157,24 +155,25 @@ std::size_t CSigCurveArray::FindNearest(float position) const {
 }
 
 bool CSigCurveArray::Part(float from, float to, CSigCurveArray& part) const {
-  try {
-    std::vector<CurvePtr> copies;
+  std::vector<CurvePtr> copies;
+  const bool done = umlauf::HadMemory([&] {
     for (const CurvePtr& curve : curves_) {
       if (!(curve->Date() >= from && curve->Date() <= to)) continue;
       copies.push_back(Copy(*curve));
       if (copies.back() == nullptr) throw std::bad_alloc();
     }
-    if (&part != this) {
-      part.CSignal::operator=(*this);
-      part.SetSigId(SigIdCurveArray);
-      part.arrayUnit_ = arrayUnit_;
-    }
-    part.curves_ = std::move(copies);
-    return true;
-  } catch (const std::bad_alloc&) {
+  });
+  if (!done) {
     part.Clear();
     return false;
   }
+  if (&part != this) {
+    part.CSignal::operator=(*this);
+    part.SetSigId(SigIdCurveArray);
+    part.arrayUnit_ = arrayUnit_;
+  }
+  part.curves_ = std::move(copies);
+  return true;
 }
 
 // File record

@@ -4,6 +4,8 @@
 #include <cmath>
 #include <limits>
 
+#include "umlauf/platform/basis/CAlignedMem.h"
+#include "umlauf/platform/memory/WithoutMemory.h"
 #include "umlauf/platform/vekta/numeric.h"
 #include "umlauf/signal/CurveSpan.h"
 #include "umlauf/signal/SigCurveArray.h"
@@ -89,10 +91,10 @@ bool CSigCurveArray::Fold(CSigCurveExt& out, Step step, Finish finish) const {
     return false;
   }
   std::vector<Reader> readers;
-  try {
-    readers.assign(curves_.size(), Reader(CSigCurve()));
-    for (std::size_t c = 0; c < Count(); ++c) readers[c] = Reader(*curves_[c]);
-  } catch (const std::bad_alloc&) {
+  const bool hadMemory = umlauf::HadMemory([&] {
+    for (const CurvePtr& curve : curves_) readers.emplace_back(*curve);
+  });
+  if (!hadMemory) {
     out.Free();
     return false;
   }
