@@ -9,7 +9,13 @@
 #include "umlauf/platform/memory/AlignedBlock.h"
 
 /// Type tags of the signal classes.
-enum SignalTag : LONG { SigIdRaw = 101, SigIdCurve = 102, SigIdPairs = 109, SigIdCurveExt = 1021 };
+enum SignalTag : LONG {
+  SigIdRaw = 101,
+  SigIdCurve = 102,
+  SigIdCurveArray = 103,
+  SigIdPairs = 109,
+  SigIdCurveExt = 1021
+};
 
 /// Sample buffer of a signal: a run of 32-bit samples that is empty, owned (a 128-byte aligned block that
 /// this object allocated) or borrowed from the caller (`SetBuffer`), plus a tag that tells the concrete

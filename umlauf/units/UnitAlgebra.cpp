@@ -2,9 +2,9 @@
 
 #include <algorithm>
 #include <limits>
-#include <new>
 #include <string>
 
+#include "umlauf/platform/memory/WithoutMemory.h"
 #include "umlauf/units/internal/UnitStrings.h"
 
 namespace UnitAlgebra {
@@ -88,25 +88,16 @@ CMeasuringUnit Times(const CMeasuringUnitInterface& a, const CMeasuringUnitInter
   return Named(name + L"*" + NameOf(b, true), exponent);
 }
 
-template <class Form>
-CMeasuringUnit Formed(Form form) {
-  try {
-    return form();
-  } catch (const std::bad_alloc&) {
-    return CMeasuringUnit();
-  }
-}
-
 }  // namespace
 
 CMeasuringUnit Product(const CMeasuringUnitInterface& a, const CMeasuringUnitInterface& b) {
   if (!HasProducts(a) || !HasProducts(b)) return CMeasuringUnit();
-  return Formed([&] { return Times(a, b); });
+  return umlauf::WithMemory(CMeasuringUnit(), [&] { return Times(a, b); });
 }
 
 CMeasuringUnit Quotient(const CMeasuringUnitInterface& a, const CMeasuringUnitInterface& b) {
   if (!HasProducts(a) || !HasProducts(b)) return CMeasuringUnit();
-  return Formed([&] { return Over(a, b); });
+  return umlauf::WithMemory(CMeasuringUnit(), [&] { return Over(a, b); });
 }
 
 CMeasuringUnit Power(const CMeasuringUnitInterface& a, std::int16_t n) {
