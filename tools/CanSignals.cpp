@@ -20,10 +20,16 @@ std::string Field(const std::string& text) {
 
 }  // namespace
 
-CanSignals::CanSignals(const std::string& kcd, const std::vector<std::string>& wanted, unsigned channels) {
+CanSignals::CanSignals(const Description& description, unsigned channels) {
+  const std::string& kcd = description.kcd;
+  const std::vector<std::string>& wanted = description.signals;
   decoder_.SetRecordedChannels(channels);
+  decoder_.SetBigEndianOffset(description.offsets);
+  decoder_.SetBus(CString::FromUtf8(description.bus));
   if (!decoder_.SetDecoderXmlFile(CString::FromPath(kcd))) {
-    Fail("cannot use {}: {}; give a message description in KCD", kcd, notes_.text());
+    const bool buses = notes_.text().find("buses") != std::string::npos;
+    Fail("cannot use {}: {}{}", kcd, notes_.text(),
+         buses ? " with --bus" : "; give a message description in KCD");
   }
   std::vector<bool> found(wanted.size());
   std::set<CString> taken;
@@ -34,6 +40,8 @@ CanSignals::CanSignals(const std::string& kcd, const std::vector<std::string>& w
     signal.name = info.signal.ToUtf8();
     signal.unit = info.unit.ToUtf8();
     signal.identifier = info.identifier;
+    signal.labelled = info.labelled;
+    anyBigEndian_ |= info.bigEndian;
     bool take = wanted.empty();
     for (std::size_t k = 0; k < wanted.size(); ++k) {
       if (wanted[k] != signal.name && wanted[k] != signal.message + "." + signal.name) continue;
@@ -48,7 +56,9 @@ CanSignals::CanSignals(const std::string& kcd, const std::vector<std::string>& w
   for (std::size_t k = 0; k < wanted.size(); ++k) {
     if (!found[k]) Fail("{} describes no signal {}; leave out --signal to see all", kcd, wanted[k]);
   }
-  if (signals_.empty()) Fail("cannot use {}: it describes no signals", kcd);
+  if (signals_.empty()) {
+    Fail("cannot use {}: it describes no signals{}{}", kcd, notes_.empty() ? "" : "; ", notes_.text());
+  }
   decoder_.StartDecoderSession();
 }
 
@@ -64,9 +74,15 @@ void CanSignals::Take(double time, const CanMessageBlock_s& message, OutputFile*
     signal.max = std::max(signal.max, value);
     signal.sum += value;
     signal.values.Add(time, value);
+    const std::string label = signal.labelled ? decoder_.ResultLabel(i).ToUtf8() : std::string();
+    if (!label.empty()) {
+      NamedValue& named = signal.named[value];
+      named.name = label;
+      ++named.count;
+    }
     if (csv != nullptr) {
-      csv->Print("{},{},{},{},{}\n", time, Field(signal.message), Field(signal.name), value,
-                 Field(signal.unit));
+      csv->Print("{},{},{},{},{},{}\n", time, Field(signal.message), Field(signal.name), value,
+                 Field(signal.unit), Field(label));
     }
   }
 }

@@ -6,6 +6,9 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
+#include <fstream>
+#include <map>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -55,11 +58,13 @@ TEST(CanMessageDecoderXml, DecodesBits) {
   const Bytes a{0x12, 0x34, 0x56, 0x78, 0x9A, 0xBC, 0xDE, 0xF0};
   const Bytes little10{0, 0, 0x20, 0x41}, big10{0xC1, 0x20, 0, 0}, double10{0, 0, 0, 0, 0, 0, 0x24, 0xC0};
   const std::wstring big = L" endianess='big'";
+  constexpr auto msb = Decoder::BigEndianOffset::mostSignificantBit;
+  constexpr auto top = Decoder::BigEndianOffset::mostSignificantFromTop;
   const struct {
     std::wstring place, value;
     Bytes data;
     double expected;
-    bool offsetIsMostSignificant = false;
+    Decoder::BigEndianOffset offset = Decoder::BigEndianOffset::leastSignificantBit;
   } cases[] = {
       {L"offset='0' length='16'", L"slope='0.25' intercept='-40'", a, 0x3412 * 0.25 - 40},
       {L"offset='4' length='12' endianess='little'", L"type='unsigned'", a, 0x341},
@@ -78,20 +83,119 @@ TEST(CanMessageDecoderXml, DecodesBits) {
       {L"offset='24' length='32'" + big, L"type='single' slope='0.5' intercept='1'", big10, -4},
       {L"offset='0' length='64'", L"type='double'", double10, -10},
       {L"offset=' 0x08 ' length='8'", L"slope=' +1.5e1 '", a, 0x34 * 15},
-      {L"offset='3' length='12'" + big, L"", a, 0x234, true},
-      {L"offset='15' length='4'" + big, L"", a, 3, true},
-      {L"offset='7' length='64'" + big, L"", a, 1311768467463790320.0, true},
-      {L"offset='8' length='8'", L"", a, 0x34, true},
+      {L"offset='3' length='12'" + big, L"", a, 0x234, msb},
+      {L"offset='15' length='4'" + big, L"", a, 3, msb},
+      {L"offset='7' length='64'" + big, L"", a, 1311768467463790320.0, msb},
+      {L"offset='8' length='8'", L"", a, 0x34, msb},
+      {L"offset='4' length='12'" + big, L"", a, 0x234, top},
+      {L"offset='0' length='64'" + big, L"", a, 1311768467463790320.0, top},
+      {L"offset='8' length='8'", L"", a, 0x34, top},
+      {L"offset='8' length='16' endianess='BIG'", L"", a, 0x3456, top},
+      {L"offset='8' length='16' endianness=' Big '", L"", a, 0x3456, top},
   };
   for (const auto& c : cases) {
     Decoder decoder;
-    if (c.offsetIsMostSignificant) decoder.SetBigEndianOffset(Decoder::BigEndianOffset::mostSignificantBit);
+    decoder.SetBigEndianOffset(c.offset);
     decoder.AppSignalBekanntmachen(42, L"S");
     ASSERT_TRUE(decoder.SetDecoderXmlText(Network(L"<Message id='0x7FF'><Signal name='S' " + c.place +
                                                   L"><Value " + c.value + L"/></Signal></Message>")
                                               .c_str()));
     EXPECT_THAT(Decode(decoder, 0x7FF, c.data), ElementsAre(std::pair(42, c.expected)))
         << CString(c.place).ToUtf8() << " " << CString(c.value).ToUtf8();
+  }
+}
+
+/// Fields of a line.
+std::vector<std::string> Fields(const std::string& line) {
+  std::vector<std::string> fields;
+  std::istringstream stream(line + ",");
+  for (std::string field; std::getline(stream, field, ',');) fields.push_back(field);
+  return fields;
+}
+
+/// Values that the programs which convert descriptions read from a description that one of them has written
+/// (data/make_reference.py).
+TEST(CanMessageDecoderXml, ReadsConvertedDescriptionsAsConvertersDo) {
+  Decoder decoder;
+  Notes notes;
+  ASSERT_TRUE(decoder.SetDecoderXmlFile(CString(UMLAUF_TEST_DATA "/data/vehicle.kcd")));
+  std::map<std::string, int> ids;
+  for (unsigned i = 0; i < decoder.NumSignals(); ++i) {
+    const CString name = decoder.Signal(i).message + L"." + decoder.Signal(i).signal;
+    if (ids.emplace(name.ToUtf8(), static_cast<int>(ids.size())).second) {
+      decoder.AppSignalBekanntmachen(ids.at(name.ToUtf8()), name);
+    }
+  }
+  decoder.StartDecoderSession();
+  std::ifstream lines(UMLAUF_TEST_DATA "/data/vehicle.csv");
+  std::size_t compared = 0;
+  for (std::string line; std::getline(lines, line); ++compared) {
+    const std::vector<std::string> fields = Fields(line);
+    Bytes data;
+    for (std::size_t i = 0; i < fields[1].size(); i += 2) {
+      data.push_back(static_cast<std::uint8_t>(std::stoul(fields[1].substr(i, 2), nullptr, 16)));
+    }
+    const Results results = Decode(decoder, static_cast<std::uint32_t>(std::stoul(fields[0])), data);
+    const auto result = std::find_if(results.begin(), results.end(), [&](const auto& each) {
+      return each.first == ids.at(fields[2] + "." + fields[3]);
+    });
+    ASSERT_NE(result, results.end()) << line;
+    EXPECT_THAT(result->second, testing::NanSensitiveDoubleEq(std::stod(fields[4]))) << line;
+    EXPECT_EQ(decoder.ResultLabel(static_cast<unsigned>(result - results.begin())).ToUtf8(),
+              fields.size() > 5 ? fields[5] : "")
+        << line;
+  }
+  EXPECT_GT(compared, 500u);
+  EXPECT_THAT(notes.told, IsEmpty());
+}
+
+TEST(CanMessageDecoderXml, NamesValues) {
+  Decoder decoder;
+  decoder.AppSignalBekanntmachen(1, L"S");
+  ASSERT_TRUE(decoder.SetDecoderXmlText(
+      Network(
+          L"<Message id='1'><Signal name='S' offset='0' length='8'><Value type='signed' slope='2'/><LabelSet>"
+          L"<Label name='reverse' value='-1'/><LabelGroup name='forward' from='1' to='5'/></LabelSet>"
+          L"</Signal></Message>")
+          .c_str()));
+  for (const auto& [byte, label] :
+       {std::pair(0xFF, "reverse"), {0, ""}, {1, "forward"}, {5, "forward"}, {6, ""}}) {
+    ASSERT_EQ(Decode(decoder, 1, {static_cast<std::uint8_t>(byte), 0, 0, 0}).size(), 1u);
+    EXPECT_EQ(decoder.ResultLabel(0).ToUtf8(), label);
+    EXPECT_EQ(decoder.ResultLabel(1), L"");
+  }
+}
+
+TEST(CanMessageDecoderXml, AsksForABusWhereBusesContradict) {
+  const auto bus = [](const wchar_t* name, const wchar_t* offset) {
+    return std::wstring(L"<Bus name='") + name +
+           L"'><Message name='M' id='1'><Signal name='S' length='8' offset='" + offset +
+           L"'/></Message></Bus>";
+  };
+  const auto network = [](const std::wstring& buses) {
+    return L"<NetworkDefinition>" + buses + L"</NetworkDefinition>";
+  };
+  const std::wstring differ = network(bus(L"front", L"0") + bus(L"rear", L"8"));
+  const struct {
+    std::wstring text, bus;
+    double value;  // 0 = refused
+  } cases[] = {{differ, L"", 0},
+               {differ, L"middle", 0},
+               {differ, L"front", 5},
+               {differ, L"rear", 6},
+               {network(bus(L"front", L"8") + bus(L"rear", L"8")), L"", 6}};
+  for (const auto& c : cases) {
+    Decoder decoder;
+    decoder.AppSignalBekanntmachen(1, L"S");
+    decoder.SetBus(c.bus);
+    Notes notes;
+    EXPECT_EQ(decoder.SetDecoderXmlText(c.text.c_str()), c.value > 0);
+    if (c.value > 0) {
+      EXPECT_THAT(Decode(decoder, 1, {5, 6, 7, 8}), ElementsAre(std::pair(1, c.value)));
+    } else {
+      EXPECT_THAT(notes.told, ElementsAre(HasSubstr("buses")));
+      EXPECT_THAT(notes.told, ElementsAre(HasSubstr("front, rear")));
+    }
   }
 }
 
@@ -182,15 +286,20 @@ TEST(CanMessageDecoderXml, LeavesOutWhatItCannotUse) {
       {L"<Message name='B'/>", "left out, identifier"},
       {good, "message G left out, another one has its identifier 0x9"},
       {in(L"<Signal name='S'/>"), "signal S of message B left out, its place"},
+      {in(L"\n\n<Signal name='S'\n offset='a'/>"),
+       "line 3: signal S of message B left out, its offset \"a\""},
       {in(L"<Signal offset='0' length='65'/>"), "place"},
       {in(L"<Signal offset='505' length='8'/>"), "place"},
       {in(L"<Signal offset='18446744073709551615' length='2'/>"), "place"},
-      {in(L"<Signal offset='1' length='8' endianess='big'/>"), "place"},
-      {in(L"<Signal offset='1' endianess='middle'/>"), "place"},
-      {in(L"<Signal offset='1'><Value slope='0,5'/></Signal>"), "value"},
-      {in(L"<Signal offset='1'><Value intercept='nan'/></Signal>"), "value"},
-      {in(L"<Signal offset='1' length='31'><Value type='single'/></Signal>"), "value"},
-      {in(L"<Multiplex offset='x'><MuxGroup count='1'/></Multiplex>"), "place"},
+      {in(L"<Signal offset='510' length='8' endianess='big'/>"), "place"},
+      {in(L"<Signal offset='1' endianess='middle'/>"), "endianess \"middle\""},
+      {in(L"<Signal offset='1'><Value slope='0,5'/></Signal>"), "slope \"0,5\""},
+      {in(L"<Signal offset='1'><Value intercept='nan'/></Signal>"), "intercept \"nan\""},
+      {in(L"<Signal offset='1' length='31'><Value type='single'/></Signal>"), "type \"single\""},
+      {in(L"<Multiplex offset='x'><MuxGroup count='1'/></Multiplex>"), "offset \"x\""},
+      {in(L"<Signal offset='1'><LabelSet><Label name='l' value='x'/></LabelSet></Signal>"), "label \"l\""},
+      {L"<Message name='B' id='1' length='2'><Signal name='T' offset='9' length='8'/></Message>",
+       "signal T leaves the 2 bytes of message B"},
       {in(L"<Multiplex offset='1'><MuxGroup/></Multiplex>"), "has no count"},
   };
   for (const auto& c : cases) {

@@ -79,9 +79,9 @@ TEST_F(StreamTool, CanSignalsAreDecoded) {
         "</Message></Bus></NetworkDefinition>");
   const std::string can = "can can.u32 --raw u32 --rate 10 --kcd net.kcd ";
   EXPECT_EQ(Good(can + "--signal Ratio --csv -"),
-            "time_s,message,signal,value,unit\n0,Gear,Ratio,9.5,\"a,b\"\n3,Gear,Ratio,9.5,\"a,b\"\n");
+            "time_s,message,signal,value,unit,name\n0,Gear,Ratio,9.5,\"a,b\",\n3,Gear,Ratio,9.5,\"a,b\",\n");
   EXPECT_EQ(Good(can + "--signal Gear.Raw --csv -"),
-            "time_s,message,signal,value,unit\n0,Gear,Raw,4368,\n3,Gear,Raw,4368,\n");
+            "time_s,message,signal,value,unit,name\n0,Gear,Raw,4368,,\n3,Gear,Raw,4368,,\n");
   const std::string json = Good(can + "--json --plot both.svg");
   EXPECT_EQ(Number(json, "messages"), 4);
   EXPECT_EQ(Number(json, "undescribed_messages"), 2);
@@ -89,6 +89,30 @@ TEST_F(StreamTool, CanSignalsAreDecoded) {
   EXPECT_NE(json.find("\"extended\": true"), std::string::npos) << json;
   EXPECT_NE(Text("both.svg").find(">Ratio in a,b<"), std::string::npos);
   Bad(can + "--signal Wheel --csv new.csv", 1, "no signal Wheel");
+}
+
+TEST_F(StreamTool, CanDescriptionsOfConvertersBusesAndNames) {
+  Words words = Message(0x10, 8);  // bytes 0x10, 0x11, ...
+  words.resize(8);
+  WriteRaw("can.u32", words);
+  const auto bus = [](const std::string& name, const std::string& offset) {
+    return "<Bus name='" + name + "'><Message id='0x10' name='Gear'><Signal name='S' offset='" + offset +
+           "' length='16' endianess='big'><LabelSet><Label name='Reverse' value='4370'/></LabelSet></Signal>"
+           "</Message></Bus>";
+  };
+  Write("one.kcd", "<NetworkDefinition>" + bus("front", "8") + "</NetworkDefinition>");
+  Write("two.kcd", "<NetworkDefinition>" + bus("front", "8") + bus("rear", "16") + "</NetworkDefinition>");
+  const std::string can = "can can.u32 --raw u32 --rate 10 --kcd ";
+  EXPECT_NE(Good(can + "one.kcd --csv -").find("0,Gear,S,4370,,Reverse\n"), std::string::npos);
+  EXPECT_NE(Good(can + "one.kcd --kcd-offsets lsb --csv -").find("0,Gear,S,4113,,\n"), std::string::npos);
+  EXPECT_NE(Good(can + "two.kcd --bus rear --csv -").find("0,Gear,S,4627,,\n"), std::string::npos);
+  const std::string json = Good(can + "one.kcd --json");
+  EXPECT_NE(json.find("\"kcd_offsets\": \"top\""), std::string::npos) << json;
+  EXPECT_NE(json.find("\"name\": \"Reverse\""), std::string::npos) << json;
+  Bad(can + "two.kcd", 1, "choose one of its buses front, rear with --bus");
+  Bad(can + "two.kcd --bus middle", 1, "it has no bus middle; its buses are front, rear");
+  Write("bad.kcd", "<NetworkDefinition>\n" + bus("front", "x") + "</NetworkDefinition>");
+  Bad(can + "bad.kcd", 1, "line 2: signal S of message Gear left out, its offset \"x\"");
 }
 
 TEST_F(StreamTool, EncoderFindsTheSimulatedSpeed) {

@@ -102,6 +102,8 @@ TEST_F(ProgramTool, ErrorsAreOneLineAndLeaveNothing) {
       {"unit furlong", 1, "furlong"},
       {"unit rpm --to V", 1, "cannot be converted"},
       {"unit 'dB(V)' --to V", 1, "cannot be converted"},
+      {"unit '10^ V' --to V", 1, "10^ V cannot be converted"},
+      {"unit 'fm^30' --to 'Tm^30'", 1, "beyond the range of numbers"},
   };
   for (const auto& c : cases) Bad(c.arguments, c.code, c.message);
 }
@@ -235,14 +237,27 @@ TEST_F(ProgramTool, UnitsAreExplainedAsTheyAreHeld) {
       {"'(m/s)^2'", "power         2\n"},
       {"'dB(Pa)'", "level in dB"},
       {"'10^ V'", "logarithm to base 10"},
-      {"kHz", "prefix        10^9\n"},
-      {"kHz", "prints as     GHz\n"},
-      {"kHz", "note          "},
+      {"kHz", "prefix        10^3\n"},
+      {"kHz", "prints as     kHz\n"},
+      {"kHz --literal", "prints as     GHz\n"},
+      {"kHz --literal", "note          "},
+      {"'dB(kPa)'", "prefix        10^3\n"},
+      {"pu", "prints as     pu\n"},
+      {"'10^ V'", "prints as     10^ V\n"},
       {"-- -", "standard unit none\n"},
       {"rpm --to Hz --value 3000", "conversion    3000 rpm = 50 Hz\n"},
       {"km/h --to m/s --value -36", "conversion    -36 km/h = -10 m/s\n"},
       {"g --to 'm/s²'", "conversion    1 g = 9.80665 m/s²\n"},
-      {"kHz --to rpm --value 2", "conversion    2 GHz = 1.2e+11 rpm\n"},
+      {"kHz --to rpm --value 2", "conversion    2 kHz = 120000 rpm\n"},
+      {"kHz --to rpm --value 2 --literal", "conversion    2 GHz = 1.2e+11 rpm\n"},
+      {"N --to mN", "conversion    1 N = 1000 mN\n"},
+      {"km --to m", "conversion    1 km = 1000 m\n"},
+      {"mm --to m --value 5", "conversion    5 mm = 0.005 m\n"},
+      {"'km^2' --to 'm^2'", "conversion    1 km^2 = 1000000 m²\n"},
+      {"'(mm)²' --to 'm²'", "conversion    1 (mm)² = 1e-06 m²\n"},
+      {"'mV^(-1)' --to 'V^(-1)'", "conversion    1 mV^(-1) = 1000 V^(-1)\n"},
+      {"µs --to fs", "conversion    1 µs = 1e+09 fs\n"},
+      {"% --to pu --value 50", "conversion    50 % = 0.5 pu\n"},
   };
   for (const auto& c : cases) {
     const std::string out = Good(std::string("unit ") + c.arguments);

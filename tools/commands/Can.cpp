@@ -21,13 +21,28 @@ namespace {
 struct CanOptions {
   RecordingOptions recording;
   std::optional<unsigned> channel2;  ///< from 1
-  std::string kcd;
-  std::vector<std::string> signals;
+  CanSignals::Description description;
   std::string csv, plot;
   bool json = false;
 };
 
 constexpr std::uint32_t extendedBit = 0x80000000;
+
+using Offset = CCanMessageDecoderXml::BigEndianOffset;
+
+const Choices<Offset>& Offsets() {
+  static const Choices<Offset> offsets = {{"top", Offset::mostSignificantFromTop},
+                                          {"msb", Offset::mostSignificantBit},
+                                          {"lsb", Offset::leastSignificantBit}};
+  return offsets;
+}
+
+std::string OffsetName(Offset offset) {
+  for (const auto& [name, value] : Offsets()) {
+    if (value == offset) return name;
+  }
+  return {};
+}
 
 /// The messages of one identifier.
 struct Identifier {
@@ -68,6 +83,7 @@ struct CanReport {
   double sampleRate = 0, duration = 0;
   const Identifiers* identifiers = nullptr;
   const CanSignals* signals = nullptr;  ///< null without a description
+  std::string offsets;                  ///< how those of big-endian signals were read
 
   std::uint64_t messages() const {
     std::uint64_t sum = 0;
@@ -95,12 +111,20 @@ void PrintJson(const CanReport& report) {
   }
   if (report.signals != nullptr) {
     json["undescribed_messages"] = report.signals->unknownMessages();
+    json["kcd_offsets"] = nullptr;
+    if (report.signals->anyBigEndian()) json["kcd_offsets"] = report.offsets;
     json["notes"] = report.signals->notes();
     json["signals"] = nlohmann::ordered_json::array();
     for (const CanSignals::Signal& each : report.signals->all()) {
       nlohmann::ordered_json entry = {{"message", each.message}, {"signal", each.name}, {"unit", each.unit},
                                       {"id", each.identifier},   {"count", each.count}, {"value", nullptr}};
       if (each.count > 0) entry["value"] = {{"min", each.min}, {"mean", each.mean()}, {"max", each.max}};
+      if (each.labelled) {
+        entry["values"] = nlohmann::ordered_json::array();
+        for (const auto& [value, named] : each.named) {
+          entry["values"].push_back({{"value", value}, {"name", named.name}, {"count", named.count}});
+        }
+      }
       json["signals"].push_back(std::move(entry));
     }
   }
@@ -124,12 +148,15 @@ void PrintTable(const CanReport& report) {
     return;
   }
   Print("{:<12}{} messages\n", "undescribed", report.signals->unknownMessages());
+  if (report.signals->anyBigEndian()) {
+    Print("{:<12}of big-endian signals are read as {} (see --kcd-offsets)\n", "offsets", report.offsets);
+  }
   if (!report.signals->notes().empty()) Print("{:<12}{}\n", "notes", report.signals->notes());
   Print("\n{:<40} {:>8} {:>12} {:>12} {:>12} unit\n", "signal", "count", "min", "mean", "max");
   for (const CanSignals::Signal& each : report.signals->all()) {
     Print("{:<40} {:>8}", each.message + "." + each.name, each.count);
     if (each.count > 0)
-      Print(" {:>12.6g} {:>12.6g} {:>12.6g} {}", each.min, each.mean(), each.max, each.unit);
+      Print(" {:>12.6g} {:>12.6g} {:>12.6g} {}", each.min, each.mean(), each.max, OnOneLine(each.unit));
     Print("\n");
   }
 }
@@ -153,7 +180,7 @@ void CheckCanOptions(const CanOptions& options) {
   for (const auto& [option, name] : {std::pair("--csv", &options.csv), std::pair("--plot", &options.plot)}) {
     if (name->empty()) continue;
     CheckOutputPath(option, *name, options.recording.path);
-    if (!options.kcd.empty()) CheckOutputPath(option, *name, options.kcd);
+    if (!options.description.kcd.empty()) CheckOutputPath(option, *name, options.description.kcd);
   }
 }
 
@@ -171,12 +198,12 @@ void RunCan(const CanOptions& options) {
   WordSource source(options.recording);
   const int channel2 = SecondChannel(options, source);
   std::optional<CanSignals> signals;
-  if (!options.kcd.empty()) signals.emplace(options.kcd, options.signals, channel2 >= 0 ? 2 : 1);
+  if (!options.description.kcd.empty()) signals.emplace(options.description, channel2 >= 0 ? 2 : 1);
   std::optional<OutputFile> csv, plot;
   if (!options.csv.empty()) csv.emplace(options.csv);
   if (!options.plot.empty()) plot.emplace(options.plot);
   if (csv)
-    csv->Print("{}\n", signals ? "time_s,message,signal,value,unit" : "time_s,id,extended,length,data");
+    csv->Print("{}\n", signals ? "time_s,message,signal,value,unit,name" : "time_s,id,extended,length,data");
 
   Identifiers identifiers;
   const double rate = source.sampleRate();
@@ -196,9 +223,13 @@ void RunCan(const CanOptions& options) {
                               : "no word is a message's header (AA, length, any, 55); check --channel, "
                                 "--channels and --channel2");
   }
-  const CanReport report{path,         source.channelName(),
-                         rate,         static_cast<double>(source.frames()) / rate,
-                         &identifiers, signals ? &*signals : nullptr};
+  const CanReport report{path,
+                         source.channelName(),
+                         rate,
+                         static_cast<double>(source.frames()) / rate,
+                         &identifiers,
+                         signals ? &*signals : nullptr,
+                         OffsetName(options.description.offsets)};
   if (plot) {
     const std::string name = options.recording.path.filename().string();
     DrawPlot(
@@ -225,15 +256,29 @@ void AddCanCommand(CLI::App& app) {
                    "second channel of messages that are split over two, from 1")
       ->transform(WholeNumber(1, 65535))
       ->group("Recording");
-  CLI::Option* kcd =
-      command->add_option("--kcd", options->kcd, "description of the messages: decodes their signals")
-          ->type_name("FILE");
+  CLI::Option* kcd = command
+                         ->add_option("--kcd", options->description.kcd,
+                                      "description of the messages: decodes their signals")
+                         ->type_name("FILE");
   command
-      ->add_option("--signal", options->signals,
+      ->add_option("--signal", options->description.signals,
                    "only this signal, SIGNAL or MESSAGE.SIGNAL; may be repeated")
       ->needs(kcd)
       ->type_name("NAME")
       ->expected(1, std::numeric_limits<int>::max());
+  command
+      ->add_option("--bus", options->description.bus,
+                   "only the messages of this bus of the description (all that do not contradict)")
+      ->needs(kcd)
+      ->type_name("NAME");
+  command
+      ->add_option("--kcd-offsets", options->description.offsets,
+                   "what offsets of big-endian signals are: top (most significant bit, counted from bit 7 of "
+                   "byte 0 downwards, as converters write it), msb (most significant bit) or lsb (least "
+                   "significant bit) (top)")
+      ->needs(kcd)
+      ->transform(OneOf(Offsets()))
+      ->type_name("MEANING");
   command->add_option("--csv", options->csv, "one line per message or value; - is standard output")
       ->type_name("FILE");
   command->add_option("--plot", options->plot, "signals, or messages by identifier, over time as picture")

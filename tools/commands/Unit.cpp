@@ -1,13 +1,16 @@
 #include <cmath>
+#include <cstdint>
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 
 #include "tools/Error.h"
+#include "tools/LibraryNotes.h"
 #include "tools/commands/Commands.h"
 #include "tools/output/Console.h"
 #include "tools/output/NumberText.h"
-#include "umlauf/platform/tramsea/PrWin.h"
+#include "umlauf/platform/vekta/numeric.h"
 #include "umlauf/units/MeasuringUnit.h"
 
 namespace umlauf::tool {
@@ -16,76 +19,142 @@ namespace {
 struct UnitOptions {
   std::string text, to;
   std::optional<double> value;
+  bool literal = false;
+};
+
+/// A unit as people mean it, beside the text that they wrote.
+struct NamedUnit {
+  std::string text;
+  CMeasuringUnit unit;
 };
 
 /// The library takes an unknown name as "-" and says so in its log only.
-CMeasuringUnit Parsed(const std::string& text) {
-  std::string message;
-  const PrWin::Sink before =
-      PrWin::SetSink([&message](int, int, const CString& line) { message += line.ToUtf8(); });
+CMeasuringUnit Literal(const std::string& text) {
+  const LibraryNotes notes;
   CMeasuringUnit unit;
-  const bool good = unit.set(CString::FromUtf8(text));
-  PrWin::SetSink(before);
-  if (!good || !message.empty()) {
+  if (!unit.set(CString::FromUtf8(text)) || !notes.empty()) {
     Fail("\"{}\" is no known unit; write for example rpm, m/s², dB(Pa) or V^2", text);
   }
   return unit;
 }
 
-std::string Text(const CMeasuringUnit& unit) { return unit.prefixunit(false).ToUtf8(); }
-
-void Row(std::string_view name, std::string_view value) { Print("{:<14}{}\n", name, value); }
-
-std::string StandardUnit(const CMeasuringUnit& unit) {
-  CMeasuringUnit standard(unit);
-  const auto factor = static_cast<double>(standard.normalize());
-  if (!(factor > 0)) return "none";
-  standard.exponent(0);
-  standard.set_db(false);
-  standard.set_log(false);
-  return fmt::format("{}, 1 {} = {:.7g} {}", Text(standard), unit.prefixstring().ToUtf8(), factor,
-                     Text(standard));
+/// Whether the number of a unit is there whose name the whole text is, as with "pu", which else would have a
+/// prefix.
+std::optional<CMeasuringUnit> Common(const std::string& text) {
+  for (std::uint32_t index = 0; index < CommonUnits::kCommonUnitCount; ++index) {
+    if (CMeasuringUnit::UnitString(index).ToUtf8() != text) continue;
+    CMeasuringUnit unit;
+    unit.unit(index);
+    return unit;
+  }
+  return std::nullopt;
 }
 
-void Explain(const std::string& text, const CMeasuringUnit& unit) {
-  Row("text", text);
-  Row("prints as", Text(unit));
+/// The library holds the prefix of a text with its exponent squared, and does not raise it to the unit's
+/// power; people mean 10^3 by k, and 10^6 by that of km².
+CMeasuringUnit Meant(const std::string& text) {
+  if (const auto common = Common(text)) return *common;
+  CMeasuringUnit unit = Literal(text);
+  if (unit.exponent() == 0) return unit;
+  std::string_view inner = text;
+  for (const std::string_view around : {"dB(", "10^ ", "("}) {
+    if (inner.starts_with(around)) inner.remove_prefix(around.size());
+  }
+  const bool isSmall = std::string_view("fpnum\xC2").find(inner.front()) != std::string_view::npos;
+  const double prefix = std::sqrt(static_cast<double>(unit.exponent())) * (isSmall ? -1 : 1);
+  unit.exponent(numeric::trunc_sat<std::int16_t>(std::round(prefix * unit.power())));
+  return unit;
+}
+
+NamedUnit Read(const std::string& text, bool literal) {
+  return {text, literal ? Literal(text) : Meant(text)};
+}
+
+/// The unit in print. That of a power with a prefix is printed as it was written: k stands for 10^3 before a
+/// power there, but for 10^3 of the whole in the library's texts.
+std::string Text(const NamedUnit& named, bool literal) {
+  const bool plain = literal || named.unit.exponent() == 0 || named.unit.power() == 1;
+  return plain ? named.unit.prefixunit(true).ToUtf8() : named.text;
+}
+
+void Row(std::string_view name, std::string_view value) { Print("{:<14}{}\n", name, OnOneLine(value)); }
+
+/// What a value in the unit is multiplied by to be in that of SI; 0 when there is none.
+double StandardFactor(const CMeasuringUnit& unit) {
+  return std::pow(static_cast<double>(CMeasuringUnit::std_fac(unit.unit())), unit.power()) *
+         std::pow(10.0, unit.exponent());
+}
+
+std::string StandardUnit(const NamedUnit& named, bool literal) {
+  CMeasuringUnit plain(named.unit), standard(named.unit);
+  if (CMeasuringUnit::std_fac(named.unit.unit()) == 0.0f) return "none";
+  standard.normalize();
+  standard.exponent(0);
+  for (CMeasuringUnit* each : {&plain, &standard}) {
+    each->set_db(false);
+    each->set_log(false);
+  }
+  const std::string text = standard.prefixunit(false).ToUtf8();
+  const bool isLevel = named.unit.flags() != 0;
+  return fmt::format("{}, 1 {} = {:.7g} {}", text,
+                     isLevel ? plain.prefixunit(false).ToUtf8() : Text({named.text, plain}, literal),
+                     StandardFactor(named.unit), text);
+}
+
+void Explain(const NamedUnit& named, bool literal) {
+  const CMeasuringUnit& unit = named.unit;
+  Row("text", named.text);
+  Row("prints as", Text(named, literal));
   Row("base unit", fmt::format("{} (number {})", unit.baseunit().ToUtf8(), unit.unit()));
   Row("prefix", fmt::format("10^{}", unit.exponent()));
   Row("power", fmt::format("{}", unit.power()));
   Row("presentation", unit.is_db()    ? fmt::format("level in dB, reference {:g}", unit.logref())
                       : unit.is_log() ? fmt::format("logarithm to base 10, reference {:g}", unit.logref())
                                       : "plain");
-  Row("standard unit", StandardUnit(unit));
-  if (unit.exponent() != 0) {
+  Row("standard unit", StandardUnit(named, literal));
+  if (literal && unit.exponent() != 0) {
     Row("note",
-        "a prefix in a text is held with its exponent squared: k = 10^3 becomes 10^9; all above tells "
-        "what is held");
+        "the library holds the prefix of a text with its exponent squared: k = 10^3 becomes 10^9; all above "
+        "tells what is held");
   }
 }
 
-void RunUnit(const UnitOptions& options) {
-  const CMeasuringUnit unit = Parsed(options.text);
-  if (options.to.empty()) {
-    Explain(options.text, unit);
-    return;
-  }
-  const CMeasuringUnit to = Parsed(options.to);
-  const std::string from = Text(unit), target = Text(to);
-  if (unit.flags() != 0 || to.flags() != 0) {
+double Factor(const NamedUnit& from, const NamedUnit& to, bool literal) {
+  const std::string fromText = Text(from, literal), toText = Text(to, literal);
+  const CMeasuringUnit &a = from.unit, &b = to.unit;
+  if (a.flags() != 0 || b.flags() != 0) {
     Fail(
         "{} cannot be converted to {} by a factor: levels and logarithms need their reference; give plain "
         "units",
-        from, target);
+        fromText, toText);
   }
-  const auto factor = static_cast<double>(unit.scale_to(to));
-  if (!(factor > 0 && std::isfinite(factor))) {
+  const std::uint32_t standard = CMeasuringUnit::standard(a.unit());
+  const bool isOneKind =
+      a.unit() == b.unit() || (standard != 0 && standard == CMeasuringUnit::standard(b.unit()));
+  if (!isOneKind || a.power() != b.power()) {
     Fail("{} cannot be converted to {}: they measure different things; give units of one kind and power",
-         from, target);
+         fromText, toText);
   }
-  Explain(options.text, unit);
-  Row("conversion", fmt::format("{} {} = {:.7g} {}", options.value.value_or(1), from,
-                                options.value.value_or(1) * factor, target));
+  const auto ratio = static_cast<double>(CMeasuringUnit::std_fac(a.unit())) /
+                     static_cast<double>(CMeasuringUnit::std_fac(b.unit()));
+  const double factor =
+      (a.unit() == b.unit() ? 1.0 : std::pow(ratio, a.power())) * std::pow(10.0, a.exponent() - b.exponent());
+  if (!(factor > 0 && std::isfinite(factor))) {
+    Fail("{} cannot be converted to {}: the factor is beyond the range of numbers", fromText, toText);
+  }
+  return factor;
+}
+
+void RunUnit(const UnitOptions& options) {
+  const NamedUnit unit = Read(options.text, options.literal);
+  if (options.to.empty()) return Explain(unit, options.literal);
+  const NamedUnit to = Read(options.to, options.literal);
+  const double factor = Factor(unit, to, options.literal), value = options.value.value_or(1);
+  if (!std::isfinite(value * factor))
+    Fail("{:g} {} is beyond the range of numbers in {}", value, unit.text, to.text);
+  Explain(unit, options.literal);
+  Row("conversion", fmt::format("{} {} = {:.7g} {}", value, Text(unit, options.literal), value * factor,
+                                Text(to, options.literal)));
 }
 
 }  // namespace
@@ -98,6 +167,8 @@ void AddUnitCommand(CLI::App& app) {
   command->add_option("--value", options->value, "value to convert (1)")
       ->check(Finite().description(""))
       ->needs(to);
+  command->add_flag("--literal", options->literal,
+                    "show and convert what the library holds of the text, with prefixes squared");
   command->callback([options] { RunUnit(*options); });
 }
 

@@ -14,7 +14,9 @@
 #include "umlauf/platform/tramsea/PrWin.h"
 
 using umlauf::can::Description;
+using umlauf::can::KcdBigEndianOffset;
 using umlauf::can::KcdEncoding;
+using umlauf::can::KcdOptions;
 using umlauf::can::MessageDescription;
 using umlauf::can::SignalDescription;
 
@@ -38,6 +40,13 @@ struct BoundMessage {
 /// Places in the list of application signals, by name.
 using Names = std::unordered_map<std::wstring_view, std::vector<unsigned>>;
 
+KcdBigEndianOffset Meaning(CCanMessageDecoderXml::BigEndianOffset offset) {
+  using Choice = CCanMessageDecoderXml::BigEndianOffset;
+  return offset == Choice::leastSignificantBit  ? KcdBigEndianOffset::leastSignificantBit
+         : offset == Choice::mostSignificantBit ? KcdBigEndianOffset::mostSignificantBit
+                                                : KcdBigEndianOffset::mostSignificantFromTop;
+}
+
 void NoteNoMemory() { PrWin::Output(PrWin::note, L"CAN description: out of memory\n"); }
 
 void NoteOutside(const MessageDescription& message, const SignalDescription& signal, unsigned bytes) {
@@ -53,6 +62,7 @@ struct CCanMessageDecoderXml::State {
   Description description;
   std::vector<std::pair<std::size_t, std::size_t>> signals;  // all of them: message, place in the message
   std::vector<BoundMessage> bound;                           // one per message of the description
+  std::vector<const CString*> labels;                        // of the results, null without
 };
 
 CCanMessageDecoderXml::CCanMessageDecoderXml() : state_(new (std::nothrow) State) {}
@@ -92,10 +102,11 @@ void CCanMessageDecoderXml::ClearDescription() {
 /// Reads a description in place of an empty one.
 bool CCanMessageDecoderXml::Read(const void* bytes, std::size_t size, bool wide) {
   if (state_ == nullptr) return false;
-  const auto encoding = wide ? KcdEncoding::wide : KcdEncoding::declared;
-  const bool mostSignificant = bigEndianOffset_ == BigEndianOffset::mostSignificantBit;
-  if (!ReadKcd(bytes, size, encoding, mostSignificant, state_->description)) return false;
   try {
+    const KcdOptions options{wide ? KcdEncoding::wide : KcdEncoding::declared, Meaning(bigEndianOffset_),
+                             bus_};
+    if (!ReadKcd(bytes, size, options, state_->description)) return false;
+
     const std::vector<MessageDescription>& messages = state_->description.messages();
     for (std::size_t m = 0; m < messages.size(); ++m) {
       for (std::size_t s = 0; s < messages[m].signals.size(); ++s) state_->signals.emplace_back(m, s);
@@ -148,6 +159,7 @@ void CCanMessageDecoderXml::Bind(bool noteMissing) {
   for (unsigned i = 0; noteMissing && i < NumAppSignals(); ++i) {
     if (!described[i]) PrWin::Output(PrWin::note, L"CAN description: no signal \"%s\"\n", AppSignal(i));
   }
+  state_->labels.assign(most, nullptr);
   if (!ResizeResults(static_cast<unsigned>(most))) bound.clear();
   ClearResults();
   state_->bound = std::move(bound);
@@ -172,6 +184,7 @@ unsigned CCanMessageDecoderXml::DecodeCanMessage(const CanMessageBlock_s& block)
       if (!bound.noted) NoteOutside(message, signal, recorded);
       bound.noted = true;
     } else if (message.IsPresent(signal, block.data)) {
+      state_->labels[NumResults()] = signal.ValueLabel(block.data);
       AddResult(wanted.id, signal.Value(block.data));
       if (AppSignalId(wanted.appSignal) == wanted.id) MarkSeen(wanted.appSignal);
     }
@@ -187,6 +200,12 @@ void CCanMessageDecoderXml::NoteUnknown(std::uint32_t identifier) {
                 identifier);
 }
 
+const CString& CCanMessageDecoderXml::ResultLabel(unsigned index) const {
+  static const CString none;
+  const bool known = index < NumResults() && state_->labels[index] != nullptr;
+  return known ? *state_->labels[index] : none;
+}
+
 unsigned CCanMessageDecoderXml::NumSignals() const {
   return state_ != nullptr ? static_cast<unsigned>(state_->signals.size()) : 0;
 }
@@ -196,6 +215,7 @@ CanSignalInfo_s CCanMessageDecoderXml::Signal(unsigned index) const {
   const auto [m, s] = state_->signals[index];
   const MessageDescription& message = state_->description.messages()[m];
   const SignalDescription& signal = message.signals[s];
-  return {message.name,     signal.name, signal.unit, message.identifier,
-          message.extended, signal.min,  signal.max};
+  return {message.name,           signal.name,      signal.unit,
+          message.identifier,     message.extended, signal.bits.bigEndian,
+          !signal.labels.empty(), signal.min,       signal.max};
 }

@@ -9,10 +9,6 @@ namespace {
 
 constexpr std::uint64_t kDataBits = 8 * sizeof(CanMessageBlock_s::data);
 
-/// Places of bits in the order in which big-endian signals run, counted from bit 7 of the first byte; and
-/// back again.
-constexpr std::uint64_t Mirrored(std::uint64_t bit) { return bit ^ 7; }
-
 std::int64_t SignExtended(std::uint64_t bits, std::uint64_t length) {
   const std::uint64_t unused = 64 - length;
   return static_cast<std::int64_t>(bits << unused) >> unused;
@@ -22,7 +18,7 @@ std::int64_t SignExtended(std::uint64_t bits, std::uint64_t length) {
 
 bool BitField::IsValid() const {
   if (length < 1 || length > 64 || offset >= kDataBits) return false;
-  return bigEndian ? Mirrored(offset) + 1 >= length : offset + length <= kDataBits;
+  return bigEndian ? CountedFromTop(offset) + 1 >= length : offset + length <= kDataBits;
 }
 
 unsigned BitField::BytesNeeded() const {
@@ -44,7 +40,7 @@ std::uint64_t BitField::Extract(const std::uint8_t* data) const {
 }
 
 std::uint64_t BigEndianLeastSignificantBit(std::uint64_t mostSignificantBit, std::uint64_t length) {
-  return Mirrored(Mirrored(mostSignificantBit) + length - 1);
+  return CountedFromTop(CountedFromTop(mostSignificantBit) + length - 1);
 }
 
 double SignalDescription::Value(const std::uint8_t* data) const {
@@ -67,6 +63,17 @@ double SignalDescription::Value(const std::uint8_t* data) const {
   return number * slope + intercept;
 }
 
+const CString* SignalDescription::ValueLabel(const std::uint8_t* data) const {
+  if (labels.empty()) return nullptr;
+  const std::uint64_t coded = bits.Extract(data);
+  const std::int64_t number =
+      type == Type::signedInteger ? SignExtended(coded, bits.length) : static_cast<std::int64_t>(coded);
+  for (const Label& label : labels) {
+    if (number >= label.first && number <= label.last) return &label.name;
+  }
+  return nullptr;
+}
+
 unsigned MessageDescription::BytesNeeded(const SignalDescription& signal) const {
   const unsigned own = signal.bits.BytesNeeded();
   if (signal.multiplexor == SignalDescription::unconditional) return own;
@@ -78,11 +85,12 @@ bool MessageDescription::IsPresent(const SignalDescription& signal, const std::u
          signals[signal.multiplexor].bits.Extract(data) == signal.multiplexCount;
 }
 
-bool Description::Add(MessageDescription message) {
+const MessageDescription* Description::Add(MessageDescription message) {
   const std::uint32_t key = message.identifier | (message.extended ? extendedFlag : 0);
-  if (!indices_.emplace(key, messages_.size()).second) return false;
+  const auto [there, added] = indices_.emplace(key, messages_.size());
+  if (!added) return &messages_[there->second];
   messages_.push_back(std::move(message));
-  return true;
+  return nullptr;
 }
 
 std::size_t Description::Find(std::uint32_t word) const {
