@@ -1,74 +1,91 @@
 #include "tools/BlockSource.h"
 
 #include <algorithm>
-#include <array>
-#include <cerrno>
-#include <cstdio>
-#include <cstring>
 
 #include "tools/Error.h"
 
 namespace umlauf::tool {
 namespace {
 
-/// Text has no NUL; every binary recording has one near its start.
-bool LooksLikeText(const std::filesystem::path& path) {
-  std::FILE* file = std::fopen(path.c_str(), "rb");
-  if (file == nullptr) Fail("cannot read {}: {}", path.string(), std::strerror(errno));
-  std::array<char, 4096> start{};
-  const std::size_t n = std::fread(start.data(), 1, start.size(), file);
-  std::fclose(file);
-  return n > 0 && std::find(start.begin(), start.begin() + n, '\0') == start.begin() + n;
+/// What can be done about a failure, where an option of the program does it.
+std::string Hint(const RecordingFailure& failure, const RecordingOptions& options) {
+  switch (failure.kind) {
+    case RecordingFailure::Kind::unknownFormat:
+      return fmt::format("; give --raw FORMAT {} HZ if it is raw samples", options.rateOption);
+    case RecordingFailure::Kind::notEquidistant:
+      return fmt::format("; give {} HZ if they are to be ignored", options.rateOption);
+    case RecordingFailure::Kind::noSuchChannel:
+      return options.column ? "; choose one with --column" : "; choose one with --channel";
+    default:
+      return "";
+  }
+}
+
+/// The option that a kind of file has no use for.
+std::string Misplaced(const RecordingOptions& options) {
+  const std::string path = options.path.string();
+  if (options.column) return fmt::format("--column is for CSV files; use --channel for {}", path);
+  if (options.channel) return "--channel is for sound files and --raw; use --column for CSV files";
+  return fmt::format("{} is for --raw and CSV files; {} tells its own", options.rateOption, path);
 }
 
 }  // namespace
 
-const float* Contiguous(const SampleBlock& block, unsigned width, std::vector<float>& buffer) {
-  if (block.stride == width) return block.samples;
-  buffer.resize(block.count * width);
+void FailWith(const RecordingFailure& failure, const RecordingOptions& options) {
+  if (failure.kind == RecordingFailure::Kind::wrongOption) FailUsage("{}", Misplaced(options));
+  Fail("{}{}", failure.text.ToUtf8(), Hint(failure, options));
+}
+
+RecordingFormat FormatOf(const RecordingOptions& options) {
+  if (options.channel && options.column) {
+    FailUsage("--channel is for sound and raw files, --column for CSV files; give one of them");
+  }
+  if (options.raw && options.column) FailUsage("--column is for CSV files; use --channel with --raw");
+  if (options.raw && !options.rate) {
+    FailUsage("--raw needs the sample rate; give {} HZ", options.rateOption);
+  }
+  if (!options.raw && options.channels) {
+    FailUsage("--channels describes raw samples; give --raw FORMAT with it");
+  }
+  RecordingFormat format;
+  format.raw = options.raw;
+  format.rawChannels = options.channels.value_or(1);
+  format.rate = options.rate;
+  format.firstChannelOnly = !options.allChannels;
+  if (options.channel) format.channels = {*options.channel};
+  if (options.column) format.columns = {*options.column};
+  return format;
+}
+
+std::unique_ptr<CRecordingSource> OpenRecording(const RecordingOptions& options) {
+  RecordingFormat format = FormatOf(options);
+  RecordingFailure failure;
+  auto source = ::OpenRecording(options.path, format, failure);
+  if (!source) FailWith(failure, options);
+  return source;
+}
+
+SampleBlock Read(CBlockSource& source, std::size_t count) {
+  const SampleBlock block = source.Read(count);
+  if (block.count == 0) {
+    if (const CString failure = source.Failure(); !failure.IsEmpty()) Fail("{}", failure.ToUtf8());
+  }
+  return block;
+}
+
+void Rewind(CBlockSource& source) {
+  if (source.Rewind()) return;
+  const CString failure = source.Failure();
+  Fail("{}", failure.IsEmpty() ? "the recording cannot be read twice; put it into a file" : failure.ToUtf8());
+}
+
+const float* Contiguous(const SampleBlock& block, unsigned channels, std::vector<float>& buffer) {
+  if (block.stride == channels) return block.samples;
+  buffer.resize(block.count * channels);
   for (std::size_t i = 0; i < block.count; ++i) {
-    std::copy_n(block.samples + i * block.stride, width, buffer.data() + i * width);
+    std::copy_n(block.samples + i * block.stride, channels, buffer.data() + i * channels);
   }
   return buffer.data();
-}
-
-unsigned ChannelIndex(const RecordingOptions& options, unsigned channels) {
-  const unsigned channel = options.channel.value_or(1);
-  if (channel < 1 || channel > channels) {
-    Fail("{} has no channel {}; give --channel 1{}", options.path.string(), channel,
-         channels > 1 ? fmt::format(" to {}", channels) : "");
-  }
-  return channel - 1;
-}
-
-void CheckRecordingExists(const std::filesystem::path& path) {
-  std::error_code error;
-  const auto status = std::filesystem::status(path, error);
-  if (!std::filesystem::exists(status)) {
-    Fail("cannot read {}: there is no such file; check the name", path.string());
-  }
-  if (std::filesystem::is_directory(status)) {
-    Fail("cannot read {}: it is a folder; name a recording", path.string());
-  }
-}
-
-std::unique_ptr<BlockSource> OpenRecording(const RecordingOptions& options) {
-  CheckRecordingExists(options.path);
-  if (options.raw) {
-    if (options.column) FailUsage("--column is for CSV files; use --channel with --raw");
-    if (!options.rate) FailUsage("--raw needs the sample rate; give {} HZ", options.rateOption);
-    return OpenRawFile(options);
-  }
-  if (options.channels) FailUsage("--channels describes raw samples; give --raw FORMAT with it");
-  if (LooksLikeText(options.path)) {
-    if (options.channel) FailUsage("--channel is for sound files and --raw; use --column for CSV files");
-    return OpenCsvFile(options);
-  }
-  if (options.column) FailUsage("--column is for CSV files; use --channel for {}", options.path.string());
-  if (options.rate) {
-    FailUsage("{} is for --raw and CSV files; {} tells its own", options.rateOption, options.path.string());
-  }
-  return OpenSoundFile(options);
 }
 
 }  // namespace umlauf::tool

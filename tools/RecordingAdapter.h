@@ -1,64 +1,48 @@
 #pragma once
 
-#include <exception>
-#include <memory>
 #include <optional>
 #include <string>
 #include <utility>
 
-#include "tools/BlockSource.h"
+#include "tools/Error.h"
 #include "tools/output/Progress.h"
 #include "umlauf/recording/BlockSource.h"
 
 namespace umlauf::tool {
 
-/// A recording of this program as the library reads it: its one channel, with a progress bar for each pass.
-/// What went wrong is kept and thrown by `Check`.
+/// A recording as the library reads it for this program: with a progress bar for each pass.
 class RecordingAdapter final : public CBlockSource {
  public:
-  explicit RecordingAdapter(BlockSource& source) : source_(source) {}
+  explicit RecordingAdapter(CBlockSource& source) : source_(source) {}
 
   /// What the passes from here on are for.
   void Purpose(std::string what) { what_ = std::move(what); }
-  /// Throws what ended the last pass early.
+  /// Throws ToolError when the last pass ended early.
   void Check() const {
-    if (error_) std::rethrow_exception(error_);
+    if (const CString failure = source_.Failure(); !failure.IsEmpty()) Fail("{}", failure.ToUtf8());
   }
 
-  double SampleRate() const override { return source_.sampleRate(); }
-  std::optional<std::uint64_t> Frames() const override { return source_.frames(); }
-  double StartTime() const override { return source_.startTime(); }
-  CString ChannelName(unsigned) const override { return CString::FromUtf8(source_.channelName()); }
-  ::SampleBlock Read(std::size_t count) override {
-    if (error_) return {};
-    try {
-      if (!progress_) progress_.emplace(what_, source_.frames());
-      const SampleBlock block = source_.Read(count);
-      progress_->Advance(block.count);
-      return {block.samples, block.count, block.stride};
-    } catch (...) {
-      error_ = std::current_exception();
-      return {};
-    }
+  double SampleRate() const override { return source_.SampleRate(); }
+  unsigned Channels() const override { return source_.Channels(); }
+  std::optional<std::uint64_t> Frames() const override { return source_.Frames(); }
+  double StartTime() const override { return source_.StartTime(); }
+  CString ChannelName(unsigned c) const override { return source_.ChannelName(c); }
+  CString Failure() const override { return source_.Failure(); }
+  SampleBlock Read(std::size_t count) override {
+    if (!progress_) progress_.emplace(what_, source_.Frames().value_or(0));
+    const SampleBlock block = source_.Read(count);
+    progress_->Advance(block.count);
+    return block;
   }
   bool Rewind() override {
     progress_.reset();
-    if (error_) return false;
-    try {
-      source_.Rewind();
-      return true;
-    } catch (...) {
-      error_ = std::current_exception();
-      return false;
-    }
+    return source_.Rewind();
   }
-  CString Failure() const override { return error_ ? CString(L"it cannot be read") : CString(); }
 
  private:
-  BlockSource& source_;
+  CBlockSource& source_;
   std::string what_ = "pulses";
   std::optional<Progress> progress_;
-  std::exception_ptr error_;
 };
 
 }  // namespace umlauf::tool

@@ -1,36 +1,27 @@
 #include "tools/WordSource.h"
 
-#include <algorithm>
-
 #include "tools/Error.h"
 
 namespace umlauf::tool {
-namespace {
 
-const RecordingOptions& Checked(const RecordingOptions& options) {
-  CheckRecordingExists(options.path);
-  if (options.raw != RawFormat::u32) FailUsage("a stream of words is read raw; give --raw u32");
-  if (!options.rate) FailUsage("--raw needs the sample rate; give {} HZ", options.rateOption);
-  if (options.column) FailUsage("--column is for CSV files; use --channel with --raw");
-  return options;
+WordSource::WordSource(const RecordingOptions& options) {
+  if (options.raw != RawSamples::u32) FailUsage("a stream of words is read raw; give --raw u32");
+  RecordingFailure failure;
+  source_ = OpenWords(options.path, FormatOf(options), failure);
+  if (!source_) FailWith(failure, options);
+  const unsigned wanted = options.channel.value_or(1);
+  if (wanted > channels()) {
+    Fail("{} has no channel {}; give --channel 1{}", options.path.string(), wanted,
+         channels() > 1 ? fmt::format(" to {}", channels()) : "");
+  }
+  channel_ = wanted - 1;
+  channelName_ = fmt::format("channel {} of {}", wanted, channels());
 }
 
-}  // namespace
-
-WordSource::WordSource(const RecordingOptions& options)
-    : file_(Checked(options).path, sizeof(ULONG) * options.channels.value_or(1)),
-      sampleRate_(*options.rate),
-      channels_(options.channels.value_or(1)),
-      channel_(ChannelIndex(options, channels_)),
-      channelName_(fmt::format("channel {} of {}", channel_ + 1, channels_)) {}
-
 std::span<const ULONG> WordSource::Read(std::size_t count, std::size_t keep) {
-  const std::size_t kept = std::min(keep * channels_, words_.size());
-  words_.erase(words_.begin(), words_.end() - static_cast<std::ptrdiff_t>(kept));
-  words_.resize(kept + count * channels_);
-  const std::size_t n = file_.Read(words_.data() + kept, count);
-  words_.resize(n > 0 ? kept + n * channels_ : 0);
-  return words_;
+  const std::span<const ULONG> words = source_->Read(count, keep);
+  if (words.empty() && !source_->Failure().IsEmpty()) Fail("{}", source_->Failure().ToUtf8());
+  return words;
 }
 
 }  // namespace umlauf::tool

@@ -1,39 +1,37 @@
 #pragma once
 
+#include <memory>
 #include <span>
-#include <vector>
+#include <string>
 
 #include "tools/BlockSource.h"
-#include "tools/RawFile.h"
-#include "umlauf/platform/framework/Types.h"
+#include "umlauf_io/WordSource.h"
 
 namespace umlauf::tool {
 
-/// The 32-bit words of a digital stream, block by block, bit for bit (as floating-point samples they would
-/// lose bits). Frames of interleaved channels. Throws ToolError.
+/// The words of a digital stream as the command line asks for them. Throws ToolError.
 class WordSource {
  public:
   /// `options` name a file of raw u32 words, its rate and channels; all else is refused.
   explicit WordSource(const RecordingOptions& options);
 
-  double sampleRate() const { return sampleRate_; }
-  std::uint64_t frames() const { return file_.frames(); }
-  unsigned channels() const { return channels_; }
+  double sampleRate() const { return source_->SampleRate(); }
+  double startTime() const { return source_->StartTime(); }
+  /// 0 when that shows only at the end.
+  std::uint64_t frames() const { return source_->Frames().value_or(0); }
+  unsigned channels() const { return source_->Channels(); }
   /// Index from 0 of the wanted channel.
   unsigned channel() const { return channel_; }
   const std::string& channelName() const { return channelName_; }
+  const RecordingWarnings& warnings() const { return source_->Warnings(); }
 
-  /// The next up to `count` frames, preceded by the last `keep` frames of the block before (fewer when it
-  /// had fewer). Without a new frame it is empty: the stream has ended. Valid until the next read.
+  /// As CWordSource.
   std::span<const ULONG> Read(std::size_t count, std::size_t keep = 0);
 
  private:
-  RawFile file_;
-  double sampleRate_;
-  unsigned channels_;
-  unsigned channel_;
+  std::unique_ptr<CWordSource> source_;
+  unsigned channel_ = 0;
   std::string channelName_;
-  std::vector<ULONG> words_;
 };
 
 }  // namespace umlauf::tool

@@ -8,11 +8,11 @@
 
 #include "tools/BlockSource.h"
 #include "tools/Error.h"
-#include "tools/SoundFileWriter.h"
 #include "tools/commands/Commands.h"
 #include "tools/output/Console.h"
 #include "tools/output/OutputFile.h"
 #include "tools/output/Progress.h"
+#include "tools/output/RecordingOutput.h"
 #include "umlauf/platform/vekta/numeric.h"
 #include "umlauf/rate/DownsamplingStream.h"
 
@@ -41,12 +41,12 @@ double Ratio(const DownsampleOptions& options, double sampleRate) {
   return ratio;
 }
 
-void Convert(BlockSource& source, CDownsamplingStream& stream, SoundFileWriter& writer) {
-  const unsigned width = source.width();
-  const std::size_t frames = std::max<std::size_t>(1, blockSamples / source.channels());
+void Convert(CBlockSource& source, CDownsamplingStream& stream, RecordingOutput& writer) {
+  const unsigned width = source.Channels();
+  const std::size_t frames = std::max<std::size_t>(1, blockSamples / source.Channels());
   std::vector<float> in, out(std::max(stream.MaxOutput(frames), stream.MaxFlush()) * width);
-  Progress progress("downsampling", source.frames());
-  for (SampleBlock block = source.Read(frames); block.count > 0; block = source.Read(frames)) {
+  Progress progress("downsampling", source.Frames().value_or(0));
+  for (SampleBlock block = Read(source, frames); block.count > 0; block = Read(source, frames)) {
     writer.Write(out.data(), stream.Process(out.data(), Contiguous(block, width, in), block.count));
     progress.Advance(block.count);
   }
@@ -54,23 +54,23 @@ void Convert(BlockSource& source, CDownsamplingStream& stream, SoundFileWriter& 
 }
 
 void RunDownsample(const DownsampleOptions& options) {
-  CheckSoundName("output", options.output);
+  CheckRecordingName("output", options.output);
   CheckOutputPath("output", options.output, options.recording.path);
-  const std::unique_ptr<BlockSource> source = OpenRecording(options.recording);
-  const double ratio = Ratio(options, source->sampleRate());
-  CDownsamplingStream stream(ratio, options.method, source->width(), static_cast<float>(options.gain));
+  const std::unique_ptr<CRecordingSource> source = OpenRecording(options.recording);
+  const double ratio = Ratio(options, source->SampleRate());
+  CDownsamplingStream stream(ratio, options.method, source->Channels(), static_cast<float>(options.gain));
   if (!stream.IsValid()) Fail("there is no memory to convert at a ratio of {:g}; take a smaller one", ratio);
   // Minima and maxima are two frames for each.
-  const double rate = source->sampleRate() / ratio * (options.method == Reduction::MinMax ? 2 : 1);
-  const auto frames =
-      numeric::trunc_sat<std::uint64_t>(static_cast<double>(source->frames()) / source->sampleRate() * rate);
+  const double rate = source->SampleRate() / ratio * (options.method == Reduction::MinMax ? 2 : 1);
+  const auto frames = numeric::trunc_sat<std::uint64_t>(static_cast<double>(source->Frames().value_or(0)) /
+                                                        source->SampleRate() * rate);
   OutputFile out(options.output);
-  SoundFileWriter writer(out, rate, source->width(), frames);
+  RecordingOutput writer(out, {.rate = rate, .channels = source->Channels(), .frames = frames});
   Convert(*source, stream, writer);
   writer.Close();
   out.Commit();
-  Print("{:g} samples/s to {:.9g} samples/s, {} channel{}\n", source->sampleRate(), rate, source->width(),
-        source->width() > 1 ? "s" : "");
+  Print("{:g} samples/s to {:.9g} samples/s, {} channel{}\n", source->SampleRate(), rate, source->Channels(),
+        source->Channels() > 1 ? "s" : "");
   if (rate != std::round(rate)) {
     Print("note: the file tells {:.0f} samples/s, as it can only tell whole ones\n", std::round(rate));
   }

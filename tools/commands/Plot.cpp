@@ -66,10 +66,10 @@ std::vector<PlotPoint> PairsPoints(CSigPairs& pairs) {
 }
 
 /// Smallest and greatest sample of each column of the picture.
-std::vector<PlotPoint> RecordingPoints(BlockSource& source) {
+std::vector<PlotPoint> RecordingPoints(CBlockSource& source) {
   constexpr double columns = 1600;
   constexpr std::size_t blockSize = 65536;
-  const double ratio = std::max(1.0, static_cast<double>(source.frames()) / columns);
+  const double ratio = std::max(1.0, static_cast<double>(source.Frames().value_or(0)) / columns);
   CDownsamplingStream stream(ratio, CDownsamplingStream::Reduction::MinMax);
   if (!stream.IsValid()) Fail("there is no memory to draw a recording");
   std::vector<float> buffer, out(std::max(stream.MaxOutput(blockSize), stream.MaxFlush()));
@@ -77,12 +77,12 @@ std::vector<PlotPoint> RecordingPoints(BlockSource& source) {
   const auto take = [&](std::uint64_t n) {
     for (std::uint64_t i = 0; i < n; ++i) {
       const auto column = static_cast<double>(points.size() / 2);
-      const double time = source.startTime() + (column * ratio + (ratio - 1) / 2) / source.sampleRate();
+      const double time = source.StartTime() + (column * ratio + (ratio - 1) / 2) / source.SampleRate();
       points.push_back({time, static_cast<double>(out[i])});
     }
   };
-  Progress progress("reading", source.frames());
-  for (SampleBlock block = source.Read(blockSize); block.count > 0; block = source.Read(blockSize)) {
+  Progress progress("reading", source.Frames().value_or(0));
+  for (SampleBlock block = Read(source, blockSize); block.count > 0; block = Read(source, blockSize)) {
     take(stream.Process(out.data(), Contiguous(block, 1, buffer), block.count));
     progress.Advance(block.count);
   }
@@ -94,9 +94,10 @@ std::vector<PlotPoint> RecordingPoints(BlockSource& source) {
 Source ReadRecording(const PlotOptions& options, const std::string& path) {
   RecordingOptions recording = options.recording;
   recording.path = path;
-  const std::unique_ptr<BlockSource> source = OpenRecording(recording);
+  const std::unique_ptr<CRecordingSource> source = OpenRecording(recording);
   const std::string file = recording.path.filename().string();
-  return {file, fmt::format("{}, {}", file, source->channelName()), "s", "", RecordingPoints(*source)};
+  return {file, fmt::format("{}, {}", file, source->ChannelName(0).ToUtf8()), "s", "",
+          RecordingPoints(*source)};
 }
 
 Source ReadSignal(const std::string& path) {

@@ -4,11 +4,11 @@
 #include <vector>
 
 #include "tools/Error.h"
-#include "tools/SoundFileWriter.h"
 #include "tools/commands/Commands.h"
 #include "tools/options/SimulateOptions.h"
 #include "tools/output/OutputFile.h"
 #include "tools/output/Progress.h"
+#include "tools/output/RecordingOutput.h"
 #include "tools/simulate/EncoderSimulator.h"
 #include "tools/simulate/WheelSimulator.h"
 
@@ -40,7 +40,7 @@ void WriteRecording(const SimulateOptions& options, const SpeedProfile& profile,
     return;
   }
   WheelSimulator simulator(profile, options.wheel);
-  SoundFileWriter writer(out, options.wheel.rate, 1, simulator.frames());
+  RecordingOutput writer(out, {.rate = options.wheel.rate, .channels = 1, .frames = simulator.frames()});
   WriteBlocks<float>(simulator, [&writer](const float* samples, std::size_t n) { writer.Write(samples, n); });
   writer.Close();
 }
@@ -68,7 +68,7 @@ void RunSimulate(SimulateOptions options) {
   if (options.truth == options.output)
     FailUsage("the recording and the true speed would be one file; give --truth FILE");
   if (options.output == "-") FailUsage("the recording is a binary file; name one");
-  if (!options.encoder) CheckSoundName("output", options.output);
+  if (!options.encoder) CheckRecordingName("output", options.output);
   if (options.encoder && std::filesystem::path(options.output).extension() != ".u32") {
     FailUsage("output {}: an encoder stream is raw words; choose a name that ends in .u32", options.output);
   }

@@ -56,11 +56,12 @@ PulseLevels FindLevels(const SpeedOptions& options, RecordingAdapter& source, CD
 
 void RunSpeed(const SpeedOptions& options) {
   CheckSpeedOptions(options);
-  const std::unique_ptr<BlockSource> file = OpenRecording(options.recording);
+  const std::unique_ptr<CRecordingSource> file = OpenRecording(options.recording);
   RecordingAdapter source(*file);
   CDzPulsDetektor detector = ConfiguredDetector(options);
   const PulseLevels levels = FindLevels(options, source, detector);
-  SpeedOutputs outputs(options, options.pulsesPerRev, file->sampleRate(), file->startTime(), file->frames());
+  SpeedOutputs outputs(options, options.pulsesPerRev, file->SampleRate(), file->StartTime(),
+                       file->Frames().value_or(0));
   source.Purpose("pulses");
   source.Rewind();
   CPulseFinder finder(source, 0, detector, options.block);
@@ -78,8 +79,8 @@ void RunSpeed(const SpeedOptions& options) {
         "--upper and --lower");
   }
   SpeedReport report;
-  report.channel = file->channelName();
-  report.duration = static_cast<double>(finder.Samples()) / file->sampleRate();
+  report.channel = file->ChannelName(0).ToUtf8();
+  report.duration = static_cast<double>(finder.Samples()) / file->SampleRate();
   report.thresholds =
       SpeedReport::Thresholds{detector.ObereSchranke(), detector.UntereSchranke(), levels.automaticUpper,
                               levels.automaticLower, detector.SettingsStringBilden().ToUtf8()};

@@ -6,8 +6,8 @@ namespace umlauf::tool {
 
 void DeclareRecordingFormat(CLI::App& command, RecordingOptions& recording) {
   const std::string group = "Recording";
-  const Choices<RawFormat> rawFormats = {
-      {"f32", RawFormat::f32}, {"i16", RawFormat::i16}, {"i32", RawFormat::i32}, {"u32", RawFormat::u32}};
+  const Choices<RawSamples> rawFormats = {
+      {"f32", RawSamples::f32}, {"i16", RawSamples::i16}, {"i32", RawSamples::i32}, {"u32", RawSamples::u32}};
   command.add_option("--channel", recording.channel, "channel of a sound or raw file, from 1")
       ->transform(WholeNumber(1, 65535))
       ->group(group);

@@ -1,16 +1,11 @@
 #pragma once
 
-#include <cstdint>
-#include <optional>
-#include <string_view>
+#include "umlauf_io/NumberText.h"
 
 namespace umlauf::tool {
 
-/// Numbers from text: the whole text (blanks around it aside), decimal point, never by the locale.
-std::optional<double> ParseNumber(std::string_view text);
-std::optional<std::uint32_t> ParseCount(std::string_view text);
-
-/// Without blanks, tabs and line ends at both sides.
-std::string_view Trimmed(std::string_view text);
+using io::ParseCount;
+using io::ParseNumber;
+using io::Trimmed;
 
 }  // namespace umlauf::tool

@@ -2,29 +2,30 @@
 
 #include <fmt/format.h>
 
-#include <cstdio>
 #include <filesystem>
 #include <iterator>
 #include <string>
 #include <string_view>
 #include <utility>
 
+#include "umlauf_io/OutputFile.h"
+
 namespace umlauf::tool {
 
-/// A file that appears under its name only when it is complete: everything is written to a temporary file
-/// beside it, which `Commit` renames and which goes when the object goes without it (also by an interrupt).
-/// "-" is standard output; it and what is no regular file (a device, a pipe) are written directly. Throws
-/// ToolError. Not for several threads.
+/// An output of the program: as COutputFile, but what fails throws ToolError, and an interrupt removes the
+/// temporary file. Not for several threads.
 class OutputFile {
  public:
-  explicit OutputFile(std::filesystem::path target);
+  explicit OutputFile(const std::filesystem::path& target);
   ~OutputFile();
   OutputFile(const OutputFile&) = delete;
   OutputFile& operator=(const OutputFile&) = delete;
 
-  const std::filesystem::path& target() const { return target_; }
+  const std::filesystem::path& target() const { return file_.Target(); }
   /// Where a library or program that writes by itself puts the content; do not mix with `Write`.
-  const std::filesystem::path& temporary() const { return temporary_; }
+  const std::filesystem::path& temporary() const { return file_.Temporary(); }
+  /// For writers that write through it; what was printed before comes before.
+  COutputFile& file();
 
   void Write(std::string_view bytes);
   template <class... Args>
@@ -41,12 +42,9 @@ class OutputFile {
   void FlushPending();
   void CheckWritten(bool good) const;
 
-  std::filesystem::path target_;
-  std::filesystem::path temporary_;
-  std::FILE* file_ = nullptr;
+  COutputFile file_;
+  std::string watched_;  ///< the temporary file, for interrupts
   fmt::memory_buffer pending_;
-  bool direct_ = false;
-  bool committed_ = false;
 };
 
 /// The file does not exist yet, or is one that may be replaced by an output: not a folder, not this input.

@@ -3,11 +3,11 @@
 #include <utility>
 #include <vector>
 
-#include "tools/CsvReader.h"
 #include "tools/Error.h"
 #include "tools/SignalFile.h"
 #include "tools/output/Console.h"
 #include "tools/output/Plot.h"
+#include "umlauf_io/CsvReader.h"
 
 namespace umlauf::tool {
 namespace {
@@ -42,12 +42,15 @@ void WriteSignal(const CSignal* signal, OutputFile& out) {
 /// The known speed from a table of seconds and rpm.
 CSpeedComparison ReadTruth(const std::filesystem::path& path) {
   std::vector<CSpeedComparison::Point> points;
-  CsvReader reader(path);
+  CCsvReader reader;
+  reader.Open(path);
   while (reader.NextRow()) {
-    const CSpeedComparison::Point point{reader.Number(0), reader.Number(1)};
-    if (!points.empty() && !(point.time >= points.back().time)) reader.FailHere("the times must rise");
-    points.push_back(point);
+    const auto time = reader.Number(0), rpm = reader.Number(1);
+    if (!time || !rpm) break;
+    if (!points.empty() && !(*time >= points.back().time)) reader.Refuse(L"the times must rise");
+    points.push_back({*time, *rpm});
   }
+  if (reader.Failure()) Fail("{}", reader.Failure().text.ToUtf8());
   if (points.size() < 2)
     Fail("cannot use {}: at least two rows of seconds and rpm are needed", path.string());
   return CSpeedComparison(std::move(points));

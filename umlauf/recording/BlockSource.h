@@ -36,7 +36,7 @@ class UMLAUF_API CBlockSource {
   /// Name of channel c [from 0] for people; may be empty.
   virtual CString ChannelName(unsigned c) const;
 
-  /// The next up to `count` frames, `count` at least 1. Fewer only at the end; none: it has ended.
+  /// The next frames, `count` (at least 1) at most; wide ones may come in smaller steps. None: the end.
   virtual SampleBlock Read(std::size_t count) = 0;
   /// Back to the first frame. False where that is not possible; the source then stays where it is.
   virtual bool Rewind() { return false; }

@@ -1,13 +1,14 @@
-#include "tools/CsvReader.h"
+#include "umlauf_io/internal/CsvRows.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <cstring>
+#include <optional>
+#include <utility>
 
-#include "tools/Error.h"
-#include "tools/output/NumberText.h"
+#include "umlauf_io/NumberText.h"
+#include "umlauf_io/internal/Error.h"
 
-namespace umlauf::tool {
+namespace umlauf::io {
 namespace {
 
 /// A line beyond this is no line of a table, and memory is not spent on it.
@@ -28,43 +29,41 @@ std::string_view Unquoted(std::string_view cell) {
 
 }  // namespace
 
-CsvReader::CsvReader(const std::filesystem::path& path)
-    : path_(path.string()), file_(std::fopen(path.c_str(), "rb")), buffer_(std::size_t{1} << 16) {
-  if (!file_) Fail("cannot read {}: {}", path_, std::strerror(errno));
-  if (!NextLine()) Fail("cannot read {}: it holds no rows", path_);
+CsvRows::CsvRows(std::unique_ptr<ByteStream> stream)
+    : stream_(std::move(stream)), buffer_(std::size_t{1} << 16) {
+  if (!NextLine()) Fail(Kind::badContent, "cannot read {}: it holds no rows", name());
   separator_ = SeparatorOf(line_);
   Split();
   columns_ = cells_.size();
   if (ParseNumber(Cell(0))) {
-    Rewind();
+    again_ = true;
   } else {
     for (const std::string_view cell : cells_) header_.emplace_back(cell);
   }
 }
 
-void CsvReader::Rewind() {
-  std::rewind(file_.get());
+bool CsvRows::Rewind() {
+  if (!stream_->Seek(0)) return false;
   used_ = filled_ = 0;
   lineNumber_ = 0;
+  again_ = false;
   if (!header_.empty()) NextLine();
+  return true;
 }
 
-void CsvReader::FailHere(const std::string& what) const {
-  Fail("cannot read {}, line {}: {}", path_, lineNumber_, what);
+void CsvRows::FailHere(const std::string& what) const {
+  Fail(Kind::badContent, "cannot read {}, line {}: {}", name(), lineNumber_, what);
 }
 
-bool CsvReader::NextLine() {
+bool CsvRows::NextLine() {
   while (true) {
     line_.clear();
     bool ended = false;
     while (!ended) {
       if (used_ == filled_) {
-        filled_ = std::fread(buffer_.data(), 1, buffer_.size(), file_.get());
+        filled_ = stream_->Read(buffer_.data(), buffer_.size());
         used_ = 0;
-        if (filled_ == 0) {
-          if (std::ferror(file_.get()) != 0) Fail("cannot read {}: {}", path_, std::strerror(errno));
-          break;
-        }
+        if (filled_ == 0) break;
       }
       const char* from = buffer_.data() + used_;
       const void* end = std::memchr(from, '\n', filled_ - used_);
@@ -73,7 +72,9 @@ bool CsvReader::NextLine() {
           ended ? static_cast<std::size_t>(static_cast<const char*>(end) - from) : filled_ - used_;
       line_.append(from, n);
       used_ += n + (ended ? 1 : 0);
-      if (line_.size() > longestLine) Fail("cannot read {}: it is no table of text lines", path_);
+      if (line_.size() > longestLine) {
+        Fail(Kind::badContent, "cannot read {}: it is no table of text lines", name());
+      }
     }
     if (!ended && line_.empty()) return false;
     if (++lineNumber_ == 1 && line_.starts_with("\xEF\xBB\xBF")) line_.erase(0, 3);
@@ -82,7 +83,7 @@ bool CsvReader::NextLine() {
   }
 }
 
-void CsvReader::Split() {
+void CsvRows::Split() {
   cells_.clear();
   std::string_view rest = line_;
   if (separator_ == ' ') {
@@ -101,18 +102,19 @@ void CsvReader::Split() {
   }
 }
 
-bool CsvReader::NextRow() {
+bool CsvRows::NextRow() {
+  if (std::exchange(again_, false)) return true;
   if (!NextLine()) return false;
   Split();
   return true;
 }
 
-std::string_view CsvReader::Cell(std::size_t column) const {
+std::string_view CsvRows::Cell(std::size_t column) const {
   if (column >= cells_.size()) FailHere(fmt::format("there is no column {}", column + 1));
   return cells_[column];
 }
 
-double CsvReader::Number(std::size_t column) const {
+double CsvRows::Number(std::size_t column) const {
   const std::string_view cell = Cell(column);
   const std::optional<double> number = ParseNumber(cell);
   if (!number) {
@@ -122,4 +124,4 @@ double CsvReader::Number(std::size_t column) const {
   return *number;
 }
 
-}  // namespace umlauf::tool
+}  // namespace umlauf::io

@@ -1,9 +1,9 @@
-#include "tools/output/NumberText.h"
+#include "umlauf_io/NumberText.h"
 
 #include <charconv>
 #include <system_error>
 
-namespace umlauf::tool {
+namespace umlauf::io {
 namespace {
 
 template <class T>
@@ -28,4 +28,4 @@ std::string_view Trimmed(std::string_view text) {
 std::optional<double> ParseNumber(std::string_view text) { return Parse<double>(text); }
 std::optional<std::uint32_t> ParseCount(std::string_view text) { return Parse<std::uint32_t>(text); }
 
-}  // namespace umlauf::tool
+}  // namespace umlauf::io

@@ -1,0 +1,46 @@
+#pragma once
+
+#include <filesystem>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "umlauf_io/Export.h"
+#include "umlauf_io/RecordingFailure.h"
+
+/// Rows of numbers in a text file, one after the other in constant memory. Columns are parted by `;`, tab,
+/// `,` or blanks, whichever the first row has (in this order); numbers have a decimal point. A first row
+/// whose first cell is no number is the header. Empty lines and lines that begin with `#` are passed over.
+/// Nothing throws: what cannot be read ends the rows, and `Failure` says why, with the number of the line.
+/// Not for several threads at once.
+class UMLAUF_IO_API CCsvReader {
+ public:
+  CCsvReader();
+  ~CCsvReader();
+  CCsvReader(const CCsvReader&) = delete;
+  CCsvReader& operator=(const CCsvReader&) = delete;
+
+  /// "-" is standard input. False when it cannot be read or holds no row.
+  bool Open(const std::filesystem::path& path);
+
+  /// Column names (UTF-8), without quotes; empty when the file has no header.
+  const std::vector<std::string>& Header() const;
+  /// Columns of the first row.
+  std::size_t Columns() const;
+
+  /// Goes to the next row; false at the end of the file, and when it cannot be read.
+  bool NextRow();
+  /// Number in a column of this row [from 0]; nothing, and a failure, when it is missing or no number.
+  std::optional<double> Number(std::size_t column);
+  /// Notes a failure at this row, for a caller that finds its numbers wrong: "the times must rise".
+  void Refuse(const CString& why);
+
+  const RecordingFailure& Failure() const { return failure_; }
+
+ private:
+  struct State;
+
+  std::unique_ptr<State> state_;
+  RecordingFailure failure_;
+};

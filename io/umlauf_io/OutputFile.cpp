@@ -1,0 +1,91 @@
+#include "umlauf_io/OutputFile.h"
+
+#include <cerrno>
+#include <cstring>
+#include <random>
+#include <system_error>
+#include <utility>
+
+#include "umlauf_io/internal/ByteStream.h"
+#include "umlauf_io/internal/Error.h"
+
+namespace fs = std::filesystem;
+using umlauf::io::Fail;
+using umlauf::io::Guard;
+using umlauf::io::Kind;
+using umlauf::io::OpenFile;
+
+COutputFile::~COutputFile() {
+  if (file_ != nullptr && file_ != stdout) std::fclose(file_);
+  if (direct_ || committed_ || temporary_.empty()) return;
+  std::error_code ignored;
+  fs::remove(temporary_, ignored);
+}
+
+bool COutputFile::Open(const fs::path& target, void (*announce)(const std::string&)) {
+  return Guard(failure_, [&] {
+    target_ = target;
+    std::error_code error;
+    if (fs::is_symlink(target_, error)) {
+      const fs::path real = fs::weakly_canonical(target_, error);
+      if (!error) target_ = real;
+    }
+    const fs::file_status status = fs::status(target_, error);
+    if (fs::is_directory(status)) {
+      Fail(Kind::unwritable, "cannot write {}: it is a folder; name a file", target_.string());
+    }
+    direct_ = target_ == "-" || (fs::exists(status) && !fs::is_regular_file(status));
+    if (direct_) {
+      temporary_ = target_;
+      file_ = target_ == "-" ? stdout : OpenFile(target_, "wb");
+    } else if (!OpenTemporary(announce)) {
+      temporary_.clear();
+    }
+    if (file_ == nullptr) {
+      const int reason = errno;
+      Fail(Kind::unwritable, "cannot write {}: {}; choose another place", target_.string(),
+           std::strerror(reason));
+    }
+  });
+}
+
+/// A name of its own beside the target, so that two writers do not meet; the ending stays last, because some
+/// writers choose the format by it.
+bool COutputFile::OpenTemporary(void (*announce)(const std::string&)) {
+  std::random_device random;
+  for (int attempt = 0; attempt < 100 && file_ == nullptr; ++attempt) {
+    temporary_ = target_;
+    temporary_.replace_filename(
+        fmt::format(".{}.{:08x}.part{}", target_.stem().string(), random(), target_.extension().string()));
+    if (announce != nullptr) announce(temporary_.string());
+    file_ = OpenFile(temporary_, "wbx");
+    if (file_ == nullptr && errno != EEXIST) break;
+  }
+  return file_ != nullptr;
+}
+
+bool COutputFile::Note(bool good, int reason) {
+  if (good || failure_) return good;
+  return Guard(failure_, [&] {
+    Fail(Kind::unwritable, "cannot write {}: {}", target_.string(), std::strerror(reason));
+  });
+}
+
+bool COutputFile::Write(std::string_view bytes) {
+  if (failure_ || file_ == nullptr) return false;
+  const bool good = std::fwrite(bytes.data(), 1, bytes.size(), file_) == bytes.size();
+  return Note(good, errno);
+}
+
+bool COutputFile::Commit() {
+  if (failure_ || file_ == nullptr) return false;
+  const bool flushed = std::fflush(file_) == 0;
+  if (!Note(flushed, errno)) return false;
+  const bool closed = file_ == stdout || std::fclose(std::exchange(file_, nullptr)) == 0;
+  if (!Note(closed, errno)) return false;
+  if (direct_) return true;
+  std::error_code error;
+  fs::rename(temporary_, target_, error);
+  committed_ = !error;
+  return Note(committed_, error.value());
+}

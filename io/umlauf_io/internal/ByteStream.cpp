@@ -1,0 +1,122 @@
+#include "umlauf_io/internal/ByteStream.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <system_error>
+#include <vector>
+
+#include "umlauf_io/internal/Error.h"
+
+namespace umlauf::io {
+
+namespace fs = std::filesystem;
+
+std::FILE* OpenFile(const fs::path& path, const char* mode) {
+  return std::fopen(path.string().c_str(), mode);
+}
+
+namespace {
+
+/// Positions of any size, also where `long` has 32 bits.
+bool SeekTo(std::FILE* file, std::uint64_t position) {
+  constexpr std::uint64_t step = std::uint64_t{1} << 30;
+  if (std::fseek(file, 0, SEEK_SET) != 0) return false;
+  for (; position > 0; position -= std::min(position, step)) {
+    if (std::fseek(file, static_cast<long>(std::min(position, step)), SEEK_CUR) != 0) return false;
+  }
+  return true;
+}
+
+}  // namespace
+
+void CloseFile::operator()(std::FILE* file) const {
+  if (file != stdin && file != stdout) std::fclose(file);
+}
+
+ByteStream::ByteStream(const fs::path& path) : name_(path.string()) {
+  if (path == "-") {
+    name_ = "standard input";
+    file_.reset(stdin);
+    // Also what was redirected from a file can be read twice, if from its start.
+    seekable_ = std::ftell(stdin) == 0 && std::fseek(stdin, 0, SEEK_END) == 0;
+  } else {
+    Open(path);
+  }
+  if (path == "-" && seekable_) {
+    length_ = static_cast<std::uint64_t>(std::ftell(stdin));
+    std::rewind(stdin);
+  }
+  startSize_ = std::fread(start_.data(), 1, start_.size(), file_.get());
+  if (std::ferror(file_.get()) != 0) {
+    Fail(Kind::unreadable, "cannot read {}: {}", name_, std::strerror(errno));
+  }
+}
+
+void ByteStream::Open(const fs::path& path) {
+  std::error_code error;
+  const fs::file_status status = fs::status(path, error);
+  if (!fs::exists(status)) {
+    Fail(Kind::notThere, "cannot read {}: there is no such file; check the name", name_);
+  }
+  if (fs::is_directory(status)) {
+    Fail(Kind::notThere, "cannot read {}: it is a folder; name a recording", name_);
+  }
+  file_.reset(OpenFile(path, "rb"));
+  if (!file_) Fail(Kind::unreadable, "cannot read {}: {}", name_, std::strerror(errno));
+  seekable_ = fs::is_regular_file(status);
+  if (!seekable_) return;
+  length_ = fs::file_size(path, error);
+  if (error) Fail(Kind::unreadable, "cannot read {}: {}", name_, error.message());
+}
+
+std::size_t ByteStream::Read(void* to, std::size_t count) {
+  std::size_t n = 0;
+  if (position_ < startSize_) {
+    n = std::min(count, startSize_ - static_cast<std::size_t>(position_));
+    std::memcpy(to, start_.data() + position_, n);
+  }
+  if (n < count) {
+    n += std::fread(static_cast<char*>(to) + n, 1, count - n, file_.get());
+    if (n < count && std::ferror(file_.get()) != 0) {
+      Fail(Kind::unreadable, "cannot read {}: {}", name_, std::strerror(errno));
+    }
+  }
+  position_ += n;
+  return n;
+}
+
+bool ByteStream::Seek(std::uint64_t position) {
+  if (!seekable_) return false;
+  // What the buffered start holds is read from there; the file stands behind it then.
+  if (!SeekTo(file_.get(), std::max<std::uint64_t>(position, startSize_))) return false;
+  position_ = position;
+  return true;
+}
+
+void ByteStream::MakeSeekable() {
+  if (seekable_) return;
+  FilePointer copy(std::tmpfile());
+  if (!copy) {
+    Fail(Kind::unreadable, "cannot keep what comes from {}: {}", name_, std::strerror(errno));
+  }
+  std::vector<char> buffer(std::size_t{1} << 16);
+  std::uint64_t length = 0;
+  while (const std::size_t n = Read(buffer.data(), buffer.size())) {
+    if (std::fwrite(buffer.data(), 1, n, copy.get()) != n) {
+      Fail(Kind::unreadable, "cannot keep what comes from {} in a temporary file: {}", name_,
+           std::strerror(errno));
+    }
+    length += n;
+  }
+  if (std::fflush(copy.get()) != 0) {
+    Fail(Kind::unreadable, "cannot keep what comes from {} in a temporary file: {}", name_,
+         std::strerror(errno));
+  }
+  file_ = std::move(copy);
+  seekable_ = true;
+  length_ = length;
+  Seek(0);
+}
+
+}  // namespace umlauf::io
