@@ -8,6 +8,7 @@
 #include <random>
 
 #include "signal/SignalTestSupport.h"
+#include "support/ExpectAll.h"
 
 namespace {
 
@@ -106,8 +107,7 @@ TEST(SigCurveExt, OperationsSetAndCarryTheSpan) {
   }
   E one(1);
   one.Invalidate();
-  EXPECT_TRUE(one.IsValid());
-  EXPECT_EQ(Text(Ten().CutLR(2, 8)), "2...8: 2 3 4 5 6 7 8");
+  EXPECT_ALL(one.IsValid(), Text(Ten().CutLR(2, 8)) == "2...8: 2 3 4 5 6 7 8");
 }
 
 TEST(SigCurveExt, LookupHoldsTheSpan) {
@@ -126,7 +126,7 @@ TEST(SigCurveExt, LookupHoldsTheSpan) {
   }
   EXPECT_EQ(curve.PointDistance(3.25f, 4.25f, nullptr), 1.0f);  // to the interpolated value
   EXPECT_EQ(CSigCurveExt().GetValue(1) + CSigCurveExt().PointDistance(1, 1, nullptr), 0.0f);
-  EXPECT_TRUE(curve.IsInRange(2) && curve.IsInRange(5) && !curve.IsInRange(1.9f) && !curve.IsInRange(5.5f));
+  EXPECT_ALL(curve.IsInRange(2), curve.IsInRange(5), !curve.IsInRange(1.9f), !curve.IsInRange(5.5f));
   float lo = 0, hi = 0;
   const auto expect = [&](float low, float high) { EXPECT_EQ(std::pair(lo, hi), std::pair(low, high)); };
   curve.GetXRange(lo, hi);
@@ -150,11 +150,10 @@ TEST(SigCurveExt, LookupHoldsTheSpan) {
 
 TEST(SigCurveExt, SectionSums) {
   const CSigCurveExt curve = Ten(2, 5);
-  EXPECT_EQ(curve.AbschnittSumme(3, 4, false), 7.0f);
-  EXPECT_EQ(curve.AbschnittSumme(-9, 99, false), 14.0f);
-  EXPECT_EQ(curve.AbschnittSumme(6, 9, false) + curve.AbschnittSumme(0, 1, false), 0.0f);
-  EXPECT_EQ(curve.AbschnittSumme(4, 3, false) + Ten(5, 2).AbschnittSumme(2, 5, false), 0.0f);
-  EXPECT_EQ(CSigCurveExt().AbschnittSumme(0, 1, true), 0.0f);
+  EXPECT_ALL(curve.AbschnittSumme(3, 4, false) == 7.0f, curve.AbschnittSumme(-9, 99, false) == 14.0f,
+             curve.AbschnittSumme(6, 9, false) + curve.AbschnittSumme(0, 1, false) == 0.0f,
+             curve.AbschnittSumme(4, 3, false) + Ten(5, 2).AbschnittSumme(2, 5, false) == 0.0f,
+             CSigCurveExt().AbschnittSumme(0, 1, true) == 0.0f);
   EXPECT_NEAR(Ext({0, 0, 0}, 0, 3).AbschnittSumme(0, 3, true), 10 * std::log10(3.0), 1e-5);
   EXPECT_NEAR(Ext({-5000, 90, 90}, 0, 3).AbschnittSumme(1, 3, true), 90 + 10 * std::log10(2.0), 1e-4);
   EXPECT_NEAR(Ext({4000, 4000}, 0, 2).AbschnittSumme(0, 2, true), 4000 + 10 * std::log10(2.0), 1e-3);
