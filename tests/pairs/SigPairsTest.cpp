@@ -54,7 +54,7 @@ TEST(SigPairs, CopiesCarryPointsAndFieldsAssignmentAlsoUnits) {
   }
   assigned.InitHeader();
   EXPECT_ALL(!assigned.Gueltig(), assigned.Nummer() == 0, *assigned.Name() == L'\0',
-             assigned.PunktgleichheitToleranz() == -101.0f);
+             assigned.PunktgleichheitToleranz() == -101.0f, assigned.Parameter() == 0.0f);
 }
 
 TEST(SigPairs, FromCurvesAndBack) {
@@ -65,7 +65,8 @@ TEST(SigPairs, FromCurvesAndBack) {
   curve.SetYUnit(L"V");
   const CSigPairs all = static_cast<const CSigCurve&>(curve);
   EXPECT_THAT(PointsOf(all), ElementsAre(SPunkt{-1, 0}, SPunkt{-0.5f, 1}, SPunkt{0, 4}, SPunkt{0.5f, 9}));
-  EXPECT_ALL(Order(all) == kUp, all.YUnit().prefixstring() == L"V");
+  EXPECT_ALL(PointsOf(CSigCurve(curve)) == PointsOf(all), CSigPairs(CSigCurve(1)).NPaare() == 1,
+             Order(all) == kUp, all.YUnit().prefixstring() == L"V");
   CSigCurveExt back;
   EXPECT_ALL(all.KurveBilden(&back, 0), back.IMax() == 3, *back.Name() == L'c',
              PointsOf(back) == PointsOf(all), all.KurveBilden(&back, 7), back.FData()[1] == 0.5f,
@@ -164,9 +165,14 @@ TEST(SigPairs, LookupInAllOrders) {
     for (const float x : {-9.0f, 3.0f, kInf, kNaN}) EXPECT_EQ(one.WertBei(x), 7.0f);
   }
   EXPECT_ALL(up.HatWertBei(1.9f, 0.15f), !up.HatWertBei(3, 1), !CSigPairs().HatWertBei(0, kInf),
-             up.IsInRange(4), mixed.IsInRange(2), !down.IsInRange(2), !mixed.IsInRange(4));
+             up.IsInRange(4), up.IsInRange(0), !up.IsInRange(4.1f), !up.IsInRange(-0.1f), mixed.IsInRange(2),
+             !down.IsInRange(2), !mixed.IsInRange(4), !mixed.IsInRange(0));
   std::size_t index = 99;
   EXPECT_ALL(up.PointDistance(-3, 4, &index) == 5.0f, index == 0);
+  for (const CSigPairs* s :
+       {&up, static_cast<const CSigPairs*>(&down)}) {  // outside, the distance is that to the end point
+    EXPECT_ALL(s->PointDistance(-3, 4, nullptr) == 5.0f, s->PointDistance(7, 4, nullptr) == 5.0f);
+  }
   EXPECT_FLOAT_EQ(down.PointDistance(3, 12, nullptr), 2.0f);
   EXPECT_FLOAT_EQ(up.PointDistance(1.75f, 20, &index), 0.25f);
   EXPECT_FLOAT_EQ(mixed.PointDistance(1, 11, nullptr), 1.0f);
@@ -205,6 +211,7 @@ TEST(SigPairs, Ranges) {
              range(CSigPairs(), &CSigPairs::GetYRange) == (SPunkt{9, 9}),
              range(s, indices, 3u, 9u) == (SPunkt{7, 7}), range(s, indices, 4u, 5u) == (SPunkt{9, 9}),
              range(s, indices, 2u, 1u) == (SPunkt{9, 9}),
+             range(s, &CSigPairs::GetYRangeX, 2.0f, 2.0f) == (SPunkt{7, 7}),
              range(s, &CSigPairs::GetYRangeX, 1.0f, 2.5f) == (SPunkt{7, 7}),
              range(hill, &CSigPairs::GetYRangeX, 0.9f, 1.9f) == (SPunkt{10, 20}),
              range(down, &CSigPairs::GetYRangeX, 0.9f, 1.9f) == (SPunkt{0, 10}),
@@ -272,9 +279,11 @@ TEST(SigPairs, SubsamplingKeepsTheLastPoint) {
 
 TEST(SigPairs, ThinningDividesByTheRatioOfThePositions) {
   // Anchor (1, 0): slope (1 - 0) / (2 / 1) = 0.5; at x = 3 the line gives 1, at x = 4 it gives 1.5.
-  CSigPairs s = Pairs({{1, 0}, {2, 1}, {3, 1}, {4, 1.6f}, {5, 9}, {6, 9}});
-  s.Linearisieren(20);  // threshold 0.45
-  EXPECT_THAT(PointsOf(s), ElementsAre(SPunkt{1, 0}, SPunkt{4, 1.6f}, SPunkt{5, 9}, SPunkt{6, 9}));
+  for (const float lift : {0.0f, -8.0f}) {  // the threshold is that of the distance of the extremes, 0.45
+    CSigPairs s = Pairs({{1, 0}, {2, 1}, {3, 1}, {4, 1.5f}, {5, 9}, {6, 9}});
+    (s += lift).Linearisieren(20);
+    EXPECT_THAT(PointsOf(s -= lift), ElementsAre(SPunkt{1, 0}, SPunkt{4, 1.5f}, SPunkt{5, 9}, SPunkt{6, 9}));
+  }
   CSigPairs zero = Pairs({{0, 0}, {1, 1}, {2, 2}});
   for (const float divisor : {-1.0f, kNaN, kInf}) zero.Linearisieren(divisor);
   EXPECT_EQ(zero.NPaare(), 3u);

@@ -35,7 +35,7 @@ TEST(SigCurve, IndexFromPosition) {
     EXPECT_EQ(i, c.unlimited) << c.x;
   }
   EXPECT_ALL(curve.GetIndex(2) == 2u, curve.GetPoint(-2) == -2.0f, curve.GetIndexFromY(10) == 0,
-             curve.GetIndexFromY(20) == -1);
+             curve.GetIndexFromY(20) == -1, Curve({7}, 0, 1).GetIndexFromY(7) == 0);
   for (const CSigCurve& none : {CSigCurve(), Curve({1, 2}, 3, 3)}) {
     std::int64_t i = -99;
     EXPECT_ALL(!none.GetIndexValidate(3.0f, i), i == -99, none.GetIndex(3.0f) == 0);
@@ -49,6 +49,7 @@ TEST(SigCurve, ValuesAndDistances) {
                             {2.5f, 35}, {3.5f, 30},    {3.9995f, 30}, {9, 30}};
   for (const auto& [x, y] : cases) EXPECT_FLOAT_EQ(curve.GetValue(x), y) << x;
   EXPECT_THAT(curve.GetValue(kNaN), IsNan());
+  EXPECT_FLOAT_EQ(Curve({10, 20, 40, 30}, 0, 8).GetValue(2.5f), 25.0f);  // a step of 2
   EXPECT_ALL(curve.IsInRange(0), curve.IsInRange(4), !curve.IsInRange(4.001f), !curve.IsInRange(kNaN));
   const auto nearest = [&](float x, float y) {
     std::size_t index = 99;

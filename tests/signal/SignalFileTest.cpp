@@ -6,6 +6,7 @@
 
 #include "signal/SignalTestSupport.h"
 #include "support/ExpectAll.h"
+#include "support/FullDisk.h"
 #include "support/LogCapture.h"
 #include "umlauf/signal/SigCurveExt.h"
 
@@ -98,6 +99,15 @@ TEST(SignalFile, CutAtEveryLengthReadsWhatIsThere) {
       EXPECT_EQ(back.VMax(), 2.0f) << length;
     }
     EXPECT_THAT(log.Take(), Not(IsEmpty()));
+  }
+}
+
+TEST(SignalFile, AFullDiskIsToldAndNothingFollowsAHeaderThatDoesNotFit) {
+  for (const bool compressed : {true, false}) {
+    const CSigCurveExt curve = Recorded(compressed);
+    CMemFile whole;
+    curve.WriteToFile(whole, 2);
+    EXPECT_TRUE(EveryFullDiskIsTold(whole.GetLength(), [&](CFile& f) { return curve.WriteToFile(f, 2); }));
   }
 }
 

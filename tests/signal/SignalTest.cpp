@@ -59,6 +59,10 @@ TEST(SigRaw, ShiftData) {
     raw.ShiftData(places);
     return Values(raw);
   };
+  CSigRaw one;
+  Fill(one, {1});
+  one.ShiftData(1);
+  EXPECT_THAT(Values(one), ElementsAre(0));
   EXPECT_THAT(shifted(0), ElementsAre(1, 2, 3));
   EXPECT_THAT(shifted(1), ElementsAre(0, 1, 2));
   EXPECT_THAT(shifted(-2), ElementsAre(3, 0, 0));
