@@ -1,29 +1,12 @@
 // Message descriptions, as bytes of a file and as wide text; then messages by what was understood.
 
-#include <cstdint>
-#include <cstdio>
-#include <cstdlib>
 #include <string>
 
+#include "fuzz/support/Fuzz.h"
 #include "umlauf/can/CanMessageDecoderXml.h"
-#include "umlauf/platform/framework/CFile.h"
-#include "umlauf/platform/tramsea/PrWin.h"
 
+namespace umlauf::fuzz {
 namespace {
-
-/// A file of this process's own.
-class TemporaryFile {
- public:
-  TemporaryFile() {
-    if (mkstemp(name_) < 0) std::abort();
-    PrWin::SetSink([](int, int, const CString&) {});
-  }
-  ~TemporaryFile() { std::remove(name_); }
-  CString Path() const { return CString(name_); }
-
- private:
-  char name_[40] = "/tmp/fuzz_can_description_XXXXXX";
-};
 
 void DecodeAll(CCanMessageDecoderXml& decoder) {
   const unsigned count = decoder.NumSignals() < 100 ? decoder.NumSignals() : 100;
@@ -38,7 +21,7 @@ void DecodeAll(CCanMessageDecoderXml& decoder) {
     for (const unsigned length : {1u, 8u, 64u}) {
       message.header = 0xAA000055 | length << 16;
       for (unsigned r = 0; r < decoder.DecodeCanMessage(message); ++r) {
-        if (!decoder.AppSigIdGesehen(decoder.ResultId(r))) std::abort();
+        Require(decoder.AppSigIdGesehen(decoder.ResultId(r)), "a result is of a signal that was seen");
       }
     }
   }
@@ -46,15 +29,19 @@ void DecodeAll(CCanMessageDecoderXml& decoder) {
 
 }  // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size) {
+void FuzzOne(Input input) {
   static const TemporaryFile file;
-  CFile(file.Path(), CFile::modeWrite | CFile::modeCreate).Write(bytes, size);
+  file.Fill(input.Rest());
+  const CString path = CString::FromUtf8(file.path());
   CCanMessageDecoderXml decoder;
-  decoder.SetBigEndianOffset(size % 2 == 0 ? CCanMessageDecoderXml::BigEndianOffset::leastSignificantBit
-                                           : CCanMessageDecoderXml::BigEndianOffset::mostSignificantBit);
-  decoder.SetDecoderXmlFile(file.Path());
+  decoder.SetBigEndianOffset(input.size() % 2 == 0
+                                 ? CCanMessageDecoderXml::BigEndianOffset::leastSignificantBit
+                                 : CCanMessageDecoderXml::BigEndianOffset::mostSignificantBit);
+  decoder.SetDecoderXmlFile(path);
   DecodeAll(decoder);
-  decoder.SetDecoderXmlText(std::wstring(bytes, bytes + size).c_str());
+  const std::string_view text = input.Text();
+  decoder.SetDecoderXmlText(std::wstring(text.begin(), text.end()).c_str());
   DecodeAll(decoder);
-  return 0;
 }
+
+}  // namespace umlauf::fuzz

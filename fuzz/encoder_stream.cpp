@@ -2,25 +2,17 @@
 // cut into two blocks.
 
 #include <algorithm>
-#include <cmath>
-#include <cstdint>
-#include <cstdlib>
-#include <cstring>
-#include <memory>
 
+#include "fuzz/support/Fuzz.h"
 #include "umlauf/encoder/DzPulsTisDetector.h"
 #include "umlauf/encoder/PositionPulseDetector.h"
-#include "umlauf/platform/tramsea/PrWin.h"
 #include "umlauf/pulses/DzPulsListe.h"
 #include "umlauf/pulses/FueGroeHopListe.h"
 
+namespace umlauf::fuzz {
 namespace {
 
 using ETisMode = CYChannelDescriptionInterface::ETisMode;
-
-void Require(bool condition) {
-  if (!condition) std::abort();
-}
 
 struct Settings {
   std::uint8_t mode, stride, rate, flags, divider, pulses;
@@ -43,11 +35,11 @@ void Decode(const Settings& settings, const ULONG* words, std::uint64_t count, u
   for (const auto& [begin, n] : {std::pair(std::uint64_t{0}, first), std::pair(first, count - first)}) {
     const ULONG* block = words + begin * stride;
     detector.PulseSuchen(block, n, stride, pulses);
-    Require(pulses.size() <= 2 * n + 1);
+    Require(pulses.size() <= 2 * n + 1, "a sample has at most two pulses");
     std::uint64_t samples = 0;
     for (const PulsEntry& pulse : pulses) samples += pulse.NrSamples();
     // A time field may point up to four samples behind its sample.
-    Require(pulses.empty() || (samples >= n && samples <= n + 4));
+    Require(pulses.empty() || (samples >= n && samples <= n + 4), "the pulses of a block cover it");
     positions.process(block, n, stride, (settings.flags & 4) != 0, hops, rate,
                       (settings.flags & 8) != 0 ? &pulses : nullptr, 4.0f, 0.0f);
   }
@@ -57,24 +49,21 @@ void Reduce(const Settings& settings, const ULONG* words, unsigned n) {
   CDzPulsTisDetector detector(static_cast<ETisMode>(settings.mode % 8));
   const float ratio = static_cast<float>(settings.samplesPerOutput) / 256.0f;
   float phase = 0.5f;
-  const std::unique_ptr<ULONG[]> out(new ULONG[n + 1]);
-  Require(detector.Downsampling(words, n, out.get(), n + 1, ratio, phase) <= n + 1);
+  Exact<ULONG> out(n + std::size_t{1});
+  Require(detector.Downsampling(words, n, out.data(), n + 1, ratio, phase) <= n + 1,
+          "no more is written than there is room for");
 }
 
 }  // namespace
 
 // The settings, then the stream.
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size) {
-  PrWin::SetSink([](int, int, const CString&) {});
-  Settings settings;
-  if (size < sizeof settings) return 0;
-  std::memcpy(&settings, bytes, sizeof settings);
+void FuzzOne(Input input) {
+  const auto settings = input.Take<Settings>();
   const unsigned stride = 1 + settings.stride % 5u;
-  const std::size_t count = (size - sizeof settings) / sizeof(ULONG) / stride;
-  // Whole frames, in memory that ends with them.
-  const std::unique_ptr<ULONG[]> words(new ULONG[count * stride]);
-  if (count != 0) std::memcpy(words.get(), bytes + sizeof settings, count * stride * sizeof(ULONG));
-  Decode(settings, words.get(), count, stride);
-  Reduce(settings, words.get(), static_cast<unsigned>(count));
-  return 0;
+  const std::size_t count = input.size() / sizeof(ULONG) / stride;
+  const Exact<ULONG> words(input.Rest().first(count * stride * sizeof(ULONG)));  // whole frames
+  Decode(settings, words.data(), count, stride);
+  Reduce(settings, words.data(), static_cast<unsigned>(count));
 }
+
+}  // namespace umlauf::fuzz

@@ -1,53 +1,53 @@
-// Signal records of all kinds and versions: what is read can be written and read again, and takes no more
-// memory than the record justifies.
+// Signal records of all kinds and versions: what is read can be written and read again.
 
-#include <cstdint>
-#include <cstdlib>
-#include <memory>
-#include <span>
+#include <algorithm>
+#include <type_traits>
 
-#include "umlauf/pairs/SigPairs.h"
+#include "fuzz/support/Fuzz.h"
+#include "umlauf/pairs/SigPairsTm.h"
 #include "umlauf/platform/framework/CMemFile.h"
-#include "umlauf/platform/tramsea/PrWin.h"
 #include "umlauf/signal/SigCurveExt.h"
 
+namespace umlauf::fuzz {
 namespace {
-
-void Require(bool condition) {
-  if (!condition) std::abort();
-}
 
 template <class Signal>
 void ReadAndWrite(std::span<const std::byte> bytes, unsigned version) {
   CMemFile file(bytes);
   Signal signal;
   if (!signal.ReadFromFile(file, version)) return;
-  Require(signal.DLen() <= bytes.size());
-  CMemFile again;
-  Require(signal.WriteToFile(again, version));
-  again.Seek(0, CFile::begin);
+  Require(signal.DLen() <= bytes.size(), "a signal has no more samples than its record has bytes");
+  CMemFile first, second;
+  Require(signal.WriteToFile(first, version), "a signal that was read can be written");
+  first.Seek(0, CFile::begin);
   Signal back;
-  Require(back.ReadFromFile(again, version));
-  Require(back.DLen() == signal.DLen());
+  Require(back.ReadFromFile(first, version) && first.Remaining() == 0, "a written signal can be read");
+  Require(back.DLen() == signal.DLen(), "a written signal has its samples");
+  if constexpr (std::is_base_of_v<CSigCurve, Signal>) {
+    if (signal.FileCompression()) return;  // quantised samples move with their range
+  }
+  // A name that is cut within a character comes back with another end.
+  const std::size_t name = version == 0 ? 0 : 40;
+  Require(back.WriteToFile(second, version) &&
+              std::ranges::equal(first.Bytes().subspan(name), second.Bytes().subspan(name)),
+          "a written signal is the one that comes back");
 }
 
 }  // namespace
 
 // Kind, version, then the record.
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* bytes, std::size_t size) {
-  PrWin::SetSink([](int, int, const CString&) {});
-  if (size < 2) return 0;
-  const std::span record(reinterpret_cast<const std::byte*>(bytes) + 2, size - 2);
-  const unsigned version = bytes[1] % 4;
-  switch (bytes[0] % 3) {
+void FuzzOne(Input input) {
+  const std::uint8_t kind = input.Byte(), version = input.Byte() % 4;
+  switch (kind % 4) {
     case 0:
-      ReadAndWrite<CSigCurve>(record, version);
-      break;
+      return ReadAndWrite<CSigCurve>(input.Rest(), version);
     case 1:
-      ReadAndWrite<CSigCurveExt>(record, version);
-      break;
+      return ReadAndWrite<CSigCurveExt>(input.Rest(), version);
+    case 2:
+      return ReadAndWrite<CSigPairs>(input.Rest(), version);
     default:
-      ReadAndWrite<CSigPairs>(record, version);
+      return ReadAndWrite<CSigPairsTm>(input.Rest(), version);
   }
-  return 0;
 }
+
+}  // namespace umlauf::fuzz

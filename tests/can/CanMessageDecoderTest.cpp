@@ -6,6 +6,7 @@
 #include <bit>
 #include <clocale>
 
+#include "support/ExpectAll.h"
 #include "umlauf/platform/basis/CSwitchResourceDefault.h"
 #include "umlauf/platform/ui/UserInterface.h"
 
@@ -17,18 +18,12 @@ TEST(CanMessageDecoder, KeepsApplicationSignals) {
   decoder.AppSigIdSammeln(98);
   decoder.AppSigIdSammeln(1000);
   decoder.AppSignalBekanntmachen(98, L"renamed");
-  EXPECT_EQ(decoder.NumAppSignals(), 100u);
-  EXPECT_EQ(decoder.AppSignal(2), L"renamed");
-  EXPECT_EQ(decoder.AppSignalId(99), 1);
-  EXPECT_EQ(decoder.AppSignal(100), L"");
-  EXPECT_EQ(decoder.AppSignalId(100), -1);
-  EXPECT_TRUE(decoder.AppSigIdGesehen(98));
-  EXPECT_FALSE(decoder.AppSigIdGesehen(97));
-  EXPECT_FALSE(decoder.AppSigIdGesehen(1000));
+  EXPECT_ALL(decoder.NumAppSignals() == 100u, decoder.AppSignal(2) == L"renamed",
+             decoder.AppSignalId(99) == 1, decoder.AppSignal(100) == L"", decoder.AppSignalId(100) == -1,
+             decoder.AppSigIdGesehen(98), !decoder.AppSigIdGesehen(97), !decoder.AppSigIdGesehen(1000));
   decoder.AppSignalListeNeustart();
   decoder.AppSignalBekanntmachen(97, L"new");
-  EXPECT_EQ(decoder.NumAppSignals(), 1u);
-  EXPECT_FALSE(decoder.AppSigIdGesehen(98));
+  EXPECT_ALL(decoder.NumAppSignals() == 1u, !decoder.AppSigIdGesehen(98));
 }
 
 TEST(CanMessageDecoder, DemoPreparesResultsAndDecodesNothing) {
@@ -43,13 +38,10 @@ TEST(CanMessageDecoder, DemoPreparesResultsAndDecodesNothing) {
   }
   EXPECT_EQ(demo->MaxMessageLen(), 200u);
   demo->StartDecoderSession();
-  EXPECT_EQ(demo->MaxMessageLen(), 0u);
-  EXPECT_FALSE(demo->AppSigIdGesehen(7));
+  EXPECT_ALL(demo->MaxMessageLen() == 0u, !demo->AppSigIdGesehen(7));
   ASSERT_EQ(demo->NumResults(), 2u);
-  EXPECT_EQ(demo->ResultId(0), 7);
-  EXPECT_EQ(demo->ResultId(1), -3);
-  EXPECT_EQ(demo->ResultValue(1), 0.0);
-  EXPECT_EQ(std::bit_cast<std::uint32_t>(demo->ResultFactor(1)), 0x3EA0EA0Fu);
+  EXPECT_ALL(demo->ResultId(0) == 7, demo->ResultId(1) == -3, demo->ResultValue(1) == 0.0,
+             std::bit_cast<std::uint32_t>(demo->ResultFactor(1)) == 0x3EA0EA0Fu);
   demo->DecodeCanMessage({});
   EXPECT_EQ(demo->NumResults(), 0u);
 }
@@ -92,11 +84,9 @@ TEST(CanMessageDecoder, AsksForADescription) {
     EXPECT_EQ(path, c.confirms ? L"/data/vehicle.xml" : L"before");
     EXPECT_STREQ(std::setlocale(LC_NUMERIC, nullptr), "C");
     const OpenFileDialog& shown = answer.shown;
-    EXPECT_EQ(shown.title, c.title);
-    EXPECT_EQ(shown.filter, c.filter);
-    EXPECT_EQ(shown.fileName, L"*.xml");
-    EXPECT_EQ(shown.defaultExtension, L"*.xml");
-    EXPECT_TRUE(shown.explorerStyle && shown.resizable && shown.fileMustExist && shown.keepCurrentFolder);
+    EXPECT_ALL(shown.title == c.title, shown.filter == c.filter, shown.fileName == L"*.xml",
+               shown.defaultExtension == L"*.xml", shown.explorerStyle, shown.resizable, shown.fileMustExist,
+               shown.keepCurrentFolder);
     EXPECT_EQ(answer.module, nullptr);  // the dialog loads its own texts as before
   }
 }

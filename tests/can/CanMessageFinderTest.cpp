@@ -10,6 +10,7 @@
 #include <random>
 #include <vector>
 
+#include "support/ExpectAll.h"
 #include "umlauf/can/CanMessageCompressor.h"
 
 namespace {
@@ -95,9 +96,8 @@ TEST(CanMessageFinder, StartsInTheResetStateAndTakesNoBlock) {
 TEST(CanMessageFinder, TestsWordsForAMessage) {
   CCanMessageFinder finder;
   const ULONG words[] = {H8, 1, 2, 3, Header(1), 9, 9, 9};
-  EXPECT_EQ(finder.IsValidMessageData1C(words + 1), 0u);
-  EXPECT_EQ(finder.IsValidMessageData1C(words), 4u);
-  EXPECT_EQ(finder.IsValidMessageData1C(words + 4), 2u);
+  EXPECT_ALL(finder.IsValidMessageData1C(words + 1) == 0u, finder.IsValidMessageData1C(words) == 4u,
+             finder.IsValidMessageData1C(words + 4) == 2u);
   EXPECT_THAT(Words(finder.Message()), ElementsAre(Header(1), 9));  // nothing of the message before
   EXPECT_EQ(finder.IsValidMessageData2C(words + 1, words + 2), 0u);
   EXPECT_EQ(finder.IsValidMessageData2C(words, words + 2), 2u);

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include "support/ExpectAll.h"
+
 namespace {
 
 using Events = std::vector<CQuadratureDecoder::Event>;
@@ -18,10 +20,10 @@ TEST(QuadratureDecoder, ListsTheChangesOfTheCounter) {
   EXPECT_TRUE(decoder.standard(words, 2, 2));  // goes on from the last block
   EXPECT_EQ(decoder.events(), (Events{{128, 3}}));
   decoder.clear();
-  EXPECT_TRUE(decoder.standard(words, 5, 1));
-  EXPECT_EQ(decoder.events(), (Events{{128 + 64, 3}, {3 * 128 + 127, -32765}, {4 * 128, 0}}));
-  EXPECT_TRUE(decoder.highres(nullptr, 5, 1) && decoder.events().empty());
-  EXPECT_TRUE(decoder.standard(words, 5, 0) && decoder.events().empty());
+  EXPECT_ALL(decoder.standard(words, 5, 1),
+             decoder.events() == (Events{{128 + 64, 3}, {3 * 128 + 127, -32765}, {4 * 128, 0}}),
+             decoder.highres(nullptr, 5, 1), decoder.events().empty(), decoder.standard(words, 5, 0),
+             decoder.events().empty());
 }
 
 TEST(QuadratureDecoder, LongBlocksAndLongRuns) {

@@ -7,6 +7,7 @@
 #include <string>
 #include <utility>
 
+#include "support/ExpectAll.h"
 #include "support/PulseText.h"
 #include "umlauf/encoder/DzPulsTisDetector.h"
 #include "umlauf/platform/ui/UserInterface.h"
@@ -64,8 +65,7 @@ std::string Decode(const Case& c, bool lowWord, unsigned stride) {
     text.append(text.empty() ? "" : " | ").append(Text(list));
     if (blockErrors != 0) text.append(" ").append(std::to_string(blockErrors)).append("e");
   }
-  EXPECT_EQ(detector.NumFehlerbits(), errors);
-  EXPECT_EQ(list.SampleRate(), static_cast<float>(c.rate));
+  EXPECT_ALL(detector.NumFehlerbits() == errors, list.SampleRate() == static_cast<float>(c.rate));
   return text;
 }
 
@@ -202,9 +202,8 @@ TEST(TisDetector, TellsOnceWhyItCannotDecode) {
   const auto decode = [&] {
     list.AddEntry(1, 1.0f);
     list.SetAverage(1.0f);
-    EXPECT_EQ(detector.PulseSuchen(words.data(), words.size(), 1, list), 0u);
-    EXPECT_TRUE(list.empty());
-    EXPECT_EQ(list.Average(), 0.0f);
+    EXPECT_ALL(detector.PulseSuchen(words.data(), words.size(), 1, list) == 0u, list.empty(),
+               list.Average() == 0.0f);
     return messages.Take();
   };
   EXPECT_EQ(decode(), Texts{"Tis Datastream Decoder: data format not set for signal id 17."});
@@ -238,8 +237,7 @@ TEST(TisDetector, MinimumLengthInSamplesAndSeconds) {
   D detector(ETisMode::tisStandard);
   EXPECT_EQ(detector.MinPulsSamples(), 50u);
   detector.Restart(12500, 4, false, ETisMode::tisNone);
-  EXPECT_EQ(detector.Mode(), ETisMode::tisStandard);
-  EXPECT_EQ(detector.MinPulsSamples(), 12u);
+  EXPECT_ALL(detector.Mode() == ETisMode::tisStandard, detector.MinPulsSamples() == 12u);
   detector.SetMinPulsSamples(2);
   EXPECT_FLOAT_EQ(detector.MinPulsTime(), 2 / 12500.0f);
   for (const float seconds : {1e30f, -1.0f, NAN}) {  // saturates

@@ -9,6 +9,7 @@
 #include <random>
 #include <sstream>
 
+#include "support/ExpectAll.h"
 #include "umlauf/platform/tramsea/CResourceSea.h"
 #include "umlauf/platform/tramsea/CSeaBase.h"
 
@@ -31,9 +32,7 @@ TEST(Clavis, OrderIsThatOfTheFieldsAsSignedNumbers) {
     const CClavis a(f[0][0], f[0][1], f[0][2], f[0][3], f[0][4], f[0][5]);
     CClavis b(f[1][0], f[1][1], f[1][2], f[1][3], f[1][4], f[1][5]);
     const CClavisPODOwnerInterface holder(b.Base());
-    EXPECT_EQ(a < b, f[0] < f[1]);
-    EXPECT_EQ(a >= holder, f[0] >= f[1]);
-    EXPECT_EQ(a != holder, f[0] != f[1]);
+    EXPECT_ALL((a < b) == (f[0] < f[1]), (a >= holder) == (f[0] >= f[1]), (a != holder) == (f[0] != f[1]));
   }
 }
 
@@ -43,9 +42,8 @@ TEST(Clavis, FieldsAreReachedByNameNumberAndKind) {
   const std::array byName{owner.Mode(),     owner.Instrument(), owner[Clavis::qChannel],
                           owner.Location(), owner.InstrParam(), owner.Sensor()};
   for (int i = 0; i < Clavis::fieldCount; ++i) {
-    EXPECT_EQ(byName[static_cast<std::size_t>(i)], 10 + i);
-    EXPECT_EQ(key[i], 10 + i);
-    EXPECT_EQ(&key[static_cast<Clavis::qOrder>(i)], &key.Field()[i]);
+    EXPECT_ALL(byName[static_cast<std::size_t>(i)] == 10 + i, key[i] == 10 + i,
+               &key[static_cast<Clavis::qOrder>(i)] == &key.Field()[i]);
   }
 }
 
@@ -64,9 +62,7 @@ TEST(Clavis, TextRoundTripsWhateverTheStreamIsSetTo) {
   std::wstringstream text;
   text << key << L'\n' << CClavis();
   CClavis first, second(key);
-  EXPECT_TRUE(text >> first >> second);
-  EXPECT_EQ(first, key);
-  EXPECT_EQ(second, CClavis());
+  EXPECT_ALL((text >> first >> second), first == key, second == CClavis());
 }
 
 TEST(Clavis, AWidthIsThatOfTheWholeKey) {
@@ -89,9 +85,7 @@ TEST(Clavis, MalformedTextFailsTheStreamAndKeepsTheKey) {
   }
   std::istringstream in("\n +1\t02 00000000000000000003 4 5 6, 8");
   CClavis key;
-  EXPECT_TRUE(in >> key);
-  EXPECT_EQ(key, CClavis(1, 2, 3, 4, 5, 6));
-  EXPECT_EQ(in.get(), ',');
+  EXPECT_ALL((in >> key), key == CClavis(1, 2, 3, 4, 5, 6), in.get() == ',');
 }
 
 TEST(Clavis, SettingsEntryHoldsTheFieldsByIndex) {
@@ -100,19 +94,14 @@ TEST(Clavis, SettingsEntryHoldsTheFieldsByIndex) {
   const CClavis key(1, -1, 3, 4, 5, INT_MIN);
   ASSERT_TRUE(key.WriteSea(L"keys/written"));
   CClavis read;
-  EXPECT_TRUE(read.ReadSea(L"keys/written"));
-  EXPECT_EQ(read, key);
-  EXPECT_FALSE(read.ReadSea(L"keys/missing"));
-  EXPECT_EQ(read, key);
+  EXPECT_ALL(read.ReadSea(L"keys/written"), read == key, !read.ReadSea(L"keys/missing"), read == key);
   ASSERT_TRUE(sea.LookupSetInt(L"keys/partly", 2, 77));
-  EXPECT_TRUE(read.ReadSea(L"keys/partly"));
-  EXPECT_EQ(read, CClavis(1, -1, 77, 4, 5, INT_MIN));
+  EXPECT_ALL(read.ReadSea(L"keys/partly"), read == CClavis(1, -1, 77, 4, 5, INT_MIN));
   for (const int missing : {-1, 0, 6, INT_MAX}) {
     EXPECT_FALSE(read.SeaLookup(missing, L"keys/partly", sea)) << missing;
   }
   CClavis fresh;
-  EXPECT_TRUE(fresh.SeaLookup(2, L"keys/partly", sea));
-  EXPECT_EQ(fresh, CClavis(-1, -1, 77, -1, -1, -1));
+  EXPECT_ALL(fresh.SeaLookup(2, L"keys/partly", sea), fresh == CClavis(-1, -1, 77, -1, -1, -1));
 }
 
 }  // namespace

@@ -4,6 +4,7 @@
 #include <climits>
 #include <random>
 
+#include "support/ExpectAll.h"
 #include "umlauf/keys/ClavisFilter.h"
 #include "umlauf/keys/ClavisSet.h"
 #include "umlauf/keys/MaskedClavis.h"
@@ -25,15 +26,13 @@ TEST(MaskedClavis, OrderIsThatOfMasksThenOfMaskedFields) {
   const CClavis a(1, 2, 3, 4, 5, 6), b(1, 9, 3, 9, 9, 9);
   CMaskedClavis masked(a, 0b000101);
   masked = b;
-  EXPECT_EQ(masked, CMaskedClavis(a, 0b000101));
-  EXPECT_LT(CMaskedClavis(b, 0b000001), CMaskedClavis(a, 0b000100));
-  EXPECT_LT(CMaskedClavis(a, 0b100000), CMaskedClavis(b, 0b100000));
-  EXPECT_EQ(CMaskedClavis(), CMaskedClavis(CClavis(), 63));
+  EXPECT_ALL(masked == CMaskedClavis(a, 0b000101), CMaskedClavis(b, 0b000001) < CMaskedClavis(a, 0b000100),
+             CMaskedClavis(a, 0b100000) < CMaskedClavis(b, 0b100000),
+             CMaskedClavis() == CMaskedClavis(CClavis(), 63));
   std::mt19937 random(3);
   for (int run = 0; run < 2000; ++run) {  // a strict order that agrees with equality
     const CMaskedClavis x(RandomKey(random, 0), random() % 4), y(RandomKey(random, 0), random() % 4);
-    EXPECT_EQ((x < y) + (y < x) + (x == y), 1);
-    EXPECT_EQ(x <= y, !(y < x));
+    EXPECT_ALL((x < y) + (y < x) + (x == y) == 1, (x <= y) == !(y < x));
   }
 }
 
@@ -45,14 +44,12 @@ TEST(MaskedClavis, SettingsEntryHoldsMaskAndMaskedFields) {
   EXPECT_THAT(sea.Values(path), ElementsAre(Pair(0, 0b100101), Pair(1, 1), Pair(2, 3), Pair(3, 6),
                                             Pair(4, 1004), Pair(7, 1007)));
   CMaskedClavis read;
-  EXPECT_EQ(read.Read(path, sea), 4);
-  EXPECT_EQ(read.GetMask(), 0b100101u);
-  EXPECT_EQ(read.Base(), CClavis(1, -1, 3, -1, -1, 6));
+  EXPECT_ALL(read.Read(path, sea) == 4, read.GetMask() == 0b100101u,
+             read.Base() == CClavis(1, -1, 3, -1, -1, 6));
   ASSERT_TRUE(sea.LookupSetInt(path, 0, -62));  // cut to 0b000010
   for (const wchar_t* entry : {L"mask", L"missing"}) {
-    EXPECT_EQ(read.Read(entry, sea), 2);
-    EXPECT_EQ(read.GetMask(), 0b000010u);
-    EXPECT_EQ(read.Base(), CClavis(1, 1, 3, -1, -1, 6));
+    EXPECT_ALL(read.Read(entry, sea) == 2, read.GetMask() == 0b000010u,
+               read.Base() == CClavis(1, 1, 3, -1, -1, 6));
   }
   CResourceSea closed;
   EXPECT_EQ(read.Write(path, closed), 0);
@@ -155,14 +152,13 @@ TEST(ClavisSet, OperationsAgreeWithContainmentOfEveryValue) {
       }
     }
     EXPECT_TRUE(CClavisSet::CheckForCompleteness(either, a));
-    EXPECT_TRUE(CClavisSet::CheckForCompleteness(a, both) && CClavisSet::CheckForCompleteness(b, both));
+    EXPECT_ALL(CClavisSet::CheckForCompleteness(a, both), CClavisSet::CheckForCompleteness(b, both));
 
     const CClavis key = RandomKey(random, 2);
     CClavisSet one, with = a;
     one += key.Field();
     with += key.Field();
-    EXPECT_TRUE(with && key.Field());
-    EXPECT_EQ(a && key.Field(), CClavisSet::CheckForCompleteness(a, one));
+    EXPECT_ALL((with && key.Field()), (a && key.Field()) == CClavisSet::CheckForCompleteness(a, one));
     with -= key.Field();
     EXPECT_TRUE(CClavisSet::CheckForCompleteness(a, with));
     one -= key.Field();

@@ -1,6 +1,7 @@
 #include <limits>
 
 #include "pairs/PlainPairs.h"
+#include "support/ExpectAll.h"
 
 namespace {
 
@@ -29,8 +30,7 @@ TEST(SigPairsCombine, EqualsThePlainRulesOnRandomSignals) {
     own.Verrechnen(Pairs(b), operation);
     const Points expected = plain::Combine(a, b, operation, tolerance);
     ASSERT_EQ(PointsOf(own), expected) << "round " << round << ", operation " << operation;
-    EXPECT_TRUE(own.IstSortiert());
-    EXPECT_EQ(own.XLen(), expected.size());
+    EXPECT_ALL(own.IstSortiert(), own.XLen() == expected.size());
     combined += expected.size();
   }
   EXPECT_GT(combined, 100000u);
@@ -56,36 +56,30 @@ TEST(SigPairsCombine, UnionHoldsBothGridsAndTheOthersValuesOutside) {
   const CSigPairs a = Pairs({{10, 0}, {20, 10}});
   const CSigPairs b = Pairs({{0, 7}, {15, 9}, {20.2f, 9}, {30, 8}});
   const Points either{{0, 7}, {10, 0}, {15, 5}, {20, 10}, {30, 8}};
-  EXPECT_EQ(PointsOf(a | b), either);
-  EXPECT_EQ(PointsOf(CSigPairs(a) |= b), either);
+  EXPECT_ALL(PointsOf(a | b) == either, PointsOf(CSigPairs(a) |= b) == either);
   const Points both{{10, 0}, {15, 5}, {20, 10}};
-  EXPECT_EQ(PointsOf(a & b), both);
-  EXPECT_EQ(PointsOf(CSigPairs(a) &= b), both);
+  EXPECT_ALL(PointsOf(a & b) == both, PointsOf(CSigPairs(a) &= b) == both);
   EXPECT_THAT(ValuesOf(Combined(a, b, CSigPairs::gitter_vereinigen)), ElementsAre(0, 0, 0, 10, 0));
 }
 
 TEST(SigPairsCombine, SinglePointThatOnlyDescendsEmptiesTheOther) {
   const CSigPairs a = Pairs({{1, 1}, {2, 2}});
   CSigPairs descending = Pairs({{1.5f, 9}});
-  EXPECT_TRUE(descending.PruefeInverseSortierung());
-  EXPECT_FALSE((a | descending).Gueltig());
-  EXPECT_TRUE((descending | a).IstSortiert());
+  EXPECT_ALL(descending.PruefeInverseSortierung(), !(a | descending).Gueltig(),
+             (descending | a).IstSortiert());
 }
 
 TEST(SigPairsCombine, Comparisons) {
   const CSigPairs low = Pairs({{0, 1}, {1, 1}});
   const CSigPairs high = Pairs({{0, 2}, {1, 1}});
   const CSigPairs far = Pairs({{5, 2}, {6, 9}});
-  EXPECT_TRUE(low < high && high > low);
-  EXPECT_FALSE(low > high || high < low);
-  EXPECT_TRUE(low < low && low > low);
-  EXPECT_TRUE(low < far && far > low);
-  EXPECT_FALSE(high < far || CSigPairs() < far || far > CSigPairs());
+  EXPECT_ALL(low<high, high> low, !(low > high), !(high < low), low<low, low> low, low<far, far> low,
+             !(high < far), !(CSigPairs() < far), !(far > CSigPairs()));
   // The own y of an index goes with the merged grid's x: own values 1, 9 at merged x = 0, 0.5.
   EXPECT_FALSE(Pairs({{0, 1}, {1, 9}}) < Pairs({{0, 1}, {0.5f, 6}, {1, 9}}));
   CSigCurve curve(2);
   curve = 3.0f;
-  EXPECT_TRUE(Pairs({{0, 1}, {0.5f, 3}}) < curve && !(Pairs({{0, 1}, {0.5f, 3}}) > curve));
+  EXPECT_ALL(Pairs({{0, 1}, {0.5f, 3}}) < curve, !(Pairs({{0, 1}, {0.5f, 3}}) > curve));
 }
 
 }  // namespace

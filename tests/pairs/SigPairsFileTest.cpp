@@ -2,6 +2,7 @@
 
 #include "pairs/PlainPairs.h"
 #include "signal/SignalTestSupport.h"
+#include "support/ExpectAll.h"
 #include "umlauf/platform/tramsea/PrWin.h"
 
 namespace {
@@ -30,15 +31,13 @@ TEST_F(SigPairsFile, RecordIsHeaderAndGoldenBytesAndReadsBack) {
   CMemFile header;
   CMemFile file;
   Sample().CSignal::WriteToFile(header, 2);
-  EXPECT_TRUE(Sample().WriteToFile(file, 2));
-  EXPECT_EQ(Hex(file.Bytes()), Hex(header.Bytes()) + kGolden);
+  EXPECT_ALL(Sample().WriteToFile(file, 2), Hex(file.Bytes()) == Hex(header.Bytes()) + kGolden);
   file.Seek(0, CFile::begin);
   CSigPairs back = Pairs({{1, 1}});
-  EXPECT_TRUE(back.ReadFromFile(file, 2) && file.Remaining() == 0);
-  EXPECT_EQ(PointsOf(back), PointsOf(Sample()));
-  EXPECT_EQ(std::pair(back.Parameter(), back.Nummer()), std::pair(0.5f, 0x00020003));
+  EXPECT_ALL(back.ReadFromFile(file, 2), file.Remaining() == 0, PointsOf(back) == PointsOf(Sample()),
+             std::pair(back.Parameter(), back.Nummer()) == std::pair(0.5f, 0x00020003));
   EXPECT_STREQ(back.Name(), L"Öl?");  // code page 1252
-  EXPECT_TRUE(back.IstInversSortiert() && !back.IstSortiert());
+  EXPECT_ALL(back.IstInversSortiert(), !back.IstSortiert());
 }
 
 TEST_F(SigPairsFile, ManyPointsAndNoneReadBack) {
@@ -48,8 +47,7 @@ TEST_F(SigPairsFile, ManyPointsAndNoneReadBack) {
     CMemFile file;
     s.DateiExport(file);
     file.Seek(0, CFile::begin);
-    EXPECT_TRUE(back.DateiImport(file) == 1 && file.Remaining() == 0);
-    EXPECT_EQ(PointsOf(back), PointsOf(s));
+    EXPECT_ALL(back.DateiImport(file) == 1, file.Remaining() == 0, PointsOf(back) == PointsOf(s));
   }
 }
 
@@ -62,8 +60,7 @@ TEST_F(SigPairsFile, CutAtEveryLengthIsRefused) {
     EXPECT_FALSE(back.ReadFromFile(file, 2)) << length;
     EXPECT_TRUE(back.IstSortiert());
     CMemFile pairs(whole.Bytes().first(length).subspan(std::min<std::size_t>(length, 78)));
-    EXPECT_EQ(back.DateiImport(pairs), 0);
-    EXPECT_FALSE(back.Gueltig());
+    EXPECT_ALL(back.DateiImport(pairs) == 0, !back.Gueltig());
   }
 }
 

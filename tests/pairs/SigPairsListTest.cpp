@@ -3,6 +3,7 @@
 #include <limits>
 
 #include "pairs/PlainPairs.h"
+#include "support/ExpectAll.h"
 #include "umlauf/platform/framework/CInvalidArgException.h"
 
 namespace {
@@ -30,8 +31,7 @@ TEST(SigPairsList, PoolHandsObjectsOutAgain) {
   EXPECT_EQ(list.Vorratsgroesse(), 16u);
   std::vector<const CSigPairs*> made;
   for (int i = 0; i < 17; ++i) made.push_back(list.NeuesObjekt(5));
-  EXPECT_EQ(list.Vorratsgroesse(), 32u);
-  EXPECT_EQ(Objects(list), made);
+  EXPECT_ALL(list.Vorratsgroesse() == 32u, Objects(list) == made);
 
   int key = 0;
   CSigPairs* const used = list.GetAt(list.GetHeadPosition());
@@ -44,20 +44,18 @@ TEST(SigPairsList, PoolHandsObjectsOutAgain) {
   list.InDenVorrat(list.GetHeadPosition());
   EXPECT_EQ(list.FindeObjektZuExtData(&key), nullptr);
   EXPECT_THROW(list.InDenVorrat(nullptr), CInvalidArgException);
-  EXPECT_EQ(list.NeuesObjekt(3), used);
-  EXPECT_TRUE(!used->Gueltig() && *used->Name() == L'\0' && used->YUnit().empty());
-  EXPECT_TRUE(used->Nummer() == 0 && used->ExtData() == nullptr);
-  EXPECT_TRUE(used->PunktgleichheitToleranz() == -101.0f && used->SetzeGueltig(3));
+  EXPECT_ALL(list.NeuesObjekt(3) == used, !used->Gueltig(), *used->Name() == L'\0', used->YUnit().empty(),
+             used->Nummer() == 0, used->ExtData() == nullptr, used->PunktgleichheitToleranz() == -101.0f,
+             used->SetzeGueltig(3));
 
   list.AnsEndeSetzen(made[4]);
   std::rotate(made.begin(), made.begin() + 1, made.end());
   std::rotate(made.begin() + 3, made.begin() + 4, made.end());
   EXPECT_EQ(Objects(list), made);
   list.AllesInDenVorrat();
-  EXPECT_TRUE(list.IstLeer());
-  EXPECT_NE(std::find(made.begin(), made.end(), list.NeuesObjekt(0)), made.end());
+  EXPECT_ALL(list.IstLeer(), std::find(made.begin(), made.end(), list.NeuesObjekt(0)) != made.end());
   list.AllesLoeschen();
-  EXPECT_TRUE(list.IstLeer() && list.NeuesObjekt(0) != nullptr && list.Vorratsgroesse() == 32);
+  EXPECT_ALL(list.IstLeer(), list.NeuesObjekt(0) != nullptr, list.Vorratsgroesse() == 32);
 }
 
 TEST(SigPairsList, SignalsOfOthersStayOutOfThePool) {
@@ -85,13 +83,11 @@ TEST(SigPairsList, ExternalDataIndex) {
   source.SetName(L"b");
   CSigPairs* const b = list.NeuesObjekt(&source, &key[0]);
   source.Nummer() = 5;
-  EXPECT_EQ(PointsOf(*b), PointsOf(source));
-  EXPECT_EQ(list.FindeObjektZuExtData(&key[0]), b);
-  EXPECT_EQ(list.FindeObjektZuExtData(&key[0], L"a"), a);
-  EXPECT_EQ(list.FindeObjektZuExtData(&key[0], *b), b);
+  EXPECT_ALL(PointsOf(*b) == PointsOf(source), list.FindeObjektZuExtData(&key[0]) == b,
+             list.FindeObjektZuExtData(&key[0], L"a") == a, list.FindeObjektZuExtData(&key[0], *b) == b);
   EXPECT_EQ(list.FindeObjektZuExtData(&key[0], source), nullptr);  // of another number
   list.ExtDataSetzen(a, &key[1]);
-  EXPECT_TRUE(list.FindeObjektZuExtData(&key[1]) == a && list.FindeObjektZuExtData(&key[0]) == b);
+  EXPECT_ALL(list.FindeObjektZuExtData(&key[1]) == a, list.FindeObjektZuExtData(&key[0]) == b);
   list.ExtDataSetzen(b, nullptr);
   EXPECT_EQ(list.FindeObjektZuExtData(&key[0]), nullptr);
   EXPECT_EQ(list.FindeObjektZuExtData(nullptr, L"b"), nullptr);
@@ -108,10 +104,8 @@ TEST(SigPairsList, SearchesByNameAndParameter) {
     o.back()->Parameter() = parameter;
     o.back()->SetName(parameter == 2.0f ? L"Zwei" : L"x");
   }
-  EXPECT_EQ(list.FindeObjekt(L"Zwei"), o[2]);
-  EXPECT_EQ(list.FindeObjekt(L"zwei"), nullptr);
-  EXPECT_EQ(list.FindeObjektZu(2), o[2]);
-  EXPECT_EQ(list.FindeObjektZu(nan), nullptr);
+  EXPECT_ALL(list.FindeObjekt(L"Zwei") == o[2], list.FindeObjekt(L"zwei") == nullptr,
+             list.FindeObjektZu(2) == o[2], list.FindeObjektZu(nan) == nullptr);
   const std::pair<float, CSigPairs*> cases[] = {{6.0f, o[3]}, {5.0f, o[1]}, {3.0f, o[1]},
                                                 {2.5f, o[2]}, {-9, o[2]},   {nan, nullptr}};
   for (const auto& [parameter, object] : cases)
@@ -141,7 +135,7 @@ TEST(SigPairsList, OrderSizeAndRange) {
 
 TEST(SigPairsList, CommonGridAndWhatIsFormedOnIt) {
   CSigPairsList list;
-  EXPECT_FALSE(list.VerbundAllerPunkte().Gueltig() || list.Mittelwert().Gueltig());
+  EXPECT_ALL(!list.VerbundAllerPunkte().Gueltig(), !list.Mittelwert().Gueltig());
   // The first object's tolerance is 5 % of 4 / 2.
   Fill(list, {{{0, 0}, {4, 8}}, {{6, 1}, {1.95f, 5}, {2, 5}, {2.04f, 5}}, {}, {{4.05f, 2}}});
   list.SetName(L"alle");
@@ -149,7 +143,7 @@ TEST(SigPairsList, CommonGridAndWhatIsFormedOnIt) {
   EXPECT_THAT(ValuesOf(list.VerbundAllerPunkte()), ElementsAre(0, 8, 1, 5, 5, 5, 2));
   const CSigPairs grid = list.Intervalle();
   EXPECT_THAT(PointsOf(grid), ElementsAre(SPunkt{0, 0}, SPunkt{1.95f, 0}, SPunkt{4, 0}, SPunkt{6, 0}));
-  EXPECT_TRUE(grid.IstSortiert() && grid.XUnit().prefixstring() == L"s");
+  EXPECT_ALL(grid.IstSortiert(), grid.XUnit().prefixstring() == L"s");
   EXPECT_STREQ(grid.Name(), L"alle");
   const float v = Pairs({{2.04f, 5}, {6, 1}}).WertBei(4);  // of the second object
   EXPECT_THAT(ValuesOf(list.Maximum()), ElementsAre(0, 5, 8, 1));

@@ -4,6 +4,7 @@
 #include <limits>
 
 #include "pairs/PlainPairs.h"
+#include "support/ExpectAll.h"
 #include "umlauf/signal/SigCurveExt.h"
 
 namespace {
@@ -21,17 +22,15 @@ const Points kUnsorted{{0, 0}, {2, 7}, {1, 0}};
 
 TEST(SigPairs, StorageCountsPoints) {
   CSigPairs s(3);
-  EXPECT_FALSE(s.Gueltig() || s.SetzeGueltig(4));
-  EXPECT_TRUE(s.SetzeGueltig(3) && s.DLen() == 3);
+  EXPECT_ALL(!s.Gueltig(), !s.SetzeGueltig(4), s.SetzeGueltig(3), s.DLen() == 3);
   s.Setzen(1, 5, 6);
   s.Setzen(2, 7, 8);
-  EXPECT_TRUE(s.Resize(2) && s.Resize(3) && s.Resize(4));
+  EXPECT_ALL(s.Resize(2), s.Resize(3), s.Resize(4));
   EXPECT_THAT(PointsOf(s), ElementsAre(SPunkt{0, 0}, SPunkt{5, 6}, SPunkt{0, 0}, SPunkt{0, 0}));
-  EXPECT_FALSE(s.Resize(UINT64_MAX) || s.Resize(UINT64_MAX / 2 + 3));
-  EXPECT_EQ(s.ValArray().sum(), 6.0f);
+  EXPECT_ALL(!s.Resize(UINT64_MAX), !s.Resize(UINT64_MAX / 2 + 3), s.ValArray().sum() == 6.0f);
   s.CSigRaw::Malloc(100);  // knows nothing of pairs
   EXPECT_LE(s.NPaare(), 50u);
-  EXPECT_FALSE(s.NeueGroesse(SIZE_MAX) || s.Gueltig() || CSigPairs(SIZE_MAX / 4).Gueltig());
+  EXPECT_ALL(!s.NeueGroesse(SIZE_MAX), !s.Gueltig(), !CSigPairs(SIZE_MAX / 4).Gueltig());
 }
 
 TEST(SigPairs, CopiesCarryPointsAndFieldsAssignmentAlsoUnits) {
@@ -46,7 +45,7 @@ TEST(SigPairs, CopiesCarryPointsAndFieldsAssignmentAlsoUnits) {
   const CSigPairs copy(source);
   CSigPairs assigned(50);
   assigned = source;
-  EXPECT_TRUE(assigned.XUnit().prefixstring() == L"s" && copy.XUnit().empty() && copy.IsSigPairs());
+  EXPECT_ALL(assigned.XUnit().prefixstring() == L"s", copy.XUnit().empty(), copy.IsSigPairs());
   for (const CSigPairs* c : {&copy, static_cast<const CSigPairs*>(&assigned)}) {
     EXPECT_EQ(PointsOf(*c), PointsOf(source));
     EXPECT_STREQ(c->Name(), L"a");
@@ -54,8 +53,8 @@ TEST(SigPairs, CopiesCarryPointsAndFieldsAssignmentAlsoUnits) {
               std::tuple(2.5f, static_cast<LONG>(0xFFFE7FFF), -20.0f, 3u, kDown));
   }
   assigned.InitHeader();
-  EXPECT_TRUE(!assigned.Gueltig() && assigned.Nummer() == 0 && *assigned.Name() == L'\0');
-  EXPECT_EQ(assigned.PunktgleichheitToleranz(), -101.0f);
+  EXPECT_ALL(!assigned.Gueltig(), assigned.Nummer() == 0, *assigned.Name() == L'\0',
+             assigned.PunktgleichheitToleranz() == -101.0f, assigned.Parameter() == 0.0f);
 }
 
 TEST(SigPairs, FromCurvesAndBack) {
@@ -66,12 +65,12 @@ TEST(SigPairs, FromCurvesAndBack) {
   curve.SetYUnit(L"V");
   const CSigPairs all = static_cast<const CSigCurve&>(curve);
   EXPECT_THAT(PointsOf(all), ElementsAre(SPunkt{-1, 0}, SPunkt{-0.5f, 1}, SPunkt{0, 4}, SPunkt{0.5f, 9}));
-  EXPECT_TRUE(Order(all) == kUp && all.YUnit().prefixstring() == L"V");
+  EXPECT_ALL(PointsOf(CSigCurve(curve)) == PointsOf(all), CSigPairs(CSigCurve(1)).NPaare() == 1,
+             Order(all) == kUp, all.YUnit().prefixstring() == L"V");
   CSigCurveExt back;
-  EXPECT_TRUE(all.KurveBilden(&back, 0) && back.IMax() == 3 && *back.Name() == L'c');
-  EXPECT_EQ(PointsOf(back), PointsOf(all));
-  EXPECT_TRUE(all.KurveBilden(&back, 7) && back.FData()[1] == 0.5f && back.FData()[6] == 9.0f);
-  EXPECT_FALSE(Pairs(kUnsorted).KurveBilden(&back, 3) || all.KurveBilden(nullptr, 3));
+  EXPECT_ALL(all.KurveBilden(&back, 0), back.IMax() == 3, *back.Name() == L'c',
+             PointsOf(back) == PointsOf(all), all.KurveBilden(&back, 7), back.FData()[1] == 0.5f,
+             back.FData()[6] == 9.0f, !Pairs(kUnsorted).KurveBilden(&back, 3), !all.KurveBilden(nullptr, 3));
 
   curve.SetVIMinMax(1, 2);
   EXPECT_THAT(PointsOf(curve), ElementsAre(SPunkt{-0.5f, 1}, SPunkt{0, 4}));
@@ -79,10 +78,9 @@ TEST(SigPairs, FromCurvesAndBack) {
   EXPECT_FALSE(CSigPairs(curve).Gueltig());
   curve.ResetVMinMax();
   float x = 0;
-  EXPECT_EQ(all.MaxKurvenAbstand(nullptr, &x, false), 0.0f);
-  EXPECT_EQ(Pairs({{0, 4}, {0.5f, 6}, {9, 99}}).MaxKurvenAbstand(&curve, nullptr, true), 3.0f);
-  EXPECT_EQ(Pairs({{0, 4}, {9, 99}, {8, 99}}).MaxKurvenAbstand(&curve, &x, false), 90.0f);
-  EXPECT_EQ(x, 9.0f);
+  EXPECT_ALL(all.MaxKurvenAbstand(nullptr, &x, false) == 0.0f,
+             Pairs({{0, 4}, {0.5f, 6}, {9, 99}}).MaxKurvenAbstand(&curve, nullptr, true) == 3.0f,
+             Pairs({{0, 4}, {9, 99}, {8, 99}}).MaxKurvenAbstand(&curve, &x, false) == 90.0f, x == 9.0f);
   curve.SetXMinMax(1, -1);
   EXPECT_EQ(Order(curve), kDown);
 }
@@ -110,7 +108,7 @@ TEST(SigPairs, BuildingKeepsTheOrderKnown) {
     s.Append(Pairs({p[2]}));
     const auto claimed = Order(s);
     s.PruefeSortierung();
-    EXPECT_TRUE(claimed.first <= s.IstSortiert() && claimed.second <= s.IstInversSortiert()) << round;
+    EXPECT_ALL(claimed.first <= s.IstSortiert(), claimed.second <= s.IstInversSortiert()) << round;
   }
 }
 
@@ -121,8 +119,7 @@ TEST(SigPairs, SectionsCopiedAndRemoved) {
   EXPECT_EQ(s.AbschnittKopieren(source, 0.5f, 2), 2u);
   EXPECT_THAT(PointsOf(s), ElementsAre(kHill[1], kHill[2]));
   EXPECT_STREQ(s.Name(), L"mine");
-  EXPECT_EQ(s.AbschnittKopierenIdx(source, 2, 99), 2u);
-  EXPECT_EQ(s.AbschnittKopieren(s, 3, 5), 1u);
+  EXPECT_ALL(s.AbschnittKopierenIdx(source, 2, 99) == 2u, s.AbschnittKopieren(s, 3, 5) == 1u);
   EXPECT_THAT(PointsOf(s), ElementsAre(kHill[3]));
   EXPECT_EQ(s.AbschnittKopieren(source, 2, kNaN) + s.AbschnittKopierenIdx(source, 4, 9), 0u);
   // The order is that of the section, whatever that of the source.
@@ -138,8 +135,7 @@ TEST(SigPairs, SectionsCopiedAndRemoved) {
   s.PunktEntfernen(1);
   EXPECT_THAT(ValuesOf(s), ElementsAre(0, 20, 0));
   s.PunkteEntfernen(0, SIZE_MAX);
-  EXPECT_EQ(Order(s), kBoth);
-  EXPECT_TRUE(s.PruefeInverseSortierung() && Order(s) == kDown);
+  EXPECT_ALL(Order(s) == kBoth, s.PruefeInverseSortierung(), Order(s) == kDown);
 }
 
 TEST(SigPairs, LookupInAllOrders) {
@@ -168,12 +164,15 @@ TEST(SigPairs, LookupInAllOrders) {
   for (const CSigPairs& one : {Pairs({{3, 7}}), CSigPairs(Pairs({{3, 7}})).PunkteSpiegeln()}) {
     for (const float x : {-9.0f, 3.0f, kInf, kNaN}) EXPECT_EQ(one.WertBei(x), 7.0f);
   }
-  EXPECT_TRUE(up.HatWertBei(1.9f, 0.15f));
-  EXPECT_FALSE(up.HatWertBei(3, 1) || CSigPairs().HatWertBei(0, kInf));
-  EXPECT_TRUE(up.IsInRange(4) && mixed.IsInRange(2));
-  EXPECT_FALSE(down.IsInRange(2) || mixed.IsInRange(4));
+  EXPECT_ALL(up.HatWertBei(1.9f, 0.15f), !up.HatWertBei(3, 1), !CSigPairs().HatWertBei(0, kInf),
+             up.IsInRange(4), up.IsInRange(0), !up.IsInRange(4.1f), !up.IsInRange(-0.1f), mixed.IsInRange(2),
+             !down.IsInRange(2), !mixed.IsInRange(4), !mixed.IsInRange(0));
   std::size_t index = 99;
-  EXPECT_TRUE(up.PointDistance(-3, 4, &index) == 5.0f && index == 0);
+  EXPECT_ALL(up.PointDistance(-3, 4, &index) == 5.0f, index == 0);
+  for (const CSigPairs* s :
+       {&up, static_cast<const CSigPairs*>(&down)}) {  // outside, the distance is that to the end point
+    EXPECT_ALL(s->PointDistance(-3, 4, nullptr) == 5.0f, s->PointDistance(7, 4, nullptr) == 5.0f);
+  }
   EXPECT_FLOAT_EQ(down.PointDistance(3, 12, nullptr), 2.0f);
   EXPECT_FLOAT_EQ(up.PointDistance(1.75f, 20, &index), 0.25f);
   EXPECT_FLOAT_EQ(mixed.PointDistance(1, 11, nullptr), 1.0f);
@@ -206,28 +205,27 @@ TEST(SigPairs, Ranges) {
     return r;
   };
   const auto indices = &CSigPairs::GetYRangeXI;
-  EXPECT_EQ(range(s, &CSigPairs::GetXRange), (SPunkt{1, 4}));
-  EXPECT_EQ(range(down, &CSigPairs::GetXRange), (SPunkt{0, 4}));
-  EXPECT_EQ(range(s, &CSigPairs::GetYRange), (SPunkt{-1, 7}));
-  EXPECT_EQ(range(CSigPairs(), &CSigPairs::GetYRange), (SPunkt{9, 9}));
-  EXPECT_EQ(range(s, indices, 3u, 9u), (SPunkt{7, 7}));
-  EXPECT_EQ(range(s, indices, 4u, 5u), (SPunkt{9, 9}));
-  EXPECT_EQ(range(s, indices, 2u, 1u), (SPunkt{9, 9}));
-  EXPECT_EQ(range(s, &CSigPairs::GetYRangeX, 1.0f, 2.5f), (SPunkt{7, 7}));
-  EXPECT_EQ(range(hill, &CSigPairs::GetYRangeX, 0.9f, 1.9f), (SPunkt{10, 20}));
-  EXPECT_EQ(range(down, &CSigPairs::GetYRangeX, 0.9f, 1.9f), (SPunkt{0, 10}));
-  EXPECT_EQ(s.YRange(), (CSignal::Range{{4, -1}, {2, 7}}));
+  EXPECT_ALL(range(s, &CSigPairs::GetXRange) == (SPunkt{1, 4}),
+             range(down, &CSigPairs::GetXRange) == (SPunkt{0, 4}),
+             range(s, &CSigPairs::GetYRange) == (SPunkt{-1, 7}),
+             range(CSigPairs(), &CSigPairs::GetYRange) == (SPunkt{9, 9}),
+             range(s, indices, 3u, 9u) == (SPunkt{7, 7}), range(s, indices, 4u, 5u) == (SPunkt{9, 9}),
+             range(s, indices, 2u, 1u) == (SPunkt{9, 9}),
+             range(s, &CSigPairs::GetYRangeX, 2.0f, 2.0f) == (SPunkt{7, 7}),
+             range(s, &CSigPairs::GetYRangeX, 1.0f, 2.5f) == (SPunkt{7, 7}),
+             range(hill, &CSigPairs::GetYRangeX, 0.9f, 1.9f) == (SPunkt{10, 20}),
+             range(down, &CSigPairs::GetYRangeX, 0.9f, 1.9f) == (SPunkt{0, 10}),
+             s.YRange() == (CSignal::Range{{4, -1}, {2, 7}}));
   std::size_t index = 9;
-  EXPECT_TRUE(s.FindeYMax(nullptr, &index) == 7.0f && index == 1);
-  EXPECT_EQ(s.MinStepSize(), 1.0f);
+  EXPECT_ALL(s.FindeYMax(nullptr, &index) == 7.0f, index == 1, s.MinStepSize() == 1.0f);
 }
 
 TEST(SigPairs, Statistics) {
   float deviation = -1;
   EXPECT_EQ(CSigPairs().Mittelwert(&deviation), 0.0f);
-  EXPECT_TRUE(Pairs({{0, 5}}).Mittelwert(&deviation) == 5.0f && deviation == -1.0f);
+  EXPECT_ALL(Pairs({{0, 5}}).Mittelwert(&deviation) == 5.0f, deviation == -1.0f);
   const CSigPairs s = Pairs({{0, 1}, {1, 3}});
-  EXPECT_TRUE(s.Mittelwert(&deviation) == 2.0f && deviation == 1.0f);
+  EXPECT_ALL(s.Mittelwert(&deviation) == 2.0f, deviation == 1.0f);
   EXPECT_FLOAT_EQ(s.RmsWert(), std::sqrt(5.0f));
   EXPECT_EQ(Pairs({{0, -5}}).RmsWert(), -5.0f);
   EXPECT_NEAR(Pairs({{0, 0}, {1, 0}}).MittelwertDb(), 1.50515, 1e-5);
@@ -245,11 +243,9 @@ TEST(SigPairs, ValuesAndPositionsInPlace) {
   EXPECT_THAT(ValuesOf(CSigPairs(s) = 6.0f), ElementsAre(6, 6));
   EXPECT_THAT(ValuesOf(CSigPairs(s).WurzelZiehen()), ElementsAre(testing::IsNan(), 3));
   CSigPairs mirrored = s;
-  EXPECT_EQ(Order(mirrored.PunkteSpiegeln() >> 1), kDown);
-  EXPECT_EQ(mirrored.Punkt(1), -1.0f);
-  EXPECT_EQ(Order(mirrored.PunkteSpiegeln()), kUp);
-  EXPECT_EQ(Order(CSigPairs().PunkteSpiegeln()), kDown);
-  EXPECT_EQ(Order(Pairs(kUnsorted).PunkteSpiegeln()), kNeither);
+  EXPECT_ALL(Order(mirrored.PunkteSpiegeln() >> 1) == kDown, mirrored.Punkt(1) == -1.0f,
+             Order(mirrored.PunkteSpiegeln()) == kUp, Order(CSigPairs().PunkteSpiegeln()) == kDown,
+             Order(Pairs(kUnsorted).PunkteSpiegeln()) == kNeither);
 }
 
 TEST(SigPairs, CuttingKeepsOnePointBeyond) {
@@ -283,15 +279,17 @@ TEST(SigPairs, SubsamplingKeepsTheLastPoint) {
 
 TEST(SigPairs, ThinningDividesByTheRatioOfThePositions) {
   // Anchor (1, 0): slope (1 - 0) / (2 / 1) = 0.5; at x = 3 the line gives 1, at x = 4 it gives 1.5.
-  CSigPairs s = Pairs({{1, 0}, {2, 1}, {3, 1}, {4, 1.6f}, {5, 9}, {6, 9}});
-  s.Linearisieren(20);  // threshold 0.45
-  EXPECT_THAT(PointsOf(s), ElementsAre(SPunkt{1, 0}, SPunkt{4, 1.6f}, SPunkt{5, 9}, SPunkt{6, 9}));
+  for (const float lift : {0.0f, -8.0f}) {  // the threshold is that of the distance of the extremes, 0.45
+    CSigPairs s = Pairs({{1, 0}, {2, 1}, {3, 1}, {4, 1.5f}, {5, 9}, {6, 9}});
+    (s += lift).Linearisieren(20);
+    EXPECT_THAT(PointsOf(s -= lift), ElementsAre(SPunkt{1, 0}, SPunkt{4, 1.5f}, SPunkt{5, 9}, SPunkt{6, 9}));
+  }
   CSigPairs zero = Pairs({{0, 0}, {1, 1}, {2, 2}});
   for (const float divisor : {-1.0f, kNaN, kInf}) zero.Linearisieren(divisor);
   EXPECT_EQ(zero.NPaare(), 3u);
   CSigPairs unsorted = Pairs(kUnsorted);
   for (CSigPairs* signal : {&zero, &unsorted}) signal->Linearisieren(1e-6f);  // below any threshold
-  EXPECT_TRUE(zero.NPaare() == 2 && unsorted.NPaare() == 3);
+  EXPECT_ALL(zero.NPaare() == 2, unsorted.NPaare() == 3);
 }
 
 TEST(SigPairs, SmoothingEqualsThePlainMean) {

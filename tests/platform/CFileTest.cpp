@@ -7,6 +7,7 @@
 #include <filesystem>
 #include <memory>
 
+#include "support/ExpectAll.h"
 #include "umlauf/platform/framework/CMemFile.h"
 
 namespace {
@@ -36,27 +37,20 @@ class FileContract : public testing::TestWithParam<bool> {
 TEST_P(FileContract, ReadsBackWhatWasWrittenAndStopsAtTheEnd) {
   ASSERT_TRUE(file_->IsOpen());
   file_->Write("abcdef", 6);
-  EXPECT_EQ(file_->GetPosition(), 6u);
-  EXPECT_EQ(file_->GetLength(), 6u);
-  EXPECT_EQ(file_->Seek(-4, CFile::end), 2u);
-  EXPECT_EQ(file_->Remaining(), 4u);
+  EXPECT_ALL(file_->GetPosition() == 6u, file_->GetLength() == 6u, file_->Seek(-4, CFile::end) == 2u,
+             file_->Remaining() == 4u);
   std::array<char, 8> buffer{};
   EXPECT_EQ(file_->Read(buffer.data(), 8), 4u);
   EXPECT_STREQ(buffer.data(), "cdef");
-  EXPECT_EQ(file_->Read(buffer.data(), 8), 0u);
-  EXPECT_EQ(file_->Seek(1, CFile::begin), 1u);
+  EXPECT_ALL(file_->Read(buffer.data(), 8) == 0u, file_->Seek(1, CFile::begin) == 1u);
   file_->Write("XY", 2);
-  EXPECT_EQ(file_->Seek(-1, CFile::current), 2u);
-  EXPECT_EQ(file_->Read(buffer.data(), 2), 2u);
-  EXPECT_EQ(buffer[0], 'Y');
-  EXPECT_EQ(buffer[1], 'd');
-  EXPECT_FALSE(file_->Failed());
+  EXPECT_ALL(file_->Seek(-1, CFile::current) == 2u, file_->Read(buffer.data(), 2) == 2u, buffer[0] == 'Y',
+             buffer[1] == 'd', !file_->Failed());
 }
 
 TEST_P(FileContract, SeekBeforeTheStartFailsAndStays) {
   file_->Write("abc", 3);
-  EXPECT_EQ(file_->Seek(-10, CFile::current), 3u);
-  EXPECT_TRUE(file_->Failed());
+  EXPECT_ALL(file_->Seek(-10, CFile::current) == 3u, file_->Failed());
 }
 
 INSTANTIATE_TEST_SUITE_P(Both, FileContract, testing::Bool(),
@@ -64,9 +58,8 @@ INSTANTIATE_TEST_SUITE_P(Both, FileContract, testing::Bool(),
 
 TEST(CFile, RefusesWhatCannotBeOpened) {
   CFile file;
-  EXPECT_FALSE(file.Open(L"/no/such/folder/file.bin", CFile::modeRead));
-  EXPECT_FALSE(file.Open(L"/", CFile::modeRead));
-  EXPECT_EQ(file.Remaining(), 0u);
+  EXPECT_ALL(!file.Open(L"/no/such/folder/file.bin", CFile::modeRead), !file.Open(L"/", CFile::modeRead),
+             file.Remaining() == 0u);
   file.Write("x", 1);
   EXPECT_TRUE(file.Failed());
 }
@@ -82,10 +75,8 @@ TEST(CFile, FullDiskIsNoticedAtTheLatestOnClose) {
 TEST(CRuntimeClass, RecordsKnowTheirBases) {
   const CMemFile file;
   EXPECT_STREQ(file.GetRuntimeClass()->m_lpszClassName, "CMemFile");
-  EXPECT_TRUE(file.IsKindOf(CFile::GetThisClass()));
-  EXPECT_TRUE(file.IsKindOf(CObject::GetThisClass()));
-  EXPECT_FALSE(CFile().IsKindOf(CMemFile::GetThisClass()));
-  EXPECT_EQ(CFile::GetThisClass()->CreateObject(), nullptr);
+  EXPECT_ALL(file.IsKindOf(CFile::GetThisClass()), file.IsKindOf(CObject::GetThisClass()),
+             !CFile().IsKindOf(CMemFile::GetThisClass()), CFile::GetThisClass()->CreateObject() == nullptr);
 }
 
 }  // namespace

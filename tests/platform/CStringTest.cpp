@@ -5,23 +5,16 @@
 #include <clocale>
 #include <string>
 
+#include "support/ExpectAll.h"
+
 namespace {
 
 TEST(CString, EditsAndSearches) {
   CString s(L"10^ m/s");
-  EXPECT_EQ(s.GetLength(), 7);
-  EXPECT_EQ(s.Left(4), L"10^ ");
-  EXPECT_EQ(s.Right(3), L"m/s");
-  EXPECT_EQ(s.Mid(4), L"m/s");
-  EXPECT_EQ(s.Mid(-3, 2), L"10");
-  EXPECT_EQ(s.Mid(50), L"");
-  EXPECT_EQ(s.Find(L"/"), 5);
-  EXPECT_EQ(s.Find(L'x'), -1);
-  EXPECT_EQ(s.Replace(L"m", L"mm"), 1);
-  EXPECT_EQ(s, L"10^ mm/s");
-  EXPECT_EQ(s.Insert(100, L"!"), 9);
-  EXPECT_EQ(L"<" + s + L'>', L"<10^ mm/s!>");
-  EXPECT_LT(CString(L"a"), CString(L"b"));
+  EXPECT_ALL(s.GetLength() == 7, s.Left(4) == L"10^ ", s.Right(3) == L"m/s", s.Mid(4) == L"m/s",
+             s.Mid(-3, 2) == L"10", s.Mid(50) == L"", s.Find(L"/") == 5, s.Find(L'x') == -1,
+             s.Replace(L"m", L"mm") == 1, s == L"10^ mm/s", s.Insert(100, L"!") == 9,
+             L"<" + s + L'>' == L"<10^ mm/s!>", CString(L"a") < CString(L"b"));
 }
 
 TEST(CString, CodePages) {
@@ -29,13 +22,12 @@ TEST(CString, CodePages) {
       "\xC2\xB0"
       "C \xE2\x82\xAC \xF0\x9F\x98\x80";  // degree, euro, an emoji
   const CString s = CString::FromUtf8(utf8);
-  EXPECT_EQ(s.ToUtf8(), utf8);
-  EXPECT_EQ(s.ToAnsi(),
-            "\xB0"
-            "C \x80 ?");
-  EXPECT_EQ(CString::FromAnsi("\xB0"
-                              "C \x80"),
-            L"°C €");
+  EXPECT_ALL(s.ToUtf8() == utf8,
+             s.ToAnsi() ==
+                 "\xB0"
+                 "C \x80 ?",
+             CString::FromAnsi("\xB0"
+                               "C \x80") == L"°C €");
 }
 
 TEST(CString, EveryAnsiByteSurvivesTheWayThere) {

@@ -17,6 +17,7 @@
 #include <thread>
 #include <vector>
 
+#include "support/ExpectAll.h"
 #include "umlauf/platform/tramsea/CResourceSea.h"
 #include "umlauf/platform/tramsea/CSeaBase.h"
 #include "umlauf/platform/tramsea/PrWin.h"
@@ -77,18 +78,14 @@ TEST_F(SettingsDatabase, HoldsValuesByPathAndIndex) {
   for (const CString& path : {Text(Path("values.db")), CString(L":memory:")}) {
     CResourceSea sea(path);
     ASSERT_TRUE(sea.IsOpen());
-    EXPECT_FALSE(sea.FindEntry(L"a").has_value());
-    EXPECT_TRUE(sea.LookupSetInts(L"a", 2, std::vector{INT_MIN, INT_MAX}));
-    EXPECT_TRUE(sea.LookupSetInt(L"a", INT_MAX, -1));
-    EXPECT_TRUE(sea.LookupSetInt(L"a", 2, 7));
+    EXPECT_ALL(!sea.FindEntry(L"a").has_value(), sea.LookupSetInts(L"a", 2, std::vector{INT_MIN, INT_MAX}),
+               sea.LookupSetInt(L"a", INT_MAX, -1), sea.LookupSetInt(L"a", 2, 7));
     EXPECT_THAT(sea.Values(L"a"), ElementsAre(Pair(2, 7), Pair(3, INT_MAX), Pair(INT_MAX, -1)));
-    EXPECT_EQ(sea.LookupInt(L"a", 3, 0), INT_MAX);
-    EXPECT_EQ(sea.LookupInt(L"a", 4, 99), 99);
+    EXPECT_ALL(sea.LookupInt(L"a", 3, 0) == INT_MAX, sea.LookupInt(L"a", 4, 99) == 99);
     int value = 42;
-    EXPECT_FALSE(sea.LookupGetInt(L"b", 2, value) || sea.LookupGetInt(L"a", -1, value) || value != 42);
-    EXPECT_FALSE(sea.LookupSetInt(L"a", -1, 0) || sea.LookupSetInt(L"", 0, 0));
-    EXPECT_FALSE(sea.LookupSetInts(L"a", INT_MAX, std::vector{1, 2}));
-    EXPECT_EQ(sea.LookupInt(L"a", INT_MAX, 0), -1);
+    EXPECT_ALL(!sea.LookupGetInt(L"b", 2, value), !sea.LookupGetInt(L"a", -1, value), !(value != 42),
+               !sea.LookupSetInt(L"a", -1, 0), !sea.LookupSetInt(L"", 0, 0),
+               !sea.LookupSetInts(L"a", INT_MAX, std::vector{1, 2}), sea.LookupInt(L"a", INT_MAX, 0) == -1);
     const auto entry = sea.FindEntry(L"a");
     ASSERT_TRUE(entry.has_value());
     EXPECT_TRUE(entry->LookupSetInt(1, 11));
@@ -108,7 +105,7 @@ TEST_F(SettingsDatabase, ListsPathsByPrefixAndRemovesEntries) {
   }
   EXPECT_THAT(sea.Paths(), ElementsAre(L"a", L"a%", L"a/b", L"a/b/c", L"b", L"\u00E4/\u8A66"));
   EXPECT_THAT(sea.Paths(L"\u00E4"), ElementsAre(L"\u00E4/\u8A66"));
-  EXPECT_TRUE(sea.RemoveEntry(L"a/b") && sea.RemoveEntry(L"nothing"));
+  EXPECT_ALL(sea.RemoveEntry(L"a/b"), sea.RemoveEntry(L"nothing"));
   EXPECT_THAT(sea.Paths(L"a/"), ElementsAre(L"a/b/c"));
 }
 
@@ -137,8 +134,8 @@ TEST_F(SettingsDatabase, WhatCannotBeOpenedIsNamedAndLeftAlone) {
     CResourceSea sea;
     EXPECT_FALSE(sea.Open(Text(Path(c.name)), c.access)) << c.name;
     EXPECT_THAT(TakeLog(), testing::AllOf(HasSubstr(c.name), HasSubstr(c.reason)));
-    EXPECT_FALSE(sea.IsOpen() || sea.LookupSetInt(L"a", 0, 1) || sea.RemoveEntry(L"a"));
-    EXPECT_EQ(sea.LookupInt(L"old", 0, -3), -3);
+    EXPECT_ALL(!sea.IsOpen(), !sea.LookupSetInt(L"a", 0, 1), !sea.RemoveEntry(L"a"),
+               sea.LookupInt(L"old", 0, -3) == -3);
     EXPECT_EQ(Bytes(Path(c.name)), c.bytes) << c.name;
     EXPECT_THAT(TakeLog(), IsEmpty());
   }
@@ -160,12 +157,10 @@ TEST_F(SettingsDatabase, ReadOnlyReadsAndWritesNothing) {
   const fs::path path = MakeDatabase("read.db");
   const std::string before = Bytes(path);
   CResourceSea sea(Text(path), Access::readOnly);
-  EXPECT_TRUE(sea.IsOpen() && sea.IsReadOnly());
-  EXPECT_EQ(sea.LookupInt(L"old", 1999, 0), 5);
-  EXPECT_FALSE(sea.LookupSetInt(L"old", 0, 6));
+  EXPECT_ALL(sea.IsOpen(), sea.IsReadOnly(), sea.LookupInt(L"old", 1999, 0) == 5,
+             !sea.LookupSetInt(L"old", 0, 6));
   EXPECT_THAT(TakeLog(), HasSubstr("only be read"));
-  EXPECT_FALSE(sea.RemoveEntry(L"old"));
-  EXPECT_EQ(Bytes(path), before);
+  EXPECT_ALL(!sea.RemoveEntry(L"old"), Bytes(path) == before);
   EXPECT_TRUE(CResourceSea(Text(path)).LookupSetInt(L"old", 0, 6));  // readers lock out no writer
   EXPECT_EQ(sea.LookupInt(L"old", 0, 0), 6);
 }
@@ -182,8 +177,7 @@ TEST_F(SettingsDatabase, TransactionsAreWholeOrNotAtAll) {
     return commit && outer.Commit() && !outer.Commit();
   };
   const auto values = [&sea] { return std::pair(sea.LookupInt(L"a", 0, 0), sea.LookupInt(L"b", 0, 0)); };
-  EXPECT_TRUE(write(1, 0, true));
-  EXPECT_FALSE(write(2, 0, false));
+  EXPECT_ALL(write(1, 0, true), !write(2, 0, false));
   EXPECT_THAT(values(), Pair(1, 1));
   EXPECT_FALSE(write(3, -1, true));  // one of the writes fails
   EXPECT_THAT(values(), Pair(1, 1));
@@ -267,8 +261,7 @@ TEST_F(SettingsDatabase, ProcessesThatWriteAtOnceLoseNothing) {
   }
   for (const pid_t child : children) {
     int status = -1;
-    EXPECT_EQ(waitpid(child, &status, 0), child);
-    EXPECT_EQ(status, 0);
+    EXPECT_ALL(waitpid(child, &status, 0) == child, status == 0);
   }
   EXPECT_EQ(CResourceSea(path).LookupInt(L"count", 0, 0), 90);
 }
@@ -347,9 +340,9 @@ TEST_F(SettingsDatabase, ApplicationOpensTheFileThatIsNamed) {
     EXPECT_EQ(CSeaBase::ApplicationPath().ToUtf8(), c.expected);
   }
   CResourceSea& sea = CSeaBase::ApplicationSea();  // its folder is made, too
-  EXPECT_TRUE(sea.LookupSetInt(L"a", 0, 1));
-  EXPECT_EQ(CResourceSea(CString(cases[3].expected.c_str()), Access::readOnly).LookupInt(L"a", 0, 0), 1);
-  EXPECT_EQ(&CSeaBase::ApplicationSea(), &sea);
+  EXPECT_ALL(sea.LookupSetInt(L"a", 0, 1),
+             CResourceSea(CString(cases[3].expected.c_str()), Access::readOnly).LookupInt(L"a", 0, 0) == 1,
+             &CSeaBase::ApplicationSea() == &sea);
 }
 
 }  // namespace

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "signal/SignalTestSupport.h"
+#include "support/ExpectAll.h"
 #include "support/PulseText.h"
 #include "umlauf/platform/tramsea/PrWin.h"
 #include "umlauf/pulses/DzPulsListArray.h"
@@ -34,8 +35,7 @@ class Log {
 
 TEST(PulseList, Completion) {
   CDzPulsListe list = Pulses({{10, 12.5f}, {20, 25.0f}}, 7);
-  EXPECT_EQ(Text(list), "10+12.5 20+25 7o25");
-  EXPECT_EQ(list.NrRealPulses(), 2u);
+  EXPECT_ALL(Text(list) == "10+12.5 20+25 7o25", list.NrRealPulses() == 2u);
   for (int block = 1; block <= 257; ++block) {  // without a pulse
     list.SetEmpty();
     list.CompletePulsList(5);
@@ -46,10 +46,8 @@ TEST(PulseList, Completion) {
   list.ReverseFactor(-3.0f);
   list.ActivatePulsGapCorrection(true, 3.0f);
   list.Reset();
-  EXPECT_EQ(list.PulseGapCorrection(), 0.0f);
-  EXPECT_EQ(list.NrRealPulses(), 0u);
-  EXPECT_FALSE(list.LastPulsUsable());
-  EXPECT_EQ(list.ReverseFactor(), 1.0f);
+  EXPECT_ALL(list.PulseGapCorrection() == 0.0f, list.NrRealPulses() == 0u, !list.LastPulsUsable(),
+             list.ReverseFactor() == 1.0f);
   list.CompletePulsList(0);
   EXPECT_TRUE(list.LastPulsUsable());
 }
@@ -58,9 +56,8 @@ TEST(PulseList, Averages) {
   CDzPulsListe list;
   EXPECT_EQ(list.CalcAverPulsF(1000.0f), 0.0f);
   list.InitLastValue(50.0f);  // no pulse in this block: the last value counts
-  EXPECT_EQ(list.CalcAverPulsF(1000.0f), 20.0f);
-  EXPECT_EQ(list.AverSpeed(), 1200.0f);
-  EXPECT_TRUE(list.PulsSpeed(7) == 20.0f && list.PulsSpeed(list.end()) == 20.0f);
+  EXPECT_ALL(list.CalcAverPulsF(1000.0f) == 20.0f, list.AverSpeed() == 1200.0f, list.PulsSpeed(7) == 20.0f,
+             list.PulsSpeed(list.end()) == 20.0f);
 
   list = Pulses({{25, 100.0f}}, 0);
   list.SetPulseProUmdr(4.0f);
@@ -68,16 +65,14 @@ TEST(PulseList, Averages) {
   EXPECT_EQ(list.EmptyBlockLimit(), 100u);  // 1000 / (6 / 60) / 4 / 25, a little less, + 1
   list = Pulses({{100, 60001.0f}}, 0);      // below one revolution per minute
   list.SetPulseProUmdr(0.0f);
-  EXPECT_EQ(list.CalcAverPulsF(1000.0f), 0.0f);
-  EXPECT_TRUE(list.AverPulsT() == kGreatest && list[0].Value() == kGreatest);
-  EXPECT_EQ(list.EmptyBlockLimit(), std::numeric_limits<std::uint32_t>::max());
+  EXPECT_ALL(list.CalcAverPulsF(1000.0f) == 0.0f, list.AverPulsT() == kGreatest, list[0].Value() == kGreatest,
+             list.EmptyBlockLimit() == std::numeric_limits<std::uint32_t>::max());
 
   list = Pulses({{10, 10.0f}, {20, 20.0f}}, 30);  // the open entry counts
   EXPECT_FLOAT_EQ(list.CalcAverPulsF(1000.0f), 60.0f);
-  EXPECT_EQ(list.TotalSamples(), 60u);
-  EXPECT_TRUE(list.PulsSpeed(0) == 100.0f && list.PulsSpeed(list.begin() + 1) == 50.0f &&
-              list.PulsSpeed(3) == 0);
-  EXPECT_EQ(Pulses({{1, 0.0f}, {1, 0.0f}}, 0).CalcAverPulsF(1000.0f), 0.0f);
+  EXPECT_ALL(list.TotalSamples() == 60u, list.PulsSpeed(0) == 100.0f,
+             list.PulsSpeed(list.begin() + 1) == 50.0f, list.PulsSpeed(3) == 0,
+             Pulses({{1, 0.0f}, {1, 0.0f}}, 0).CalcAverPulsF(1000.0f) == 0.0f);
 }
 
 TEST(PulseList, GapCorrection) {
@@ -143,8 +138,8 @@ TEST(PulseList, FlatRecord) {
     ASSERT_TRUE(unchanged.read(cut.data(), n) < 0 && Text(unchanged) == "3+4") << n;
   }
   bytes[23] = std::byte{0x10};  // more entries than any memory holds
-  EXPECT_TRUE(copy.read(bytes.data()) < 0 && copy.size() == 2);
-  EXPECT_EQ(CFueGroeListe<PulsEntry>(copy).length(), 24u + 2 * 32);
+  EXPECT_ALL(copy.read(bytes.data()) < 0, copy.size() == 2,
+             CFueGroeListe<PulsEntry>(copy).length() == 24u + 2 * 32);
 }
 
 TEST(PulseList, LooksUpSamples) {
@@ -173,7 +168,7 @@ TEST(PulseList, LooksUpSamples) {
   CDzPulsListe empty;
   empty.InitLastValue(100.0f);
   empty.CalcAverPulsF(1000.0f);
-  EXPECT_TRUE(empty.Sample2Idx(0) == -1 && empty.LocalSpeed(3) == 600 && empty.FindSampleForPuls(1) == -1);
+  EXPECT_ALL(empty.Sample2Idx(0) == -1, empty.LocalSpeed(3) == 600, empty.FindSampleForPuls(1) == -1);
 }
 
 TEST(PulseList, CutsAndMoves) {
@@ -189,9 +184,8 @@ TEST(PulseList, CutsAndMoves) {
     CDzPulsListe cut = Pulses({{1, 9.0f}}, 0);
     CDzPulsListe same = list;
     ASSERT_TRUE(cut.CopyPulsList(list, from, to) && same.CopyPulsList(same, from, to));
-    EXPECT_EQ(Text(cut), pulses);
-    EXPECT_EQ(Text(same), pulses);
-    EXPECT_EQ(cut.LastPulsUsable(), pulses.find('o') == std::string::npos);
+    EXPECT_ALL(Text(cut) == pulses, Text(same) == pulses,
+               cut.LastPulsUsable() == (pulses.find('o') == std::string::npos));
   }
   const std::pair<std::int64_t, const char*> shifts[] = {
       {3, "13+1 0+2 20+3 30+4 5o4"}, {0, "10+1 0+2 20+3 30+4 5o4"}, {-12, "18+3 30+4 5o4"}, {INT64_MIN, ""}};
@@ -211,10 +205,8 @@ TEST(PulseList, ReducesToRevolutionMarks) {
   EXPECT_EQ(CDzPulsListe(list).ReduceToPostGap(), 0u);  // no gap is marked yet
   list[1].SetValue(44.0f);                              // so that the gap's threefold weight shows
   for (const std::size_t gap : {2u, 8u}) list[gap].SetGapCorrected(true);
-  EXPECT_EQ(list.ReduceToPostGap(), 2u);
-  EXPECT_EQ(Text(list), "40+60 32+32 3o32");
-  EXPECT_EQ(list.PulseProUmdrehung(), 1.0f);
-  EXPECT_EQ(CDzPulsListe().ReduceToPostGap(), 0u);
+  EXPECT_ALL(list.ReduceToPostGap() == 2u, Text(list) == "40+60 32+32 3o32", list.PulseProUmdrehung() == 1.0f,
+             CDzPulsListe().ReduceToPostGap() == 0u);
 }
 
 TEST(PulseList, Exports) {
@@ -230,25 +222,23 @@ TEST(PulseList, Exports) {
   ASSERT_TRUE(list.GenerateVisCurve(curve, 7));
   EXPECT_THAT(Values(curve), ElementsAre(600, 600, 1200, 1200, 1200, 1200, 1200));
   EXPECT_FLOAT_EQ(curve.XMax(), 0.007f);
-  EXPECT_TRUE(curve.XUnit().baseunit() == L"s" && curve.YUnit().baseunit() == L"rpm");
+  EXPECT_ALL(curve.XUnit().baseunit() == L"s", curve.YUnit().baseunit() == L"rpm");
   ASSERT_TRUE(list.GenerateVisCurve(curve, 2));  // 3.5 samples each
   EXPECT_THAT(Values(curve), ElementsAre(testing::FloatEq((2 * 600 + 1.5f * 1200) / 3.5f), 1200));
-  EXPECT_FALSE(list.GenerateVisCurve(curve, 0) || list.GenerateVisCurve(curve, UINT64_MAX));
-  EXPECT_FALSE(CDzPulsListe().GenerateVisCurve(curve, 10));
-  EXPECT_EQ(curve.DLen(), 2u);
+  EXPECT_ALL(!list.GenerateVisCurve(curve, 0), !list.GenerateVisCurve(curve, UINT64_MAX),
+             !CDzPulsListe().GenerateVisCurve(curve, 10), curve.DLen() == 2u);
 
   CFueGroeHopListe hops;
   hops.AddEntry(99, 1.0f);
   list.CopyFueGroeHopList(hops);
-  EXPECT_EQ(Text(hops), "2:600 3:1200 2:1200");
-  EXPECT_EQ(hops.SignalId(), 4);
+  EXPECT_ALL(Text(hops) == "2:600 3:1200 2:1200", hops.SignalId() == 4);
   EXPECT_FLOAT_EQ(hops.Average(), (2 * 600.0f + 5 * 1200.0f) / 7);
 
   list.CalcAverPulsF(1000.0f);
   list.ReverseFactor(-1.0f);
   const FueGroeAnzeigeInfo info(list);
   EXPECT_FLOAT_EQ(info.average, -900.0f);
-  EXPECT_TRUE(info.slowest == -600.0f && info.fastest == -1200.0f && info.pulses == 2 && info.moving);
+  EXPECT_ALL(info.slowest == -600.0f, info.fastest == -1200.0f, info.pulses == 2, info.moving);
 }
 
 TEST(PulseList, DebugOutput) {
@@ -269,23 +259,18 @@ TEST(HopList, AppendsAveragesAndEnds) {
   CFueGroeHopListe hops;
   EXPECT_EQ(hops.WertBei(0), 0.0f);
   hops.InitLastValue(7.0f);
-  EXPECT_FALSE(hops.ListeAbschliessen(0));
-  EXPECT_EQ(hops.Average(), 7.0f);
+  EXPECT_ALL(!hops.ListeAbschliessen(0), hops.Average() == 7.0f);
   hops.AddEntry(10, 1.0f);
   hops.AddEntry(30, 5.0f);
   hops += hops;  // a list appended to itself ends
-  EXPECT_EQ(Text(hops), "10:1 30:5 10:1 30:5");
-  EXPECT_TRUE(hops.WertBei(39) == 5.0f && hops.WertBei(40) == 1.0f && hops.WertBei(500) == 5.0f);
-  EXPECT_FALSE(hops.ListeAbschliessen(80));
-  EXPECT_TRUE(hops.ListeAbschliessen(100));
-  EXPECT_EQ(hops.Average(), 4.0f);
-  EXPECT_EQ(Text(hops), "10:1 30:5 10:1 30:5 20:5");
+  EXPECT_ALL(Text(hops) == "10:1 30:5 10:1 30:5", hops.WertBei(39) == 5.0f, hops.WertBei(40) == 1.0f,
+             hops.WertBei(500) == 5.0f, !hops.ListeAbschliessen(80), hops.ListeAbschliessen(100),
+             hops.Average() == 4.0f, Text(hops) == "10:1 30:5 10:1 30:5 20:5");
 
   CFueGroeHop hop;
   hop.Set(1.0f, 10);
   hop += hops[1];
-  EXPECT_TRUE(hop.Value() == 4.0f && hop.Produkt() == 160.0);
-  EXPECT_EQ(hops.length(), 24u + 5 * 24);
+  EXPECT_ALL(hop.Value() == 4.0f, hop.Produkt() == 160.0, hops.length() == 24u + 5 * 24);
 }
 
 TEST(PulseListArray, HoldsOneListAChannel) {
@@ -294,17 +279,14 @@ TEST(PulseListArray, HoldsOneListAChannel) {
   EXPECT_FALSE(block.GroesseAendern(std::numeric_limits<std::uint64_t>::max()));
   CDzPulsListe list = Pulses({{10, 10.0f}, {0, 11.0f}}, 5);
   list.SetSignalId(42);
-  EXPECT_TRUE(block.ListeUebernehmen(1, list));
-  EXPECT_TRUE(block.ListeUebernehmen(1, *block.Liste(1)));
-  EXPECT_FALSE(block.ListeUebernehmen(2, list));
-  EXPECT_TRUE(block.Liste(2) == nullptr && block.ListeZuAppSignal(43) == nullptr);
-  EXPECT_EQ(block.ListeZuAppSignal(42), block.Liste(1));
+  EXPECT_ALL(block.ListeUebernehmen(1, list), block.ListeUebernehmen(1, *block.Liste(1)),
+             !block.ListeUebernehmen(2, list), block.Liste(2) == nullptr,
+             block.ListeZuAppSignal(43) == nullptr, block.ListeZuAppSignal(42) == block.Liste(1));
   EXPECT_EQ(block.LetztePulseNachbessern(next), 0u);  // the next block has no pulse yet
   next.ListeUebernehmen(1, Pulses({{3, 30.0f}}, 0));
-  EXPECT_EQ(block.LetztePulseNachbessern(next), 1u);
-  EXPECT_EQ(Text(*block.Liste(1)), "10+10 0+11 5o30");
+  EXPECT_ALL(block.LetztePulseNachbessern(next) == 1u, Text(*block.Liste(1)) == "10+10 0+11 5o30");
   block.AllesAufAnfang();
-  EXPECT_TRUE(block.Anzahl() == 2 && block.Liste(1)->empty());
+  EXPECT_ALL(block.Anzahl() == 2, block.Liste(1)->empty());
 }
 
 }  // namespace

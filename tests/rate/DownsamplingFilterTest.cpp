@@ -3,6 +3,7 @@
 #include <limits>
 
 #include "rate/RateTestSupport.h"
+#include "support/ExpectAll.h"
 #include "umlauf/rate/MuxDownsamplingFilter.h"
 
 namespace {
@@ -31,18 +32,14 @@ TEST(DownsamplingKernel, Shape) {
 
 TEST(DownsamplingInfo, Downscale) {
   CDownsamplingFilter filter;
-  EXPECT_FALSE(filter.SetDownscale(0));
-  EXPECT_EQ(filter.DownscaleFactor(), 1u);
-  EXPECT_TRUE(filter.SetDownscale(2));
-  EXPECT_EQ(filter.MaxRatio(), 100.0f);
-  EXPECT_EQ(filter.FilterLen(), 2220u);
+  EXPECT_ALL(!filter.SetDownscale(0), filter.DownscaleFactor() == 1u, filter.SetDownscale(2),
+             filter.MaxRatio() == 100.0f, filter.FilterLen() == 2220u);
   EXPECT_EQ(filter.Taps(7.3f), CDownsamplingFilter().Taps(7.3f));  // the whole kernel at half its density
   const float few[] = {1.0f, 2.0f, 1.0f};
   const CDownsamplingInfo::coefs_t table{few, 3, 1.0f};
   filter.SetInfo(CDownsamplingInfo(&table));
   EXPECT_FLOAT_EQ(filter.FilterNorm(), 4.0f / 3.0f);
-  EXPECT_EQ(filter.Taps(1000.0f), 3u);
-  EXPECT_EQ(filter.Taps(0.1f), 2u);
+  EXPECT_ALL(filter.Taps(1000.0f) == 3u, filter.Taps(0.1f) == 2u);
 }
 
 /// The rules, one output after the other from the table.
@@ -129,13 +126,12 @@ TEST(Downsampling, RefusesWhatItCannotUse) {
   for (const auto& c : cases) {
     float phase = c.phase;
     EXPECT_EQ(filter.Downsampling(&out, 1, in.data() + 2500, c.n, c.ratio, phase, 1.0f), 0u) << c.ratio;
-    EXPECT_EQ(filter.DummDownsampling(&out, in.data(), c.n, c.ratio, phase, 1.0f, false), 0u);
-    EXPECT_EQ(filter.SimpleDownsamplingMean(&out, in.data(), c.n, 1, c.ratio, phase, partial, 1.0f, false),
-              0u);
+    EXPECT_ALL(
+        filter.DummDownsampling(&out, in.data(), c.n, c.ratio, phase, 1.0f, false) == 0u,
+        filter.SimpleDownsamplingMean(&out, in.data(), c.n, 1, c.ratio, phase, partial, 1.0f, false) == 0u);
     EXPECT_TRUE(phase == c.phase || std::isnan(c.phase)) << c.ratio;
   }
-  EXPECT_EQ(partial, 5.0f);
-  EXPECT_EQ(out, 77.0f);
+  EXPECT_ALL(partial == 5.0f, out == 77.0f);
   // A ratio of any size is filtered as well as the table allows, unless that has no taps.
   float phase = 0.5f;
   EXPECT_EQ(filter.Downsampling(&out, 1, in.data() + 2500, 1, 1e30f, phase, 1.0f), 0u);

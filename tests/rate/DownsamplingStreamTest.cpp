@@ -1,6 +1,7 @@
 #include "umlauf/rate/DownsamplingStream.h"
 
 #include "rate/RateTestSupport.h"
+#include "support/ExpectAll.h"
 
 namespace {
 
@@ -17,8 +18,7 @@ Samples Convert(CDownsamplingStream& stream, const Samples& in, unsigned channel
   const auto keep = [&](std::uint64_t promised, auto write) {
     Samples out(promised * channels + 1, 77.0f);
     const std::uint64_t written = write(out.data());
-    EXPECT_LE(written, promised);
-    EXPECT_EQ(out.back(), 77.0f);
+    EXPECT_ALL(written <= promised, out.back() == 77.0f);
     all.insert(all.end(), out.begin(), out.begin() + static_cast<std::ptrdiff_t>(written * channels));
   };
   const float* at = in.data();
@@ -97,7 +97,7 @@ TEST(DownsamplingStreamFilter, SpectrumInDecibels) {
       const double level = LevelOf(ratio, tone.frequency, [&](auto* out, auto* in, auto n) {
         CDownsamplingStream(ratio).Process(out, in, n);
       });
-      EXPECT_TRUE(level >= tone.lowest && level <= tone.highest)
+      EXPECT_ALL(level >= tone.lowest, level <= tone.highest)
           << ratio << " " << tone.frequency << ": " << level << " dB";
     }
   }
@@ -163,9 +163,9 @@ TEST(DownsamplingStream, StartsAfreshAndRefusesWhatItCannotUse) {
     for (const double bad : {0.5, 0.0, -2.0, 1e300, std::nan("")}) {
       EXPECT_FALSE(CDownsamplingStream(bad, reduction).IsValid()) << bad;
     }
-    EXPECT_FALSE(none.IsValid());
-    EXPECT_EQ(none.Process(out.data(), in.data(), 100) + none.Flush(out.data()) + none.MaxOutput(9), 0u);
-    EXPECT_EQ(CDownsamplingStream(1e6, reduction).IsValid(), reduction != Reduction::Filter);
+    EXPECT_ALL(!none.IsValid(),
+               none.Process(out.data(), in.data(), 100) + none.Flush(out.data()) + none.MaxOutput(9) == 0u,
+               CDownsamplingStream(1e6, reduction).IsValid() == (reduction != Reduction::Filter));
   }
 }
 

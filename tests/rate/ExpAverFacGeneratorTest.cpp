@@ -5,27 +5,25 @@
 #include <cmath>
 #include <limits>
 
+#include "support/ExpectAll.h"
+
 namespace {
 
 using Generator = CExpAverFacGenerator;
 
 TEST(ExpAverFac, TimeAndScale) {
   Generator generator(-5, -1);
-  EXPECT_EQ(generator.GetTime(), 0);
-  EXPECT_EQ(generator.GetTimeScale(), 10000);
+  EXPECT_ALL(generator.GetTime() == 0, generator.GetTimeScale() == 10000);
   generator.SetTimeScale(2);
   for (LONG t = 1; t <= 90; ++t) EXPECT_EQ(generator.TimeStep(), t);
   generator.SetTime(89);
-  EXPECT_EQ(generator++, 89);
-  EXPECT_EQ(generator++, 90);
+  EXPECT_ALL(generator++ == 89, generator++ == 90);
   generator.SetTime(200);  // beyond the end: stays
-  EXPECT_EQ(generator.TimeStep(), 90);
-  EXPECT_EQ(++generator, 200);
+  EXPECT_ALL(generator.TimeStep() == 90, ++generator == 200);
   generator.ResetTime();
   EXPECT_EQ(++generator, 1);
   constexpr LONG greatest = std::numeric_limits<LONG>::max();
-  EXPECT_EQ(Generator(greatest, greatest).TimeStep(), greatest);
-  EXPECT_EQ(Generator(0, 0).TimeStep(), 0);
+  EXPECT_ALL(Generator(greatest, greatest).TimeStep() == greatest, Generator(0, 0).TimeStep() == 0);
 }
 
 TEST(ExpAverFac, Factors) {
@@ -50,11 +48,10 @@ TEST(ExpAverFac, Factors) {
     EXPECT_FLOAT_EQ(Generator::GetCorrFactor(c.t, static_cast<LONG>(c.tau)), c.correction) << c.t;
   }
   const float factor = Generator::GetFactor(7, 30.0);
-  EXPECT_EQ(Generator(7, 30).CurrentFactor(), factor);
-  EXPECT_EQ(Generator(7, 30).CurrentCorrFactor(), Generator::GetCorrFactor(7, 30));
-  EXPECT_EQ(Generator::GetFactor(7, 30u), factor);
-  EXPECT_EQ(Generator::GetFactor(7, LONG{30}), factor);
-  EXPECT_EQ(Generator::GetFactor(7L, 30L), factor);
+  EXPECT_ALL(Generator(7, 30).CurrentFactor() == factor,
+             Generator(7, 30).CurrentCorrFactor() == Generator::GetCorrFactor(7, 30),
+             Generator::GetFactor(7, 30u) == factor, Generator::GetFactor(7, LONG{30}) == factor,
+             Generator::GetFactor(7L, 30L) == factor);
 }
 
 }  // namespace

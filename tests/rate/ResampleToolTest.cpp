@@ -3,6 +3,7 @@
 #include <limits>
 
 #include "rate/RateTestSupport.h"
+#include "support/ExpectAll.h"
 
 namespace {
 
@@ -98,14 +99,12 @@ TEST(PixelConversion, IsLinearRoundedAndLimited) {
 
 TEST(ResampleBuffers, RowsStretch) {
   CResampleTool tool;
-  EXPECT_EQ(tool.PZeile(0), nullptr);
-  EXPECT_FALSE(tool.Adjust2dPuffer(1ull << 40, 1ull << 40));
+  EXPECT_ALL(tool.PZeile(0) == nullptr, !tool.Adjust2dPuffer(1ull << 40, 1ull << 40));
   ASSERT_TRUE(tool.Adjust1dPuffer(3));
   EXPECT_EQ(tool.Puffer1d()[2], 0.0f);
   ASSERT_TRUE(tool.Adjust2dPuffer(9, 2));
-  EXPECT_EQ(tool.PZeile(9), nullptr);
-  EXPECT_EQ(tool.PPunkt(0, 2), nullptr);
-  EXPECT_EQ(tool.PPunkt(2, 1), tool.PZeile(2) + 1);
+  EXPECT_ALL(tool.PZeile(9) == nullptr, tool.PPunkt(0, 2) == nullptr,
+             tool.PPunkt(2, 1) == tool.PZeile(2) + 1);
   for (std::size_t nIn = 1; nIn <= 9; ++nIn) {
     for (std::size_t nOut = nIn; nOut <= 9; ++nOut) {
       const Samples column = Noise(nIn, 3), expected = Resample(column, nOut, RO_LinearUp);
@@ -120,9 +119,7 @@ TEST(ResampleBuffers, RowsStretch) {
       }
     }
   }
-  EXPECT_FALSE(tool.Interpol2dy(3, 10));
-  EXPECT_FALSE(tool.Interpol2dy(0, 3));
-  EXPECT_FALSE(tool.Interpol2dy(4, 3));
+  EXPECT_ALL(!tool.Interpol2dy(3, 10), !tool.Interpol2dy(0, 3), !tool.Interpol2dy(4, 3));
 }
 
 }  // namespace

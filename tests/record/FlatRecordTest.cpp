@@ -4,6 +4,8 @@
 
 #include <array>
 
+#include "support/ExpectAll.h"
+
 namespace {
 
 struct SProbePOD {
@@ -22,8 +24,7 @@ TEST(FlatRecord, HoldersAssignBytesAndKeepTheirRecord) {
   SProbePOD a{1, 2}, b{3, 4};
   CPODHolder<SProbePOD> holderA(a), holderB(b);
   holderA = holderB;
-  EXPECT_EQ(a.large, 4u);
-  EXPECT_EQ(&holderA.pod(), &a);
+  EXPECT_ALL(a.large == 4u, &holderA.pod() == &a);
   CPODHolder<SProbePOD> moved(std::move(holderB));
   moved = SProbePOD{8, 9};
   EXPECT_EQ(b.small, 8);
@@ -47,8 +48,7 @@ struct CTrusting : CSerializable {
 TEST(FlatRecord, WithoutACheckedFormForeignDataIsRefused) {
   CTrusting trusting;
   CSerializable& object = trusting;
-  EXPECT_EQ(object.read(nullptr), 0);
-  EXPECT_LT(object.read(nullptr, UINT64_MAX), 0);
+  EXPECT_ALL(object.read(nullptr) == 0, object.read(nullptr, UINT64_MAX) < 0);
 }
 
 }  // namespace

@@ -8,6 +8,7 @@
 #include <random>
 
 #include "signal/SignalTestSupport.h"
+#include "support/ExpectAll.h"
 
 namespace {
 
@@ -106,8 +107,7 @@ TEST(SigCurveExt, OperationsSetAndCarryTheSpan) {
   }
   E one(1);
   one.Invalidate();
-  EXPECT_TRUE(one.IsValid());
-  EXPECT_EQ(Text(Ten().CutLR(2, 8)), "2...8: 2 3 4 5 6 7 8");
+  EXPECT_ALL(one.IsValid(), Text(Ten().CutLR(2, 8)) == "2...8: 2 3 4 5 6 7 8");
 }
 
 TEST(SigCurveExt, LookupHoldsTheSpan) {
@@ -116,7 +116,13 @@ TEST(SigCurveExt, LookupHoldsTheSpan) {
   const struct {
     float x, value, y, distance;
     std::size_t index;
-  } cases[] = {{-1, 2, 6, 5, 2}, {8, 5, 1, 5, 5}, {3.25f, 3.25f, 3, 0.25f, 3}, {4.9999f, 5, 5, 1e-4f, 5}};
+  } cases[] = {{-1, 2, 6, 5, 2},
+               {8, 5, 1, 5, 5},
+               {3.25f, 3.25f, 3, 0.25f, 3},
+               {4.9999f, 5, 5, 1e-4f, 5},
+               {2.0009f, 2, 5, 3, 2},
+               {2.002f, 2.002f, 2, 0.002f, 2},
+               {4.998f, 4.998f, 5, 0.002f, 5}};
   for (const auto& c : cases) {
     std::size_t index = 99;
     EXPECT_FLOAT_EQ(curve.GetValue(c.x), c.value) << c.x;
@@ -126,7 +132,7 @@ TEST(SigCurveExt, LookupHoldsTheSpan) {
   }
   EXPECT_EQ(curve.PointDistance(3.25f, 4.25f, nullptr), 1.0f);  // to the interpolated value
   EXPECT_EQ(CSigCurveExt().GetValue(1) + CSigCurveExt().PointDistance(1, 1, nullptr), 0.0f);
-  EXPECT_TRUE(curve.IsInRange(2) && curve.IsInRange(5) && !curve.IsInRange(1.9f) && !curve.IsInRange(5.5f));
+  EXPECT_ALL(curve.IsInRange(2), curve.IsInRange(5), !curve.IsInRange(1.9f), !curve.IsInRange(5.5f));
   float lo = 0, hi = 0;
   const auto expect = [&](float low, float high) { EXPECT_EQ(std::pair(lo, hi), std::pair(low, high)); };
   curve.GetXRange(lo, hi);
@@ -150,11 +156,12 @@ TEST(SigCurveExt, LookupHoldsTheSpan) {
 
 TEST(SigCurveExt, SectionSums) {
   const CSigCurveExt curve = Ten(2, 5);
-  EXPECT_EQ(curve.AbschnittSumme(3, 4, false), 7.0f);
-  EXPECT_EQ(curve.AbschnittSumme(-9, 99, false), 14.0f);
-  EXPECT_EQ(curve.AbschnittSumme(6, 9, false) + curve.AbschnittSumme(0, 1, false), 0.0f);
-  EXPECT_EQ(curve.AbschnittSumme(4, 3, false) + Ten(5, 2).AbschnittSumme(2, 5, false), 0.0f);
-  EXPECT_EQ(CSigCurveExt().AbschnittSumme(0, 1, true), 0.0f);
+  EXPECT_ALL(curve.AbschnittSumme(3, 4, false) == 7.0f, curve.AbschnittSumme(-9, 99, false) == 14.0f,
+             curve.AbschnittSumme(6, 9, false) + curve.AbschnittSumme(0, 1, false) == 0.0f,
+             curve.AbschnittSumme(4, 3, false) + Ten(5, 2).AbschnittSumme(2, 5, false) == 0.0f,
+             CSigCurveExt().AbschnittSumme(0, 1, true) == 0.0f);
+  EXPECT_ALL(curve.AbschnittSumme(5, 9, false) == 5.0f,
+             curve.AbschnittSumme(0, 2, false) == 2.0f);  // at its ends
   EXPECT_NEAR(Ext({0, 0, 0}, 0, 3).AbschnittSumme(0, 3, true), 10 * std::log10(3.0), 1e-5);
   EXPECT_NEAR(Ext({-5000, 90, 90}, 0, 3).AbschnittSumme(1, 3, true), 90 + 10 * std::log10(2.0), 1e-4);
   EXPECT_NEAR(Ext({4000, 4000}, 0, 2).AbschnittSumme(0, 2, true), 4000 + 10 * std::log10(2.0), 1e-3);
@@ -172,8 +179,19 @@ TEST(SigCurveExt, JoinsOverSpans) {
   EXPECT_EQ(Span((Ten(3, 5) ^= Ten(6, 8)) ^= finer), "3...5 [3, 5]");
   EXPECT_EQ(Span(Ten(0.25f, 5) ^= Ten(0, 5)), "0.25...5 [0, 5]");  // no sample before the first
 
+  for (CSigCurveExt joined : {Ten(3, 5) ^= Ten(5, 8), Ten(5, 8) ^= Ten(3, 5)}) {  // spans that touch
+    joined.SetVMinMax(joined.VMin(), joined.VMax());
+    EXPECT_EQ(Span(joined), "3...8 [3, 8]");
+  }
+
+  CSigCurveExt next = Ten(5, 6);
+  next += 100;
+  EXPECT_THAT(Values(Ten(3, 5) ^= next), ElementsAre(0, 1, 2, 3, 4, 5, 106, 7, 8, 9));
+
   CSigCurveExt flat = Ten(2, 6);
   flat = 4.0f;
+  EXPECT_THAT(Values(Ten(6, 9).Maximize(&flat, 0)), ElementsAre(0, 1, 2, 3, 4, 5, 4, 7, 8, 9));
+  EXPECT_THAT(Values(Ten(0, 2).Maximize(&flat, 1)), ElementsAre(0, 1, 4, 3, 4, 5, 6, 7, 8, 9));
   EXPECT_THAT(Values(Ten(1, 9).Maximize(&flat, 1)), ElementsAre(0, 1, 4, 4, 4, 5, 6, 7, 8, 9));
   EXPECT_THAT(Values(Ten(3, 9).Maximize(&flat, 0)), ElementsAre(0, 1, 2, 3, 4, 4, 4, 7, 8, 9));
   EXPECT_THAT(Values(Ten(3, 5).Maximize(&flat, 0)), ElementsAre(0, 1, 2, 3, 4, 4, 6, 7, 8, 9));

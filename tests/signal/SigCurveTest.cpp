@@ -5,6 +5,7 @@
 #include <limits>
 
 #include "signal/SignalTestSupport.h"
+#include "support/ExpectAll.h"
 
 namespace {
 
@@ -33,12 +34,11 @@ TEST(SigCurve, IndexFromPosition) {
     EXPECT_EQ(curve.GetIndexValidate(c.x, i), c.valid) << c.x;
     EXPECT_EQ(i, c.unlimited) << c.x;
   }
-  EXPECT_EQ(curve.GetIndex(2), 2u);
-  EXPECT_EQ(curve.GetPoint(-2), -2.0f);
-  EXPECT_TRUE(curve.GetIndexFromY(10) == 0 && curve.GetIndexFromY(20) == -1);
+  EXPECT_ALL(curve.GetIndex(2) == 2u, curve.GetPoint(-2) == -2.0f, curve.GetIndexFromY(10) == 0,
+             curve.GetIndexFromY(20) == -1, Curve({7}, 0, 1).GetIndexFromY(7) == 0);
   for (const CSigCurve& none : {CSigCurve(), Curve({1, 2}, 3, 3)}) {
     std::int64_t i = -99;
-    EXPECT_TRUE(!none.GetIndexValidate(3.0f, i) && i == -99 && none.GetIndex(3.0f) == 0);
+    EXPECT_ALL(!none.GetIndexValidate(3.0f, i), i == -99, none.GetIndex(3.0f) == 0);
   }
 }
 
@@ -49,16 +49,16 @@ TEST(SigCurve, ValuesAndDistances) {
                             {2.5f, 35}, {3.5f, 30},    {3.9995f, 30}, {9, 30}};
   for (const auto& [x, y] : cases) EXPECT_FLOAT_EQ(curve.GetValue(x), y) << x;
   EXPECT_THAT(curve.GetValue(kNaN), IsNan());
-  EXPECT_TRUE(curve.IsInRange(0) && curve.IsInRange(4) && !curve.IsInRange(4.001f) && !curve.IsInRange(kNaN));
+  EXPECT_FLOAT_EQ(Curve({10, 20, 40, 30}, 0, 8).GetValue(2.5f), 25.0f);  // a step of 2
+  EXPECT_ALL(curve.IsInRange(0), curve.IsInRange(4), !curve.IsInRange(4.001f), !curve.IsInRange(kNaN));
   const auto nearest = [&](float x, float y) {
     std::size_t index = 99;
     const float distance = curve.PointDistance(x, y, &index);
     return std::pair(distance, index);
   };
-  EXPECT_EQ(nearest(-3, 14), std::pair(5.0f, std::size_t{0}));
-  EXPECT_EQ(nearest(1.25f, 20), std::pair(0.25f, std::size_t{1}));
-  EXPECT_EQ(nearest(7, 34), std::pair(5.0f, std::size_t{3}));
-  EXPECT_EQ(curve.PointDistance(7, 34, nullptr), 5.0f);
+  EXPECT_ALL(nearest(-3, 14) == std::pair(5.0f, std::size_t{0}),
+             nearest(1.25f, 20) == std::pair(0.25f, std::size_t{1}),
+             nearest(7, 34) == std::pair(5.0f, std::size_t{3}), curve.PointDistance(7, 34, nullptr) == 5.0f);
   EXPECT_EQ(curve.PointDistance(0.5f, 18, nullptr), 3.0f);  // to the interpolated value
   EXPECT_EQ(empty.GetValue(1) + empty.PointDistance(1, 1, nullptr) + empty.XDelta() + empty.GetPoint(3),
             0.0f);
@@ -89,13 +89,13 @@ TEST(SigCurve, Ranges) {
 }
 
 TEST(SigCurve, CuttingMovesTheAxisToTheGivenPosition) {
-  EXPECT_EQ(Text(Four().CutLeft(1.2f)), "1.2...4: 20 40 30");
-  EXPECT_EQ(Text(Four().CutRight(2.0f)), "0...2: 10 20 40");
-  EXPECT_EQ(Text(Four().CutLR(-50, 50)), "0...4: 10 20 40 30");
+  EXPECT_ALL(Text(Four().CutLeft(1.2f)) == "1.2...4: 20 40 30",
+             Text(Four().CutRight(2.0f)) == "0...2: 10 20 40",
+             Text(Four().CutLR(-50, 50)) == "0...4: 10 20 40 30");
   // The right cut goes by the axis that the left one made: 2.4 is 1.15 of its steps behind 1.4.
-  EXPECT_EQ(Text(Four().CutLR(1.4f, 2.4f)), "1.4...2.4: 20 40");
-  EXPECT_EQ(Text(Curve({1, 2, 3, 4}, -2, 2).CutNegative()), "0...2: 3 4");
-  EXPECT_EQ(Text(Curve({1, 2, 3, 4}, -2, 2).CutPositive()), "-2...0: 1 2 3");
+  EXPECT_ALL(Text(Four().CutLR(1.4f, 2.4f)) == "1.4...2.4: 20 40",
+             Text(Curve({1, 2, 3, 4}, -2, 2).CutNegative()) == "0...2: 3 4",
+             Text(Curve({1, 2, 3, 4}, -2, 2).CutPositive()) == "-2...0: 1 2 3");
 }
 
 TEST(SigCurve, ResizeReframesOnTheGrid) {
@@ -125,23 +125,22 @@ TEST(SigCurve, ResizeReframesOnTheGrid) {
 }
 
 TEST(SigCurve, ArithmeticWithNumbers) {
-  EXPECT_EQ(Text(Four().Clip(25, true)), "0...4: 10 20 25 25");
-  EXPECT_EQ(Text(Four().Clip(25, false)), "0...4: 25 25 40 30");
-  EXPECT_EQ(Text((Four() += 1) -= 3), "0...4: 8 18 38 28");
-  EXPECT_EQ(Text(((Four() *= 3) /= 2) /= 0), "0...4: 15 30 60 45");
-  EXPECT_EQ(Text(Four().MirrorY()), "0...4: -10 -20 -40 -30");
-  EXPECT_EQ(Text(Curve({-1, -0.0f, -kNaN}, 0, 3).Abs()), "0...3: 1 0 nan");
-  EXPECT_EQ(Text((Four() = 7.0f).Add(1).Scale(2)), "0...4: 16 16 16 16");
+  EXPECT_ALL(Text(Four().Clip(25, true)) == "0...4: 10 20 25 25",
+             Text(Four().Clip(25, false)) == "0...4: 25 25 40 30",
+             Text((Four() += 1) -= 3) == "0...4: 8 18 38 28",
+             Text(((Four() *= 3) /= 2) /= 0) == "0...4: 15 30 60 45",
+             Text(Four().MirrorY()) == "0...4: -10 -20 -40 -30",
+             Text(Curve({-1, -0.0f, -kNaN}, 0, 3).Abs()) == "0...3: 1 0 nan",
+             Text((Four() = 7.0f).Add(1).Scale(2)) == "0...4: 16 16 16 16");
 }
 
 TEST(SigCurve, ArithmeticWithCurvesGoesOverTheSharedLength) {
   const CSigCurve other = Curve({1, 2, 3}, 5, 9);
-  EXPECT_EQ(Text(Four() += other), "0...4: 11 22 43 30");
-  EXPECT_EQ(Text(Four() -= other), "0...4: 9 18 37 30");
-  EXPECT_EQ(Text(Four().AddWithWeight(other, 2)), "0...4: 12 24 46 30");
-  EXPECT_EQ(Text(Four().AddSquared(other, 0.5f)), "0...4: 10.5 22 44.5 30");
-  EXPECT_EQ(Text(Four().SubtractSquared(other)), "0...4: 9 16 31 30");
-  EXPECT_EQ(Text(Curve({2, 2}, 0, 2) += Four()), "0...2: 12 22");
+  EXPECT_ALL(Text(Four() += other) == "0...4: 11 22 43 30", Text(Four() -= other) == "0...4: 9 18 37 30",
+             Text(Four().AddWithWeight(other, 2)) == "0...4: 12 24 46 30",
+             Text(Four().AddSquared(other, 0.5f)) == "0...4: 10.5 22 44.5 30",
+             Text(Four().SubtractSquared(other)) == "0...4: 9 16 31 30",
+             Text(Curve({2, 2}, 0, 2) += Four()) == "0...2: 12 22");
   CSigCurve mixed = Curve({15, 15, 15, kNaN}, 0, 4);
   EXPECT_EQ(Text(Four().Max(mixed)), "0...4: 15 20 40 nan");  // the own one only when it is greater
   EXPECT_EQ(Text(Four().Min(mixed)), "0...4: 10 15 15 30");   // the other one only when the own is greater
@@ -154,11 +153,9 @@ TEST(SigCurve, SquaresRootsAndLevelsCarryTheUnit) {
   using U = CMeasuringUnit;
   CSigCurve curve = Curve({-4, 0, 9}, 0, 3);
   curve.SetYUnit(L"V");
-  EXPECT_EQ(Text(CSigCurve(curve).SquareRoot()), "0...3: 0 0 3");
-  EXPECT_EQ(Text(curve.Square()), "0...3: 16 0 81");
-  EXPECT_TRUE(curve.YUnit() == U(U::volt, 0, 2));
-  EXPECT_EQ(Text(curve.SquareRoot()), "0...3: 4 0 9");
-  EXPECT_TRUE(curve.YUnit() == U(U::volt));
+  EXPECT_ALL(Text(CSigCurve(curve).SquareRoot()) == "0...3: 0 0 3", Text(curve.Square()) == "0...3: 16 0 81",
+             curve.YUnit() == U(U::volt, 0, 2), Text(curve.SquareRoot()) == "0...3: 4 0 9",
+             curve.YUnit() == U(U::volt));
 
   CSigCurve power = Curve({100, 0, -5}, 0, 3);
   power.SetYUnit(L"V^2");
@@ -184,10 +181,9 @@ TEST(SigCurve, MirrorAppendAndFit) {
   Lend(mine, borrowed);
   EXPECT_EQ(Text(borrowed.Append(curve)), "0...1: 1 2");
   const CSigCurve four = Four();
-  EXPECT_TRUE(Curve({0, 0, 0, 0}, 0.00009f, 4).FitTogether(&four));
-  EXPECT_FALSE(Curve({0, 0, 0, 0}, 0.00011f, 4).FitTogether(&four));
-  EXPECT_FALSE(Curve({0, 0, 0, 0}, 0, 3.9998f).FitTogether(&four));
-  EXPECT_FALSE(Curve({0, 0, 0}, 0, 4).FitTogether(&four));
+  EXPECT_ALL(Curve({0, 0, 0, 0}, 0.00009f, 4).FitTogether(&four),
+             !Curve({0, 0, 0, 0}, 0.00011f, 4).FitTogether(&four),
+             !Curve({0, 0, 0, 0}, 0, 3.9998f).FitTogether(&four), !Curve({0, 0, 0}, 0, 4).FitTogether(&four));
 }
 
 }  // namespace

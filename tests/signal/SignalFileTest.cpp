@@ -5,6 +5,8 @@
 #include <random>
 
 #include "signal/SignalTestSupport.h"
+#include "support/ExpectAll.h"
+#include "support/FullDisk.h"
 #include "support/LogCapture.h"
 #include "umlauf/signal/SigCurveExt.h"
 
@@ -47,9 +49,7 @@ CSigCurve RoundTrip(const CSigCurve& curve, unsigned version) {
   file.Seek(0, CFile::begin);
   CSigCurve back;
   back.SetSigId(1021);  // the class decides how a curve is read, not its tag
-  EXPECT_TRUE(back.ReadFromFile(file, version));
-  EXPECT_EQ(file.Remaining(), 0u);
-  EXPECT_EQ(back.XLen(), curve.DLen());
+  EXPECT_ALL(back.ReadFromFile(file, version), file.Remaining() == 0u, back.XLen() == curve.DLen());
   return back;
 }
 
@@ -70,13 +70,12 @@ TEST(SignalFile, GoldenBytesInBothModesAndAllVersions) {
       EXPECT_EQ(file.GetPosition(), known ? file.GetLength() : 0);
       if (!known) continue;
       const bool span = version == 2;
-      EXPECT_EQ(back.Date(), span ? 2.5f : 0.0f);
-      EXPECT_EQ(std::pair(back.VMin(), back.VMax()), span ? std::pair(-1.0f, 1.0f) : std::pair(-2.0f, 2.0f));
-      EXPECT_EQ(std::tuple(back.IMin(), back.IMax()), span ? std::tuple(1, 3) : std::tuple(0, 3));
-      EXPECT_EQ(back.XLen(), span ? 3u : 4u);
-      EXPECT_TRUE(back.XUnit() == CMeasuringUnit(CMeasuringUnit::second, 0, 1, 0.0f) &&
-                  back.YUnit() == L"dB(Pa)");
-      EXPECT_TRUE(back.CurveId() == 5 && back.FileCompression() == compressed);
+      EXPECT_ALL(
+          back.Date() == (span ? 2.5f : 0.0f),
+          std::pair(back.VMin(), back.VMax()) == (span ? std::pair(-1.0f, 1.0f) : std::pair(-2.0f, 2.0f)),
+          std::tuple(back.IMin(), back.IMax()) == (span ? std::tuple(1, 3) : std::tuple(0, 3)),
+          back.XLen() == (span ? 3u : 4u), back.XUnit() == CMeasuringUnit(CMeasuringUnit::second, 0, 1, 0.0f),
+          back.YUnit() == L"dB(Pa)", back.CurveId() == 5, back.FileCompression() == compressed);
     }
   }
 }
@@ -100,6 +99,15 @@ TEST(SignalFile, CutAtEveryLengthReadsWhatIsThere) {
       EXPECT_EQ(back.VMax(), 2.0f) << length;
     }
     EXPECT_THAT(log.Take(), Not(IsEmpty()));
+  }
+}
+
+TEST(SignalFile, AFullDiskIsToldAndNothingFollowsAHeaderThatDoesNotFit) {
+  for (const bool compressed : {true, false}) {
+    const CSigCurveExt curve = Recorded(compressed);
+    CMemFile whole;
+    curve.WriteToFile(whole, 2);
+    EXPECT_TRUE(EveryFullDiskIsTold(whole.GetLength(), [&](CFile& f) { return curve.WriteToFile(f, 2); }));
   }
 }
 

@@ -6,6 +6,7 @@
 #include <limits>
 
 #include "signal/SignalTestSupport.h"
+#include "support/ExpectAll.h"
 
 namespace {
 
@@ -20,8 +21,7 @@ TEST(SigRaw, OwnedBlockGrowsShrinksAndLosesNothing) {
   CSigRaw raw;
   Fill(raw, {1, 2, 3});
   const ULONG* const block = raw.Data();
-  EXPECT_EQ(reinterpret_cast<std::uintptr_t>(block) % 128, 0u);
-  EXPECT_TRUE(raw.Resize(1) && raw.Resize(3));
+  EXPECT_ALL(reinterpret_cast<std::uintptr_t>(block) % 128 == 0u, raw.Resize(1), raw.Resize(3));
   EXPECT_THAT(Values(raw), ElementsAre(1, 0, 0));
   EXPECT_TRUE(raw.Resize(0) && raw.Resize(2));  // from empty: all samples are new
   EXPECT_THAT(Values(raw), ElementsAre(0, 0));
@@ -32,22 +32,21 @@ TEST(SigRaw, OwnedBlockGrowsShrinksAndLosesNothing) {
     EXPECT_FALSE(raw.Resize(n)) << n;
     EXPECT_THAT(Values(raw), ElementsAre(4, 5, 0, 0, 0)) << n;
   }
-  EXPECT_TRUE(raw.Malloc(UINT64_MAX) == nullptr && raw.DLen() == 0 && raw.Data() == nullptr);
+  EXPECT_ALL(raw.Malloc(UINT64_MAX) == nullptr, raw.DLen() == 0, raw.Data() == nullptr);
 }
 
 TEST(SigRaw, BorrowedBufferShrinksButDoesNotGrow) {
   std::array<float, 3> mine{1, 2, 3};
   CSigRaw raw;
   Lend(mine, raw);
-  EXPECT_FALSE(raw.Resize(4));
-  EXPECT_TRUE(raw.Resize(2));
+  EXPECT_ALL(!raw.Resize(4), raw.Resize(2));
   EXPECT_THAT(Values(CSigRaw(raw)), ElementsAre(1, 2));
   raw.CopyToRealData();
   EXPECT_THAT(Values(raw), ElementsAre(1, 2));
   raw.CopyToRealData();  // now on a block of its own
   EXPECT_THAT(Values(raw), ElementsAre(0, 0));
   raw.SetBuffer(reinterpret_cast<ULONG*>(mine.data()), -1);
-  EXPECT_TRUE(raw.DLen() == 0 && raw.Malloc(1) != nullptr);
+  EXPECT_ALL(raw.DLen() == 0, raw.Malloc(1) != nullptr);
   raw.SetBuffer(nullptr, 3);
   EXPECT_EQ(raw.DLen(), 0u);
   EXPECT_THAT(mine, ElementsAre(1, 2, 3));
@@ -60,6 +59,10 @@ TEST(SigRaw, ShiftData) {
     raw.ShiftData(places);
     return Values(raw);
   };
+  CSigRaw one;
+  Fill(one, {1});
+  one.ShiftData(1);
+  EXPECT_THAT(Values(one), ElementsAre(0));
   EXPECT_THAT(shifted(0), ElementsAre(1, 2, 3));
   EXPECT_THAT(shifted(1), ElementsAre(0, 1, 2));
   EXPECT_THAT(shifted(-2), ElementsAre(3, 0, 0));
@@ -79,8 +82,8 @@ TEST(SigRaw, CopiesCarryTheDataWordButNotTheTag) {
   assigned = *&assigned;
   EXPECT_EQ(std::tuple(assigned.SigId(), assigned.DataWord(), assigned.DoCopyData()), std::tuple(1021, 5, 1));
   EXPECT_THAT(Values(assigned), ElementsAre(1));
-  EXPECT_TRUE(assigned.IsSigCurveExt() && assigned.IsSigCurveAny() && !assigned.IsSigCurve());
-  EXPECT_TRUE(raw.IsSigPairs() && !raw.IsSigCurveAny());
+  EXPECT_ALL(assigned.IsSigCurveExt(), assigned.IsSigCurveAny(), !assigned.IsSigCurve(), raw.IsSigPairs(),
+             !raw.IsSigCurveAny());
 }
 
 /// Counts its lives, to watch the ownership of external data.
@@ -117,9 +120,9 @@ std::string Label(const CSigCurve& c) {
 
 TEST(Signal, EachWayOfCopyingTakesItsFields) {
   const CSigCurve source = Labelled();
-  EXPECT_EQ(Label(source), "Drehzahl/Abtrieb s/rpm 12 336699 3 1234567890123; 5 0 0...4: 1 2 3 4");
-  EXPECT_EQ(Label(CSigCurve(source, true)),
-            "Drehzahl/Abtrieb -/- 12 336699 0 1234567890123; 5 0 0...4: 1 2 3 4");
+  EXPECT_ALL(
+      Label(source) == "Drehzahl/Abtrieb s/rpm 12 336699 3 1234567890123; 5 0 0...4: 1 2 3 4",
+      Label(CSigCurve(source, true)) == "Drehzahl/Abtrieb -/- 12 336699 0 1234567890123; 5 0 0...4: 1 2 3 4");
   CSigCurve target(2);
   target.SetName(L"n");
   target.SetColor(5);
@@ -129,15 +132,14 @@ TEST(Signal, EachWayOfCopyingTakesItsFields) {
   target.InitHeader();
   target = 8.0f;
   EXPECT_EQ(Label(target), "/Abtrieb -/- 0 5 0 1234567890123; 1 1 0...1: 8 8 8 8");
-  EXPECT_TRUE(target.CopyInfo(source) && !target.CopyInfo(target));
-  EXPECT_EQ(Label(target), "Drehzahl/Abtrieb -/- 0 5 0 1234567890123; 1 1 0...1: 8 8 8 8");
+  EXPECT_ALL(target.CopyInfo(source), !target.CopyInfo(target),
+             Label(target) == "Drehzahl/Abtrieb -/- 0 5 0 1234567890123; 1 1 0...1: 8 8 8 8");
   target = source;
   EXPECT_EQ(Label(target), "Drehzahl/Abtrieb s/rpm 12 5 0 1234567890123; 5 0 0...4: 1 2 3 4");
   target.Reset();
   EXPECT_EQ(Label(target), "/Abtrieb -/- 12 5 0 1234567890123; 1 1 0...1: 0 0 0 0");
   target.Free();
-  EXPECT_EQ(Text(target), "0...1:");
-  EXPECT_EQ(Text(target = source), "0...4: 1 2 3 4");
+  EXPECT_ALL(Text(target) == "0...1:", Text(target = source) == "0...4: 1 2 3 4");
 }
 
 TEST(Signal, ExternalDataIsDeletedOnlyWhenOwned) {
@@ -145,10 +147,9 @@ TEST(Signal, ExternalDataIsDeletedOnlyWhenOwned) {
     CSigCurve owner;
     owner.AttachExtData(new CProbe);
     const CSigCurve copy(owner);
-    EXPECT_EQ(copy.ExtData(), nullptr);
-    EXPECT_EQ(CProbe::alive, 1);
+    EXPECT_ALL(copy.ExtData() == nullptr, CProbe::alive == 1);
     owner = Labelled();
-    EXPECT_TRUE(CProbe::alive == 0 && owner.ExtData() == nullptr);
+    EXPECT_ALL(CProbe::alive == 0, owner.ExtData() == nullptr);
     owner.AttachExtData(new CProbe);
     owner.CopyInfo(owner);
     EXPECT_EQ(CProbe::alive, 1);

@@ -4,6 +4,7 @@
 #include <limits>
 #include <vector>
 
+#include "support/ExpectAll.h"
 #include "support/PulseText.h"
 #include "umlauf/tacho/DzPulsDetektor.h"
 
@@ -64,7 +65,7 @@ TEST(PulseDetector, FindsTheAnnotatedEdges) {
     CDzPulsListe list;
     detector.PulseSuchen(c.samples.data(), c.samples.size(), list, 1);
     EXPECT_EQ(Text(list), c.pulses);
-    EXPECT_TRUE(std::isfinite(detector.AvgSample()) && std::isfinite(detector.SdvSample()));
+    EXPECT_ALL(std::isfinite(detector.AvgSample()), std::isfinite(detector.SdvSample()));
   }
 }
 
@@ -89,13 +90,12 @@ TEST(PulseDetector, EmptyBlocksCopiesAndRestart) {
   CDzPulsListe list;
   const auto x = Train({4, 4, 4, 4});
   detector.PulseSuchen(x.data(), x.size(), list, 1);
-  EXPECT_EQ(Text(list), "8+9.6875 8+10");
-  EXPECT_EQ(list.PulseProUmdrehung(), 1.25f);
+  EXPECT_ALL(Text(list) == "8+9.6875 8+10", list.PulseProUmdrehung() == 1.25f);
   detector.PulseSuchen(nullptr, x.size(), list, 1);
   detector.PulseSuchen(x.data(), x.size(), list, 0);
   EXPECT_TRUE(list.empty());
   CDzPulsDetektor copy = detector;  // starts afresh, with the same settings
-  EXPECT_TRUE(copy == detector && copy.MaxSample() == 0.0f && detector.MaxSample() == 0.25f);
+  EXPECT_ALL(copy == detector, copy.MaxSample() == 0.0f, detector.MaxSample() == 0.25f);
   detector.PulseSuchen(x.data(), x.size(), list, 1);
   EXPECT_EQ(Text(list), "8+10 8+10");
   detector.Neustart();
@@ -114,7 +114,7 @@ TEST(PulseDetector, PublishesAQuarterOfTheStatistics) {
   CDzPulsListe list;
   const float x[] = {4.0f, 0.0f, -2.0f};  // the middle one equals the mean so far
   d.PulseSuchen(x, 3, list, 1);
-  EXPECT_TRUE(d.MinSample() == -0.5f && d.MaxSample() == 1.0f);
+  EXPECT_ALL(d.MinSample() == -0.5f, d.MaxSample() == 1.0f);
   EXPECT_FLOAT_EQ(d.AvgSample(), 0.25f * 2 / 3);
   EXPECT_FLOAT_EQ(d.SampleStatistik().meanSquare, 0.25f * 20 / 3);
   EXPECT_NEAR(d.AvgAbove(), 0.005 * (4 * 0.995 - 2), 1e-7);  // all that differ from the mean
@@ -131,9 +131,7 @@ TEST(PulseDetector, AutomaticThresholds) {
   EXPECT_EQ(thresholds(), std::pair(-3.0f, 3.0f));  // at least a fifth of the range inside
   d.TtlKorrekturAktivieren(true);
   d.SampleStatistik() = {0.0f, 100.0f, 1.0f, 0.9999999f, 0.0f, 0.0f};
-  EXPECT_EQ(d.SdvSample(), 0.0f);
-  EXPECT_TRUE(d.AutoSchrankenSetzen(nullptr));
-  EXPECT_EQ(thresholds(), std::pair(33.0f, 67.0f));
+  EXPECT_ALL(d.SdvSample() == 0.0f, d.AutoSchrankenSetzen(nullptr), thresholds() == std::pair(33.0f, 67.0f));
 }
 
 TEST(PulseDetector, ReadsAndWritesItsSettings) {

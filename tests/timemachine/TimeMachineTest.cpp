@@ -9,6 +9,8 @@
 #include <stdexcept>
 #include <vector>
 
+#include "support/ExpectAll.h"
+
 namespace {
 
 using KxTimeMachine::CTimeCapsule;
@@ -127,19 +129,17 @@ TEST(TimeMachine, ListKeepsOneMaster) {
   CTimeCapsule b;
   b.extended_count = 5;
   CTimeMachine machine(0.5f);
-  EXPECT_TRUE(machine.get_time() == -1 && machine.get(0) == nullptr);
-  EXPECT_EQ(machine.add({&a, true}), 0);
-  EXPECT_EQ(machine.add({&b, true}), 1);
-  EXPECT_TRUE(!machine.get(0)->master && machine.get_time() == 5);
-  EXPECT_TRUE(machine.erase(-1) == machine.end() && machine.erase(2) == machine.end());
-  EXPECT_EQ(machine.erase(0)->capsule, &b);
+  EXPECT_ALL(machine.get_time() == -1, machine.get(0) == nullptr, machine.add({&a, true}) == 0,
+             machine.add({&b, true}) == 1, !machine.get(0)->master, machine.get_time() == 5,
+             machine.erase(-1) == machine.end(), machine.erase(2) == machine.end(),
+             machine.erase(0)->capsule == &b);
   EXPECT_EQ(machine.get_time(), -1);           // the master index still points behind the list
   EXPECT_EQ(machine.add({nullptr, true}), 1);  // just there
-  EXPECT_TRUE(machine.get(1)->master && machine.get_time() == -1);
+  EXPECT_ALL(machine.get(1)->master, machine.get_time() == -1);
   for (int i = 1; i < 20; ++i) machine.add(*machine.get(i));  // copies of an item that moves
-  EXPECT_TRUE(machine.get(20)->master && !machine.get(19)->master);
+  EXPECT_ALL(machine.get(20)->master, !machine.get(19)->master);
   machine.clear();
-  EXPECT_TRUE(machine.empty() && machine.begin() == machine.end() && machine.resolution() == 0.5f);
+  EXPECT_ALL(machine.empty(), machine.begin() == machine.end(), machine.resolution() == 0.5f);
 }
 
 TEST(TimeMachine, AlignsCapsulesToTheMaster) {
@@ -158,18 +158,17 @@ TEST(TimeMachine, AlignsCapsulesToTheMaster) {
   other.on_reset = [&] { ++resets; };
   CTimeMachine machine(1);
   for (CTimeCapsule* c : {&master, &other, &linked}) machine.add({c, c == &master});
-  EXPECT_TRUE(machine.capsule_set() && !machine.adjust_pending());
+  EXPECT_ALL(machine.capsule_set(), !machine.adjust_pending());
   EXPECT_EQ(other.Time(), 1020);      // the master's time before the last poll, without its zero point
   EXPECT_EQ(linked.adjustment, -21);  // its reading in the last poll was 1021, the very first one 1000
   EXPECT_EQ(machine.get_time(), 1022 - 300);
   otherCount = 90;
   EXPECT_TRUE(machine.capsule_set() && other.Time() == 1020);  // nothing pending: nothing is read
   machine.add({nullptr, false});
-  EXPECT_TRUE(machine.adjust_pending() && machine.capsule_set());
-  EXPECT_EQ(other.Time(), machine.get_time() - 2 + 300);
+  EXPECT_ALL(machine.adjust_pending(), machine.capsule_set(), other.Time() == machine.get_time() - 2 + 300);
   machine.reset_adj();
-  EXPECT_TRUE(machine.adjust_pending() && resets == 1);
-  EXPECT_TRUE(master.Time() == 0 && other.Time() == 7 && !other.adjustment_valid);
+  EXPECT_ALL(machine.adjust_pending(), resets == 1, master.Time() == 0, other.Time() == 7,
+             !other.adjustment_valid);
   machine.capsule_set();
   EXPECT_EQ(other.Time(), machine.get_time() - 2);
 }
@@ -184,14 +183,11 @@ TEST(TimeMachine, UnsettledMasterLeavesOffsetsAlone) {
   CTimeMachine machine(1);
   machine.add({&master, true});
   machine.add({&other, false});
-  EXPECT_FALSE(machine.capsule_set());
-  EXPECT_EQ(polls, 10);
-  EXPECT_TRUE(machine.adjust_pending() && !other.adjustment_valid);
+  EXPECT_ALL(!machine.capsule_set(), polls == 10, machine.adjust_pending(), !other.adjustment_valid);
   master.shift = 1;  // threshold 4 counts, but a pass now advances 8
   EXPECT_FALSE(machine.capsule_set());
   master.source = [&] { return ++count; };  // 4 counts
-  EXPECT_TRUE(machine.capsule_set());
-  EXPECT_TRUE(other.adjustment_valid);
+  EXPECT_ALL(machine.capsule_set(), other.adjustment_valid);
 }
 
 TEST(TimeMachine, PriorityComesBackAlsoWhenACallbackThrows) {

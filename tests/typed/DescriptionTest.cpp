@@ -3,6 +3,7 @@
 #include <climits>
 #include <limits>
 
+#include "support/ExpectAll.h"
 #include "typed/TypedTestSupport.h"
 
 namespace {
@@ -15,14 +16,9 @@ TEST(ChannelDescription, AxisPositions) {
   x.BeginIdx(2);
   x.Delta(0.5f);
   x.Start(7.0f);
-  EXPECT_EQ(x.pod().x0, 6.0f);
-  EXPECT_EQ(x.Start(), 7.0f);
-  EXPECT_EQ(x.Len(), 8u);
-  EXPECT_EQ(x.XLen(), 4.0f);
-  EXPECT_EQ(x.Idx(7.25f), 2.5f);
+  EXPECT_ALL(x.pod().x0 == 6.0f, x.Start() == 7.0f, x.Len() == 8u, x.XLen() == 4.0f, x.Idx(7.25f) == 2.5f);
   x.EndIdx(1);  // before the beginning
-  EXPECT_EQ(x.Len(), 0u);
-  EXPECT_EQ(x.XLen(), 0.0f);
+  EXPECT_ALL(x.Len() == 0u, x.XLen() == 0.0f);
 }
 
 TEST(ChannelDescription, CodingsAndTisModes) {
@@ -69,12 +65,8 @@ TEST(ChannelDescription, ChannelSettersReplaceWhatWasThere) {
     y.CodingFlags(0xFF);
     y.Coordinate(true);
     c.set(y);
-    EXPECT_EQ(y.ChannelCoding(), c.coding);
-    EXPECT_EQ(y.CodingFlags(), c.flags);
-    EXPECT_EQ(y.Coordinate(), c.coding == 77);
-    EXPECT_EQ(y.AppSigId(), c.id);
-    EXPECT_EQ(y.AppSigIdLwChan(), c.low);
-    EXPECT_EQ(y.AppSigIdHwChan(), c.high);
+    EXPECT_ALL(y.ChannelCoding() == c.coding, y.CodingFlags() == c.flags, y.Coordinate() == (c.coding == 77),
+               y.AppSigId() == c.id, y.AppSigIdLwChan() == c.low, y.AppSigIdHwChan() == c.high);
   }
 }
 
@@ -114,8 +106,7 @@ TEST(Description, InsertingAndRemovingSlots) {
     c.insert ? d.XInsert(c.pos, c.n) : d.XRemove(c.pos, c.n);
     EXPECT_EQ(d.YCount(), 3u);
     c.insert ? d.YInsert(c.pos, c.n) : d.YRemove(c.pos, c.n);
-    EXPECT_EQ(d.XCount(), c.count);
-    EXPECT_EQ(d.YCount(), c.count);
+    EXPECT_ALL(d.XCount() == c.count, d.YCount() == c.count);
     for (unsigned i = 0; i < c.slots.size(); ++i) {
       EXPECT_EQ(d.X(i).Len(), static_cast<unsigned>(c.slots[i])) << c.pos << ' ' << c.n;
       EXPECT_EQ(d.Y(i).AppSigId(), c.slots[i]) << c.pos << ' ' << c.n;

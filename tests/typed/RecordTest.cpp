@@ -3,6 +3,7 @@
 #include <map>
 #include <string>
 
+#include "support/ExpectAll.h"
 #include "typed/TypedTestSupport.h"
 #include "umlauf/typed/ResampInfo.h"
 #include "umlauf/typed/Signalieee32.h"
@@ -59,9 +60,9 @@ TYPED_TEST(OwnerTest, RoundTripsAndRefusesEveryShorterSource) {
   TypeParam target;
   const std::vector<std::byte> before = Flat(target);
   for (std::size_t n = 0; n < bytes.size(); ++n) ASSERT_LT(target.read(bytes.data(), n), 0) << n;
-  EXPECT_EQ(Flat(target), before);
-  EXPECT_EQ(target.read(bytes.data(), bytes.size()), static_cast<std::int64_t>(bytes.size()));
-  EXPECT_EQ(Flat(target), bytes);
+  EXPECT_ALL(Flat(target) == before,
+             target.read(bytes.data(), bytes.size()) == static_cast<std::int64_t>(bytes.size()),
+             Flat(target) == bytes);
 }
 
 // 32-bit words that are not 0, by offset; everything else must be.
@@ -83,8 +84,7 @@ TEST(Records, GoldenScalarAndSideRecords) {
   scalar.Value(1.0f);
   Words words = NonZero(CMeasuringResultBase(static_cast<CMeasuringResultBaseInterface&>(scalar)));
   words.insert({{192, kOne}, {200, 0x10000}, {204, kOne}});
-  EXPECT_EQ(NonZero(scalar), words);
-  EXPECT_EQ(NonZero(CTriggerInfo()), (Words{{4, kNone}}));
+  EXPECT_ALL(NonZero(scalar) == words, NonZero(CTriggerInfo()) == (Words{{4, kNone}}));
   CWavPlaybackEventInfo event;
   EXPECT_EQ(NonZero(event), Words());
   event.EventType(5);
@@ -94,8 +94,7 @@ TEST(Records, GoldenScalarAndSideRecords) {
   EXPECT_TRUE(info.IsFxResamp());
   EXPECT_EQ(NonZero(info), (Words{{24, kNone}, {40, kNone}, {44, kNone}, {48, kNone}}));
   info.ResampType(3);
-  EXPECT_TRUE(info.IsSyncResamp() && info.IsAngularResamp());
-  EXPECT_FALSE(info.IsZeroDegreeAligned() || info.IsFxResamp());
+  EXPECT_ALL(info.IsSyncResamp(), info.IsAngularResamp(), !info.IsZeroDegreeAligned(), !info.IsFxResamp());
   info.Ratio(2.0), info.RefRotRatio(-2.0);
   info.RevPerBlock(1.0f), info.AdvanceSamples(-1.0f);
   info.RefRotLocId(1), info.RefSpeedId(2), info.Channel(3), info.Location(4);
@@ -105,10 +104,10 @@ TEST(Records, GoldenScalarAndSideRecords) {
 }
 
 TEST(Records, MarshalingTagsAndStateNames) {
-  EXPECT_EQ(MarshalingYard::ID<CResampInfo>::id(), 0x49617352u);
-  EXPECT_EQ(MarshalingYard::ID<CResampInfo>::tag(), "RsaI");
-  EXPECT_EQ(MarshalingYard::ID<CWavPlaybackEventInfo>::tag(), "WplE");
-  EXPECT_EQ(MarshalingYard::ID<CTriggerInfo>::tag(), "TrgI");
+  EXPECT_ALL(MarshalingYard::ID<CResampInfo>::id() == 0x49617352u,
+             MarshalingYard::ID<CResampInfo>::tag() == "RsaI",
+             MarshalingYard::ID<CWavPlaybackEventInfo>::tag() == "WplE",
+             MarshalingYard::ID<CTriggerInfo>::tag() == "TrgI");
   CString names;
   for (const std::uint32_t state : {0u, 1u, 2u, 3u, 4u, 5u, 6u, UINT32_MAX}) {
     names += CTriggerInfo::StateName(state) + CString(L" ");
@@ -143,10 +142,8 @@ TEST(Records, GoldenSignalFile) {
   ASSERT_TRUE(file.read(reinterpret_cast<char*>(golden.data()), static_cast<std::streamsize>(golden.size())));
   EXPECT_EQ(Flat(GoldenSignal()), golden);
   CSignalieee32 read;
-  EXPECT_EQ(read.read(golden.data(), golden.size()), std::ssize(golden));
-  EXPECT_EQ(Flat(read), golden);
-  EXPECT_EQ(read.Description().Y(1).TisMode(), 4);
-  EXPECT_TRUE(read.Description().Y(2).Unit().is_db());
+  EXPECT_ALL(read.read(golden.data(), golden.size()) == std::ssize(golden), Flat(read) == golden,
+             read.Description().Y(1).TisMode() == 4, read.Description().Y(2).Unit().is_db());
   std::vector<std::byte> larger = golden;  // than the source: its count of samples
   for (const std::uint64_t count : {std::uint64_t{13}, UINT64_MAX, UINT64_MAX / 4 + 1}) {
     std::memcpy(&larger[sizeof(SSignalBasePOD)], &count, sizeof count);

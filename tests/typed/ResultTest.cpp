@@ -1,3 +1,4 @@
+#include "support/ExpectAll.h"
 #include "typed/TypedTestSupport.h"
 #include "umlauf/typed/MeasuringResult.h"
 
@@ -10,19 +11,14 @@ TEST(SetPoint, SlotsAndIds) {
   s.def(5, 7);
   s.def(0, -2);  // any negative id is free
   s[3] = 4.5f;
-  EXPECT_EQ(s.size(), 2);
-  EXPECT_TRUE(s.is_def(3) && !s.is_def(0));
-  EXPECT_EQ(s.first_free(), 0);
+  EXPECT_ALL(s.size() == 2, s.is_def(3), !s.is_def(0), s.first_free() == 0);
   const int cases[][2] = {{7, 3}, {-2, 0}, {-1, -1}, {8, -1}};
   for (const auto& [id, slot] : cases) EXPECT_EQ(s.id2idx(id), slot) << id;
   s.clear();
-  EXPECT_TRUE(s.empty());
-  EXPECT_EQ(s[3], 4.5f);
+  EXPECT_ALL(s.empty(), s[3] == 4.5f);
   for (int i = 0; i < 16; ++i) s.def(i, i);
   s.fill(2.0f);
-  EXPECT_EQ(s.first_free(), -1);
-  EXPECT_EQ(s.idx2id(s.id2idx(15)), 15);
-  EXPECT_EQ(s[0] + s[15], 4.0f);
+  EXPECT_ALL(s.first_free() == -1, s.idx2id(s.id2idx(15)) == 15, s[0] + s[15] == 4.0f);
 }
 
 TEST(MeasuringResult, IdsAreConsecutiveAndOnlyForNewResults) {
@@ -31,11 +27,8 @@ TEST(MeasuringResult, IdsAreConsecutiveAndOnlyForNewResults) {
   const CSignalBase third;
   const CSignalBase copy(third), channel(third, 1);
   const CTypedSignal<float> fourth(CDescription{});
-  EXPECT_EQ(second.id(), first.id() + 1);
-  EXPECT_EQ(third.id(), first.id() + 2);
-  EXPECT_EQ(copy.id(), third.id());
-  EXPECT_EQ(channel.id(), third.id());
-  EXPECT_EQ(fourth.id(), first.id() + 3);
+  EXPECT_ALL(second.id() == first.id() + 1, third.id() == first.id() + 2, copy.id() == third.id(),
+             channel.id() == third.id(), fourth.id() == first.id() + 3);
 }
 
 TEST(MeasuringResult, DescriptionEquality) {
@@ -44,8 +37,8 @@ TEST(MeasuringResult, DescriptionEquality) {
   amperes.Unit() = CMeasuringUnit(commonUnits::ampere);
   const CMeasuringResultBase base;
   EXPECT_TRUE(volts._description_eq(CMeasuringResultScalar(volts)));
-  EXPECT_FALSE(volts._description_eq(amperes) || volts._description_eq(base) || base._description_eq(volts));
-  EXPECT_FALSE(CTypedSignal<float>()._description_eq(CTypedSignal<std::int32_t>()));
+  EXPECT_ALL(!volts._description_eq(amperes), !volts._description_eq(base), !base._description_eq(volts),
+             !CTypedSignal<float>()._description_eq(CTypedSignal<std::int32_t>()));
 }
 
 }  // namespace

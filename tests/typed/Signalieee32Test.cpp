@@ -2,6 +2,7 @@
 
 #include <cmath>
 
+#include "support/ExpectAll.h"
 #include "typed/TypedTestSupport.h"
 
 namespace {
@@ -12,22 +13,18 @@ using testing::Pair;
 CSignalieee32 Signal(std::uint32_t coding, std::vector<std::uint32_t> lengths, unsigned channels,
                      const std::vector<float>& samples) {
   CSignalieee32 signal(Described(coding, lengths, channels));
-  EXPECT_EQ(signal.elements(), samples.size());
-  EXPECT_TRUE(signal.assign_buffer(samples.data()));
+  EXPECT_ALL(signal.elements() == samples.size(), signal.assign_buffer(samples.data()));
   return signal;
 }
 
 TEST(Signalieee32, Statistics) {
   // channels (1, -2, 3) and (-4, 0, 2)
   const CSignalieee32 s = Signal(1, {3}, 2, {1, -4, -2, 0, 3, 2});
-  EXPECT_EQ(s.Sum(), 0.0f);
-  EXPECT_EQ(s.SumSquares(), 34.0f);
-  EXPECT_EQ(s.MaxMagnitude(), 4.0f);
+  EXPECT_ALL(s.Sum() == 0.0f, s.SumSquares() == 34.0f, s.MaxMagnitude() == 4.0f);
   EXPECT_FLOAT_EQ(s.MeanMagnitude(), 2.0f);
   EXPECT_THAT(s.YRange(), Pair(-4.0f, 3.0f));
   const auto first = s.begin(0, 0), last = s.end(0, 0);
-  EXPECT_EQ(s.Sum(first, last), 2.0f);
-  EXPECT_EQ(s.SumSquares(first, last), 14.0f);
+  EXPECT_ALL(s.Sum(first, last) == 2.0f, s.SumSquares(first, last) == 14.0f);
   EXPECT_FLOAT_EQ(s.Mean(first, last), 2.0f / 3);
   EXPECT_FLOAT_EQ(s.MeanSquare(first, last), 14.0f / 3);
   EXPECT_FLOAT_EQ(s.RMS(first, last), std::sqrt(14.0f / 3));
@@ -41,12 +38,10 @@ TEST(Signalieee32, RangesThatAreNotInTheBlockAreCutOrEmpty) {
   const CSignalieee32 s = Signal(2, {2}, 3, {1, 2, 4, 8, 16, 32});
   const CSignalieee32 other(s), none;
   EXPECT_EQ(s.Sum(s.begin(0, 1), s.end(0, 1)), 60.0f);  // up to the end of the block
-  EXPECT_EQ(s.Sum(s.begin(0, 2) + 1, s.end(0, 2)), 32.0f);
-  EXPECT_EQ(s.Sum(s.begin(0, 3), s.end(0, 3)), 0.0f);
-  EXPECT_EQ(s.Sum(s.begin() - 1, s.end()), 0.0f);
-  EXPECT_EQ(s.Sum(s.begin() + 2, s.begin() + 1), 0.0f);
-  EXPECT_EQ(s.Sum(other.begin(), other.end()), 0.0f);
-  EXPECT_EQ(none.Sum() + none.RMS() + none.MeanMagnitude() + none.MaxMagnitude(), 0.0f);
+  EXPECT_ALL(s.Sum(s.begin(0, 2) + 1, s.end(0, 2)) == 32.0f, s.Sum(s.begin(0, 3), s.end(0, 3)) == 0.0f,
+             s.Sum(s.begin() - 1, s.end()) == 0.0f, s.Sum(s.begin() + 2, s.begin() + 1) == 0.0f,
+             s.Sum(other.begin(), other.end()) == 0.0f,
+             none.Sum() + none.RMS() + none.MeanMagnitude() + none.MaxMagnitude() == 0.0f);
   EXPECT_THAT(none.YRange(), Pair(0.0f, 0.0f));
 }
 
@@ -94,8 +89,7 @@ TEST(Signalieee32, OperationsInPlace) {
 TEST(Signalieee32, StridedOperationsCoverLongRanges) {
   CSignalieee32 s(Described(1, {3001}, 3));
   (s = -2.0f).Square(s.begin(0, 1), s.end(0, 1));
-  EXPECT_EQ(s.Sum(s.begin(0, 1), s.end(0, 1)), 4.0f * 3001);
-  EXPECT_EQ(s.Sum(), 0.0f);
+  EXPECT_ALL(s.Sum(s.begin(0, 1), s.end(0, 1)) == 4.0f * 3001, s.Sum() == 0.0f);
 }
 
 TEST(Signalieee32, TransposesSamplesAndDescriptions) {
@@ -149,8 +143,7 @@ TEST(Signalieee32, DemuxAllAndMuxAreInverse) {
 TEST(Signalieee32, DemuxAllTakesBlockedSamplesAsInterleavedAndCutsToTheRoom) {
   auto source = Counting<CSignalieee32>(Described(2, {4}, 2));
   CSignalieee32 parts[] = {CSignalieee32(), CSignalieee32(Described(1, {3}, 1))};
-  EXPECT_TRUE(source.demux(parts, false));
-  EXPECT_EQ(parts[0].elements(), 0u);
+  EXPECT_ALL(source.demux(parts, false), parts[0].elements() == 0u);
   EXPECT_THAT(Samples(parts[1]), ElementsAre(1, 3, 5));
   EXPECT_FALSE(source.mux(parts));  // not interleaved
   parts[0] = source;

@@ -3,6 +3,7 @@
 #include <iterator>
 #include <random>
 
+#include "support/ExpectAll.h"
 #include "typed/TypedTestSupport.h"
 #include "umlauf/typed/Signalieee32.h"
 
@@ -20,22 +21,17 @@ TYPED_TEST_SUITE(TypedSignalTest, SampleTypes);
 
 TYPED_TEST(TypedSignalTest, BlockFollowsTheDescription) {
   auto signal = Counting<CTypedSignal<TypeParam>>(Described(1, {4}, 3));
-  EXPECT_EQ(signal.element_size(), sizeof(TypeParam));
-  EXPECT_EQ(signal.elements(), 12u);
+  EXPECT_ALL(signal.element_size() == sizeof(TypeParam), signal.elements() == 12u);
   signal.Description().SignalCoding(2);
   EXPECT_TRUE(signal.reshape_array());  // the same size: samples stay
-  EXPECT_EQ(signal.data()[11], TypeParam{11});
-  EXPECT_TRUE(signal.reshape(signal, 0b101));
-  EXPECT_EQ(signal.Description().Y(1).AppSigId(), 102);
+  EXPECT_ALL(signal.data()[11] == TypeParam{11}, signal.reshape(signal, 0b101),
+             signal.Description().Y(1).AppSigId() == 102);
   const std::vector<TypeParam> mine(8, TypeParam{5});
-  EXPECT_TRUE(signal.assign_buffer(mine.data()));
-  EXPECT_FALSE(signal.assign_buffer(nullptr));
+  EXPECT_ALL(signal.assign_buffer(mine.data()), !signal.assign_buffer(nullptr));
   signal.Description() = Described(1, {UINT32_MAX, UINT32_MAX}, 1);  // more than there is memory for
-  EXPECT_FALSE(signal.reshape_array() || signal.assign_buffer(mine.data()));
-  EXPECT_EQ(Samples(signal), mine);
+  EXPECT_ALL(!signal.reshape_array(), !signal.assign_buffer(mine.data()), Samples(signal) == mine);
   signal.Description().SignalCoding(0);
-  EXPECT_TRUE(signal.reshape_array());
-  EXPECT_EQ(signal.elements(), 0u);
+  EXPECT_ALL(signal.reshape_array(), signal.elements() == 0u);
 }
 
 TYPED_TEST(TypedSignalTest, DemuxTakesOneChannel) {
@@ -53,10 +49,9 @@ TYPED_TEST(TypedSignalTest, DemuxTakesOneChannel) {
     Signal dst(Described(1, {static_cast<std::uint32_t>(c.samples.size())}, 1));
     EXPECT_EQ(source.demux(c.channel, dst, false), c.result);
     EXPECT_EQ(Samples(dst), c.samples) << c.coding << ' ' << c.channel;
-    EXPECT_EQ(source.demux(c.channel, dst, true), c.result);
-    EXPECT_EQ(dst.elements(), 4u);
-    EXPECT_EQ(dst.Description().SignalCoding(), 1u);
-    EXPECT_EQ(dst.Description().Y(0).AppSigId(), 100 + static_cast<int>(c.channel));
+    EXPECT_ALL(source.demux(c.channel, dst, true) == c.result, dst.elements() == 4u,
+               dst.Description().SignalCoding() == 1u,
+               dst.Description().Y(0).AppSigId() == 100 + static_cast<int>(c.channel));
     if (!c.result) continue;
     EXPECT_TRUE(source.demux(c.channel, source, true));  // into itself
     EXPECT_EQ(Samples(source), Samples(dst));
@@ -125,9 +120,8 @@ TEST(TypedSignal, TransmuxReshapesFirst) {
   CTypedSignal<float> dst(Described(2, {7}, 1));
   EXPECT_TRUE(source.transmux(0b110, dst, 0, true));
   EXPECT_THAT(Samples(dst), ElementsAre(2, 3, 4, 5));
-  EXPECT_EQ(dst.Description().Y(0).AppSigId(), 101);
-  EXPECT_TRUE(source.transmux(0, dst, 0, true));
-  EXPECT_EQ(dst.elements(), 0u);
+  EXPECT_ALL(dst.Description().Y(0).AppSigId() == 101, source.transmux(0, dst, 0, true),
+             dst.elements() == 0u);
   auto own = source;
   EXPECT_TRUE(own.transmux(0b100, own, 0, false));  // onto itself
   EXPECT_THAT(Samples(own), ElementsAre(4, 5, 2, 3, 4, 5));
@@ -137,11 +131,9 @@ TEST(TypedSignal, ReshapedDescriptionKeepsItsCodingUnlessAllIsCopied) {
   const CDescription source = Described(2, {3, 2}, 4);
   CSignalBase base;
   base.reshape_description(source, 0xFFFFFFFA);  // channels 1 and 3, and more than there are
-  EXPECT_EQ(base.Description().SignalCoding(), 1u);
-  EXPECT_EQ(base.Description().points(), 6u);
-  EXPECT_EQ(base.Description().YCount(), 2u);
-  EXPECT_EQ(base.Description().Y(0).AppSigId(), 101);
-  EXPECT_EQ(base.Description().Y(1).AppSigId(), 103);
+  EXPECT_ALL(base.Description().SignalCoding() == 1u, base.Description().points() == 6u,
+             base.Description().YCount() == 2u, base.Description().Y(0).AppSigId() == 101,
+             base.Description().Y(1).AppSigId() == 103);
   base.reshape_description(source, kAllChannels);
   EXPECT_EQ(Flat(CDescription(base.Description())), Flat(source));
 }
@@ -151,12 +143,11 @@ TEST(TypedSignal, CopyOfSomeChannelsKeepsResultAndArrangement) {
     auto source = Counting(Described(coding, {300}, 9));
     source.Key().Mode() = 4;
     const CTypedSignal<float> copy(source, 0b101100010);
-    EXPECT_EQ(copy.Key().Mode(), 4);
-    EXPECT_EQ(copy.Description().SignalCoding(), coding);
+    EXPECT_ALL(copy.Key().Mode() == 4, copy.Description().SignalCoding() == coding);
     unsigned slot = 0;
     for (const unsigned channel : {1u, 5u, 6u, 8u}) {
       CTypedSignal<float> expected, copied;
-      EXPECT_TRUE(source.demux(channel, expected, true) && copy.demux(slot++, copied, true));
+      EXPECT_ALL(source.demux(channel, expected, true), copy.demux(slot++, copied, true));
       EXPECT_EQ(Samples(copied), Samples(expected)) << channel;
     }
     EXPECT_EQ(Flat(CTypedSignal<float>(source, kAllChannels)), Flat(source));
@@ -193,10 +184,8 @@ TEST(TypedSignal, IteratorsRunAlongAnyDimension) {
 TEST(TypedSignal, IteratorArithmetic) {
   auto signal = Counting(Described(1, {4}, 3));
   auto it = signal.begin(0, 1);
-  EXPECT_EQ(it[2] + *(it + 3 - 2), 11.0f);
-  EXPECT_EQ(*it++ + *it, 5.0f);
-  EXPECT_LT(it, signal.end(0, 1));
-  EXPECT_EQ(CTypedSignal<float>::const_iterator(--it), std::as_const(signal).begin(0, 1));
+  EXPECT_ALL(it[2] + *(it + 3 - 2) == 11.0f, *it++ + *it == 5.0f, it < signal.end(0, 1),
+             CTypedSignal<float>::const_iterator(--it) == std::as_const(signal).begin(0, 1));
 }
 
 }  // namespace

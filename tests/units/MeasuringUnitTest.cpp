@@ -5,6 +5,8 @@
 #include <cmath>
 #include <limits>
 
+#include "support/ExpectAll.h"
+
 namespace {
 
 using U = CMeasuringUnit;
@@ -13,12 +15,12 @@ TEST(MeasuringUnit, OwnersAndHoldersKeepToTheirRecords) {
   U a(U::rpm, 3, 2, 0.5f, U::flag_db);
   const U copy(a);
   a.clear();
-  EXPECT_TRUE(a == U() && !a && a.power() == 1 && a.logref() == 1.0f);
+  EXPECT_ALL(a == U(), !a, a.power() == 1, a.logref() == 1.0f);
   SMeasuringUnitPOD record{U::volt, 0, 1, 1.0f, 0};
   CMeasuringUnitInterface holder(record);
   holder = copy;
   const U taken = holder;
-  EXPECT_TRUE(record.unit == U::rpm && taken == copy && copy == U(U::rpm, 3, 2, 0.5f, U::flag_db));
+  EXPECT_ALL(record.unit == U::rpm, taken == copy, copy == U(U::rpm, 3, 2, 0.5f, U::flag_db));
   holder._construct(true);
   EXPECT_EQ(record.exponent, 3);
   holder._construct(false);
@@ -32,11 +34,11 @@ TEST(MeasuringUnit, FlagsChangeOneByOneAndEqualityLooksAtAllFields) {
   U b(a);
   a.set_db(false);
   b.set_log(false);
-  EXPECT_TRUE(a.is_log() && !a.is_db() && b.is_db() && !b.is_log());
+  EXPECT_ALL(a.is_log(), !a.is_db(), b.is_db(), !b.is_log());
   a.set_log(false);
-  EXPECT_TRUE(a == U(U::volt) && a != U(U::watt) && a != U(U::volt, 3) && a != U(U::volt, 0, 2));
-  EXPECT_TRUE(a != U(U::volt, 0, 1, 2) && a != U(U::volt, 0, 1, 1, 1));
-  EXPECT_TRUE(a == L"V" && a != L"v" && a == commonUnits::volt && a != commonUnits::watt);
+  EXPECT_ALL(a == U(U::volt), a != U(U::watt), a != U(U::volt, 3), a != U(U::volt, 0, 2),
+             a != U(U::volt, 0, 1, 2), a != U(U::volt, 0, 1, 1, 1), a == L"V", a != L"v",
+             a == commonUnits::volt, a != commonUnits::watt);
 }
 
 TEST(MeasuringUnit, EngineeringGivesOneToThreeDigits) {
@@ -61,7 +63,7 @@ TEST(MeasuringUnit, PrefixGroupsRoundDown) {
     const auto [group, rest] = U(U::volt, static_cast<short>(e)).prefixidx();
     ASSERT_TRUE(rest >= 0 && rest <= 2 && 3 * group + rest == e) << e;
   }
-  EXPECT_TRUE(U::prefix(-6) == L'-' && U::prefix(-5) == L'f' && U::prefix(4) == L'T' && U::prefix(5) == L'-');
+  EXPECT_ALL(U::prefix(-6) == L'-', U::prefix(-5) == L'f', U::prefix(4) == L'T', U::prefix(5) == L'-');
 }
 
 TEST(MeasuringUnit, NormalizeAndInvertGiveTheFactor) {
@@ -111,7 +113,7 @@ TEST(MeasuringUnit, ScaleAndMatch) {
     EXPECT_EQ(c.from.matches(c.to), c.matches) << c.from.prefixstring().ToUtf8();
   }
   EXPECT_TRUE(std::isnan(U(commonUnits(40)).scale_to(U(commonUnits(41)))));
-  EXPECT_TRUE(U::inverse(31) == 0 && U::standard(31) == 0 && U::inv_fac(31) == 0 && U::std_fac(31) == 0);
+  EXPECT_ALL(U::inverse(31) == 0, U::standard(31) == 0, U::inv_fac(31) == 0, U::std_fac(31) == 0);
 }
 
 TEST(MeasuringUnit, PowersAndRoots) {

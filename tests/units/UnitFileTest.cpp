@@ -2,6 +2,7 @@
 
 #include <string>
 
+#include "support/ExpectAll.h"
 #include "support/LogCapture.h"
 #include "umlauf/platform/framework/CMemFile.h"
 #include "umlauf/units/MeasuringUnit.h"
@@ -60,7 +61,7 @@ TEST(UnitFile, GoldenRecordsAreReadWhateverTheirVersionAndRefusedWhenCut) {
   EXPECT_FALSE(U().WriteToFile(closed));
   CMemFile thirteen = FileOf(Start(13, "V") + cases[3].bytes.substr(3));
   U unit(U::watt);
-  EXPECT_TRUE(!unit.ReadFromFile(thirteen) && unit == U::watt);
+  EXPECT_ALL(!unit.ReadFromFile(thirteen), unit == U::watt);
 }
 
 TEST(UnitFile, UncommonNamesAreRegisteredForTheOneLookup) {
@@ -76,8 +77,7 @@ TEST(UnitFile, UncommonNamesAreRegisteredForTheOneLookup) {
   for (const auto& c : cases) {
     U unit;
     CMemFile file = FileOf(c.bytes);
-    EXPECT_TRUE(unit.ReadFromFile(file) && !U::registerUncommonUnits());
-    EXPECT_EQ(unit.baseunit(), c.name);
+    EXPECT_ALL(unit.ReadFromFile(file), !U::registerUncommonUnits(), unit.baseunit() == c.name);
     EXPECT_THAT(log.Take(), SizeIs(c.messages));
   }
   U::registerUncommonUnits(true);

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "support/ComboBoxConversation.h"
+#include "support/ExpectAll.h"
 #include "umlauf/platform/ui/UserInterface.h"
 
 namespace {
@@ -31,13 +32,10 @@ template <class Picker, class Choice>
 void ExpectPicks(const std::map<int, CString>& names, const Choice& there, const Choice& foreign) {
   Picker picker;
   EXPECT_FALSE(picker.SetSelection(there));  // nothing to choose from yet
-  EXPECT_EQ(picker.Choice(), there);
-  EXPECT_EQ(picker.Retrieve(), Choice());
+  EXPECT_ALL(picker.Choice() == there, picker.Retrieve() == Choice());
   for (int twice = 0; twice < 2; ++twice) picker.Prepare(there);
-  EXPECT_EQ(Items(picker), std::vector(names.begin(), names.end()));
-  EXPECT_EQ(picker.Retrieve(), there);
-  EXPECT_FALSE(picker.SetSelection(foreign));
-  EXPECT_EQ(picker.Choice(), foreign);
+  EXPECT_ALL(Items(picker) == std::vector(names.begin(), names.end()), picker.Retrieve() == there,
+             !picker.SetSelection(foreign), picker.Choice() == foreign);
   EXPECT_EQ(picker.Retrieve(), there);  // the selection stayed
   EXPECT_EQ(picker.Choice(), there);
   picker.SendMessageW(CB_SETCURSEL, static_cast<std::uintptr_t>(-1));
@@ -111,8 +109,7 @@ TEST(PrefixPicker, OffersThePrefixes) {
 
   CSiPrefixComboBox picker;
   picker.Prepare(U(U::volt, 6));
-  EXPECT_EQ(picker.Retrieve(), 6);
-  EXPECT_TRUE(picker.SetSelection(U(U::ampere, -15)));
+  EXPECT_ALL(picker.Retrieve() == 6, picker.SetSelection(U(U::ampere, -15)));
   U unit(U::pascal, 7, 2, 2e-5f, U::flag_db);
   picker.RetrieveExponent(unit);
   EXPECT_EQ(unit, U(U::pascal, -15, 2, 2e-5f, U::flag_db));

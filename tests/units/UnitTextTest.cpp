@@ -4,6 +4,7 @@
 #include <string>
 #include <utility>
 
+#include "support/ExpectAll.h"
 #include "support/LogCapture.h"
 #include "umlauf/units/MeasuringUnit.h"
 
@@ -30,12 +31,12 @@ TEST(UnitText, IsReadByItsRules) {
   for (std::wstring row; std::getline(rows, row, L';');) {
     const std::size_t split = row.find(L'=');
     CMeasuringUnit unit(U::watt, 6, 5, 2.0f, 3);
-    EXPECT_TRUE(unit.set(row.substr(0, split).c_str()) && unit.logref() == 1.0f);
+    EXPECT_ALL(unit.set(row.substr(0, split).c_str()), unit.logref() == 1.0f);
     EXPECT_EQ(unit.prefixunit(true), row.substr(split + 1)) << CString(row).ToUtf8();
   }
-  EXPECT_TRUE(CMeasuringUnit(L"m/s²") == U::metre_per_second_squared);
-  EXPECT_TRUE(CMeasuringUnit(L"dB(10^ kV²)") == CMeasuringUnit(U::volt, 9, 2, 1, kDb | kLog));
-  EXPECT_TRUE(CMeasuringUnit(L"kV^0") == CMeasuringUnit(U::volt, 9, 0));
+  EXPECT_ALL(CMeasuringUnit(L"m/s²") == U::metre_per_second_squared,
+             CMeasuringUnit(L"dB(10^ kV²)") == CMeasuringUnit(U::volt, 9, 2, 1, kDb | kLog),
+             CMeasuringUnit(L"kV^0") == CMeasuringUnit(U::volt, 9, 0));
 }
 
 TEST(UnitText, UnknownNamesAreRejectedWithAMessage) {
@@ -65,12 +66,11 @@ TEST(UnitText, WhatIsNoExpressionClearsTheUnitAndIsReported) {
   CMeasuringUnit unit;
   for (const auto& [text, reason] : cases) {
     unit.set(U::watt, 3, 2, 4.0f, kDb);
-    EXPECT_FALSE(unit.setA(text));
-    EXPECT_TRUE(unit == CMeasuringUnit());
+    EXPECT_ALL(!unit.setA(text), unit == CMeasuringUnit());
     EXPECT_THAT(log.Take(), ElementsAre("CMeasuringUnit::set(): Invalid argument: " + std::string(text) +
                                         " caused: " + reason + "\n"));
   }
-  EXPECT_FALSE(unit.set(L"") || unit.set(static_cast<const wchar_t*>(nullptr)));
+  EXPECT_ALL(!unit.set(L""), !unit.set(static_cast<const wchar_t*>(nullptr)));
   EXPECT_THAT(log.Take(), IsEmpty());
 }
 
@@ -122,8 +122,8 @@ TEST(UnitText, AnsiFormsAreCodePage1252AndBounded) {
   CMeasuringUnit unit;
   EXPECT_TRUE(unit.setA("m/s\xB2"));
   EXPECT_STREQ(unit.prefixunitA(false), "m/s\xB2");
-  EXPECT_FALSE(unit.setA(std::string(256, 'x').c_str()) || unit.setA(nullptr));
-  EXPECT_TRUE(unit.empty() && log.Take().empty());
+  EXPECT_ALL(!unit.setA(std::string(256, 'x').c_str()), !unit.setA(nullptr), unit.empty(),
+             log.Take().empty());
   U::registerUncommonUnits(true);
   EXPECT_TRUE(unit.setA(std::string(255, 'x').c_str()));
   U::registerUncommonUnits(false);

@@ -8,6 +8,7 @@
 #include <tuple>
 #include <vector>
 
+#include "support/ExpectAll.h"
 #include "umlauf/visdata/VisDataPolygon.h"
 
 namespace {
@@ -38,8 +39,7 @@ TEST(VisDataItem, NameGrowsToWhatItNeedsAndNeverShrinks) {
     const std::wstring text(step.length, static_cast<wchar_t>(L'a' + step.length % 26));
     expected = step.append ? expected + text : text;
     step.append ? item.AppendToName(text.c_str()) : item.SetName(text.c_str());
-    EXPECT_EQ(item.Name(), expected);
-    EXPECT_EQ(item.NameCapacity(), step.capacity);
+    EXPECT_ALL(item.Name() == expected, item.NameCapacity() == step.capacity);
   }
   item.SetName(L"torque");
   item.SetName(item.Name() + 3);
@@ -60,9 +60,8 @@ TEST(VisDataItem, NamesOfTypesAndModes) {
   Item item;
   item.AddDisplayMode(Item::DmStairs);
   item.AddDisplayMode(Item::DmForeground | Item::DmBackground);
-  EXPECT_EQ(item.DisplayModes(), 8u | 16 | 1);
-  EXPECT_TRUE(item.HasDisplayMode(Item::DmStairs | Item::DmThreshold));
-  EXPECT_FALSE(item.HasDisplayMode(Item::DmThreshold));
+  EXPECT_ALL(item.DisplayModes() == (8u | 16 | 1), item.HasDisplayMode(Item::DmStairs | Item::DmThreshold),
+             !item.HasDisplayMode(Item::DmThreshold));
 }
 
 TEST(VisDataItem, ScaleAndVectorRange) {
@@ -81,16 +80,14 @@ TEST(VisDataItem, ScaleAndVectorRange) {
 
 TEST(VisDataItem, RawDataGrowAsAskedOrByDoubling) {
   Item item;
-  EXPECT_TRUE(item.ExpandRawData(10) && item.RawCapacity() == 64);
+  EXPECT_ALL(item.ExpandRawData(10), item.RawCapacity() == 64);
   ASSERT_TRUE(item.CopyRawData(Ramp(64).data(), 64));
-  EXPECT_TRUE(item.ExpandRawData(200) && item.ExpandRawData(256) && item.AllocRawData(0));
+  EXPECT_ALL(item.ExpandRawData(200), item.ExpandRawData(256), item.AllocRawData(0));
   ASSERT_EQ(item.RawCapacity(), 256u);
   std::vector<float> expected = Ramp(64);
   expected.resize(256);
-  EXPECT_EQ(Raw(item), expected);
-  EXPECT_EQ(reinterpret_cast<std::uintptr_t>(item.RawData()) % 128, 0u);
-  EXPECT_TRUE(item.AllocRawData(5));
-  EXPECT_EQ(Raw(item), std::vector<float>(256));
+  EXPECT_ALL(Raw(item) == expected, reinterpret_cast<std::uintptr_t>(item.RawData()) % 128 == 0u,
+             item.AllocRawData(5), Raw(item) == std::vector<float>(256));
 }
 
 TEST(VisDataItem, FailedAllocations) {
@@ -103,17 +100,17 @@ TEST(VisDataItem, FailedAllocations) {
     ASSERT_NE(item.RawData(), nullptr);                    // the old block stays ...
     EXPECT_TRUE(item.CopyRawData(item.RawData() + 1, 2));  // ... and may even be the source of the next
     EXPECT_THAT(Raw(item), ElementsAre(2.0f, 3.0f));
-    EXPECT_FALSE(item.AllocRawData(tooMany) || item.RawData() != nullptr || item.RawCapacity() != 0);
+    EXPECT_ALL(!item.AllocRawData(tooMany), !(item.RawData() != nullptr), !(item.RawCapacity() != 0));
     item.CopyRawData(ramp.data(), 3);
-    EXPECT_FALSE(item.CopyRawData(ramp.data(), tooMany) || item.RawData() != nullptr);
+    EXPECT_ALL(!item.CopyRawData(ramp.data(), tooMany), !(item.RawData() != nullptr));
   }
   EXPECT_FALSE(Item().CopyRawData(nullptr, 1));
 }
 
 TEST(VisDataItem, CopiesRawDataAlsoFromItself) {
   Item item;
-  EXPECT_TRUE(item.CopyRawData(Ramp(6).data(), 6) && item.CopyRawData(item.RawData() + 2, 3));
-  EXPECT_TRUE(item.CopyRawData(item));
+  EXPECT_ALL(item.CopyRawData(Ramp(6).data(), 6), item.CopyRawData(item.RawData() + 2, 3),
+             item.CopyRawData(item));
   EXPECT_THAT(Raw(item), ElementsAre(3, 4, 5, 0, 0, 0));
   Item larger;
   larger.AllocRawData(8);
@@ -153,8 +150,7 @@ TEST(VisDataItem, CopiesAndResets) {
   Item item;
   item.CopyRawData(Ramp(3).data(), 3);
   item.CopyInfos(polygon);
-  EXPECT_EQ(item.FileCompressionMode(), Item::CompressBytes);
-  EXPECT_FALSE(item.DtSameAs(polygon));
+  EXPECT_ALL(item.FileCompressionMode() == Item::CompressBytes, !item.DtSameAs(polygon));
   EXPECT_THAT(Raw(item), ElementsAre(1, 2, 3));
 
   const Item copied(static_cast<const Item&>(polygon));
@@ -162,18 +158,14 @@ TEST(VisDataItem, CopiesAndResets) {
   assigned = polygon;
   assigned = *&assigned;
   for (const Item* copy : {&copied, static_cast<const Item*>(&assigned)}) {
-    EXPECT_TRUE(copy->DtSameAs(polygon));
-    EXPECT_TRUE(Infos(*copy) == Infos(polygon));
-    EXPECT_EQ(Raw(*copy), Raw(polygon));
+    EXPECT_ALL(copy->DtSameAs(polygon), Infos(*copy) == Infos(polygon), Raw(*copy) == Raw(polygon));
   }
   EXPECT_EQ(assigned.Size(), 2u);
 
   assigned.Reset();
-  EXPECT_TRUE(Infos(assigned) == Infos(Item()));
-  EXPECT_TRUE(assigned.DtIsPolygon());
-  EXPECT_EQ(assigned.FileCompressionMode(), Item::CompressBytes);
-  EXPECT_EQ(Raw(assigned), Raw(polygon));
-  EXPECT_EQ(assigned.Size(), 0u);
+  EXPECT_ALL(Infos(assigned) == Infos(Item()), assigned.DtIsPolygon(),
+             assigned.FileCompressionMode() == Item::CompressBytes, Raw(assigned) == Raw(polygon),
+             assigned.Size() == 0u);
 }
 
 }  // namespace

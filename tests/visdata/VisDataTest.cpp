@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "support/ExpectAll.h"
 #include "umlauf/pairs/SigPairs.h"
 #include "umlauf/signal/SigCurveExt.h"
 #include "umlauf/visdata/VisDataConversion.h"
@@ -39,7 +40,7 @@ TEST(VisDataVector, HoldsSamples) {
   EXPECT_TRUE(item.Set(samples, 3));
   EXPECT_TRUE(item.Append(item.Data() + 1, 2));  // grows from 3 to 6 floats while it reads from itself
   EXPECT_THAT(Values(item), ElementsAre(4, -2, 9, -2, 9));
-  EXPECT_TRUE(item.Set(item.Data() + 1, 2) && item.Resize(1) && item.Resize(3));
+  EXPECT_ALL(item.Set(item.Data() + 1, 2), item.Resize(1), item.Resize(3));
   EXPECT_THAT(Values(item), ElementsAre(-2, 0, 0));
   item.SetAxis({10.0f, 4.0f});
   EXPECT_EQ(item.X(1), 8.0f);
@@ -73,8 +74,7 @@ TEST(VisDataIntVector, HoldsMultiplesOfTheScale) {
   const float values[] = {1.0f, 0.25f, -1.3f, 1e30f, std::numeric_limits<float>::quiet_NaN()};
   EXPECT_TRUE(item.SetValues(values, 5));
   EXPECT_THAT(Values(item), ElementsAre(-2, -1, 3, INT32_MIN, INT32_MIN));
-  EXPECT_TRUE(item.Resize(3));
-  EXPECT_EQ(item.Value(2), -1.5f);
+  EXPECT_ALL(item.Resize(3), item.Value(2) == -1.5f);
   item.CalcRange(Item::AxisY);
   EXPECT_EQ(item.YRange(), Range(-1.5f, 1.0f));
 }
@@ -83,9 +83,8 @@ TEST(VisDataPolygon, HoldsPoints) {
   CVisDataPolygon item;
   for (int i = 0; i < 40; ++i) ASSERT_TRUE(item.Append(static_cast<float>(i), static_cast<float>(-i % 7)));
   item.CalcRange(Item::AllAxes);
-  EXPECT_EQ(item.YRange(), Range(-6.0f, 0.0f));
-  EXPECT_EQ(item.XRange(), Range(0.0f, 39.0f));
-  EXPECT_TRUE(item.Set(&item.X(38), 2));
+  EXPECT_ALL(item.YRange() == Range(-6.0f, 0.0f), item.XRange() == Range(0.0f, 39.0f),
+             item.Set(&item.X(38), 2));
   EXPECT_THAT(Points(item), ElementsAre(38.0f, -3.0f, 39.0f, -4.0f));
   EXPECT_FALSE(item.SetSize(~0ull / 2 + 2) || !item.Empty());  // two floats each: more than can be counted
   item.CalcRange(Item::AllAxes);
@@ -101,8 +100,7 @@ TEST(VisData, EachClassHasItsCode) {
 TEST(VisData3dObject, ArrayHoldsRowsAtPositionsOfTheirOwn) {
   CVisDataArray item;
   const float samples[] = {1, 2, 3};
-  EXPECT_FALSE(item.AppendRow(samples, 0, 0));
-  EXPECT_TRUE(item.AppendRow(samples, 3, 20));
+  EXPECT_ALL(!item.AppendRow(samples, 0, 0), item.AppendRow(samples, 3, 20));
   EXPECT_FALSE(item.AppendRow(samples, 2, 0));  // of another length
   for (int i = 0; i < 30; ++i) ASSERT_TRUE(item.AppendRow(item.Row(0), 3, static_cast<float>(-i)));
   item.At(30, 2) = -8;
@@ -110,16 +108,13 @@ TEST(VisData3dObject, ArrayHoldsRowsAtPositionsOfTheirOwn) {
   EXPECT_EQ(item.Z(31), 0.0f);
   item.SetAxis({0, 30});
   item.CalcRange(Item::AllAxes);
-  EXPECT_EQ(item.YRange(), Range(-8.0f, 3.0f));
-  EXPECT_EQ(item.XRange(), Range(0.0f, 30.0f));
+  EXPECT_ALL(item.YRange() == Range(-8.0f, 3.0f), item.XRange() == Range(0.0f, 30.0f));
   const CVisDataArray copy = item;
   item.FreeRawData();
   EXPECT_TRUE(item.Empty());
   EXPECT_TRUE(item.AppendRow(samples, 2, 5));  // starts anew, with rows of another length
   item.CalcRange(Item::AxisZ);
-  EXPECT_EQ(item.ZRange(), Range(5.0f, 5.0f));
-  EXPECT_EQ(copy.Z(30), -29.0f);
-  EXPECT_FALSE(item.SetSize(kTooMany, 1ull << 62));
+  EXPECT_ALL(item.ZRange() == Range(5.0f, 5.0f), copy.Z(30) == -29.0f, !item.SetSize(kTooMany, 1ull << 62));
   EXPECT_THAT(Rows(item), IsEmpty());
 }
 
@@ -133,7 +128,7 @@ TEST(VisData3dObject, GridHoldsEquidistantRows) {
   item.CalcRange(Item::AxisZ);
   EXPECT_EQ(item.ZRange(), Range(1000.0f, 4000.0f));
   item.Reset();
-  EXPECT_TRUE(item.Columns() == 0 && item.ZAxis() == SVisDataAxis());
+  EXPECT_ALL(item.Columns() == 0, item.ZAxis() == SVisDataAxis());
 }
 
 void SetHeader(CSignal& signal) {
@@ -166,9 +161,8 @@ TEST(VisDataConversion, CurveWithAndWithoutSpan) {
   CSigCurve curve(extended);
   SetHeader(curve);
   CVisDataVector vector;
-  EXPECT_TRUE(VisData::Convert(curve, vector));
-  EXPECT_TRUE(HasThatHeader(vector));
-  EXPECT_TRUE(vector.ScaleFactor() == 2.0f && vector.FileCompressionMode() == Item::CompressBytes);
+  EXPECT_ALL(VisData::Convert(curve, vector), HasThatHeader(vector), vector.ScaleFactor() == 2.0f,
+             vector.FileCompressionMode() == Item::CompressBytes);
   EXPECT_THAT(Values(vector), ElementsAre(-5, 5, 15, 25));
   EXPECT_EQ(vector.YRange(), Range(-5.0f, 25.0f));
   CVisDataIntVector ints;
@@ -180,12 +174,10 @@ TEST(VisDataConversion, CurveWithAndWithoutSpan) {
   EXPECT_THAT(Values(vector), ElementsAre(5, 15));
   EXPECT_EQ(vector.Axis(), (SVisDataAxis{3.0f, 5.0f}));
   CVisDataPolygon polygon;
-  EXPECT_TRUE(VisData::Convert(extended, polygon));
-  EXPECT_TRUE(HasThatHeader(polygon));
+  EXPECT_ALL(VisData::Convert(extended, polygon), HasThatHeader(polygon));
   EXPECT_THAT(Points(polygon), ElementsAre(3.0f, 5.0f, 4.0f, 15.0f));
   extended.Free();  // the span names samples that are no more
-  EXPECT_TRUE(VisData::Convert(extended, vector));
-  EXPECT_TRUE(vector.Empty());
+  EXPECT_ALL(VisData::Convert(extended, vector), vector.Empty());
 }
 
 TEST(VisDataConversion, Pairs) {
@@ -194,8 +186,7 @@ TEST(VisDataConversion, Pairs) {
   pairs.NeuesPaar(3, 1);
   pairs.NeuesPaar(-1, 8);
   CVisDataPolygon polygon;
-  EXPECT_TRUE(VisData::Convert(pairs, polygon));
-  EXPECT_TRUE(HasThatHeader(polygon));
+  EXPECT_ALL(VisData::Convert(pairs, polygon), HasThatHeader(polygon));
   EXPECT_THAT(Points(polygon), ElementsAre(3.0f, 1.0f, -1.0f, 8.0f));
   EXPECT_EQ(polygon.YRange(), Range(1.0f, 8.0f));
 }
@@ -204,8 +195,7 @@ TEST(VisDataConversion, CurvesBecomeRowsOfOneAxis) {
   CSigCurveExt curve = Speed();
   SetHeader(curve);
   CVisDataArray array;
-  EXPECT_TRUE(VisData::AppendRow(array, curve, 0.5f));
-  EXPECT_TRUE(HasThatHeader(array));
+  EXPECT_ALL(VisData::AppendRow(array, curve, 0.5f), HasThatHeader(array));
   curve *= 2.0f;
   EXPECT_TRUE(VisData::AppendRow(array, curve, 1.5f));
   curve.SetXMinMax(2.0f, 7.0f);
