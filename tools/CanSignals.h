@@ -8,7 +8,7 @@
 
 #include "tools/LibraryNotes.h"
 #include "tools/output/OutputFile.h"
-#include "tools/output/Plot.h"
+#include "tools/plot/PlotTrace.h"
 #include "umlauf/can/CanMessageDecoderXml.h"
 
 namespace umlauf::tool {

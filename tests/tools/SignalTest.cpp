@@ -113,7 +113,7 @@ TEST_F(SignalTool, EverySignalTypeIsToldAndDrawn) {
   }
   Good("simulate run.wav --profile 0:600,0.2:600 --amplitude 7");
   Good("plot pairs run.wav -o over.svg");
-  for (const char* label : {">rpm<", ">pairs<", ">run.wav (right)<"}) {
+  for (const char* label : {">speed in rpm<", ">pairs<", ">run.wav (right)<"}) {
     EXPECT_NE(Text("over.svg").find(label), std::string::npos) << label;
   }
   Bad("plot pairs volts run.wav -o new.svg", 1, "two y units");

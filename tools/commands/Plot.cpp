@@ -1,5 +1,4 @@
 #include <algorithm>
-#include <array>
 #include <cmath>
 #include <memory>
 #include <string>
@@ -10,8 +9,12 @@
 #include "tools/Error.h"
 #include "tools/SignalFile.h"
 #include "tools/commands/Commands.h"
+#include "tools/options/TimeRange.h"
+#include "tools/output/AxisLabel.h"
 #include "tools/output/Plot.h"
 #include "tools/output/Progress.h"
+#include "tools/plot/Limits.h"
+#include "tools/plot/SeriesColours.h"
 #include "umlauf/rate/DownsamplingStream.h"
 #include "umlauf/signal/SigCurveExt.h"
 
@@ -21,21 +24,32 @@ namespace {
 struct PlotOptions {
   std::vector<std::string> inputs;
   RecordingOptions recording;  ///< how those of them that are recordings are read
+  TimeRange range;
   std::string output;
+  bool allValues = false;
 };
 
 /// What is drawn of one file.
 struct Source {
   std::string file, name;
-  std::string xUnit, yUnit;  ///< empty = none
-  std::vector<PlotPoint> points;
+  std::string xUnit, yUnit;    ///< empty = none
+  std::string xLabel, yLabel;  ///< quantity and unit
+  PlotSeries series = {};
+  std::uint64_t missing = 0;  ///< values that are no numbers
+  bool recording = false;
 };
 
 std::string UnitText(const CMeasuringUnit& unit) {
   return unit.empty() ? "" : unit.prefixunit(false).ToUtf8();
 }
 
-std::vector<PlotPoint> CurvePoints(const CSigCurve& curve) {
+void TakeTrace(const PlotTrace& trace, Source& source) {
+  source.series.points = trace.Points();
+  source.series.reduced = trace.reduced();
+  source.missing = trace.missing();
+}
+
+void TakeCurve(const CSigCurve& curve, const TimeRange& range, Source& source) {
   std::int64_t first = 0, last = static_cast<std::int64_t>(curve.DLen()) - 1;
   if (const auto* extended = dynamic_cast<const CSigCurveExt*>(&curve)) {
     first = std::max(first, extended->IMin());
@@ -44,118 +58,167 @@ std::vector<PlotPoint> CurvePoints(const CSigCurve& curve) {
   const double step = static_cast<double>(curve.XDelta()), left = static_cast<double>(curve.XMin());
   PlotTrace trace;
   for (std::int64_t i = first; i <= last; ++i) {
-    trace.Add(left + step * static_cast<double>(i), static_cast<double>(curve.FData()[i]));
+    const double x = left + step * static_cast<double>(i);
+    if (range.Contains(x)) trace.Add(x, static_cast<double>(curve.FData()[i]));
   }
-  return trace.Points();
+  TakeTrace(trace, source);
 }
 
 /// In order of x they are reduced to what the picture shows; without order each point counts.
-std::vector<PlotPoint> PairsPoints(CSigPairs& pairs) {
+void TakePairs(CSigPairs& pairs, const TimeRange& range, Source& source) {
   if (pairs.IstInversSortiert() && !pairs.IstSortiert()) pairs.DatenWenden();
   PlotTrace trace;
-  std::vector<PlotPoint> points;
   for (std::size_t i = 0; i < pairs.NPaare(); ++i) {
     const PlotPoint point{static_cast<double>(pairs.Punkt(i)), static_cast<double>(pairs.Wert(i))};
+    if (!range.Contains(point.x)) continue;
     if (pairs.IstSortiert()) {
       trace.Add(point.x, point.y);
-    } else if (std::isfinite(point.x) && std::isfinite(point.y)) {
-      points.push_back(point);
+    } else if (std::isfinite(point.x)) {
+      source.series.points.push_back(point);
+      if (!std::isfinite(point.y)) ++source.missing;
+    } else {
+      ++source.missing;
     }
   }
-  return pairs.IstSortiert() ? trace.Points() : points;
+  if (pairs.IstSortiert()) TakeTrace(trace, source);
 }
 
 /// Smallest and greatest sample of each column of the picture.
-std::vector<PlotPoint> RecordingPoints(CBlockSource& source) {
+void TakeRecording(CBlockSource& recording, const TimeRange& range, Source& source) {
   constexpr double columns = 1600;
   constexpr std::size_t blockSize = 65536;
-  const double ratio = std::max(1.0, static_cast<double>(source.Frames().value_or(0)) / columns);
+  const std::uint64_t frames = recording.Frames().value_or(0);
+  const auto [first, end] = range.Frames(recording.StartTime(), recording.SampleRate(), frames);
+  const double start = recording.StartTime() + static_cast<double>(first) / recording.SampleRate();
+  const double ratio = std::max(1.0, static_cast<double>(end - first) / columns);
   CDownsamplingStream stream(ratio, CDownsamplingStream::Reduction::MinMax);
   if (!stream.IsValid()) Fail("there is no memory to draw a recording");
   std::vector<float> buffer, out(std::max(stream.MaxOutput(blockSize), stream.MaxFlush()));
-  std::vector<PlotPoint> points;
+  std::vector<PlotPoint>& points = source.series.points;
+  std::uint64_t taken = 0;
   const auto take = [&](std::uint64_t n) {
-    for (std::uint64_t i = 0; i < n; ++i) {
-      const auto column = static_cast<double>(points.size() / 2);
-      const double time = source.StartTime() + (column * ratio + (ratio - 1) / 2) / source.SampleRate();
-      points.push_back({time, static_cast<double>(out[i])});
+    for (std::uint64_t i = 0; i < n; ++i, ++taken) {
+      const double time =
+          start + (static_cast<double>(taken / 2) * ratio + (ratio - 1) / 2) / recording.SampleRate();
+      const auto value = static_cast<double>(out[i]);
+      // A column of one sample has it twice.
+      if (taken % 2 == 0 || points.back().y != value) points.push_back({time, value});
     }
   };
-  Progress progress("reading", source.Frames().value_or(0));
-  for (SampleBlock block = Read(source, blockSize); block.count > 0; block = Read(source, blockSize)) {
-    take(stream.Process(out.data(), Contiguous(block, 1, buffer), block.count));
+  Progress progress("reading", frames);
+  std::uint64_t at = 0;
+  for (SampleBlock block = Read(recording, blockSize); block.count > 0 && at < end;
+       block = Read(recording, blockSize)) {
+    const std::uint64_t skipped = std::min<std::uint64_t>(block.count, first > at ? first - at : 0);
+    const std::uint64_t until = std::min<std::uint64_t>(block.count, end - at);
+    if (skipped < until) {
+      const float* samples = Contiguous(block, 1, buffer);
+      take(stream.Process(out.data(), samples + skipped, static_cast<std::size_t>(until - skipped)));
+    }
+    at += block.count;
     progress.Advance(block.count);
   }
   take(stream.Flush(out.data()));
-  std::erase_if(points, [](const PlotPoint& point) { return !std::isfinite(point.y); });
-  return points;
+  source.series.reduced = ratio > 1;
 }
 
 Source ReadRecording(const PlotOptions& options, const std::string& path) {
   RecordingOptions recording = options.recording;
   recording.path = path;
-  const std::unique_ptr<CRecordingSource> source = OpenRecording(recording);
-  const std::string file = recording.path.filename().string();
-  return {file, fmt::format("{}, {}", file, source->ChannelName(0).ToUtf8()), "s", "",
-          RecordingPoints(*source)};
-}
-
-Source ReadSignal(const std::string& path) {
-  const std::unique_ptr<CSignal> signal = ReadSignalFile(path);
-  const std::string file = std::filesystem::path(path).filename().string();
-  Source source{
-      file, CString(signal->Name()).ToUtf8(), UnitText(signal->XUnit()), UnitText(signal->YUnit()), {}};
-  if (const auto* curve = dynamic_cast<const CSigCurve*>(signal.get())) source.points = CurvePoints(*curve);
-  if (auto* pairs = dynamic_cast<CSigPairs*>(signal.get())) source.points = PairsPoints(*pairs);
-  if (source.name.empty()) source.name = file;
+  const std::unique_ptr<CRecordingSource> samples = OpenRecording(recording);
+  Source source;
+  source.file = recording.path.filename().string();
+  source.name = fmt::format("{}, {}", source.file, samples->ChannelName(0).ToUtf8());
+  source.xUnit = "s";
+  source.xLabel = "time in s";
+  source.yLabel = "sample value";
+  source.recording = true;
+  TakeRecording(*samples, options.range, source);
   return source;
 }
 
-std::string AxisLabel(const char* quantity, const std::string& unit) {
-  return unit.empty() ? quantity : unit;
+Source ReadSignal(const PlotOptions& options, const std::string& path) {
+  const std::unique_ptr<CSignal> signal = ReadSignalFile(path);
+  Source source;
+  source.file = std::filesystem::path(path).filename().string();
+  source.name = CString(signal->Name()).ToUtf8();
+  if (source.name.empty()) source.name = source.file;
+  source.xUnit = UnitText(signal->XUnit());
+  source.yUnit = UnitText(signal->YUnit());
+  source.xLabel = AxisLabel(signal->XUnit(), "x");
+  source.yLabel = AxisLabel(signal->YUnit(), "value");
+  if (const auto* curve = dynamic_cast<const CSigCurve*>(signal.get()))
+    TakeCurve(*curve, options.range, source);
+  if (auto* pairs = dynamic_cast<CSigPairs*>(signal.get())) TakePairs(*pairs, options.range, source);
+  return source;
 }
 
-/// All of them over each other; a second y unit gets the axis on the right.
-Plot Overlay(std::vector<Source> sources) {
-  constexpr std::array colours = {"#1f5fa8", "#d9480f", "#2b8a3e", "#862e9c", "#0b7285", "#5c3c10"};
-  const std::string xUnit = sources.front().xUnit, leftUnit = sources.front().yUnit;
-  std::string rightUnit;
-  Plot plot{"", AxisLabel("x", xUnit), {{AxisLabel("y", leftUnit), {}}}};
+/// A second y unit gets the axis on the right.
+void CheckUnits(const std::vector<Source>& sources) {
+  const Source& first = sources.front();
+  const Source* right = nullptr;
+  for (const Source& each : sources) {
+    if (each.xUnit != first.xUnit) {
+      Fail("the x axes tell {} and {}; draw signals of one x unit", first.xLabel, each.xLabel);
+    }
+    if (each.yUnit == first.yUnit) continue;
+    if (right != nullptr && right->yUnit != each.yUnit) {
+      Fail("the y axes tell {}, {} and {}; draw signals of two y units at most", first.yLabel, right->yLabel,
+           each.yLabel);
+    }
+    right = &each;
+  }
+}
+
+std::string MissingText(const std::vector<Source>& sources) {
+  std::string text;
+  for (const Source& each : sources) {
+    if (each.missing == 0) continue;
+    text += fmt::format("{}{}{} not a number", text.empty() ? "" : "; ",
+                        sources.size() > 1 ? each.file + ": " : "",
+                        each.missing == 1 ? "1 value is" : fmt::format("{} values are", each.missing));
+  }
+  return text;
+}
+
+/// All of them over each other.
+Plot Overlay(std::vector<Source> sources, bool allValues) {
+  CheckUnits(sources);
+  const std::string leftUnit = sources.front().yUnit;
+  Plot plot{"", sources.front().xLabel, {{sources.front().yLabel, {}}}};
   PlotPanel& panel = plot.panels.front();
+  panel.robust = !allValues;
+  plot.caption = MissingText(sources);
   const bool several = sources.size() > 1;
   for (std::size_t i = 0; i < sources.size(); ++i) {
     Source& each = sources[i];
-    if (each.xUnit != xUnit) {
-      Fail("the x axes are in {} and {}; draw signals of one x unit", AxisLabel("x", xUnit),
-           AxisLabel("x", each.xUnit));
-    }
-    const bool right = each.yUnit != leftUnit;
-    if (right && !panel.rightLabel.empty() && each.yUnit != rightUnit) {
-      Fail("the y axes are in {}, {} and {}; draw signals of two y units at most", AxisLabel("y", leftUnit),
-           AxisLabel("y", rightUnit), AxisLabel("y", each.yUnit));
-    }
-    if (right) {
-      rightUnit = each.yUnit;
-      panel.rightLabel = AxisLabel("y", rightUnit);
-    }
+    // The peaks of a recording are what it was made for; those of a result are more often mistakes.
+    each.series.whole = each.recording;
+    each.series.rightAxis = each.yUnit != leftUnit;
+    if (each.series.rightAxis) panel.rightLabel = each.yLabel;
     // Signals that were made of each other have one name; their files do not.
-    const std::string key = right ? each.file + " (right)" : each.file;
-    panel.series.push_back({several ? key : "", PlotSeries::Look::line, colours[i % colours.size()],
-                            std::move(each.points), right});
+    if (several) each.series.title = each.series.rightAxis ? each.file + " (right)" : each.file;
+    DistinctLook(each.series, i);
+    panel.series.push_back(std::move(each.series));
   }
+  DenserBelow(panel);
   if (!several) plot.title = sources.front().name;
   return plot;
 }
 
 void RunPlot(const PlotOptions& options) {
   CheckPlotName("-o", options.output);
+  CheckTimeRange(options.range);
   std::vector<Source> sources;
   for (const std::string& input : options.inputs) {
     CheckOutputPath("-o", options.output, input);
-    sources.push_back(IsSignalFile(input) ? ReadSignal(input) : ReadRecording(options, input));
-    if (sources.back().points.empty()) Fail("cannot draw {}: it holds no samples", input);
+    sources.push_back(IsSignalFile(input) ? ReadSignal(options, input) : ReadRecording(options, input));
+    if (FullRange(sources.back().series.points).empty()) {
+      Fail("cannot draw {}: it holds no samples{}", input,
+           options.range.given() ? " from --from to --to" : "");
+    }
   }
-  const Plot plot = Overlay(std::move(sources));
+  const Plot plot = Overlay(std::move(sources), options.allValues);
   OutputFile out(options.output);
   DrawPlot(plot, out);
   out.Commit();
@@ -170,6 +233,8 @@ void AddPlotCommand(CLI::App& app) {
   command->add_option("files", options->inputs, "signal files and recordings")->required();
   DeclareRecordingFormat(*command, options->recording);
   command->add_option("-o,--output", options->output, "picture")->required()->type_name("FILE.svg|.png");
+  DeclareTimeRange(*command, options->range, "X");
+  command->add_flag("--all-values", options->allValues, "also values that stand alone set the scale");
   command->callback([options] { RunPlot(*options); });
 }
 

@@ -58,58 +58,6 @@ CSpeedComparison ReadTruth(const std::filesystem::path& path) {
 
 }  // namespace
 
-/// The traces of the picture, gathered while the pulses come.
-class SpeedOutputs::Picture {
- public:
-  void Take(const CPulseTrain& pulses) {
-    for (std::size_t i = 0; i < pulses.size(); ++i) {
-      const CPulseTrain::Pulse pulse = pulses[i];
-      if (!pulse.HasSpeed()) continue;
-      const double time = pulses.Time(pulse.Middle());
-      const double rpm = pulse.Rpm(pulses.SampleRate());
-      speed_.Add(time, rpm);
-      if (pulse.Is(CPulseTrain::gapCorrected)) gaps_.Add(time, rpm);
-      if (pulse.Is(CPulseTrain::held)) held_.Add(time, rpm);
-    }
-  }
-  void Take(const CRevolutions& revolutions) {
-    for (const auto& each : revolutions.Found()) revolutions_.Add(each.Middle(), each.rpm);
-  }
-  void Take(const CSpeedComparison& truth) {
-    for (const auto& each : truth.Found()) deviations_.Add(each.time, each.percent);
-  }
-
-  Plot Finish(const std::string& title, const SpeedOutputs& outputs) const {
-    using Look = PlotSeries::Look;
-    PlotPanel speed{"speed in rpm", {}};
-    if (outputs.truth_) {
-      std::vector<PlotPoint> known;
-      for (const auto& each : outputs.truth_->Known()) known.push_back({each.time, each.rpm});
-      speed.series.push_back({"truth", Look::broadLine, "#f6c49a", std::move(known)});
-    }
-    const std::vector<PlotPoint> pulses = speed_.Points();
-    speed.series.push_back({"each pulse", Look::line, "#6f9fd0", pulses});
-    if (!gaps_.empty()) speed.series.push_back({"gap corrected", Look::points, "#d9480f", gaps_.Points()});
-    if (!held_.empty())
-      speed.series.push_back({"held by the spike filter", Look::points, "#c51b7d", held_.Points()});
-    // Where each pulse is a revolution, this line would only cover the pulses.
-    const std::uint64_t turns = outputs.revolutions_.Speed().count;
-    if (turns > 1 && turns * 2 < pulses.size()) {
-      std::vector<PlotPoint> points = revolutions_.Points();
-      for (PlotPoint& each : points) each.x = outputs.startTime_ + each.x / outputs.sampleRate_;
-      speed.series.push_back({"each revolution", Look::boldLine, "#08306b", std::move(points)});
-    }
-    Plot plot{title, "time in s", {std::move(speed)}};
-    if (outputs.truth_) {
-      plot.panels.push_back({"deviation in %", {{"", Look::line, "#6f9fd0", deviations_.Points()}}});
-    }
-    return plot;
-  }
-
- private:
-  PlotTrace speed_, gaps_{400}, held_{400}, revolutions_, deviations_;
-};
-
 SpeedOutputs::SpeedOutputs(const SpeedResultOptions& options, double edgesPerRev, double sampleRate,
                            double startTime, std::uint64_t frames)
     : options_(options),
@@ -127,13 +75,11 @@ SpeedOutputs::SpeedOutputs(const SpeedResultOptions& options, double edgesPerRev
         std::pair(&pairsFile_, &options.pairs), std::pair(&plotFile_, &options.plot)}) {
     if (!name->empty()) file->emplace(*name);
   }
-  if (plotFile_) picture_ = std::make_unique<Picture>();
+  if (plotFile_) picture_.emplace(sampleRate, startTime);
   if (!options.truth.empty()) truth_ = ReadTruth(options.truth);
   if (!options.gap.empty()) gap_.emplace(options.gapLength(), edgesPerRev);
   if (csv_) csv_->Print("time_s,rpm,revolution_time_s,samples,flags\n");
 }
-
-SpeedOutputs::~SpeedOutputs() = default;
 
 void SpeedOutputs::Take(const CPulseTrain& pulses) {
   if (!gap_) {
@@ -183,7 +129,7 @@ void SpeedOutputs::Publish(SpeedReport report) {
   const CString signalName = CString::FromUtf8(name_);
   if (curveFile_) WriteSignal(curve_.Finish(signalName).get(), *curveFile_);
   if (pairsFile_) WriteSignal(pairs_.Finish(signalName).get(), *pairsFile_);
-  if (picture_) DrawPlot(picture_->Finish("Speed from " + name_, *this), *plotFile_);
+  if (picture_) DrawPlot(picture_->Finish("Speed from " + name_, report.truth), *plotFile_);
   for (std::optional<OutputFile>* each : {&csv_, &curveFile_, &pairsFile_, &plotFile_}) {
     if (*each) (*each)->Commit();
   }

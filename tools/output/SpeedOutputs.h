@@ -1,11 +1,11 @@
 #pragma once
 
-#include <memory>
 #include <optional>
 #include <string>
 
 #include "tools/options/SpeedResultOptions.h"
 #include "tools/output/OutputFile.h"
+#include "tools/output/SpeedPicture.h"
 #include "tools/output/SpeedReport.h"
 #include "umlauf/rotation/PulseTrain.h"
 #include "umlauf/rotation/SpeedSignals.h"
@@ -20,7 +20,6 @@ class SpeedOutputs {
   /// a revolution.
   SpeedOutputs(const SpeedResultOptions& options, double edgesPerRev, double sampleRate, double startTime,
                std::uint64_t frames);
-  ~SpeedOutputs();
   SpeedOutputs(const SpeedOutputs&) = delete;
   SpeedOutputs& operator=(const SpeedOutputs&) = delete;
 
@@ -36,8 +35,6 @@ class SpeedOutputs {
   void Publish(SpeedReport report);
 
  private:
-  class Picture;
-
   void TakeCorrected(const CPulseTrain& pulses);
 
   const SpeedResultOptions& options_;
@@ -48,7 +45,7 @@ class SpeedOutputs {
   CRevolutions revolutions_;
   CSpeedCurveBuilder curve_;
   CSpeedPairsBuilder pairs_;
-  std::unique_ptr<Picture> picture_;
+  std::optional<SpeedPicture> picture_;
   std::optional<CSpeedComparison> truth_;
   std::optional<CGapCorrection> gap_;
   CPulseTrain corrected_;
