@@ -41,8 +41,7 @@ void CSpeedCurveBuilder::Take(const CPulseTrain& pulses) {
 }
 
 void CSpeedCurveBuilder::Close(double stepEnd) {
-  good_ =
-      rpm_.size() < longest && HadMemory([this] { rpm_.push_back(static_cast<float>(60 * turns_ / step_)); });
+  good_ = HadMemory([this] { rpm_.push_back(static_cast<float>(60 * turns_ / step_)); });
   turns_ = 0;
   cursor_ = stepEnd;
 }
