@@ -269,19 +269,22 @@ TEST_F(SettingsDatabase, ProcessesThatWriteAtOnceLoseNothing) {
 TEST_F(SettingsDatabase, WritersThatWaitComeInTurn) {
   const CString path = Text(Path("fair.db"));
   std::atomic<bool> stop = false;
+  std::atomic<int> failed = 0;
   std::vector<int> writes(3);
   std::vector<std::thread> threads;
   for (int& count : writes) {
     threads.emplace_back([&] {
       CResourceSea sea(path);
-      while (!stop && sea.LookupSetInt(L"a", 0, count)) ++count;
+      while (!stop) sea.LookupSetInt(L"a", 0, count) ? ++count : ++failed;
     });
   }
   std::this_thread::sleep_for(std::chrono::seconds(2));
   stop = true;
   for (std::thread& thread : threads) thread.join();
   const auto [least, most] = std::minmax_element(writes.begin(), writes.end());
-  EXPECT_GT(4 * *least, *most) << *least << " of " << *most;
+  EXPECT_EQ(failed, 0);
+  // Who starves gets next to nothing; a busy machine shares out less evenly than an idle one.
+  EXPECT_GT(20 * *least, *most) << *least << " of " << *most;
 }
 
 TEST_F(SettingsDatabase, ThreadsShareOneObject) {

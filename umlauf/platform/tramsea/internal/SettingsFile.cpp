@@ -170,7 +170,7 @@ bool SettingsFile::CheckIdentity() {
 }
 
 bool SettingsFile::FindTable() {
-  if (readValues_) return true;
+  if (remove_) return true;  // the last one that is prepared
   std::string identity;
   if (!Query("PRAGMA application_id", identity)) return Failed(L"cannot read");
   return identity != kIdentity || Prepare();
