@@ -59,8 +59,10 @@ TEST_F(StreamTool, CanMessagesAreFoundAcrossBlocksAndAtTheEnd) {
   for (const std::uint32_t word : words) other.insert(other.end(), {0x12345678, word});
   WriteRaw("two.u32", other);
   EXPECT_EQ(Good("can two.u32 --channels 2 --channel 2" + raw + "--csv -"), found);
-  EXPECT_EQ(Number(Good("can two.u32 --channels 2 --channel 2 --json" + raw), "messages"),
-            static_cast<double>(std::count(found.begin(), found.end(), '\n') - 1));
+  const std::string json = Good("can two.u32 --channels 2 --channel 2 --json" + raw);
+  EXPECT_EQ(Number(json, "messages"), static_cast<double>(std::count(found.begin(), found.end(), '\n') - 1));
+  EXPECT_EQ(Number(json, "channel"), 2);
+  EXPECT_EQ(Number(json, "channels"), 2);
 }
 
 TEST_F(StreamTool, CanSignalsAreDecoded) {

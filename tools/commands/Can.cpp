@@ -80,6 +80,7 @@ void Add(Identifiers& identifiers, double time, const CanMessageBlock_s& message
 
 struct CanReport {
   std::string recording, channel;
+  unsigned channelNumber = 0, channels = 0;
   double sampleRate = 0, duration = 0;
   const Identifiers* identifiers = nullptr;
   const CanSignals* signals = nullptr;  ///< null without a description
@@ -95,7 +96,8 @@ struct CanReport {
 void PrintJson(const CanReport& report) {
   nlohmann::ordered_json json;
   json["recording"] = report.recording;
-  json["channel"] = report.channel;
+  json["channel"] = report.channelNumber;
+  json["channels"] = report.channels;
   json["sample_rate_hz"] = report.sampleRate;
   json["duration_s"] = report.duration;
   json["messages"] = report.messages();
@@ -225,6 +227,8 @@ void RunCan(const CanOptions& options) {
   }
   const CanReport report{path,
                          source.channelName(),
+                         source.channel() + 1,
+                         source.channels(),
                          rate,
                          static_cast<double>(source.frames()) / rate,
                          &identifiers,

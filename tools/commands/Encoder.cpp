@@ -81,6 +81,8 @@ void RunEncoder(const EncoderOptions& options) {
   }
   SpeedReport report;
   report.channel = source.channelName();
+  report.channelNumber = source.channel() + 1;
+  report.channels = source.channels();
   report.duration = static_cast<double>(samples) / rate;
   report.encoder = SpeedReport::Encoder{options.mode,
                                         format.counts()   ? "whole"

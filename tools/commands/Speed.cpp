@@ -80,6 +80,8 @@ void RunSpeed(const SpeedOptions& options) {
   }
   SpeedReport report;
   report.channel = file->ChannelName(0).ToUtf8();
+  report.channelNumber = file->ChannelNumber(0);
+  report.channels = file->RecordingChannels();
   report.duration = static_cast<double>(finder.Samples()) / file->SampleRate();
   report.thresholds =
       SpeedReport::Thresholds{detector.ObereSchranke(), detector.UntereSchranke(), levels.automaticUpper,

@@ -32,7 +32,9 @@ std::string SpeedReport::Json() const {
   json["gap_corrected"] = counts->CorrectedGaps();
   json["rpm"] = {{"min", speed.min}, {"mean", speed.Mean(sampleRate)}, {"max", speed.max}};
   json["duration_s"] = duration;
-  json["channel"] = channel;
+  json["channel"] = nullptr;
+  if (channelNumber > 0) json["channel"] = channelNumber;
+  json["channels"] = channels;
   json["sample_rate_hz"] = sampleRate;
   if (thresholds) {
     json["thresholds_automatic"] = {{"upper", thresholds->automaticUpper},

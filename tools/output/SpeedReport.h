@@ -26,9 +26,12 @@ struct SpeedReport {
     std::uint64_t errorBits = 0;
   };
 
-  std::string recording, channel;
-  double sampleRate = 0;  ///< [samples/s]
-  double duration = 0;    ///< [s]
+  std::string recording;
+  std::string channel;         ///< for people
+  unsigned channelNumber = 0;  ///< from 1, that of the column of a table; 0 = none
+  unsigned channels = 0;       ///< of the recording
+  double sampleRate = 0;       ///< [samples/s]
+  double duration = 0;         ///< [s]
   std::optional<Thresholds> thresholds;
   std::optional<Encoder> encoder;
   const CPulseCounts* counts = nullptr;
