@@ -68,6 +68,7 @@ struct CanReport {
   double sampleRate = 0, duration = 0;
   const Identifiers* identifiers = nullptr;
   const CanSignals* signals = nullptr;  ///< null without a description
+  RecordingWarnings warnings;
 
   std::uint64_t messages() const {
     std::uint64_t sum = 0;
@@ -83,6 +84,10 @@ void PrintJson(const CanReport& report) {
   json["sample_rate_hz"] = report.sampleRate;
   json["duration_s"] = report.duration;
   json["messages"] = report.messages();
+  json["warnings"] = nlohmann::ordered_json::array();
+  for (const RecordingWarning& each : report.warnings) {
+    json["warnings"].push_back({{"code", each.code}, {"text", each.text.ToUtf8()}});
+  }
   json["identifiers"] = nlohmann::ordered_json::array();
   for (const auto& [id, each] : *report.identifiers) {
     json["identifiers"].push_back({{"id", id & ~extendedBit},
@@ -181,7 +186,7 @@ void RunCan(const CanOptions& options) {
   Identifiers identifiers;
   const double rate = source.sampleRate();
   FindCanMessages(source, channel2, [&](std::uint64_t position, const CanMessageBlock_s& message) {
-    const double time = static_cast<double>(position) / rate;
+    const double time = source.startTime() + static_cast<double>(position) / rate;
     Add(identifiers, time, message);
     if (signals) {
       signals->Take(time, message, csv ? &*csv : nullptr);
@@ -196,9 +201,14 @@ void RunCan(const CanOptions& options) {
                               : "no word is a message's header (AA, length, any, 55); check --channel, "
                                 "--channels and --channel2");
   }
-  const CanReport report{path,         source.channelName(),
-                         rate,         static_cast<double>(source.frames()) / rate,
-                         &identifiers, signals ? &*signals : nullptr};
+  const CanReport report{path,
+                         source.channelName(),
+                         rate,
+                         static_cast<double>(source.frames()) / rate,
+                         &identifiers,
+                         signals ? &*signals : nullptr,
+                         source.warnings()};
+  PrintWarnings(source.warnings());
   if (plot) {
     const std::string name = options.recording.path.filename().string();
     DrawPlot(
