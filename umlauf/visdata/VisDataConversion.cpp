@@ -1,5 +1,6 @@
 #include "umlauf/visdata/VisDataConversion.h"
 
+#include <algorithm>
 #include <cmath>
 
 #include "umlauf/signal/CurveSpan.h"
@@ -43,6 +44,33 @@ bool AppendSpan(CVisData3dObject& to, const CSigCurve& from, Append append) {
   return true;
 }
 
+/// Points as a curve whose last sample lies at the last x.
+bool AsCurve(const CSigPairs& from, std::uint64_t n, CSigCurve& curve) {
+  float lo = 0.0f, hi = 0.0f;
+  const bool sorted = from.IstSortiert() || from.IstInversSortiert();
+  if (n == 0 || !sorted || !from.XBereich(lo, hi) || !curve.Resize(n)) return false;
+  const double step = n > 1 ? (double{hi} - double{lo}) / static_cast<double>(n - 1) : 1.0;
+  for (std::uint64_t i = 0; i < n; ++i) {
+    curve.FData()[i] = from.WertBei(static_cast<float>(double{lo} + step * static_cast<double>(i)));
+  }
+  curve.SetXMinMax(lo, static_cast<float>(double{lo} + step * static_cast<double>(n)));
+  return true;
+}
+
+/// The curves with one axis, as they are or copied.
+const CSigCurveArray* OnOneAxis(const CSigCurveArray& from, CSigCurveArray& copy) {
+  if (from.HasCommonAxis()) return &from;
+  copy = from;
+  return copy.Count() == from.Count() && copy.MakeCommonAxis() ? &copy : nullptr;
+}
+
+/// Copies the valid samples of a curve into a row and clears the others.
+void FillRow(const CSigCurve& curve, float* row, std::uint64_t columns) {
+  const CurveSpan span = SpanOf(curve);
+  std::fill_n(row, columns, 0.0f);
+  if (span.length != 0) std::copy_n(span.samples, span.length, row + span.first);
+}
+
 }  // namespace
 
 bool Convert(const CSigCurve& from, CVisDataVector& to) {
@@ -81,6 +109,73 @@ bool Convert(const CSigPairs& from, CVisDataPolygon& to) {
   TakeHeader(from, to);
   const std::uint64_t n = from.NPaare();
   const bool done = to.Set(n != 0 ? &from.Punkte()->x : nullptr, n);
+  to.CalcRange(CVisDataItem::AllAxes);
+  return done;
+}
+
+bool Convert(const CSigPairsTm& from, CVisDataPolygon& to) {
+  const bool done = Convert(static_cast<const CSigPairs&>(from), to);
+  const double length = static_cast<double>((from.EndZeit() - from.StartZeit()).GetTotalSeconds());
+  for (std::uint64_t i = 0; i < to.Size(); ++i) {
+    to.X(i) = static_cast<float>(double{to.X(i)} / from.Skalierung() * length);
+  }
+  to.XUnit() = CMeasuringUnit(CMeasuringUnit::second);
+  to.CalcRange(CVisDataItem::AllAxes);
+  return done;
+}
+
+bool Convert(const CSigPairs& from, CVisDataVector& to, std::uint64_t n) {
+  CSigCurve curve;
+  const bool done = AsCurve(from, n, curve) && Convert(curve, to);
+  if (!done) to.SetSize(0);
+  TakeHeader(from, to);
+  return done;
+}
+
+bool Convert(const CSigPairs& from, CVisDataIntVector& to, std::uint64_t n, float step) {
+  CSigCurve curve;
+  const bool done = AsCurve(from, n, curve) && Convert(curve, to, step);
+  if (!done) to.SetSize(0);
+  TakeHeader(from, to);
+  return done;
+}
+
+bool Convert(const CSigCurveArray& from, CVisDataArray& to) {
+  TakeHeader(from, to);
+  to.ZUnit() = from.ArrayUnit();
+  CSigCurveArray copy;
+  const CSigCurveArray* rows = OnOneAxis(from, copy);
+  const std::uint64_t columns = from.IsEmpty() || rows == nullptr ? 0 : (*rows)[0].DLen();
+  const bool done = to.SetSize(from.Count(), columns) && rows != nullptr;
+  for (std::size_t r = 0; r < to.Rows(); ++r) {
+    FillRow((*rows)[r], to.Row(r), columns);
+    to.SetZ(r, (*rows)[r].Date());
+  }
+  if (to.Rows() != 0) to.SetAxis({(*rows)[0].XMin(), (*rows)[0].XMax()});
+  to.CalcRange(CVisDataItem::AllAxes);
+  return done;
+}
+
+bool Convert(const CSigCurveArray& from, CVisDataGrid& to, std::uint64_t rows) {
+  TakeHeader(from, to);
+  to.ZUnit() = from.ArrayUnit();
+  CSigCurveArray copy;
+  const CSigCurveArray* curves = OnOneAxis(from, copy);
+  const std::uint64_t columns = from.IsEmpty() || curves == nullptr ? 0 : (*curves)[0].DLen();
+  bool done = to.SetSize(columns == 0 ? 0 : rows, columns) && curves != nullptr;
+  float lo = 0.0f, hi = 0.0f;
+  from.GetArrayRange(lo, hi);
+  const double step = rows > 1 ? (double{hi} - double{lo}) / static_cast<double>(rows - 1) : 1.0;
+  CSigCurveExt section;
+  for (std::uint64_t r = 0; r < to.Rows() && done; ++r) {
+    done = curves->SectionAt(static_cast<float>(double{lo} + step * static_cast<double>(r)), section);
+    if (done) FillRow(section, to.Row(r), columns);
+  }
+  if (!done) to.SetSize(0, 0);
+  if (to.Rows() != 0) {
+    to.SetAxis({(*curves)[0].XMin(), (*curves)[0].XMax()});
+    to.SetZAxis({lo, static_cast<float>(double{lo} + step * static_cast<double>(rows))});
+  }
   to.CalcRange(CVisDataItem::AllAxes);
   return done;
 }

@@ -2,7 +2,9 @@
 
 #include "umlauf/Export.h"
 #include "umlauf/pairs/SigPairs.h"
+#include "umlauf/pairs/SigPairsTm.h"
 #include "umlauf/signal/SigCurve.h"
+#include "umlauf/signal/SigCurveArray.h"
 #include "umlauf/visdata/VisData3dObject.h"
 #include "umlauf/visdata/VisDataPolygon.h"
 #include "umlauf/visdata/VisDataVector.h"
@@ -26,6 +28,18 @@ UMLAUF_API bool Convert(const CSigCurve& from, CVisDataIntVector& to, float step
 UMLAUF_API bool Convert(const CSigCurve& from, CVisDataPolygon& to);
 /// The points.
 UMLAUF_API bool Convert(const CSigPairs& from, CVisDataPolygon& to);
+/// The points, x in seconds since the start of the time range.
+UMLAUF_API bool Convert(const CSigPairsTm& from, CVisDataPolygon& to);
+/// n equidistant samples from the first to the last x of sorted points, on the straight lines between them.
+/// False, and no samples, also for points that are not sorted.
+UMLAUF_API bool Convert(const CSigPairs& from, CVisDataVector& to, std::uint64_t n);
+/// The same rounded to multiples of `step`, as for curves.
+UMLAUF_API bool Convert(const CSigPairs& from, CVisDataIntVector& to, std::uint64_t n, float step);
+/// The curves as rows at their positions, on the common x axis of the array where theirs differ; z unit and
+/// range are those of the array axis. Values outside a curve's valid span are 0.
+UMLAUF_API bool Convert(const CSigCurveArray& from, CVisDataArray& to);
+/// `rows` equidistant rows from the first to the last position, interpolated between the curves.
+UMLAUF_API bool Convert(const CSigCurveArray& from, CVisDataGrid& to, std::uint64_t rows);
 
 /// Appends the samples of a curve as a row at a z, for example the time of the curve. The first row of an
 /// empty item gives it names, x and y unit, colour and axis; further rows must have the same length and axis
