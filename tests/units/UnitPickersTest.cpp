@@ -91,7 +91,8 @@ TEST(UnitPicker, OffersTheCommonUnits) {
   picker.SendMessageW(CB_ADDSTRING, 0, L"speed");
   picker.SendMessageW(CB_SETITEMDATA, U::kCommonUnitCount, std::intptr_t{U::rpm});
   EXPECT_TRUE(picker.SetSelection(U(U::rpm)));
-  EXPECT_EQ(picker.SendMessageW(CB_GETCURSEL), std::intptr_t{U::kCommonUnitCount});  // the last item of the unit
+  EXPECT_EQ(picker.SendMessageW(CB_GETCURSEL),
+            std::intptr_t{U::kCommonUnitCount});  // the last item of the unit
 }
 
 TEST(PrefixPicker, OffersThePrefixes) {

@@ -22,12 +22,11 @@ TEST(UnitRegistry, RegistersWhenSwitchedOnAndWarnsWhenAskedUntilItIsFull) {
   LogCapture log;
   U::registerUncommonUnits(true);
   EXPECT_EQ(U(L"kZoll/Tag").unit(), U::kCommonUnitCount);
-  EXPECT_THAT(
-      log.Take(),
-      ElementsAre("CMeasuringUnit::UnitStrings: Uncommon measuring unit ‘Zoll/Tag’ registered as #" +
-                  std::to_string(U::kCommonUnitCount) +
-                  ". This may cause compatibility issues. Please check for a newer version of the "
-                  "Presentation app.\n"));
+  EXPECT_THAT(log.Take(),
+              ElementsAre("CMeasuringUnit::UnitStrings: Uncommon measuring unit ‘Zoll/Tag’ registered as #" +
+                          std::to_string(U::kCommonUnitCount) +
+                          ". This may cause compatibility issues. Please check for a newer version of the "
+                          "Presentation app.\n"));
   U::warnOnRegistration(false);
   // Threads agree on the indices, and all names get different ones.
   std::array<std::array<unsigned, 50>, 4> indices;

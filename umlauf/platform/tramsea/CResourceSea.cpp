@@ -39,12 +39,14 @@ class CResourceSea::File {
 
   void Enter() {
     mutex.lock();
-    if (depth_++ == 0) failed_ = !sqlite || !sqlite->Begin();
+    if (depth_++ == 0) failed_ = !sqlite || !umlauf::WithMemory(false, [this] { return sqlite->Begin(); });
   }
   bool Leave(bool commit) {
     if (!commit) failed_ = true;
     bool done = !failed_;
-    if (--depth_ == 0 && sqlite) done = sqlite->End(done) && done;
+    if (--depth_ == 0 && sqlite) {
+      done = umlauf::WithMemory(false, [&] { return sqlite->End(done); }) && done;
+    }
     mutex.unlock();
     return done;
   }
