@@ -11,6 +11,7 @@
 #include <QTimer>
 #include <memory>
 #include <thread>
+#include <vector>
 
 #include "support/ComboBoxConversation.h"
 #include "umlauf/units/UnitPickers.h"
@@ -56,6 +57,17 @@ TEST_F(Qt6, ControlAnswersAsTheWindowlessOne) {
   QComboBox widget;
   CQtComboBoxControl over(&widget);
   ExpectStandardAnswers(over);
+}
+
+TEST_F(Qt6, RemovingTheChosenItemAnnouncesNoNeighbour) {
+  QComboBox widget;
+  CQtComboBoxControl control(&widget);
+  widget.addItems({"a", "b", "c"});
+  widget.setCurrentIndex(1);
+  std::vector<int> announced;
+  QObject::connect(&widget, &QComboBox::currentIndexChanged, [&](int index) { announced.push_back(index); });
+  EXPECT_EQ(control.SendMessageW(CB_DELETESTRING, 1, 0), 2);
+  EXPECT_EQ(announced, std::vector<int>{-1});
 }
 
 TEST_F(Qt6, WhatIsChosenInTheWidgetIsWhatThePickersRetrieve) {

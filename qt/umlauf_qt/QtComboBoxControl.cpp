@@ -44,7 +44,11 @@ bool CQtComboBoxControl::Insert(std::size_t index, const std::wstring& text) {
   return true;
 }
 
-void CQtComboBoxControl::Remove(std::size_t index) { widget_->removeItem(static_cast<int>(index)); }
+void CQtComboBoxControl::Remove(std::size_t index) {
+  // The widget would go from an item that is removed to its neighbour, and announce that as a choice.
+  if (widget_->currentIndex() == static_cast<int>(index)) widget_->setCurrentIndex(-1);
+  widget_->removeItem(static_cast<int>(index));
+}
 
 void CQtComboBoxControl::Clear() {
   if (widget_ != nullptr) widget_->clear();

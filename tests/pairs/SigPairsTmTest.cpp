@@ -43,6 +43,20 @@ TEST(SigPairsTm, TimesAndPositions) {
   EXPECT_ALL(s.Skalierung() == 1.0, s.PunktgleichheitToleranz() == 0.25f);
 }
 
+TEST(SigPairsTm, RangesOfAPowerOfTwoKeepWholeSeconds) {
+  CSigPairsTm s;
+  EXPECT_FALSE(s.NeustartSekundengenau(kStart, kStart - 1));
+  EXPECT_FALSE(s.NeustartSekundengenau(kStart, kStart + (1 << 24) + 1));
+  for (const std::int64_t length : {std::int64_t{0}, std::int64_t{1}, 40 * kDay, std::int64_t{1} << 24}) {
+    ASSERT_TRUE(s.NeustartSekundengenau(kStart, kStart + length));
+    EXPECT_GE(s.EndZeit(), CTime(kStart + length));
+    for (std::int64_t i = 0; i <= 1000; ++i) {
+      const CTime t(kStart + length * i / 1000);
+      ASSERT_EQ(s.Float2Time(s.Time2Float(t)), t) << length;
+    }
+  }
+}
+
 TEST(SigPairsTm, RangeOfZeroLength) {
   CSigPairsTm s;
   s.Neustart(10, 10, 1);

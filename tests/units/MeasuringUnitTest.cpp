@@ -113,7 +113,8 @@ TEST(MeasuringUnit, ScaleAndMatch) {
     EXPECT_EQ(c.from.matches(c.to), c.matches) << c.from.prefixstring().ToUtf8();
   }
   EXPECT_TRUE(std::isnan(U(commonUnits(40)).scale_to(U(commonUnits(41)))));
-  EXPECT_ALL(U::inverse(31) == 0, U::standard(31) == 0, U::inv_fac(31) == 0, U::std_fac(31) == 0);
+  EXPECT_ALL(U::inverse(U::kCommonUnitCount) == 0, U::standard(U::kCommonUnitCount) == 0,
+             U::inv_fac(U::kCommonUnitCount) == 0, U::std_fac(U::kCommonUnitCount) == 0);
 }
 
 TEST(MeasuringUnit, PowersAndRoots) {

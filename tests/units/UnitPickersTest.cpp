@@ -83,15 +83,16 @@ TEST(ComboBox, ControlOfTheApplicationServesAndNotifies) {
 TEST(UnitPicker, OffersTheCommonUnits) {
   std::map<int, CString> names;
   for (const SCommonUnit& row : kCommonUnits) names.emplace(row.unit, row.name);
-  ExpectPicks<CMeasuringUnitComboBox>(names, U(U::volt), U(commonUnits(31)));
+  ExpectPicks<CMeasuringUnitComboBox>(names, U(U::volt), U(commonUnits(U::kCommonUnitCount)));
 
   CMeasuringUnitComboBox picker;
   picker.Prepare(U(U::rpm, -3, 2, 0.5f, U::flag_db));
   EXPECT_EQ(picker.Retrieve(), U(U::rpm));  // of the choice only the unit itself is shown
   picker.SendMessageW(CB_ADDSTRING, 0, L"speed");
-  picker.SendMessageW(CB_SETITEMDATA, 31, std::intptr_t{U::rpm});
+  picker.SendMessageW(CB_SETITEMDATA, U::kCommonUnitCount, std::intptr_t{U::rpm});
   EXPECT_TRUE(picker.SetSelection(U(U::rpm)));
-  EXPECT_EQ(picker.SendMessageW(CB_GETCURSEL), 31);  // the last item of the unit
+  EXPECT_EQ(picker.SendMessageW(CB_GETCURSEL),
+            std::intptr_t{U::kCommonUnitCount});  // the last item of the unit
 }
 
 TEST(PrefixPicker, OffersThePrefixes) {

@@ -21,12 +21,12 @@ using U = CMeasuringUnit;
 TEST(UnitRegistry, RegistersWhenSwitchedOnAndWarnsWhenAskedUntilItIsFull) {
   LogCapture log;
   U::registerUncommonUnits(true);
-  EXPECT_EQ(U(L"kZoll/Tag").unit(), 31u);
-  EXPECT_THAT(
-      log.Take(),
-      ElementsAre("CMeasuringUnit::UnitStrings: Uncommon measuring unit ‘Zoll/Tag’ registered as #31. "
-                  "This may cause compatibility issues. Please check for a newer version of the "
-                  "Presentation app.\n"));
+  EXPECT_EQ(U(L"kZoll/Tag").unit(), U::kCommonUnitCount);
+  EXPECT_THAT(log.Take(),
+              ElementsAre("CMeasuringUnit::UnitStrings: Uncommon measuring unit ‘Zoll/Tag’ registered as #" +
+                          std::to_string(U::kCommonUnitCount) +
+                          ". This may cause compatibility issues. Please check for a newer version of the "
+                          "Presentation app.\n"));
   U::warnOnRegistration(false);
   // Threads agree on the indices, and all names get different ones.
   std::array<std::array<unsigned, 50>, 4> indices;
@@ -46,7 +46,7 @@ TEST(UnitRegistry, RegistersWhenSwitchedOnAndWarnsWhenAskedUntilItIsFull) {
   U::registerUncommonUnits(false);
   U::warnOnRegistration(true);
   EXPECT_ALL(log.Take().back() == UnknownUnit("#69999"), U::UnitString(65535) != L"-",
-             U::UnitString(65536) == L"-", U(L"Zoll/Tag").unit() == 31u);
+             U::UnitString(65536) == L"-", U(L"Zoll/Tag").unit() == U::kCommonUnitCount);
 }
 
 TEST(UnitRegistry, ALogSinkMayUseTheLibrary) {

@@ -190,8 +190,9 @@ class UMLAUF_API CSigPairs : public CSignal {
 
   // Curves
   /// Fills a curve of n samples (of as many as there are points when n <= 0) with the interpolated values;
-  /// first and last sample lie at both ends of the x range. Name and units go along. False, and nothing
-  /// changed, for unsorted data, no points or no memory.
+  /// first and last sample lie at both ends of the x range; a single one lies at its start, and the axis then
+  /// is twice as long as the range. Name and units go along. False, and nothing changed, for unsorted data,
+  /// no points or no memory.
   bool KurveBilden(CSigCurve* curve, int n) const;
   /// Greatest distance in y between a point and the curve's value at its x; that x goes to `x` when given.
   /// With `onlyInRange` only points within the curve's axis count, else its end values hold beyond it. 0,

@@ -27,6 +27,16 @@ void CSigPairsTm::Neustart(CTime start, CTime end, double scale) {
   if (!scaling_.SetzeSkalierung(scale)) scaling_.SetzeSkalierung(1.0);
 }
 
+bool CSigPairsTm::NeustartSekundengenau(CTime start, CTime end) {
+  constexpr std::int64_t longest = std::int64_t{1} << 24;  // as many steps as the significand of a float has
+  const double needed = TimeDifference(end, start);
+  if (!(needed >= 0.0 && needed <= static_cast<double>(longest))) return false;
+  std::int64_t length = 1;
+  while (static_cast<double>(length) < needed) length *= 2;
+  Neustart(start, start + CTimeSpan(length), 1.0);
+  return true;
+}
+
 void CSigPairsTm::ZeitraumAendern(CTime start, CTime end) {
   const double span = TimeDifference(end, start);
   const double inverseSpan = 1.0 / span;

@@ -10,6 +10,12 @@
 /// that of CSigPairs: it holds neither, so whoever stores timed pairs stores the time range and the scale
 /// beside them and sets them again before reading the points (`Neustart`, then `ReadFromFile`).
 ///
+/// x is a float, so whole seconds come back unchanged only where they have one of their own: in a range that
+/// is 2^n seconds long, n up to 24 (194 days), at scale 1 (`NeustartSekundengenau`). In any other range a
+/// time may come back up to a second earlier, more in ranges longer than 2^24 s; and as a new range moves the
+/// points by the times that come back, such losses add up: 1000 points of about 40 days, of which each
+/// widened the range, ended up to 533 s early.
+///
 /// The lookups of the base by x are reached as `signal.CSigPairs::WertBei(x)`; here they take times, which
 /// floating-point numbers do not convert to. One object is used by one thread at a time.
 class UMLAUF_API CSigPairsTm : public CSigPairs {
@@ -32,15 +38,20 @@ class UMLAUF_API CSigPairsTm : public CSigPairs {
   /// Empties the signal and sets time range and scale (1 unless scale > 0). The point-equality tolerance
   /// becomes half a second at scale 1; it is infinite for a range of zero length.
   void Neustart(CTime start, CTime end, double scale);
-  /// Moves the time range; the points keep their times, to whole seconds.
+  /// As `Neustart` at scale 1, with the shortest range from `start` that holds `end` and keeps whole seconds:
+  /// its end is 2^n seconds behind the start, n up to 24. False, and nothing changed, when `end` lies before
+  /// the start or further behind it.
+  bool NeustartSekundengenau(CTime start, CTime end);
+  /// Moves the time range; the points keep their times, as far as the ranges can tell them (see above).
   /// Intended: the scale is not applied, x then runs from 0 to 1; a range of zero length takes all to x = 0.
   void ZeitraumAendern(CTime start, CTime end);
   /// Stretches x to a new scale; nothing unless scale > 0.
   void SkalierungAendern(double scale);
   double Skalierung() const { return scaling_.Skalierung(); }
 
-  /// Inserts a point at its place in time and widens the time range to hold it (`ZeitraumAendern`). Returns
-  /// its index, KeinPunkt when there is no memory.
+  /// Inserts a point at its place in time and widens the time range to hold it (`ZeitraumAendern`, which
+  /// costs precision: better begin with a range that holds all). Returns its index, KeinPunkt when there is
+  /// no memory.
   std::size_t NeuesPaar(CTime t, float y);
 
   /// 0 for a time range of zero length.

@@ -19,10 +19,11 @@ class CSigCurve;
 /// sign of the reverse factor. A revolution time of 0 gives speed 0.
 ///
 /// The entry before the first edge of a recording is no pulse: it begins where the recording begins, and its
-/// value is the time from there to the edge, as if a whole pitch had passed. Nothing in the list tells it from
-/// the others. It goes into the average of the first block; and where it is short, gap correction takes it for
-/// the shortest pulse of the block, so that every other one looks like a gap. Leave it out (`CopyPulsList` from
-/// its end on), or use CRotation or CPulseFinder, whose pulse trains mark it and have no speed for it.
+/// value is the time from there to the edge, as if a whole pitch had passed. Nothing in the list tells it
+/// from the others. It goes into the average of the first block; and where it is short, gap correction takes
+/// it for the shortest pulse of the block, so that every other one looks like a gap. Leave it out
+/// (`CopyPulsList` from its end on), or use CRotation or CPulseFinder, whose pulse trains mark it and have no
+/// speed for it.
 ///
 /// One list is used by one thread at a time. It owns its entries; allocation failure as in CFueGroeListe.
 class UMLAUF_API CDzPulsListe : public CFueGroeListe<PulsEntry> {
@@ -113,7 +114,8 @@ class UMLAUF_API CDzPulsListe : public CFueGroeListe<PulsEntry> {
   // Settings
 
   /// Correction of the pulse that spans the gap of a toothed wheel. relLength: length of the gap pulse in
-  /// teeth, for example 3 when two teeth are missing; 0 or less: found from the pulses, once.
+  /// teeth, for example 3 when two teeth are missing; 0 or less: found from the pulses, once. A block of
+  /// which a pulse has a value of 0 or less stays as it is: the shortest pulse is the measure for the others.
   void ActivatePulsGapCorrection(bool on, float relLength);
   /// The factor that gap pulses are multiplied by; 0 when the correction is off or the factor not yet found.
   float PulseGapCorrection() const { return state_.gapOn ? state_.gapFactor : 0.0f; }
@@ -124,6 +126,9 @@ class UMLAUF_API CDzPulsListe : public CFueGroeListe<PulsEntry> {
   /// value.
   void SetMinRpmSpeed(float rpm) { state_.minRpm = rpm; }
   float MinRpmSpeed() const { return state_.minRpm; }
+  /// Pulses per revolution; with `MinRpmSpeed` it decides how many empty blocks keep the last value (the
+  /// values themselves are revolution times already). A detector sets it with every block (CDzPulsDetektor:
+  /// `QuellenPulseProUmdr` over the divider; CDzPulsTisDetector: in mode 1), whatever was set here before.
   void SetPulseProUmdr(float pulses) { state_.pulseProUmdr = pulses; }
   float PulseProUmdrehung() const { return state_.pulseProUmdr; }
   /// Id of a list that belongs to this one; -1: none.

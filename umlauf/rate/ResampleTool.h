@@ -35,7 +35,9 @@ class UMLAUF_API CResampleTool {
   /// `QVL::Resamling` in mode 5: see `RO_MeanLinear`.
   static void Resample1dDmUi(const float* in, int nIn, float* out, int nOut);
   /// Shrinks (nOut < nIn): out[j] is what the option keeps of the j-th run of inputs. The runs follow each
-  /// other and are as equal as whole inputs allow; each has an input at least.
+  /// other; each has an input at least.
+  /// Intended: runs differ (11 inputs on 2 outputs: 3 and 6), and the last one may end before the inputs do:
+  /// what lies behind it, up to half the inputs of an output, is not looked at, and a peak there is lost.
   static void Resample1dDown(const float* in, int nIn, float* out, int nOut, InterpOpts opts);
   /// Shrinks to the value of greatest magnitude of each run, with its sign; the first of equals.
   static void Resample1dDownMaxi(const float* in, int nIn, float* out, int nOut);

@@ -60,7 +60,9 @@ class UMLAUF_API CSigCurve : public CSignal, public CValidSamples {
   /// Free factor kept with the curve, 1 by default; not part of the file record.
   float ScaleFactor() const { return scaleFactor_; }
   void SetScaleFactor(float factor) { scaleFactor_ = factor; }
-  /// True when the file record holds 8-bit quantised samples (default), false for raw floats.
+  /// True when the file record (`WriteToFile`) holds 8-bit quantised samples, false for raw floats. By
+  /// default it is true: samples then come back to within 1/510 of the curve's range (9.8 rpm of 600 ... 5600
+  /// rpm).
   bool FileCompression() const { return fileCompression_ == 1; }
   void SetFileCompression(bool on) { fileCompression_ = on ? 1 : 0; }
 

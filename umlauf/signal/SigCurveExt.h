@@ -91,6 +91,8 @@ class UMLAUF_API CSigCurveExt : public CSigCurve {
   float AbschnittSumme(float x1, float x2, bool energetic) const;
 
   // Shape
+  /// CSigCurve's re-framing makes all samples valid, but `VMin` and `VMax` stay those of the axis before:
+  /// `ResetVMinMax` follows.
   using CSigCurve::Resize;
   /// As CSignal::Resize; the whole curve becomes valid, also when there is no room for more samples.
   bool Resize(std::uint64_t n) override;

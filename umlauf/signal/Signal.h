@@ -100,7 +100,8 @@ class UMLAUF_API CSignal : public CSigRaw, public CViewable {
   bool CopyInfo(const CSignal& source);
 
   // File record
-  /// Writes the header section and the sections of the derived class. Version 1 and 2 are written; version 0
+  /// Writes the header section and the sections of the derived class; of curves the samples in 8 bits, unless
+  /// `CSigCurve::SetFileCompression(false)` was called. Version 1 and 2 are written; version 0
   /// leaves the header section out. Errors of the file are the file's to report (CFile::Failed).
   virtual bool WriteToFile(CFile& file, unsigned version) const;
   /// Reads what `WriteToFile` wrote with the same version (1 or 2). False for other versions, a short name

@@ -69,7 +69,8 @@ class UMLAUF_API CDzPulsDetektor {
 
   // Pulses
 
-  /// Pulses that the sensor gives per revolution.
+  /// Pulses that the sensor gives per revolution. Not to be confused with the list's `SetPulseProUmdr`, which
+  /// `PulseSuchen` sets to this over the divider.
   void QuellenPulseProUmdr(unsigned pulses);
   /// The same for plain numbers in the source, which would be ambiguous; below 0 counts as 0.
   void QuellenPulseProUmdr(int pulses) {

@@ -4,8 +4,8 @@
 #include <cstdint>
 
 #include "umlauf/Export.h"
-#include "umlauf/record/FlatRecord.h"
 #include "umlauf/typed/MarshalingYard.h"
+#include "umlauf/typed/SideRecord.h"
 
 /// How a signal was resampled. As initialised here it is the initial state.
 struct SResampInfoPOD {
@@ -40,13 +40,10 @@ static_assert(sizeof(SResampInfoPOD) == 56 && offsetof(SResampInfoPOD, type) == 
 /// Resample information that travels beside a signal: by time, angle or order, against which reference speed
 /// and rotation. A plain value; the flat form is the 56 bytes of the record. Ids and numbers are -1 when
 /// unknown.
-class UMLAUF_API CResampInfo : public CPODOwner<SResampInfoPOD> {
+class UMLAUF_API CResampInfo : public CSideRecord<SResampInfoPOD> {
  public:
-  CResampInfo() : CResampInfo(SResampInfoPOD()) {}
-  explicit CResampInfo(const SResampInfoPOD& record) : CPODOwner(record) {}
-  using CPODOwner::operator=;
-  /// With keep false the initial state; with keep true nothing.
-  void _construct(bool keep);
+  using CSideRecord::CSideRecord;
+  using CSideRecord::operator=;
 
   /// Bits of `SResampInfoPOD::resamp_type`.
   std::uint32_t ResampType() const { return pod().type; }

@@ -4,8 +4,8 @@
 #include <cstdint>
 
 #include "umlauf/Export.h"
-#include "umlauf/record/FlatRecord.h"
 #include "umlauf/typed/MarshalingYard.h"
+#include "umlauf/typed/SideRecord.h"
 
 /// A change of state of a trigger. As initialised here it is the initial state.
 struct STriggerInfoPOD {
@@ -26,13 +26,10 @@ static_assert(sizeof(STriggerInfoPOD) == 16 && offsetof(STriggerInfoPOD, current
               offsetof(STriggerInfoPOD, triggerId) == 4 && offsetof(STriggerInfoPOD, sampleIndex) == 8);
 
 /// Trigger information beside a signal. A plain value; the flat form is the 16 bytes of the record.
-class UMLAUF_API CTriggerInfo : public CPODOwner<STriggerInfoPOD> {
+class UMLAUF_API CTriggerInfo : public CSideRecord<STriggerInfoPOD> {
  public:
-  CTriggerInfo() : CTriggerInfo(STriggerInfoPOD()) {}
-  explicit CTriggerInfo(const STriggerInfoPOD& record) : CPODOwner(record) {}
-  using CPODOwner::operator=;
-  /// With keep false the initial state; with keep true nothing.
-  void _construct(bool keep);
+  using CSideRecord::CSideRecord;
+  using CSideRecord::operator=;
 
   /// A value of `STriggerInfoPOD::state`.
   std::uint32_t State() const { return pod().current; }

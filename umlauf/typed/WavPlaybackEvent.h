@@ -4,8 +4,8 @@
 #include <cstdint>
 
 #include "umlauf/Export.h"
-#include "umlauf/record/FlatRecord.h"
 #include "umlauf/typed/MarshalingYard.h"
+#include "umlauf/typed/SideRecord.h"
 
 /// An event while a recorded signal is played back. As initialised here it is the initial state.
 struct SWavPlaybackEventPOD {
@@ -26,13 +26,10 @@ static_assert(sizeof(SWavPlaybackEventPOD) == 8 && offsetof(SWavPlaybackEventPOD
               offsetof(SWavPlaybackEventPOD, speedFactor) == 4);
 
 /// Marks an event of a playback beside the signal. A plain value; the flat form is the 8 bytes of the record.
-class UMLAUF_API CWavPlaybackEventInfo : public CPODOwner<SWavPlaybackEventPOD> {
+class UMLAUF_API CWavPlaybackEventInfo : public CSideRecord<SWavPlaybackEventPOD> {
  public:
-  CWavPlaybackEventInfo() : CWavPlaybackEventInfo(SWavPlaybackEventPOD()) {}
-  explicit CWavPlaybackEventInfo(const SWavPlaybackEventPOD& record) : CPODOwner(record) {}
-  using CPODOwner::operator=;
-  /// With keep false the initial state; with keep true nothing.
-  void _construct(bool keep);
+  using CSideRecord::CSideRecord;
+  using CSideRecord::operator=;
 
   /// A value of `SWavPlaybackEventPOD::event_type`.
   std::uint32_t EventType() const { return pod().type; }

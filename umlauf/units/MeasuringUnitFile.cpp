@@ -18,6 +18,7 @@ namespace {
 constexpr std::uint8_t kVersion = 2;
 constexpr std::uint8_t kFirstUnknownVersion = 13;
 constexpr std::size_t kLongestName = 255;
+constexpr std::uint32_t kUnitsByIndex = 31;  // common units that every version knows; others go by name
 
 bool ReadBytes(CFile& file, void* target, std::size_t count) { return file.Read(target, count) == count; }
 
@@ -61,8 +62,8 @@ bool CMeasuringUnitInterface::ReadBody(CFile& file, unsigned version) {
     record.unit = registry.Lookup(umlauf::codepages::Cp1252ToWide(name), true, false);
   } else {
     if (!ReadField(file, record.unit)) return false;
-    // The index of an uncommon unit is that of the process that wrote it.
-    if (record.unit >= kCommonUnitCount)
+    // Any other index is that of the version and the process that wrote it.
+    if (record.unit >= kUnitsByIndex)
       record.unit = registry.Lookup(umlauf::codepages::Cp1252ToWide(name), true);
   }
   if (!ReadField(file, record.exponent) || !ReadField(file, record.power) || !ReadField(file, record.logref))

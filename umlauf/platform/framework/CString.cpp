@@ -107,6 +107,10 @@ void CString::FormatV(const wchar_t* format, std::initializer_list<FormatArg> ar
   });
 }
 
-CString CString::FromPath(std::string_view path) { return CString(codepages::NameToWide(path)); }
+CString CString::FromPath(std::string_view path) {
+  return WithMemory(std::wstring(), [&] { return codepages::NameToWide(path); });
+}
 
-std::string CString::ToPath() const { return codepages::WideToName(text_); }
+std::string CString::ToPath() const {
+  return WithMemory(std::string(), [this] { return codepages::WideToName(text_); });
+}

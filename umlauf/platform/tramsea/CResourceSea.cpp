@@ -44,7 +44,9 @@ class CResourceSea::File {
   bool Leave(bool commit) {
     if (!commit) failed_ = true;
     bool done = !failed_;
-    if (--depth_ == 0 && sqlite) done = umlauf::WithMemory(false, [&] { return sqlite->End(done); }) && done;
+    if (--depth_ == 0 && sqlite) {
+      done = umlauf::WithMemory(false, [&] { return sqlite->End(done); }) && done;
+    }
     mutex.unlock();
     return done;
   }

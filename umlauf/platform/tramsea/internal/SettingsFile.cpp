@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <limits>
+#include <new>
 #include <thread>
 #include <utility>
 
@@ -123,6 +124,8 @@ bool SettingsFile::Connect(bool writable) {
   // A reader, too, opens for writing where it may: it has to undo what a killed writer left half done.
   const int flags = SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX | (writable ? SQLITE_OPEN_CREATE : 0);
   const std::string name = path_.ToPath();
+  if (name.empty())
+    throw std::bad_alloc();  // SQLite would take no name for a file that is gone when it is closed
   sqlite3_vfs* const files = sqlite3_vfs_find(nullptr);
   int exists = 0;
   fileIsNew_ = writable &&
@@ -184,10 +187,10 @@ bool SettingsFile::CreateTable() {
 }
 
 void SettingsFile::RemoveEmptyFile() {
+  const std::string name = path_.ToPath();
   // No other process is in the middle of making it a database while this lock is held. One that begins
   // afterwards finds that its file has gone, and fails.
   if (sqlite3_exec(connection_, "BEGIN EXCLUSIVE", nullptr, nullptr, nullptr) != SQLITE_OK) return;
-  const std::string name = path_.ToPath();
   sqlite3_vfs* const files = sqlite3_vfs_find(nullptr);
   int content = 1;  // to SQLite a file of no bytes does not exist
   const bool known = files->xAccess(files, name.c_str(), SQLITE_ACCESS_EXISTS, &content) == SQLITE_OK;
