@@ -21,7 +21,11 @@ struct RecordingOptions {
   std::optional<unsigned> channels;   ///< raw; 1 when not given
   bool allChannels = false;           ///< blocks hold every channel, unless one was asked for above
   const char* rateOption = "--rate";  ///< what the option for `rate` is called, for messages
+  std::optional<double> from, to;     ///< [s] only this part
 };
+
+/// Throws ToolError when the part ends before it begins.
+void CheckSection(const RecordingOptions& options);
 
 /// The format for the library. Throws ToolError for options that contradict each other.
 RecordingFormat FormatOf(const RecordingOptions& options);

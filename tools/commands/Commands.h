@@ -28,8 +28,10 @@ void AddUnitCommand(CLI::App& app);
 void AddSimulateCommand(CLI::App& app);
 
 struct RecordingOptions;
-/// Declares the options that tell how a recording is to be read; the second form the recording, too.
+/// Declares the options that tell how a recording is to be read; the second form those that choose a part of
+/// it, the third form the recording, too.
 void DeclareRecordingFormat(CLI::App& command, RecordingOptions& recording);
+void DeclareSection(CLI::App& command, RecordingOptions& recording);
 void DeclareRecording(CLI::App& command, RecordingOptions& recording);
 
 /// Accepts numbers that are finite and above 0.

@@ -29,6 +29,18 @@ void DeclareRecordingFormat(CLI::App& command, RecordingOptions& recording) {
       ->group(group);
 }
 
+void DeclareSection(CLI::App& command, RecordingOptions& recording) {
+  const std::string group = "Recording";
+  const auto add = [&](const char* name, std::optional<double>& target, const char* text) {
+    command.add_option(name, target, text)
+        ->check(Finite().description(""))
+        ->type_name("SECONDS")
+        ->group(group);
+  };
+  add("--from", recording.from, "only what lies at this time or later");
+  add("--to", recording.to, "only what lies before this time");
+}
+
 void DeclareRecording(CLI::App& command, RecordingOptions& recording) {
   command.add_option("recording", recording.path, "WAV, FLAC, W64, RF64, MAT ..., CSV or raw samples")
       ->required();
