@@ -37,6 +37,12 @@ void FailWith(const RecordingFailure& failure, const RecordingOptions& options) 
   Fail("{}{}", failure.text.ToUtf8(), Hint(failure, options));
 }
 
+void CheckSection(const RecordingOptions& options) {
+  if (options.from && options.to && !(*options.from < *options.to)) {
+    FailUsage("--from {:g} is not before --to {:g}; exchange them", *options.from, *options.to);
+  }
+}
+
 RecordingFormat FormatOf(const RecordingOptions& options) {
   if (options.channel && options.column) {
     FailUsage("--channel is for sound and raw files, --column for CSV files; give one of them");
@@ -53,9 +59,7 @@ RecordingFormat FormatOf(const RecordingOptions& options) {
   format.rawChannels = options.channels.value_or(1);
   format.rate = options.rate;
   format.firstChannelOnly = !options.allChannels;
-  if (options.from && options.to && !(*options.from < *options.to)) {
-    FailUsage("--from {:g} is not before --to {:g}; exchange them", *options.from, *options.to);
-  }
+  CheckSection(options);
   format.from = options.from;
   format.to = options.to;
   format.scale = options.scale;

@@ -27,6 +27,9 @@ struct RecordingOptions {
   bool rewindable = true;             ///< pipes go through a temporary file, to be read again
 };
 
+/// Throws ToolError when the part ends before it begins.
+void CheckSection(const RecordingOptions& options);
+
 /// The format for the library. Throws ToolError for options that contradict each other.
 RecordingFormat FormatOf(const RecordingOptions& options);
 

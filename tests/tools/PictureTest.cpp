@@ -41,7 +41,7 @@ TEST_F(PictureTool, AnySignalIsVisible) {
   Write("offset.csv", Table(200, [](int i) { return 101325 + 0.6 * std::sin(i / 9.0); }));
   Good("plot zero.csv -o zero.svg");
   Good("plot holes.csv -o holes.svg");
-  Good("plot offset.csv -o offset.svg --from 0.5 --to 1.5");
+  Good("plot offset.csv -o offset.svg --from 0.5 --to 1.51");
   const std::string zero = Text("zero.svg"), offset = Text("offset.svg");
   for (const char* label : {">0<", ">1.0<", ">-1.0<"})
     EXPECT_NE(zero.find(label), std::string::npos) << label;

@@ -9,7 +9,6 @@
 #include "tools/Error.h"
 #include "tools/SignalFile.h"
 #include "tools/commands/Commands.h"
-#include "tools/options/TimeRange.h"
 #include "tools/output/AxisLabel.h"
 #include "tools/output/Plot.h"
 #include "tools/output/Progress.h"
@@ -24,7 +23,6 @@ namespace {
 struct PlotOptions {
   std::vector<std::string> inputs;
   RecordingOptions recording;  ///< how those of them that are recordings are read
-  TimeRange range;
   std::string output;
   bool allValues = false;
 };
@@ -43,13 +41,18 @@ std::string UnitText(const CMeasuringUnit& unit) {
   return unit.empty() ? "" : unit.prefixunit(false).ToUtf8();
 }
 
+/// Whether x lies in the part that --from and --to choose.
+bool IsWithin(const RecordingOptions& part, double x) {
+  return !(part.from && x < *part.from) && !(part.to && x >= *part.to);
+}
+
 void TakeTrace(const PlotTrace& trace, Source& source) {
   source.series.points = trace.Points();
   source.series.reduced = trace.reduced();
   source.missing = trace.missing();
 }
 
-void TakeCurve(const CSigCurve& curve, const TimeRange& range, Source& source) {
+void TakeCurve(const CSigCurve& curve, const RecordingOptions& part, Source& source) {
   std::int64_t first = 0, last = static_cast<std::int64_t>(curve.DLen()) - 1;
   if (const auto* extended = dynamic_cast<const CSigCurveExt*>(&curve)) {
     first = std::max(first, extended->IMin());
@@ -59,18 +62,18 @@ void TakeCurve(const CSigCurve& curve, const TimeRange& range, Source& source) {
   PlotTrace trace;
   for (std::int64_t i = first; i <= last; ++i) {
     const double x = left + step * static_cast<double>(i);
-    if (range.Contains(x)) trace.Add(x, static_cast<double>(curve.FData()[i]));
+    if (IsWithin(part, x)) trace.Add(x, static_cast<double>(curve.FData()[i]));
   }
   TakeTrace(trace, source);
 }
 
 /// In order of x they are reduced to what the picture shows; without order each point counts.
-void TakePairs(CSigPairs& pairs, const TimeRange& range, Source& source) {
+void TakePairs(CSigPairs& pairs, const RecordingOptions& part, Source& source) {
   if (pairs.IstInversSortiert() && !pairs.IstSortiert()) pairs.DatenWenden();
   PlotTrace trace;
   for (std::size_t i = 0; i < pairs.NPaare(); ++i) {
     const PlotPoint point{static_cast<double>(pairs.Punkt(i)), static_cast<double>(pairs.Wert(i))};
-    if (!range.Contains(point.x)) continue;
+    if (!IsWithin(part, point.x)) continue;
     if (pairs.IstSortiert()) {
       trace.Add(point.x, point.y);
     } else if (std::isfinite(point.x)) {
@@ -83,14 +86,26 @@ void TakePairs(CSigPairs& pairs, const TimeRange& range, Source& source) {
   if (pairs.IstSortiert()) TakeTrace(trace, source);
 }
 
+/// Of a recording that does not tell its length before it ends.
+void TakeUnknownLength(CBlockSource& recording, Source& source) {
+  PlotTrace trace;
+  std::vector<float> buffer;
+  std::uint64_t at = 0;
+  for (SampleBlock block = Read(recording, 65536); block.count > 0; block = Read(recording, 65536)) {
+    const float* samples = Contiguous(block, 1, buffer);
+    for (std::size_t i = 0; i < block.count; ++i, ++at) {
+      trace.Add(recording.StartTime() + static_cast<double>(at) / recording.SampleRate(),
+                static_cast<double>(samples[i]));
+    }
+  }
+  TakeTrace(trace, source);
+}
+
 /// Smallest and greatest sample of each column of the picture.
-void TakeRecording(CBlockSource& recording, const TimeRange& range, Source& source) {
+void TakeRecording(CBlockSource& recording, Source& source) {
   constexpr double columns = 1600;
   constexpr std::size_t blockSize = 65536;
-  const std::uint64_t frames = recording.Frames().value_or(0);
-  const auto [first, end] = range.Frames(recording.StartTime(), recording.SampleRate(), frames);
-  const double start = recording.StartTime() + static_cast<double>(first) / recording.SampleRate();
-  const double ratio = std::max(1.0, static_cast<double>(end - first) / columns);
+  const double ratio = std::max(1.0, static_cast<double>(recording.Frames().value_or(0)) / columns);
   CDownsamplingStream stream(ratio, CDownsamplingStream::Reduction::MinMax);
   if (!stream.IsValid()) Fail("there is no memory to draw a recording");
   std::vector<float> buffer, out(std::max(stream.MaxOutput(blockSize), stream.MaxFlush()));
@@ -98,24 +113,16 @@ void TakeRecording(CBlockSource& recording, const TimeRange& range, Source& sour
   std::uint64_t taken = 0;
   const auto take = [&](std::uint64_t n) {
     for (std::uint64_t i = 0; i < n; ++i, ++taken) {
-      const double time =
-          start + (static_cast<double>(taken / 2) * ratio + (ratio - 1) / 2) / recording.SampleRate();
+      const double time = recording.StartTime() +
+                          (static_cast<double>(taken / 2) * ratio + (ratio - 1) / 2) / recording.SampleRate();
       const auto value = static_cast<double>(out[i]);
       // A column of one sample has it twice.
       if (taken % 2 == 0 || points.back().y != value) points.push_back({time, value});
     }
   };
-  Progress progress("reading", frames);
-  std::uint64_t at = 0;
-  for (SampleBlock block = Read(recording, blockSize); block.count > 0 && at < end;
-       block = Read(recording, blockSize)) {
-    const std::uint64_t skipped = std::min<std::uint64_t>(block.count, first > at ? first - at : 0);
-    const std::uint64_t until = std::min<std::uint64_t>(block.count, end - at);
-    if (skipped < until) {
-      const float* samples = Contiguous(block, 1, buffer);
-      take(stream.Process(out.data(), samples + skipped, static_cast<std::size_t>(until - skipped)));
-    }
-    at += block.count;
+  Progress progress("reading", recording.Frames().value_or(0));
+  for (SampleBlock block = Read(recording, blockSize); block.count > 0; block = Read(recording, blockSize)) {
+    take(stream.Process(out.data(), Contiguous(block, 1, buffer), block.count));
     progress.Advance(block.count);
   }
   take(stream.Flush(out.data()));
@@ -133,7 +140,11 @@ Source ReadRecording(const PlotOptions& options, const std::string& path) {
   source.xLabel = "time in s";
   source.yLabel = "sample value";
   source.recording = true;
-  TakeRecording(*samples, options.range, source);
+  if (samples->Frames()) {
+    TakeRecording(*samples, source);
+  } else {
+    TakeUnknownLength(*samples, source);
+  }
   return source;
 }
 
@@ -148,8 +159,8 @@ Source ReadSignal(const PlotOptions& options, const std::string& path) {
   source.xLabel = AxisLabel(signal->XUnit(), "x");
   source.yLabel = AxisLabel(signal->YUnit(), "value");
   if (const auto* curve = dynamic_cast<const CSigCurve*>(signal.get()))
-    TakeCurve(*curve, options.range, source);
-  if (auto* pairs = dynamic_cast<CSigPairs*>(signal.get())) TakePairs(*pairs, options.range, source);
+    TakeCurve(*curve, options.recording, source);
+  if (auto* pairs = dynamic_cast<CSigPairs*>(signal.get())) TakePairs(*pairs, options.recording, source);
   return source;
 }
 
@@ -208,14 +219,14 @@ Plot Overlay(std::vector<Source> sources, bool allValues) {
 
 void RunPlot(const PlotOptions& options) {
   CheckPlotName("-o", options.output);
-  CheckTimeRange(options.range);
+  CheckSection(options.recording);
   std::vector<Source> sources;
   for (const std::string& input : options.inputs) {
     CheckOutputPath("-o", options.output, input);
     sources.push_back(IsSignalFile(input) ? ReadSignal(options, input) : ReadRecording(options, input));
     if (FullRange(sources.back().series.points).empty()) {
       Fail("cannot draw {}: it holds no samples{}", input,
-           options.range.given() ? " from --from to --to" : "");
+           options.recording.from || options.recording.to ? " from --from to --to" : "");
     }
   }
   const Plot plot = Overlay(std::move(sources), options.allValues);
@@ -233,7 +244,7 @@ void AddPlotCommand(CLI::App& app) {
   command->add_option("files", options->inputs, "signal files and recordings")->required();
   DeclareRecordingFormat(*command, options->recording);
   command->add_option("-o,--output", options->output, "picture")->required()->type_name("FILE.svg|.png");
-  DeclareTimeRange(*command, options->range, "X");
+  DeclareSection(*command, options->recording);
   command->add_flag("--all-values", options->allValues, "also values that stand alone set the scale");
   command->callback([options] { RunPlot(*options); });
 }
