@@ -16,12 +16,14 @@ class StreamEngine;
 /// Sample i of the signal fills the span from i to i + 1, in input samples; a frame holds one sample of each
 /// channel, interleaved. Output j belongs to position j * ratio; n inputs give, flushed, all outputs whose
 /// position is below n, which is n / ratio rounded up. Positions are kept as a whole number and a 64-bit
-/// fraction, exact for the given ratio: no drift, however long the signal.
+/// fraction, exact for the given ratio: no drift, however long the signal. A ratio within rounding of a
+/// fraction with a denominator up to 2^22 is that fraction, so that of the quotient of two whole rates no
+/// output is too many: 24,000 samples at 8000 Hz are 15,999 at 5333 Hz.
 ///
 ///  - Filter: low-pass by a kernel table, centred on the output position (no delay between the signals), with
 ///    0 before and behind the signal. The kernel is stretched to the exact ratio, and outputs between two of
 ///    its phases mix them linearly; the error of that stays below -95 dB. The gain at 0 Hz is exact. Ratios
-///    to 65,536.
+///    to `MaxFilterRatio`.
 ///  - Linear: straight line between the two neighbouring samples; the last sample is held.
 ///  - Mean, Max, MinMax, Sum: of the span from j * ratio to (j + 1) * ratio, cut at the end of the signal.
 ///  Mean
@@ -32,6 +34,9 @@ class StreamEngine;
 class UMLAUF_API CDownsamplingStream {
  public:
   enum class Reduction { Filter, Linear, Mean, Max, MinMax, Sum };
+
+  /// Greatest ratio of the filter.
+  static constexpr double MaxFilterRatio = 65536.0;
 
   /// ratio [input samples per output] from 1 to 2^40; `gain` multiplies all outputs. The table serves the
   /// filter; null is the built-in one, another outlives the constructor only.

@@ -80,7 +80,7 @@ class IntervalEngine : public StreamEngine {
 
  private:
   static constexpr std::uint32_t kPiece = 1024;
-  static constexpr std::uint32_t kMaxDenominator = 4096;  // of borders that fall on whole samples again
+  static constexpr std::uint32_t kMaxDenominator = 1 << 22;  // of borders that fall on whole samples again
 
   static constexpr float kNaN = std::numeric_limits<float>::quiet_NaN();
   static constexpr float kInfinity = std::numeric_limits<float>::infinity();

@@ -14,18 +14,43 @@ struct GridPosition {
 
 /// Positions `ratio` apart, without drift: a whole number and a fraction, in parts of a sample that make the
 /// distance exact. There are 2^64 parts unless the ratio is a simple fraction.
+///
+/// A ratio is mostly one of two rates, and rounded: 8000 / 5333 as a number lies a trace below the fraction,
+/// and output 15,999 would come a trace before sample 24,000, where there is none. So a ratio within rounding
+/// of a fraction is that fraction.
 class RatioGrid {
  public:
-  /// ratio above 0 and below 2^52, exact from 2^-11 on. A ratio within rounding of a fraction whose
-  /// denominator is at most `maxDenominator` (64.3 is 643 / 10) is taken as that fraction.
+  /// ratio above 0 and below 2^52, exact from 2^-11 on. A fraction whose denominator is at most
+  /// `maxDenominator` (64.3 is 643 / 10) gives the parts. Others up to 2^22 have 2^64 of them, and the step
+  /// is rounded up: what falls on a sample by the fraction never comes before it.
   RatioGrid(double ratio, std::uint32_t maxDenominator) {
-    parts_ = Denominator(ratio, maxDenominator, 0.0, 0x1p-52);
-    if (parts_ == 0) {
+    const std::uint64_t q = FractionOf(ratio);
+    if (q == 0) {
       step_ = Position(ratio);
-    } else {
-      const auto parts = numeric::trunc_sat<std::uint64_t>(ratio * static_cast<double>(parts_) + 0.5);
-      step_ = {parts / parts_, parts % parts_};
+      return;
     }
+    const auto p = numeric::trunc_sat<std::uint64_t>(ratio * static_cast<double>(q) + 0.5);
+    if (q <= maxDenominator) parts_ = q;
+    step_ = {p / q, parts_ != 0 ? p % q : ShareAbove(p % q, q)};
+  }
+
+  /// Denominator of the simplest fraction within rounding of x, at most 2^22; 0 when there is none. Goes
+  /// through the convergents of its continued fraction.
+  static std::uint64_t FractionOf(double x) {
+    double rest = x, q = 1.0, before = 0.0;
+    for (int i = 0; i < 40 && q <= 0x1p22; ++i) {
+      const double product = x * q;
+      if (std::fabs(product - std::floor(product + 0.5)) <= product * 0x1p-52) {
+        return numeric::trunc_sat<std::uint64_t>(q);
+      }
+      const double fraction = rest - std::floor(rest);
+      if (!(fraction > 0.0)) break;
+      rest = 1.0 / fraction;
+      const double next = std::floor(rest) * q + before;
+      before = q;
+      q = next;
+    }
+    return 0;
   }
 
   /// Smallest q, at most `most`, for which q * x is a whole number to within a tolerance (plus q * x times
@@ -60,7 +85,13 @@ class RatioGrid {
   void Advance(GridPosition& position) const { Add(position, step_); }
 
  private:
-  std::uint64_t parts_;
+  /// share / whole in parts of 2^64, rounded up; share < whole <= 2^22.
+  static std::uint64_t ShareAbove(std::uint64_t share, std::uint64_t whole) {
+    const std::uint64_t high = share << 32, low = high % whole << 32;
+    return (high / whole << 32) + low / whole + (low % whole != 0 ? 1 : 0);
+  }
+
+  std::uint64_t parts_ = 0;
   GridPosition step_;
 };
 

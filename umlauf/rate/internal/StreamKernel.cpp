@@ -3,12 +3,12 @@
 #include <algorithm>
 #include <cmath>
 
+#include "umlauf/rate/DownsamplingStream.h"
 #include "umlauf/rate/internal/TapRun.h"
 
 namespace umlauf::rate {
 namespace {
 
-constexpr double kMaxFilterRatio = 65536.0;
 /// Phases per output interval between which mixing is linear: an error of -103 dB at 0.35 of the output rate.
 constexpr double kMixedPhases = 256.0;
 /// Phases per output interval up to which a ratio that needs no mixing gets a row for each of its phases.
@@ -63,7 +63,9 @@ std::uint32_t StreamKernel::MaxDenominator(double ratio) {
 
 bool StreamKernel::MakeFilter(const CDownsamplingInfo& table, double ratio, const RatioGrid& grid) {
   Support support{};
-  if (ratio > kMaxFilterRatio || !(table.MaxRatio() > 0.0f) || !FindSupport(table, support)) return false;
+  if (ratio > CDownsamplingStream::MaxFilterRatio || !(table.MaxRatio() > 0.0f) ||
+      !FindSupport(table, support))
+    return false;
   const double entriesPerSample = static_cast<double>(table.MaxRatio()) / ratio;
   const double before = support.centroid - static_cast<double>(support.begin - 1);
   const double behind = static_cast<double>(support.end) - support.centroid;
