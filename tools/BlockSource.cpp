@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "tools/Error.h"
+#include "tools/output/Console.h"
 
 namespace umlauf::tool {
 namespace {
@@ -52,6 +53,15 @@ RecordingFormat FormatOf(const RecordingOptions& options) {
   format.rawChannels = options.channels.value_or(1);
   format.rate = options.rate;
   format.firstChannelOnly = !options.allChannels;
+  if (options.from && options.to && !(*options.from < *options.to)) {
+    FailUsage("--from {:g} is not before --to {:g}; exchange them", *options.from, *options.to);
+  }
+  format.from = options.from;
+  format.to = options.to;
+  format.scale = options.scale;
+  format.offset = options.offset;
+  format.unit = CString::FromUtf8(options.unit);
+  format.rewindable = options.rewindable;
   if (options.channel) format.channels = {*options.channel};
   if (options.column) format.columns = {*options.column};
   return format;
@@ -63,6 +73,10 @@ std::unique_ptr<CRecordingSource> OpenRecording(const RecordingOptions& options)
   auto source = ::OpenRecording(options.path, format, failure);
   if (!source) FailWith(failure, options);
   return source;
+}
+
+void PrintWarnings(const RecordingWarnings& warnings) {
+  for (const RecordingWarning& each : warnings) PrintNote("{}", each.text.ToUtf8());
 }
 
 SampleBlock Read(CBlockSource& source, std::size_t count) {

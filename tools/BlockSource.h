@@ -21,6 +21,10 @@ struct RecordingOptions {
   std::optional<unsigned> channels;   ///< raw; 1 when not given
   bool allChannels = false;           ///< blocks hold every channel, unless one was asked for above
   const char* rateOption = "--rate";  ///< what the option for `rate` is called, for messages
+  std::optional<double> from, to;     ///< [s] only this part
+  double scale = 1, offset = 0;       ///< samples become sample * scale + offset
+  std::string unit;                   ///< of the samples
+  bool rewindable = true;             ///< pipes go through a temporary file, to be read again
 };
 
 /// The format for the library. Throws ToolError for options that contradict each other.
@@ -31,6 +35,9 @@ std::unique_ptr<CRecordingSource> OpenRecording(const RecordingOptions& options)
 
 /// Ends the program with what the library could not do, and what to do about it.
 [[noreturn]] void FailWith(const RecordingFailure& failure, const RecordingOptions& options);
+
+/// One line on standard error for each thing that people should know about a recording.
+void PrintWarnings(const RecordingWarnings& warnings);
 
 /// As the source reads; what cannot be read throws ToolError.
 SampleBlock Read(CBlockSource& source, std::size_t count);

@@ -42,6 +42,10 @@ std::optional<double> CCsvReader::Number(std::size_t column) {
   return number;
 }
 
+std::string_view CCsvReader::Text(std::size_t column) const {
+  return state_ ? state_->rows.CellIfThere(column) : std::string_view();
+}
+
 void CCsvReader::Refuse(const CString& why) {
   if (!state_ || failure_) return;
   Guard(failure_, [&] { state_->rows.FailHere(why.ToUtf8()); });

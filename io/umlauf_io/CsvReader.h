@@ -4,6 +4,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "umlauf_io/Export.h"
@@ -33,6 +34,9 @@ class UMLAUF_IO_API CCsvReader {
   bool NextRow();
   /// Number in a column of this row [from 0]; nothing, and a failure, when it is missing or no number.
   std::optional<double> Number(std::size_t column);
+  /// Text of a column of this row [from 0], UTF-8, without quotes; empty when it is missing. Valid until the
+  /// next row.
+  std::string_view Text(std::size_t column) const;
   /// Notes a failure at this row, for a caller that finds its numbers wrong: "the times must rise".
   void Refuse(const CString& why);
 

@@ -142,6 +142,7 @@ const RecordingWarnings& CRecordingSource::Warnings() const { return state_->rea
 std::unique_ptr<CRecordingSource> OpenRecording(const std::filesystem::path& path,
                                                 const RecordingFormat& format, RecordingFailure& failure) {
   std::unique_ptr<CRecordingSource> source;
+  failure = {};
   Guard(failure, [&] {
     umlauf::io::CheckFormat(format);
     source.reset(new CRecordingSource(umlauf::io::OpenFrames(path, format), format));

@@ -93,6 +93,7 @@ const RecordingWarnings& CWordSource::Warnings() const { return state_->warnings
 std::unique_ptr<CWordSource> OpenWords(const std::filesystem::path& path, const RecordingFormat& format,
                                        RecordingFailure& failure) {
   std::unique_ptr<CWordSource> source;
+  failure = {};
   Guard(failure, [&] {
     umlauf::io::CheckFormat(format);
     if (!format.rate) Fail(Kind::wrongOption, "a stream of words needs its sample rate");

@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <cmath>
 #include <cstdint>
 #include <functional>
@@ -113,6 +114,53 @@ TEST_F(RecordingTool, SimulationIsTheSameForTheSameSeed) {
   const std::string options = " --upper 0.1 --lower -0.1 --pulses-per-rev 60 --json";
   EXPECT_NEAR(Number(Good("speed a.wav" + options), "pulses"), 2 * 58 + 30, 1);
   EXPECT_NE(Good("speed c.w64" + options), Good("speed a.wav" + options));
+}
+
+TEST_F(RecordingTool, PartsPipesAndScalesGiveThePulsesOfTheWhole) {
+  Good("simulate run.wav --profile 0:600,1:900 --rate 8000 --noise 0");
+  WriteRaw("run.f32", WavSamples("run.wav"));
+  const std::string wheel = " --pulses-per-rev 60 --gap auto --upper 0.3 --lower -0.3 --csv - ";
+  const std::string raw = " --raw f32 --rate 8000 ", whole = Good("speed run.wav" + wheel);
+  const auto rows = Rows(whole);
+  ASSERT_GT(rows.size(), 600u);
+  EXPECT_EQ(Shell("cat run.f32 | '" UMLAUF_TOOL "' speed -" + raw + wheel).out, whole);
+  EXPECT_EQ(Shell("cat run.wav | '" UMLAUF_TOOL "' speed -" + wheel).out, whole);
+  EXPECT_EQ(Good("speed run.wav --scale -2 --offset 5 --edges falling --upper 5.6 --lower 4.4 --csv - "
+                 "--pulses-per-rev 60 --gap auto")
+                .size(),
+            whole.size() + rows.size());  // "falling"
+  // From the middle on: the same edges at the same times.
+  const auto part = Rows(Good("speed run.wav --from 0.5 --to 0.9" + wheel));
+  ASSERT_GT(part.size(), 200u);
+  for (const Row& row : part) {
+    EXPECT_GE(row.time, 0.5);
+    EXPECT_LE(row.time, 0.9);
+    const auto same = std::find_if(
+        rows.begin(), rows.end(), [&row](const Row& each) { return std::fabs(each.time - row.time) < 1e-7; });
+    EXPECT_NE(same, rows.end()) << row.time;
+  }
+}
+
+TEST_F(RecordingTool, InfoAndWarningsTellWhatIsThere) {
+  Good("simulate run.wav --profile 0:1200,1:1200 --teeth 10 --missing 0 --noise 0");
+  const std::string info = Good("info run.wav --scale 3 --unit V");
+  for (const char* line :
+       {"32 bit float", "channels    1\n", "50000 samples, 1 s\n", "-3 ... 3 V", "swings      "}) {
+    EXPECT_NE(info.find(line), std::string::npos) << line << "\n" << info;
+  }
+  EXPECT_NEAR(std::stod(info.substr(info.find("swings") + 12)), 200, 1) << info;
+  Write("cut.wav", Text("run.wav").substr(0, 100'001));
+  const Result cut = Run("speed cut.wav --json");
+  EXPECT_EQ(cut.code, 0);
+  EXPECT_NE(cut.err.find("cut.wav holds"), std::string::npos) << cut.err;
+  EXPECT_NE(cut.out.find("\"short-file\""), std::string::npos) << cut.out;
+  Write("odd.f32", Text("cut.wav"));
+  const Result odd =
+      Run("downsample odd.f32 out.csv --raw f32 --input-rate 8000 --ratio 1 --method mean --scale 10 --gain "
+          "1e38");
+  EXPECT_NE(odd.err.find("1 byte that"), std::string::npos) << odd.err;
+  EXPECT_NE(odd.err.find("samples are infinite"), std::string::npos) << odd.err;
+  EXPECT_EQ(Good("downsample run.wav out.wav --rate 44100").find("note"), std::string::npos);
 }
 
 }  // namespace

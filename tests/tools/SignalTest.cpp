@@ -128,6 +128,34 @@ TEST_F(SignalTool, EverySignalTypeIsToldAndDrawn) {
   Bad("pairs sort run.wav -o new", 1, "no signal file");
 }
 
+TEST_F(SignalTool, TablesMakeTheSameSignalsAgain) {
+  CSigCurve curve(5);
+  for (int i = 0; i < 5; ++i) curve.FData()[i] = 0.1f * static_cast<float>(i * i);
+  curve.SetXMinMax(0.3f, 0.8f);
+  curve.SetName(L"torque, \"left\"");
+  curve.SetXUnit(CString(L"s"));
+  curve.SetYUnit(CString(L"Nm"));
+  curve.SetFileCompression(false);
+  WriteSignal("curve", curve);
+  WritePairs("pairs", {{0.25f, 1e-7f}, {3, 2}, {4, -5}}, L"s", L"rpm");
+  EXPECT_TRUE(Good("export curve pairs -o -")
+                  .starts_with("\"x [s]\",\"torque   left  [Nm]\",\"x [s]\",\"pairs "
+                               "[rpm]\"\n0.3,0,0.25,1e-07\n0.4,0.1,3,2\n"));
+  Good("export curve pairs -o both.csv");
+  Good("import both.csv -o points --x 3 --column 4");
+  const CSigPairs points = ReadPairs("points");
+  ASSERT_EQ(points.NPaare(), 3u);
+  EXPECT_EQ(points.Punkt(0), 0.25f);
+  EXPECT_EQ(points.Wert(0), 1e-7f);
+  EXPECT_EQ(points.YUnit().prefixunit(false).ToUtf8(), "rpm");
+  Good("import both.csv -o again --name 'torque, \"left\"'");
+  EXPECT_EQ(Text("again"), Text("curve"));
+  Good("export curve again -o shared.csv");
+  EXPECT_TRUE(
+      Text("shared.csv").starts_with("\"x [s]\",\"torque   left  [Nm]\",\"torque   left  [Nm]\"\n0.3,0,0\n"));
+  Bad("import both.csv -o new --x 3 --column 4 --as curve", 1, "evenly");
+}
+
 TEST_F(SignalTool, SettingsAreKeptInTheDatabase) {
   const std::string file = " --file s.db ";
   Bad("settings list" + file, 1, "no settings");

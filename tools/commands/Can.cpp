@@ -85,6 +85,7 @@ struct CanReport {
   const Identifiers* identifiers = nullptr;
   const CanSignals* signals = nullptr;  ///< null without a description
   std::string offsets;                  ///< how those of big-endian signals were read
+  RecordingWarnings warnings;
 
   std::uint64_t messages() const {
     std::uint64_t sum = 0;
@@ -101,6 +102,10 @@ void PrintJson(const CanReport& report) {
   json["sample_rate_hz"] = report.sampleRate;
   json["duration_s"] = report.duration;
   json["messages"] = report.messages();
+  json["warnings"] = nlohmann::ordered_json::array();
+  for (const RecordingWarning& each : report.warnings) {
+    json["warnings"].push_back({{"code", each.code}, {"text", each.text.ToUtf8()}});
+  }
   json["identifiers"] = nlohmann::ordered_json::array();
   for (const auto& [id, each] : *report.identifiers) {
     json["identifiers"].push_back({{"id", id & ~extendedBit},
@@ -210,7 +215,7 @@ void RunCan(const CanOptions& options) {
   Identifiers identifiers;
   const double rate = source.sampleRate();
   FindCanMessages(source, channel2, [&](std::uint64_t position, const CanMessageBlock_s& message) {
-    const double time = static_cast<double>(position) / rate;
+    const double time = source.startTime() + static_cast<double>(position) / rate;
     Add(identifiers, time, message);
     if (signals) {
       signals->Take(time, message, csv ? &*csv : nullptr);
@@ -233,7 +238,9 @@ void RunCan(const CanOptions& options) {
                          static_cast<double>(source.frames()) / rate,
                          &identifiers,
                          signals ? &*signals : nullptr,
-                         OffsetName(options.description.offsets)};
+                         OffsetName(options.description.offsets),
+                         source.warnings()};
+  PrintWarnings(source.warnings());
   if (plot) {
     const std::string name = options.recording.path.filename().string();
     DrawPlot(

@@ -20,6 +20,8 @@ void AddSpeedCommand(CLI::App& app);
 void AddCanCommand(CLI::App& app);
 void AddDownsampleCommand(CLI::App& app);
 void AddEncoderCommand(CLI::App& app);
+void AddExportCommand(CLI::App& app);
+void AddImportCommand(CLI::App& app);
 void AddInfoCommand(CLI::App& app);
 void AddPlotCommand(CLI::App& app);
 void AddSettingsCommand(CLI::App& app);
@@ -28,8 +30,12 @@ void AddUnitCommand(CLI::App& app);
 void AddSimulateCommand(CLI::App& app);
 
 struct RecordingOptions;
-/// Declares the options that tell how a recording is to be read; the second form the recording, too.
+/// Declares the options that tell how a recording is to be read.
 void DeclareRecordingFormat(CLI::App& command, RecordingOptions& recording);
+/// Those that choose a part of it, and those that say what its samples mean.
+void DeclareSection(CLI::App& command, RecordingOptions& recording);
+void DeclareScaling(CLI::App& command, RecordingOptions& recording);
+/// The recording itself with its format and the part of it.
 void DeclareRecording(CLI::App& command, RecordingOptions& recording);
 
 /// Accepts numbers that are finite and above 0.

@@ -34,6 +34,11 @@ constexpr std::size_t blockSamples = std::size_t{1} << 16;  ///< of all channels
 double Ratio(const DownsampleOptions& options, double sampleRate) {
   if (!options.ratio && !options.rate) FailUsage("to what rate? give --ratio R or --rate HZ");
   const double ratio = options.ratio ? *options.ratio : sampleRate / *options.rate;
+  if (options.method == Reduction::Filter && ratio > CDownsamplingStream::MaxFilterRatio) {
+    FailUsage(
+        "the filter lowers rates by factors up to {:g}, not {:g}; take --method mean, or do it in two steps",
+        CDownsamplingStream::MaxFilterRatio, ratio);
+  }
   if (!(ratio >= 1)) {
     FailUsage("--rate {:g} is above the {:g} samples/s of the recording; rates are only lowered",
               *options.rate, sampleRate);
@@ -41,38 +46,71 @@ double Ratio(const DownsampleOptions& options, double sampleRate) {
   return ratio;
 }
 
-void Convert(CBlockSource& source, CDownsamplingStream& stream, RecordingOutput& writer) {
-  const unsigned width = source.Channels();
-  const std::size_t frames = std::max<std::size_t>(1, blockSamples / source.Channels());
-  std::vector<float> in, out(std::max(stream.MaxOutput(frames), stream.MaxFlush()) * width);
+/// What a conversion wrote.
+struct Written {
+  std::uint64_t frames = 0;
+  std::uint64_t infinite = 0;  ///< samples
+};
+
+Written Convert(CBlockSource& source, CDownsamplingStream& stream, RecordingOutput& writer) {
+  const unsigned channels = source.Channels();
+  const std::size_t frames = std::max<std::size_t>(1, blockSamples / channels);
+  std::vector<float> in, out(std::max(stream.MaxOutput(frames), stream.MaxFlush()) * channels);
+  Written written;
+  const auto write = [&](std::uint64_t n) {
+    writer.Write(out.data(), n);
+    written.frames += n;
+    for (std::uint64_t i = 0; i < n * channels; ++i) written.infinite += std::isinf(out[i]) ? 1 : 0;
+  };
   Progress progress("downsampling", source.Frames().value_or(0));
   for (SampleBlock block = Read(source, frames); block.count > 0; block = Read(source, frames)) {
-    writer.Write(out.data(), stream.Process(out.data(), Contiguous(block, width, in), block.count));
+    write(stream.Process(out.data(), Contiguous(block, channels, in), block.count));
     progress.Advance(block.count);
   }
-  writer.Write(out.data(), stream.Flush(out.data()));
+  write(stream.Flush(out.data()));
+  return written;
 }
 
-void RunDownsample(const DownsampleOptions& options) {
+/// [samples/s] that are written.
+double OutputRate(const DownsampleOptions& options, double sampleRate, double ratio) {
+  double rate = options.rate.value_or(sampleRate / ratio);
+  // 48000 / (48000 / 44100) is a trace beside 44100.
+  if (std::fabs(rate - std::round(rate)) < 1e-9 * rate) rate = std::round(rate);
+  // Minima and maxima are two frames for each.
+  return options.method == Reduction::MinMax ? 2 * rate : rate;
+}
+
+void RunDownsample(DownsampleOptions options) {
   CheckRecordingName("output", options.output);
   CheckOutputPath("output", options.output, options.recording.path);
+  options.recording.rewindable = false;
   const std::unique_ptr<CRecordingSource> source = OpenRecording(options.recording);
   const double ratio = Ratio(options, source->SampleRate());
-  CDownsamplingStream stream(ratio, options.method, source->Channels(), static_cast<float>(options.gain));
+  const unsigned channels = source->Channels();
+  CDownsamplingStream stream(ratio, options.method, channels, static_cast<float>(options.gain));
   if (!stream.IsValid()) Fail("there is no memory to convert at a ratio of {:g}; take a smaller one", ratio);
-  // Minima and maxima are two frames for each.
-  const double rate = source->SampleRate() / ratio * (options.method == Reduction::MinMax ? 2 : 1);
-  const auto frames = numeric::trunc_sat<std::uint64_t>(static_cast<double>(source->Frames().value_or(0)) /
-                                                        source->SampleRate() * rate);
+  const double rate = OutputRate(options, source->SampleRate(), ratio);
+  std::optional<std::uint64_t> frames;
+  if (source->Frames()) {
+    frames = numeric::trunc_sat<std::uint64_t>(static_cast<double>(*source->Frames()) / source->SampleRate() *
+                                               rate);
+  }
   OutputFile out(options.output);
-  RecordingOutput writer(out, {.rate = rate, .channels = source->Channels(), .frames = frames});
-  Convert(*source, stream, writer);
+  RecordingOutput writer(
+      out, {.rate = rate, .channels = channels, .frames = frames, .startTime = source->StartTime()});
+  const Written written = Convert(*source, stream, writer);
   writer.Close();
   out.Commit();
-  Print("{:g} samples/s to {:.9g} samples/s, {} channel{}\n", source->SampleRate(), rate, source->Channels(),
-        source->Channels() > 1 ? "s" : "");
-  if (rate != std::round(rate)) {
-    Print("note: the file tells {:.0f} samples/s, as it can only tell whole ones\n", std::round(rate));
+  PrintWarnings(source->Warnings());
+  Print("{:g} samples/s to {:.9g} samples/s, {} channel{}\n", source->SampleRate(), rate, channels,
+        channels > 1 ? "s" : "");
+  if (const double told = CRecordingWriter::ToldRate(options.output, rate); told != rate) {
+    Print("note: the file tells {:.0f} samples/s, as it can only tell whole ones\n", told);
+  }
+  if (written.infinite > 0) {
+    PrintNote("{} of {} samples are infinite; {}", written.infinite, written.frames * channels,
+              std::fabs(options.gain) > 1 ? "a smaller --gain keeps them finite"
+                                          : "look at the recording with umlauf info");
   }
 }
 
@@ -84,7 +122,10 @@ void AddDownsampleCommand(CLI::App& app) {
   options->recording.rateOption = "--input-rate";
   CLI::App* command = app.add_subcommand("downsample", "Converts a recording to a lower sample rate");
   DeclareRecording(*command, options->recording);
-  command->add_option("output", options->output, "recording to write: .wav, .w64 (float) or .flac")
+  DeclareScaling(*command, options->recording);
+  command
+      ->add_option("output", options->output,
+                   "recording to write: .wav, .w64 (float), .flac, .csv or .f32 (raw)")
       ->required();
   CLI::Option* ratio = command->add_option("--ratio", options->ratio, "samples read for each one written");
   ratio->check(Between(1.0, 1e12).description(""));
@@ -99,7 +140,8 @@ void AddDownsampleCommand(CLI::App& app) {
                    "filter (low-pass), linear, mean, max, minmax (both, in turn) or sum (filter)")
       ->transform(OneOf(methods))
       ->type_name("METHOD");
-  command->add_option("--gain", options->gain, "factor for all samples (1)")->check(Finite().description(""));
+  command->add_option("--gain", options->gain, "factor for all samples (1)")
+      ->check(Between(-3.4e38, 3.4e38).description(""));
   command->callback([options] { RunDownsample(*options); });
 }
 

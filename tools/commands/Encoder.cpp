@@ -41,8 +41,9 @@ void CheckEncoderOptions(const EncoderOptions& o) {
   }
 }
 
-void RunEncoder(const EncoderOptions& options) {
+void RunEncoder(EncoderOptions options) {
   CheckEncoderOptions(options);
+  options.recording.rewindable = false;
   WordSource source(options.recording);
   const double rate = source.sampleRate();
   if (rate != std::floor(rate) || rate > 1e9) {
@@ -57,7 +58,7 @@ void RunEncoder(const EncoderOptions& options) {
   stream.minSamples = options.minPulse;
   CEncoderPulseFinder finder(stream, numeric::trunc_sat<unsigned>(rate),
                              numeric::trunc_sat<unsigned>(options.pulsesPerRev));
-  SpeedOutputs outputs(options, finder.EdgesPerRevolution(), rate, 0, source.frames());
+  SpeedOutputs outputs(options, finder.EdgesPerRevolution(), rate, source.startTime(), source.frames());
   CPulseTrain pulses = outputs.NewTrain();
   Progress progress("pulses", source.frames());
   const LibraryNotes notes;
@@ -79,7 +80,9 @@ void RunEncoder(const EncoderOptions& options) {
     Fail("no pulses found in {} (edges: {}); check --mode, --low-word and --channel",
          options.recording.path.string(), outputs.counts().Pulses());
   }
+  PrintWarnings(source.warnings());
   SpeedReport report;
+  report.warnings = source.warnings();
   report.channel = source.channelName();
   report.channelNumber = source.channel() + 1;
   report.channels = source.channels();

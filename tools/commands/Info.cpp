@@ -1,9 +1,16 @@
 #include <memory>
 #include <string>
+#include <vector>
 
+#include "tools/BlockSource.h"
+#include "tools/Error.h"
+#include "tools/RecordingAdapter.h"
 #include "tools/SignalFile.h"
 #include "tools/commands/Commands.h"
 #include "tools/output/Console.h"
+#include "umlauf/rotation/Levels.h"
+#include "umlauf/rotation/PulseFinder.h"
+#include "umlauf/rotation/RecordingStatistics.h"
 #include "umlauf/signal/SigCurveExt.h"
 
 namespace umlauf::tool {
@@ -61,13 +68,75 @@ void RunInfo(const std::string& path) {
   if (const auto* pairs = dynamic_cast<const CSigPairs*>(signal.get())) PairsRows(*pairs);
 }
 
+/// Swings of a channel between levels that are found as for the speed.
+std::string Swings(RecordingAdapter& source, unsigned channel) {
+  CDzPulsDetektor detector;
+  detector.PulsMinLenSetzen(0);
+  CLevelFinder finder(detector);
+  source.Purpose("levels");
+  if (!finder.Find(source, channel)) return "";
+  const PulseLevels& levels = finder.Levels();
+  detector.SchrankenSetzen(levels.upper, levels.lower);
+  source.Purpose("swings");
+  source.Rewind();
+  CPulseFinder pulses(source, channel, detector);
+  CPulseTrain train(source.SampleRate());
+  std::size_t edges = 0;
+  while (pulses.Next(train)) edges += train.size();
+  return fmt::format("{} from below {:g} to above {:g}{}", edges, levels.lower, levels.upper,
+                     levels.certain ? "" : ", doubtful");
+}
+
+void ChannelRows(RecordingAdapter& source, const CRecordingSource& recording,
+                 const std::vector<CRecordingStatistics>& channels, std::uint64_t frames) {
+  const std::string unit = recording.Unit().IsEmpty() ? "" : " " + recording.Unit().ToUtf8();
+  for (unsigned c = 0; c < recording.Channels(); ++c) {
+    const CRecordingStatistics& each = channels[c];
+    Row("", "");
+    Row("channel", recording.ChannelName(c).ToUtf8());
+    if (each.Count() < frames) Row("no numbers", fmt::format("{} samples", frames - each.Count()));
+    if (each.Count() == 0) continue;
+    Row("range", fmt::format("{:.7g} ... {:.7g}{}", each.Min(), each.Max(), unit));
+    Row("mean", fmt::format("{:.7g}{}, standard deviation {:.4g}", each.Mean(), unit, each.Deviation()));
+    if (each.Max() > each.Min()) Row("swings", Swings(source, c));
+  }
+}
+
+void RunRecordingInfo(RecordingOptions options) {
+  options.allChannels = !options.channel && !options.column;
+  const std::unique_ptr<CRecordingSource> recording = OpenRecording(options);
+  RecordingAdapter source(*recording);
+  source.Purpose("reading");
+  std::vector<CRecordingStatistics> channels(recording->Channels());
+  std::uint64_t frames = 0;
+  for (SampleBlock block = Read(source, 65536); block.count > 0; block = Read(source, 65536)) {
+    for (std::size_t c = 0; c < channels.size(); ++c) {
+      channels[c].Add(block.samples + c, block.count, block.stride);
+    }
+    frames += block.count;
+  }
+  const double rate = recording->SampleRate();
+  Row("file", options.path.string());
+  Row("type", fmt::format("recording, {}", recording->FormatName().ToUtf8()));
+  Row("channels", fmt::format("{}", recording->RecordingChannels()));
+  Row("rate", fmt::format("{:g} samples/s", rate));
+  Row("length", fmt::format("{} samples, {:.6g} s", frames, static_cast<double>(frames) / rate));
+  if (recording->StartTime() != 0) Row("start", fmt::format("{:.9g} s", recording->StartTime()));
+  ChannelRows(source, *recording, channels, frames);
+  PrintWarnings(recording->Warnings());
+}
+
 }  // namespace
 
 void AddInfoCommand(CLI::App& app) {
-  auto path = std::make_shared<std::string>();
-  CLI::App* command = app.add_subcommand("info", "Tells what is in a signal file");
-  command->add_option("file", *path, "signal file, as speed --curve and --pairs write it")->required();
-  command->callback([path] { RunInfo(*path); });
+  auto options = std::make_shared<RecordingOptions>();
+  CLI::App* command = app.add_subcommand("info", "Tells what is in a signal file or a recording");
+  DeclareRecording(*command, *options);
+  DeclareScaling(*command, *options);
+  command->callback([options] {
+    const std::string path = options->path.string();
+    IsSignalFile(path) ? RunInfo(path) : RunRecordingInfo(*options);
+  });
 }
 
 }  // namespace umlauf::tool

@@ -41,11 +41,17 @@ PulseLevels FindLevels(const SpeedOptions& options, RecordingAdapter& source, CD
 [[noreturn]] void FailWithoutPulses(const SpeedOptions& options, RecordingAdapter& source,
                                     const CDzPulsDetektor& detector, std::uint64_t edges) {
   CRecordingStatistics statistics;
+  const std::string name = options.recording.path.string();
   source.Purpose("range");
-  source.Rewind();
+  if (!source.Rewind()) {
+    Fail(
+        "no pulses found in {} (edges: {}) with the thresholds upper {:g}, lower {:g}; put it into a file "
+        "and "
+        "look at it with umlauf info",
+        name, edges, detector.ObereSchranke(), detector.UntereSchranke());
+  }
   statistics.Add(source, 0, options.block);
   source.Check();
-  const std::string name = options.recording.path.string();
   if (statistics.Count() == 0) Fail("no pulses found in {}: it holds no samples; check the recording", name);
   Fail(
       "no pulses found in {} (edges: {}): its samples range from {:g} to {:g}, the thresholds are "
@@ -54,8 +60,10 @@ PulseLevels FindLevels(const SpeedOptions& options, RecordingAdapter& source, CD
       name, edges, statistics.Min(), statistics.Max(), detector.ObereSchranke(), detector.UntereSchranke());
 }
 
-void RunSpeed(const SpeedOptions& options) {
+void RunSpeed(SpeedOptions options) {
   CheckSpeedOptions(options);
+  // Levels are found in a pass of their own; without it a pipe is read as it comes.
+  options.recording.rewindable = options.settings.empty() && !(options.upper && options.lower);
   const std::unique_ptr<CRecordingSource> file = OpenRecording(options.recording);
   RecordingAdapter source(*file);
   CDzPulsDetektor detector = ConfiguredDetector(options);
@@ -78,7 +86,9 @@ void RunSpeed(const SpeedOptions& options) {
         "the number of pulses depends on the thresholds; look at the recording with umlauf plot, and set "
         "--upper and --lower");
   }
+  PrintWarnings(file->Warnings());
   SpeedReport report;
+  report.warnings = file->Warnings();
   report.channel = file->ChannelName(0).ToUtf8();
   report.channelNumber = file->ChannelNumber(0);
   report.channels = file->RecordingChannels();

@@ -29,10 +29,36 @@ void DeclareRecordingFormat(CLI::App& command, RecordingOptions& recording) {
       ->group(group);
 }
 
+void DeclareSection(CLI::App& command, RecordingOptions& recording) {
+  const std::string group = "Recording";
+  const auto add = [&](const char* name, std::optional<double>& target, const char* text) {
+    command.add_option(name, target, text)
+        ->check(Finite().description(""))
+        ->type_name("SECONDS")
+        ->group(group);
+  };
+  add("--from", recording.from, "only what lies at this time or later");
+  add("--to", recording.to, "only what lies before this time");
+}
+
+void DeclareScaling(CLI::App& command, RecordingOptions& recording) {
+  const std::string group = "Recording";
+  command.add_option("--scale", recording.scale, "factor for the samples, before the offset (1)")
+      ->check(Finite().description(""))
+      ->group(group);
+  command.add_option("--offset", recording.offset, "added to the samples (0)")
+      ->check(Finite().description(""))
+      ->group(group);
+  command.add_option("--unit", recording.unit, "unit of the samples, for people")->group(group);
+}
+
 void DeclareRecording(CLI::App& command, RecordingOptions& recording) {
-  command.add_option("recording", recording.path, "WAV, FLAC, W64, RF64, MAT ..., CSV or raw samples")
+  command
+      .add_option("recording", recording.path,
+                  "WAV, FLAC, W64, RF64, MAT ..., CSV or raw samples; - is standard input")
       ->required();
   DeclareRecordingFormat(command, recording);
+  DeclareSection(command, recording);
 }
 
 }  // namespace umlauf::tool

@@ -70,6 +70,7 @@ void DeclareDetector(CLI::App& command, SpeedOptions& o) {
 
 void DeclareSpeedOptions(CLI::App& command, SpeedOptions& options) {
   DeclareRecording(command, options.recording);
+  DeclareScaling(command, options.recording);
   DeclareDetector(command, options);
   DeclareSpeedResults(command, options);
   CLI::Option* settings = command.get_option("--settings");

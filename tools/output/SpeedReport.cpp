@@ -62,6 +62,10 @@ std::string SpeedReport::Json() const {
                      {"mean_deviation_rpm", truth->MeanRpm()},
                      {"mean_deviation_percent", truth->MeanPercent()}};
   }
+  json["warnings"] = nlohmann::ordered_json::array();
+  for (const RecordingWarning& each : warnings) {
+    json["warnings"].push_back({{"code", each.code}, {"text", each.text.ToUtf8()}});
+  }
   return json.dump(2, ' ', false, nlohmann::json::error_handler_t::replace) + "\n";
 }
 

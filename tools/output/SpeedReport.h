@@ -8,6 +8,7 @@
 #include "umlauf/rotation/Revolutions.h"
 #include "umlauf/rotation/SpeedComparison.h"
 #include "umlauf/rotation/SpeedSummary.h"
+#include "umlauf_io/RecordingFailure.h"
 
 namespace umlauf::tool {
 
@@ -38,6 +39,7 @@ struct SpeedReport {
   const CRevolutions* revolutions = nullptr;
   const CGapCorrection* gap = nullptr;      ///< null without --gap
   const CSpeedComparison* truth = nullptr;  ///< null without --truth
+  RecordingWarnings warnings;               ///< what is doubtful about recording or speed
 
   /// One object, keys as in docs/tool.md.
   std::string Json() const;

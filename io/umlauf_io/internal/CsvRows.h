@@ -28,6 +28,10 @@ class CsvRows {
   bool NextRow();
   /// Text and number of a cell in this row, from 0. A cell that is missing or no number throws.
   std::string_view Cell(std::size_t column) const;
+  /// Empty when it is missing.
+  std::string_view CellIfThere(std::size_t column) const {
+    return column < cells_.size() ? cells_[column] : std::string_view();
+  }
   double Number(std::size_t column) const;
 
   /// Before the first row of numbers again; false for a pipe. Possible once the first row was looked at,

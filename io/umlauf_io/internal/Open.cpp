@@ -1,6 +1,7 @@
 #include "umlauf_io/internal/Open.h"
 
 #include <cmath>
+#include <limits>
 #include <utility>
 
 #include "umlauf_io/internal/Error.h"
@@ -32,7 +33,8 @@ void CheckFormat(const RecordingFormat& format) {
   if (format.rawChannels < 1 || format.rawChannels > 65535) {
     Fail(Kind::wrongOption, "raw samples have 1 to 65535 channels, not {}", format.rawChannels);
   }
-  if (!good(format.scale) || !good(format.offset)) {
+  constexpr double most = std::numeric_limits<float>::max();
+  if (!(std::fabs(format.scale) <= most) || !(std::fabs(format.offset) <= most)) {
     Fail(Kind::wrongOption, "samples cannot be scaled by {} and moved by {}", format.scale, format.offset);
   }
   if (format.from && format.to && !(*format.from < *format.to)) {

@@ -1,0 +1,149 @@
+#include <algorithm>
+#include <cmath>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "tools/Error.h"
+#include "tools/LibraryNotes.h"
+#include "tools/SignalFile.h"
+#include "tools/commands/Commands.h"
+#include "tools/output/Console.h"
+#include "tools/output/NumberText.h"
+#include "tools/output/OutputFile.h"
+#include "umlauf/signal/SigCurve.h"
+#include "umlauf_io/CsvReader.h"
+
+namespace umlauf::tool {
+namespace {
+
+enum class Kind { automatic, curve, pairs };
+
+struct ImportOptions {
+  std::string input, output;
+  std::string x = "1", y = "2";
+  std::optional<std::string> name, xUnit, yUnit;
+  Kind kind = Kind::automatic;
+};
+
+/// A column of the table: "speed [rpm]" in its header is a name with a unit.
+struct Column {
+  std::size_t index = 0;
+  std::string name, unit;
+  std::vector<float> values;
+};
+
+Column FindColumn(const CCsvReader& reader, const std::string& wanted, const ImportOptions& options) {
+  Column column;
+  const std::vector<std::string>& header = reader.Header();
+  const auto named = std::find(header.begin(), header.end(), wanted);
+  const auto number = ParseCount(wanted);
+  if (named != header.end()) {
+    column.index = static_cast<std::size_t>(named - header.begin());
+  } else if (number && *number >= 1 && *number <= reader.Columns()) {
+    column.index = *number - 1;
+  } else {
+    Fail("{} has no column {}; give --x and --column from 1 to {}{}", options.input, wanted, reader.Columns(),
+         header.empty() ? "" : ", or a name from its header");
+  }
+  if (column.index >= header.size()) return column;
+  column.name = header[column.index];
+  const std::size_t bracket = column.name.rfind('[');
+  if (bracket != std::string::npos && column.name.ends_with(']')) {
+    column.unit = column.name.substr(bracket + 1, column.name.size() - bracket - 2);
+    column.name = Trimmed(std::string_view(column.name).substr(0, bracket));
+  }
+  return column;
+}
+
+/// Rows whose two cells are both empty belong to longer signals beside this one.
+void ReadValues(CCsvReader& reader, Column& x, Column& y, const std::string& path) {
+  while (reader.NextRow()) {
+    if (reader.Text(x.index).empty() && reader.Text(y.index).empty()) continue;
+    const auto xValue = reader.Number(x.index), yValue = reader.Number(y.index);
+    if (!xValue || !yValue) break;
+    x.values.push_back(static_cast<float>(*xValue));
+    y.values.push_back(static_cast<float>(*yValue));
+  }
+  if (reader.Failure()) Fail("{}", reader.Failure().text.ToUtf8());
+  if (x.values.empty()) Fail("cannot import {}: it holds no rows of numbers", path);
+}
+
+/// Whether the points lie at even distances, as far as single precision tells.
+bool IsEven(const std::vector<float>& x) {
+  if (x.size() < 2) return false;
+  const double first = static_cast<double>(x.front()), last = static_cast<double>(x.back());
+  const double step = (last - first) / static_cast<double>(x.size() - 1);
+  const double tolerance = 0x1p-22 * std::max(std::fabs(first), std::fabs(last)) + 1e-6 * std::fabs(step);
+  if (!(step > tolerance)) return false;
+  for (std::size_t i = 0; i < x.size(); ++i) {
+    if (!(std::fabs(static_cast<double>(x[i]) - first - step * static_cast<double>(i)) <= tolerance))
+      return false;
+  }
+  return true;
+}
+
+std::unique_ptr<CSignal> MakeCurve(const Column& x, const Column& y) {
+  const std::size_t n = y.values.size();
+  auto curve = std::make_unique<CSigCurve>(n);
+  if (curve->DLen() != n) Fail("there is no memory for {} samples", n);
+  std::copy(y.values.begin(), y.values.end(), curve->FData());
+  const double first = static_cast<double>(x.values.front());
+  const double step = n > 1 ? (static_cast<double>(x.values.back()) - first) / static_cast<double>(n - 1) : 1;
+  curve->SetXMinMax(x.values.front(), static_cast<float>(first + step * static_cast<double>(n)));
+  curve->SetFileCompression(false);
+  return curve;
+}
+
+std::unique_ptr<CSignal> MakePairs(const Column& x, const Column& y) {
+  auto pairs = std::make_unique<CSigPairs>();
+  for (std::size_t i = 0; i < x.values.size(); ++i) {
+    if (!pairs->NeuesPaar(x.values[i], y.values[i]))
+      Fail("there is no memory for {} points", x.values.size());
+  }
+  return pairs;
+}
+
+void RunImport(const ImportOptions& options) {
+  if (options.output == "-") FailUsage("-o writes a binary file; name one");
+  CheckOutputPath("-o", options.output, options.input);
+  CCsvReader reader;
+  if (!reader.Open(options.input)) Fail("{}", reader.Failure().text.ToUtf8());
+  Column x = FindColumn(reader, options.x, options), y = FindColumn(reader, options.y, options);
+  ReadValues(reader, x, y, options.input);
+  const bool even = IsEven(x.values);
+  if (options.kind == Kind::curve && !even) {
+    Fail("the x values of {} are not evenly spaced; leave out --as curve to get points", options.input);
+  }
+  const std::unique_ptr<CSignal> signal =
+      options.kind == Kind::pairs || !even ? MakePairs(x, y) : MakeCurve(x, y);
+  signal->SetName(CString::FromUtf8(options.name.value_or(y.name)));
+  const LibraryNotes notes;
+  signal->SetXUnit(CString::FromUtf8(options.xUnit.value_or(x.unit)));
+  signal->SetYUnit(CString::FromUtf8(options.yUnit.value_or(y.unit)));
+  if (!notes.empty()) PrintNote("{}; the signal has no such unit, give --x-unit or --y-unit", notes.text());
+  OutputFile out(options.output);
+  WriteSignalFile(*signal, out);
+  out.Commit();
+}
+
+}  // namespace
+
+void AddImportCommand(CLI::App& app) {
+  auto options = std::make_shared<ImportOptions>();
+  CLI::App* command = app.add_subcommand("import", "Makes a signal file of two columns of a table");
+  command->add_option("table", options->input, "CSV file; - is standard input")->required();
+  command->add_option("-o,--output", options->output, "signal file to write")->required()->type_name("FILE");
+  command->add_option("--column", options->y, "values: number from 1, or name in the header (2)");
+  command->add_option("--x", options->x, "where they lie, likewise (1)");
+  command->add_option("--name", options->name, "name of the signal (that of the column)");
+  command->add_option("--x-unit", options->xUnit, "unit of x (that in the header: \"time [s]\")");
+  command->add_option("--y-unit", options->yUnit, "unit of the values, likewise");
+  command->add_option("--as", options->kind, "curve or pairs (a curve where x is evenly spaced)")
+      ->transform(OneOf(Choices<Kind>{{"curve", Kind::curve}, {"pairs", Kind::pairs}}))
+      ->type_name("KIND");
+  command->callback([options] { RunImport(*options); });
+}
+
+}  // namespace umlauf::tool
