@@ -68,13 +68,13 @@ TEST(DownsamplingStream, NeitherBlocksNorOtherChannelsMatter) {
 TEST(DownsamplingStream, QuotientsOfRatesGiveNoOutputTooMany) {
   const struct {
     double from, to;
-  } rates[] = {{8000, 5333}, {48000, 44100}, {51200, 50001}, {1e6, 1e6 - 1}, {96000, 7919}};
+  } rates[] = {{8000, 5333}, {48000, 44100}, {51200, 50001}, {30000, 29999}, {96000, 7919}};
   for (const Reduction reduction : kAll) {
     for (const auto& rate : rates) {
-      const auto n = static_cast<std::size_t>(3 * rate.from);  // three seconds
+      const auto n = static_cast<std::size_t>(rate.from);  // one second
       const Samples in(n, 0.25f);
       CDownsamplingStream stream(rate.from / rate.to, reduction);
-      const double due = 3 * rate.to * (reduction == Reduction::MinMax ? 2 : 1);
+      const double due = rate.to * (reduction == Reduction::MinMax ? 2 : 1);
       EXPECT_EQ(static_cast<double>(Convert(stream, in, 1, {n}).size()), due)
           << rate.to << " " << static_cast<int>(reduction);
     }
