@@ -31,7 +31,7 @@ struct ImportOptions {
 struct Column {
   std::size_t index = 0;
   std::string name, unit;
-  std::vector<float> values;
+  std::vector<double> values;  ///< as written: single precision would move the ends of an axis
 };
 
 Column FindColumn(const CCsvReader& reader, const std::string& wanted, const ImportOptions& options) {
@@ -63,23 +63,22 @@ void ReadValues(CCsvReader& reader, Column& x, Column& y, const std::string& pat
     if (reader.Text(x.index).empty() && reader.Text(y.index).empty()) continue;
     const auto xValue = reader.Number(x.index), yValue = reader.Number(y.index);
     if (!xValue || !yValue) break;
-    x.values.push_back(static_cast<float>(*xValue));
-    y.values.push_back(static_cast<float>(*yValue));
+    x.values.push_back(*xValue);
+    y.values.push_back(*yValue);
   }
   if (reader.Failure()) Fail("{}", reader.Failure().text.ToUtf8());
   if (x.values.empty()) Fail("cannot import {}: it holds no rows of numbers", path);
 }
 
 /// Whether the points lie at even distances, as far as single precision tells.
-bool IsEven(const std::vector<float>& x) {
+bool IsEven(const std::vector<double>& x) {
   if (x.size() < 2) return false;
-  const double first = static_cast<double>(x.front()), last = static_cast<double>(x.back());
+  const double first = x.front(), last = x.back();
   const double step = (last - first) / static_cast<double>(x.size() - 1);
   const double tolerance = 0x1p-22 * std::max(std::fabs(first), std::fabs(last)) + 1e-6 * std::fabs(step);
   if (!(step > tolerance)) return false;
   for (std::size_t i = 0; i < x.size(); ++i) {
-    if (!(std::fabs(static_cast<double>(x[i]) - first - step * static_cast<double>(i)) <= tolerance))
-      return false;
+    if (!(std::fabs(x[i] - first - step * static_cast<double>(i)) <= tolerance)) return false;
   }
   return true;
 }
@@ -88,10 +87,11 @@ std::unique_ptr<CSignal> MakeCurve(const Column& x, const Column& y) {
   const std::size_t n = y.values.size();
   auto curve = std::make_unique<CSigCurve>(n);
   if (curve->DLen() != n) Fail("there is no memory for {} samples", n);
-  std::copy(y.values.begin(), y.values.end(), curve->FData());
-  const double first = static_cast<double>(x.values.front());
-  const double step = n > 1 ? (static_cast<double>(x.values.back()) - first) / static_cast<double>(n - 1) : 1;
-  curve->SetXMinMax(x.values.front(), static_cast<float>(first + step * static_cast<double>(n)));
+  std::transform(y.values.begin(), y.values.end(), curve->FData(),
+                 [](double value) { return static_cast<float>(value); });
+  const double first = x.values.front();
+  const double step = n > 1 ? (x.values.back() - first) / static_cast<double>(n - 1) : 1;
+  curve->SetXMinMax(static_cast<float>(first), static_cast<float>(first + step * static_cast<double>(n)));
   curve->SetFileCompression(false);
   return curve;
 }
@@ -99,7 +99,7 @@ std::unique_ptr<CSignal> MakeCurve(const Column& x, const Column& y) {
 std::unique_ptr<CSignal> MakePairs(const Column& x, const Column& y) {
   auto pairs = std::make_unique<CSigPairs>();
   for (std::size_t i = 0; i < x.values.size(); ++i) {
-    if (!pairs->NeuesPaar(x.values[i], y.values[i]))
+    if (!pairs->NeuesPaar(static_cast<float>(x.values[i]), static_cast<float>(y.values[i])))
       Fail("there is no memory for {} points", x.values.size());
   }
   return pairs;
