@@ -6,6 +6,7 @@
 #include "fuzz/support/Fuzz.h"
 #include "umlauf/pairs/SigPairsTm.h"
 #include "umlauf/platform/framework/CMemFile.h"
+#include "umlauf/signal/SigCurveArray.h"
 #include "umlauf/signal/SigCurveExt.h"
 
 namespace umlauf::fuzz {
@@ -33,18 +34,40 @@ void ReadAndWrite(std::span<const std::byte> bytes, unsigned version) {
           "a written signal is the one that comes back");
 }
 
+void ReadAndWriteArray(std::span<const std::byte> bytes, unsigned version) {
+  CMemFile file(bytes);
+  CSigCurveArray array;
+  const bool whole = array.ReadFromFile(file, version);
+  for (std::size_t i = 1; i < array.Count(); ++i) {
+    Require(array[i - 1].Date() <= array[i].Date(), "curves are in the order of their dates");
+  }
+  if (!whole) return;
+  CMemFile again;
+  Require(array.WriteToFile(again, version), "an array that was read can be written");
+  again.Seek(0, CFile::begin);
+  CSigCurveArray back;
+  Require(back.ReadFromFile(again, version) && again.Remaining() == 0, "a written array can be read");
+  Require(back.Count() == array.Count(), "a written array has its curves");
+  CSigCurveExt out;
+  if (array.Mean(out)) Require(out.DLen() <= bytes.size(), "a mean has no more samples than the curves");
+  array.SectionAt(0.0f, out);
+  array.SectionAtX(0.0f, 16, out);
+}
+
 }  // namespace
 
 // Kind, version, then the record.
 void FuzzOne(Input input) {
   const std::uint8_t kind = input.Byte(), version = input.Byte() % 4;
-  switch (kind % 4) {
+  switch (kind % 5) {
     case 0:
       return ReadAndWrite<CSigCurve>(input.Rest(), version);
     case 1:
       return ReadAndWrite<CSigCurveExt>(input.Rest(), version);
     case 2:
       return ReadAndWrite<CSigPairs>(input.Rest(), version);
+    case 4:
+      return ReadAndWriteArray(input.Rest(), version);
     default:
       return ReadAndWrite<CSigPairsTm>(input.Rest(), version);
   }

@@ -8,6 +8,7 @@
 
 #include "umlauf/pairs/SigPairs.h"
 #include "umlauf/platform/framework/CMemFile.h"
+#include "umlauf/signal/SigCurveArray.h"
 #include "umlauf/signal/SigCurveExt.h"
 
 namespace {
@@ -39,6 +40,7 @@ struct Kind {
 constexpr Kind kKinds[] = {
     {SigIdCurve, New<CSigCurve>},
     {SigIdCurveExt, New<CSigCurveExt>},
+    {SigIdCurveArray, New<CSigCurveArray>},
     {SigIdPairs, New<CSigPairs>},
 };
 
