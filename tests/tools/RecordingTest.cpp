@@ -129,8 +129,8 @@ TEST_F(RecordingTool, PartsPipesAndScalesGiveThePulsesOfTheWhole) {
   const auto turned =
       Rows(Good("speed run.wav --scale -2 --offset 5 --edges falling --upper 5.6 --lower 4.4 "
                 "--csv - --pulses-per-rev 60 --gap auto"));
-  ASSERT_EQ(turned.size(), rows.size());
-  for (std::size_t i = 0; i < rows.size(); ++i) EXPECT_NEAR(turned[i].time, rows[i].time, 1e-6);
+  ASSERT_EQ(turned.size() + 1, rows.size());  // the recording does not begin above: its first edge is none
+  for (std::size_t i = 0; i < turned.size(); ++i) EXPECT_NEAR(turned[i].time, rows[i + 1].time, 1e-6);
   // From the middle on: the same edges at the same times.
   const auto part = Rows(Good("speed run.wav --from 0.5 --to 0.9" + wheel));
   ASSERT_GT(part.size(), 200u);
