@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <utility>
+
 #include "rotation/TrainSupport.h"
 #include "umlauf/rotation/Revolutions.h"
 
@@ -68,6 +70,70 @@ TEST(GapCorrection, GapsAreCorrectedAndOtherLongPulsesAreNot) {
       }
       if (c.gaps > 0) {
         EXPECT_NEAR(pitches, 5 * 60 + 10, 1e-9) << c.what;
+      }
+    }
+  }
+}
+
+/// Lengths of one revolution: of 1 pitch, but for the gaps, each given by the teeth before it and its length.
+std::vector<double> Revolution(const std::vector<std::pair<int, double>>& gaps) {
+  std::vector<double> lengths;
+  for (const auto& [teeth, length] : gaps) {
+    lengths.insert(lengths.end(), static_cast<std::size_t>(teeth), 100);
+    lengths.push_back(100 * length);
+  }
+  return lengths;
+}
+
+TEST(GapCorrection, TheWheelIsFoundFromAllGapsTogether) {
+  const struct {
+    const char* what;
+    std::vector<std::pair<int, double>> gaps;
+    double pitches;
+    bool countable;  ///< the wheel need not be known
+    std::vector<double> places, lengths;
+  } cases[] = {
+      {"36-2-1", {{10, 2}, {21, 3}}, 36, true, {0, 13}, {3, 2}},
+      {"60-2-2 at opposite sides", {{27, 3}, {27, 3}}, 60, false, {0, 30}, {3, 3}},
+      {"36-2-2-2, two of them neighbours", {{12, 3}, {1, 3}, {14, 3}}, 36, true, {0, 4, 21}, {3, 3, 3}},
+      {"60-2 whose gap looks short", {{57, 2.3}}, 60, false, {0}, {3}},
+      {"4-1", {{2, 2}}, 4, true, {0}, {2}},
+      {"12-3", {{8, 4}}, 12, true, {0}, {4}},
+  };
+  for (const auto& c : cases) {
+    const std::vector<double> turn = Revolution(c.gaps);
+    // A run-up that looks like a gap; a revolution with a glitch.
+    std::vector<double> lengths = {900, 700, 300, 100, 100, 100, 100, 100, 100};
+    for (int i = 0; i < 30; ++i) {
+      lengths.insert(lengths.end(), turn.begin(), turn.end());
+      if (i == 10) lengths.push_back(60);
+    }
+    lengths.insert(lengths.end(), 10, 100);
+    for (const bool known : {true, false}) {
+      if (!known && !c.countable) continue;
+      for (const std::size_t horizon : {std::size_t{200}, std::size_t{262144}}) {
+        CGapCorrection gaps({}, known ? std::optional(c.pitches) : std::nullopt);
+        gaps.Horizon(horizon);
+        CPulseTrain corrected(1000);
+        const CPulseTrain pulses = Train(lengths, known ? c.pitches : 1);
+        for (std::size_t i = 0; i < pulses.size(); i += 50) {
+          CPulseTrain part(1000);
+          part.Append(pulses, i, 50);
+          gaps.Take(part, corrected);
+        }
+        ASSERT_TRUE(gaps.Finish(corrected));
+        ASSERT_EQ(corrected.size(), pulses.size());
+        EXPECT_EQ(gaps.Wheel().pitches, c.pitches) << c.what << known;
+        ASSERT_EQ(gaps.Wheel().gaps.size(), c.places.size()) << c.what << known;
+        for (std::size_t i = 0; i < c.places.size(); ++i) {
+          EXPECT_EQ(gaps.Wheel().gaps[i].place, c.places[i]) << c.what << i;
+          EXPECT_EQ(gaps.Wheel().gaps[i].length, c.lengths[i]) << c.what << i;
+        }
+        EXPECT_EQ(gaps.Gaps(), 30 * c.places.size()) << c.what << known << horizon;
+        EXPECT_FALSE(corrected[2].Is(CPulseTrain::gapCorrected)) << c.what;
+        CRevolutions revolutions(true, c.pitches);
+        revolutions.Take(corrected);
+        EXPECT_EQ(revolutions.Speed().count, 29u) << c.what << known;
       }
     }
   }

@@ -111,7 +111,7 @@ void SpeedOutputs::TakeCorrected(const CPulseTrain& pulses) {
 void SpeedOutputs::Finish() {
   if (!gap_) return;
   corrected_.Clear();
-  gap_->Finish(corrected_);
+  if (!gap_->Finish(corrected_)) Fail("there is no memory to look for the gaps of the wheel");
   TakeCorrected(corrected_);
 }
 

@@ -4,11 +4,26 @@
 
 #include <iterator>
 #include <nlohmann/json.hpp>
+#include <vector>
 
 #include "tools/output/NumberText.h"
 
 namespace umlauf::tool {
 namespace {
+
+/// As in "33 teeth of 36, gaps of 3, 2 pitches at 0, 13".
+std::string WheelText(const PulseWheel& wheel) {
+  std::vector<double> lengths, places;
+  for (const auto& each : wheel.gaps) {
+    lengths.push_back(each.length);
+    places.push_back(each.place);
+  }
+  const std::string teeth = fmt::format("{:.4g} teeth of {:.4g}", wheel.Teeth(), wheel.pitches);
+  if (lengths.empty()) return teeth;
+  if (lengths.size() == 1) return teeth + fmt::format(", gap of {:.3g} pitches", lengths[0]);
+  return teeth +
+         fmt::format(", gaps of {:.3g} pitches at {:.4g}", fmt::join(lengths, ", "), fmt::join(places, ", "));
+}
 
 /// The shortest decimal number for a single-precision one: 3.7 for 3.7f, not the digits of its double.
 double Decimal(float value) { return ParseNumber(fmt::format("{}", value)).value_or(0); }
@@ -44,6 +59,12 @@ std::string SpeedReport::Json() const {
   if (gap != nullptr) {
     json["gap"] = {{"count", gap->Gaps()}, {"relative_length", nullptr}};
     if (gap->Gaps() > 0) json["gap"]["relative_length"] = gap->RelativeLength();
+    const PulseWheel& wheel = gap->Wheel();
+    json["wheel"] = {{"pitches", wheel.pitches}, {"teeth", wheel.Teeth()}};
+    json["wheel"]["gaps"] = nlohmann::json::array();
+    for (const auto& each : wheel.gaps) {
+      json["wheel"]["gaps"].push_back({{"place", each.place}, {"length", each.length}});
+    }
   }
   const SpeedSummary& turns = revolutions->Speed();
   json["revolutions"] = {{"count", turns.count}};
@@ -94,6 +115,7 @@ std::string SpeedReport::Table() const {
     pulses += fmt::format(", {} {} of {:.3g} teeth corrected", counts->CorrectedGaps(),
                           counts->CorrectedGaps() == 1 ? "gap" : "gaps", gap->RelativeLength());
   }
+  if (gap != nullptr && gap->Gaps() > 0) row("wheel", WheelText(gap->Wheel()));
   if (counts->Held() > 0) pulses += fmt::format(", {} held by the spike filter", counts->Held());
   row("pulses", pulses);
   row("speed", fmt::format("mean {:.2f} rpm, single pulses {:.2f} ... {:.2f} rpm", speed.Mean(sampleRate),

@@ -1,47 +1,79 @@
 #include "umlauf/rotation/GapCorrection.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <limits>
 
 #include "umlauf/platform/memory/WithoutMemory.h"
+#include "umlauf/platform/vekta/numeric.h"
 
 namespace {
 
 constexpr double longPulse = 1.2;
 constexpr double gapPulse = 1.5;
 constexpr double misfit = 0.35;
+constexpr std::size_t mostAccepted = 65536;  ///< gaps that the wheel is made of, where their length is given
+constexpr std::size_t garbage = 4096;        ///< emitted pulses that are removed at a time
 
 }  // namespace
 
 void CGapCorrection::Take(const CPulseTrain& pulses, CPulseTrain& corrected) {
-  for (std::size_t i = 0; i < pulses.size(); ++i) {
-    const Pulse pulse = pulses[i];
-    if (pulse.Is(CPulseTrain::first)) {
-      corrected.Append(pulse);
-      continue;
+  const bool begins = !pulses.empty() && pulses[0].Is(CPulseTrain::first);
+  if (begins) corrected.Append(pulses[0]);
+  const std::size_t from = begins ? 1 : 0;
+  held_.Append(pulses, from, pulses.size() - from);
+  complete_ = complete_ && held_.Complete() && umlauf::HadMemory([&] {
+                while (pitchLengths_.size() < held_.size()) {
+                  const Pulse pulse = held_[pitchLengths_.size()];
+                  pitchLengths_.push_back(pulse.Length() / pulse.pitches);
+                }
+                while (held_.size() - next_ > reach) JudgeNext();
+              });
+  if (!complete_) return;
+  if (!decided_ && held_.size() >= horizon_) Decide(false);
+  if (decided_) Release(false, false, corrected);
+}
+
+bool CGapCorrection::Finish(CPulseTrain& corrected) {
+  bool cut = false;
+  complete_ = complete_ && umlauf::HadMemory([&] {
+                while (next_ < held_.size()) JudgeNext();
+                const std::size_t whole = found_.size();
+                EndRun();
+                cut = found_.size() > whole;
+              });
+  if (!complete_) return false;
+  if (!decided_) Decide(cut);
+  Release(true, cut, corrected);
+  if (relLength_ && gaps_ > 0) {
+    wheel_.gaps.clear();
+    if (finder_.Find(accepted_)) {
+      wheel_ = finder_.Wheel();
+    } else {
+      complete_ = umlauf::HadMemory([&] { wheel_.gaps.push_back({0, *relLength_}); });
     }
-    window_.Push(pulse);
-    if (window_.size() - next_ > reach) JudgeNext(corrected);
   }
+  return complete_ && corrected.Complete();
 }
 
-void CGapCorrection::Finish(CPulseTrain& corrected) {
-  while (next_ < window_.size()) JudgeNext(corrected);
-  EndRun(true, corrected);
-  window_.Clear();
-  next_ = 0;
-}
-
-PulseWheel CGapCorrection::Wheel() const {
-  PulseWheel wheel{pulsesPerRevolution_, {}};
-  if (gaps_ > 0) umlauf::HadMemory([&] { wheel.gaps.push_back({0, RelativeLength()}); });
-  return wheel;
+/// Whether half of the pulses on either side, or on one of them, are hardly shorter: then a median is.
+bool CGapCorrection::LikeNeighbours(std::size_t i) const {
+  const std::size_t ordinaryEnd = i - runSize_;
+  if (ordinaryEnd < reach || i + reach >= pitchLengths_.size()) return false;
+  const double enough = pitchLengths_[i] / longPulse;
+  const double *before = &pitchLengths_[ordinaryEnd - reach], *behind = &pitchLengths_[i + 1];
+  std::size_t likeBefore = 0, likeBehind = 0;
+  for (std::size_t k = 0; k < reach; ++k) {
+    likeBefore += before[k] >= enough ? 1 : 0;
+    likeBehind += behind[k] >= enough ? 1 : 0;
+  }
+  return 2 * likeBefore >= reach || 2 * likeBehind >= reach;
 }
 
 double CGapCorrection::Median(std::size_t begin, std::size_t end) const {
   std::array<double, reach> lengths{};
-  for (std::size_t i = begin; i < end; ++i) lengths[i - begin] = window_[i].Length() / window_[i].pitches;
+  for (std::size_t i = begin; i < end; ++i) lengths[i - begin] = pitchLengths_[i];
   const auto first = lengths.begin(), middle = first + static_cast<std::ptrdiff_t>((end - begin) / 2);
   std::nth_element(first, middle, first + static_cast<std::ptrdiff_t>(end - begin));
   return *middle;
@@ -52,74 +84,145 @@ double CGapCorrection::OrdinaryPitch() const {
   // Long pulses just before this one may be a gap themselves and tell nothing.
   const std::size_t ordinaryEnd = next_ - runSize_;
   const std::size_t begin = ordinaryEnd - std::min(ordinaryEnd, reach);
-  const std::size_t end = std::min(window_.size(), next_ + 1 + reach);
+  const std::size_t end = std::min(pitchLengths_.size(), next_ + 1 + reach);
   const double before =
       begin < ordinaryEnd ? Median(begin, ordinaryEnd) : std::numeric_limits<double>::infinity();
   return next_ + 1 < end ? std::max(before, Median(next_ + 1, end)) : before;
 }
 
-void CGapCorrection::JudgeNext(CPulseTrain& corrected) {
-  const Pulse pulse = window_[next_];
-  const double ordinary = OrdinaryPitch();
-  const double ratio = pulse.Length() / pulse.pitches / ordinary;
+void CGapCorrection::JudgeNext() {
+  double ratio = 1, ordinary = 0;
+  if (!LikeNeighbours(next_)) {
+    ordinary = OrdinaryPitch();
+    ratio = pitchLengths_[next_] / ordinary;
+  }
   if (ratio > longPulse && !overlong_) {
-    if (runSize_ == 0) runPitch_ = ordinary;
-    run_[runSize_++] = pulse;
+    if (runSize_ == 0) {
+      runPitch_ = ordinary;
+      runEdge_ = edge_;
+    }
+    ++runSize_;
     runHasGap_ = runHasGap_ || ratio > gapPulse;
     if (runSize_ > longestGap) {
       runHasGap_ = false;
-      EndRun(false, corrected);
+      EndRun();
       overlong_ = true;
     }
   } else {
-    EndRun(false, corrected);
+    EndRun();
     overlong_ = ratio > longPulse;
-    Emit(pulse, corrected);
   }
+  edge_ += held_.Pitches()[next_];
   ++next_;
-  if (next_ > reach + longestGap) {
-    window_.Pop();
-    --next_;
-  }
 }
 
-/// Pitches that the long pulses stand for; 0 when they are no gap.
-double CGapCorrection::PitchesOfRun(double length, bool cut) const {
-  const auto pulses = static_cast<double>(runSize_);
-  const double measured = length / runPitch_;
-  if (cut) return std::abs(sinceGap_ - pulsesPerRevolution_) <= 1 ? measured : 0;
-  if (!relLength_) {
-    const double missing = std::round(measured) - pulses;
-    return missing >= 1 && missing <= std::max(1.0, pulsesPerRevolution_ / 4) ? std::round(measured) : 0;
+void CGapCorrection::EndRun() {
+  if (runHasGap_) {
+    const std::size_t begin = next_ - runSize_;
+    const double length = held_.Edges()[next_] - held_.Edges()[begin];
+    begins_.push_back(begin);
+    found_.push_back({numeric::trunc_sat<std::int64_t>(std::round(runEdge_)), runSize_, length / runPitch_});
   }
-  const double expected = pulses - 1 + *relLength_;
-  return std::abs(measured - expected) <= misfit * expected ? expected : 0;
-}
-
-void CGapCorrection::EndRun(bool atEnd, CPulseTrain& corrected) {
-  if (runSize_ == 0) return;
-  const double length = run_[runSize_ - 1].end - run_[0].begin;
-  const double pitches = runHasGap_ ? PitchesOfRun(length, atEnd) : 0;
-  if (pitches > 0) {
-    if (!atEnd) {
-      ++gaps_;
-      lengths_ += pitches - static_cast<double>(runSize_) + 1;
-    }
-    sinceGap_ = 0;
-    run_[0].Set(CPulseTrain::gapStart, true);
-    for (std::size_t i = 0; i < runSize_; ++i) {
-      run_[i].pitches = pitches * run_[i].Length() / length;
-      run_[i].revolutionTime = length / pitches * pulsesPerRevolution_;
-      run_[i].Set(CPulseTrain::gapCorrected, true);
-      run_[i].Set(CPulseTrain::held, false);
-    }
-  }
-  for (std::size_t i = 0; i < runSize_; ++i) Emit(run_[i], corrected);
   runSize_ = 0;
   runHasGap_ = false;
 }
 
-void CGapCorrection::Emit(const Pulse& pulse, CPulseTrain& corrected) {
-  sinceGap_ += pulse.pitches;
-  corrected.Append(pulse);
+void CGapCorrection::Decide(bool lastIsCut) {
+  decided_ = true;
+  // The length of a gap that the end of the recording cuts is not whole.
+  finder_.Find(std::span(found_).first(found_.size() - (lastIsCut ? 1 : 0)));
+  wheel_ = finder_.Wheel();
+  if (!pulsesPerRevolution_) pulsesPerRevolution_ = scale_ = wheel_.pitches;
+}
+
+void CGapCorrection::Release(bool atEnd, bool lastIsCut, CPulseTrain& corrected) {
+  const std::int64_t ahead = relLength_ ? 0 : finder_.Edges() + CWheelFinder::mostGlitch;
+  for (; decidedUpon_ < found_.size(); ++decidedUpon_) {
+    const LongPulses& gap = found_[decidedUpon_];
+    if (!atEnd && edge_ <= static_cast<double>(gap.edge + gap.pulses + ahead)) break;
+    const bool cut = lastIsCut && decidedUpon_ + 1 == found_.size();
+    const double pitches = PitchesOf(decidedUpon_, cut);
+    Emit(begins_[decidedUpon_], corrected);
+    if (pitches > 0) EmitGap(gap, pitches, cut, corrected);
+  }
+  Emit(decidedUpon_ < found_.size() ? begins_[decidedUpon_] : next_ - runSize_, corrected);
+  ForgetEmitted();
+}
+
+/// Pitches that long pulses stand for; 0 when they are no gap.
+double CGapCorrection::PitchesOf(std::size_t i, bool cut) const {
+  const LongPulses& gap = found_[i];
+  if (cut) return (relLength_ ? TurnsAfterAnother(gap) : finder_.ComesBack(found_, i)) ? gap.length : 0;
+  if (relLength_) {
+    const double expected = gap.pulses - 1 + *relLength_;
+    return std::abs(gap.length - expected) <= misfit * expected ? expected : 0;
+  }
+  const int place = finder_.GapAt(found_, i);
+  return place < 0 ? 0 : gap.pulses - 1 + wheel_.gaps[static_cast<std::size_t>(place)].length;
+}
+
+bool CGapCorrection::TurnsAfterAnother(const LongPulses& each) const {
+  double missing = 0;
+  for (auto gap = accepted_.rbegin(); gap != accepted_.rend(); ++gap) {
+    missing += gap->Relative() - 1;
+    const double turn = static_cast<double>(each.edge - gap->edge) + missing;
+    if (std::abs(turn - *pulsesPerRevolution_) <= 1) return true;
+    if (turn > *pulsesPerRevolution_) break;
+  }
+  return false;
+}
+
+void CGapCorrection::Emit(std::size_t end, CPulseTrain& corrected) {
+  if (end <= emitted_) return;
+  if (scale_ == 1) {
+    corrected.Append(held_, emitted_, end - emitted_);
+  } else {
+    for (std::size_t i = emitted_; i < end; ++i) {
+      Pulse pulse = held_[i];
+      pulse.revolutionTime *= scale_;
+      corrected.Append(pulse);
+    }
+  }
+  emitted_ = end;
+}
+
+/// Emits the pulses of a gap, the next ones to emit.
+void CGapCorrection::EmitGap(const LongPulses& gap, double pitches, bool cut, CPulseTrain& corrected) {
+  const std::size_t end = emitted_ + gap.pulses;
+  const double length = held_.Edges()[end] - held_.Edges()[emitted_];
+  for (std::size_t i = emitted_; i < end; ++i) {
+    Pulse pulse = held_[i];
+    pulse.Set(CPulseTrain::gapStart, i == emitted_);
+    pulse.pitches = pitches * pulse.Length() / length;
+    pulse.revolutionTime = length / pitches * *pulsesPerRevolution_;
+    pulse.Set(CPulseTrain::gapCorrected, true);
+    pulse.Set(CPulseTrain::held, false);
+    corrected.Append(pulse);
+  }
+  emitted_ = end;
+  if (cut) return;
+  ++gaps_;
+  lengths_ += pitches - gap.pulses + 1;
+  if (!relLength_) return;
+  if (accepted_.size() == mostAccepted)
+    accepted_.erase(accepted_.begin(), accepted_.begin() + mostAccepted / 2);
+  complete_ &= umlauf::HadMemory([&] { accepted_.push_back({gap.edge, gap.pulses, pitches}); });
+}
+
+/// Removes what is emitted, but for the pulses and gaps that the next ones are compared with.
+void CGapCorrection::ForgetEmitted() {
+  if (emitted_ < garbage || 2 * emitted_ < held_.size()) return;
+  const std::size_t removed = emitted_ - reach;
+  held_.RemoveFirst(removed);
+  pitchLengths_.erase(pitchLengths_.begin(), pitchLengths_.begin() + static_cast<std::ptrdiff_t>(removed));
+  next_ -= removed;
+  emitted_ -= removed;
+  const std::int64_t turn = finder_.Edges() + CWheelFinder::mostGlitch;
+  std::size_t gone = 0;
+  while (gone < decidedUpon_ && static_cast<double>(found_[gone].edge + 2 * turn) < edge_) ++gone;
+  const auto end = static_cast<std::ptrdiff_t>(gone);
+  found_.erase(found_.begin(), found_.begin() + end);
+  begins_.erase(begins_.begin(), begins_.begin() + end);
+  decidedUpon_ -= gone;
+  for (std::size_t& begin : begins_) begin -= std::min(begin, removed);
 }

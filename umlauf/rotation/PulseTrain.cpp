@@ -1,5 +1,7 @@
 #include "umlauf/rotation/PulseTrain.h"
 
+#include <algorithm>
+
 #include "umlauf/platform/memory/WithoutMemory.h"
 
 bool CPulseTrain::Reserve(std::size_t pulses) {
@@ -15,10 +17,44 @@ bool CPulseTrain::Reserve(std::size_t pulses) {
   return grown;
 }
 
-void CPulseTrain::Append(const CPulseTrain& other) {
+void CPulseTrain::Append(const CPulseTrain& other, std::size_t from, std::size_t count) {
   complete_ = complete_ && other.complete_;
-  const std::size_t n = other.size();
-  for (std::size_t i = 0; i < n; ++i) Append(other[i]);
+  count = std::min(count, other.size() - std::min(from, other.size()));
+  if (count == 0) return;
+  if (&other == this) {
+    for (std::size_t i = from; i < from + count; ++i) Append(other[i]);
+    return;
+  }
+  const std::size_t pulses = size() + count;
+  if (pulses > room_ && !Reserve(std::max({pulses, 2 * room_, std::size_t{1024}}))) {
+    complete_ = false;
+    return;
+  }
+  const auto add = [from, count](auto& to, const auto& column, std::size_t skipped) {
+    const auto begin = column.begin() + static_cast<std::ptrdiff_t>(from + skipped);
+    to.insert(to.end(), begin, begin + static_cast<std::ptrdiff_t>(count));
+  };
+  if (edges_.empty()) edges_.push_back(other.edges_[from]);
+  add(edges_, other.edges_, 1);
+  add(revolutionTimes_, other.revolutionTimes_, 0);
+  add(pitches_, other.pitches_, 0);
+  add(samples_, other.samples_, 0);
+  add(flags_, other.flags_, 0);
+}
+
+void CPulseTrain::RemoveFirst(std::size_t pulses) {
+  if (pulses >= size()) {
+    const bool complete = complete_;
+    Clear();
+    complete_ = complete;
+    return;
+  }
+  const auto n = static_cast<std::ptrdiff_t>(pulses);
+  edges_.erase(edges_.begin(), edges_.begin() + n);
+  revolutionTimes_.erase(revolutionTimes_.begin(), revolutionTimes_.begin() + n);
+  pitches_.erase(pitches_.begin(), pitches_.begin() + n);
+  samples_.erase(samples_.begin(), samples_.begin() + n);
+  flags_.erase(flags_.begin(), flags_.begin() + n);
 }
 
 void CPulseTrain::Clear() {

@@ -95,7 +95,11 @@ class UMLAUF_API CPulseTrain {
     flags_.push_back(pulse.flags);
   }
   /// Appends the pulses of another train (also of this one).
-  void Append(const CPulseTrain& other);
+  void Append(const CPulseTrain& other) { Append(other, 0, other.size()); }
+  /// Appends `count` pulses of another train from pulse `from` on.
+  void Append(const CPulseTrain& other, std::size_t from, std::size_t count);
+  /// Removes the first pulses; the train then begins at the edge behind them.
+  void RemoveFirst(std::size_t pulses);
   /// Removes the pulses; room, rate and start time stay.
   void Clear();
 

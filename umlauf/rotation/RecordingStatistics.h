@@ -25,6 +25,9 @@ class UMLAUF_API CRecordingStatistics {
   double Deviation() const;
 
  private:
+  void AddChunk(const float* samples, std::size_t n);
+  void AddFinite(const float* samples, std::size_t n);
+
   std::uint64_t count_ = 0;
   float min_ = 0, max_ = 0;
   float reference_ = 0;  ///< the first sample; sums are of differences from it

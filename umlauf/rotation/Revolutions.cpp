@@ -1,5 +1,6 @@
 #include "umlauf/rotation/Revolutions.h"
 
+#include <algorithm>
 #include <cmath>
 
 #include "umlauf/platform/memory/WithoutMemory.h"
@@ -9,14 +10,7 @@ void CRevolutions::Take(const CPulseTrain& pulses) {
     const CPulseTrain::Pulse pulse = pulses[i];
     if (pulse.Is(CPulseTrain::first)) continue;
     if (gapToGap_) {
-      if (pulse.Is(CPulseTrain::gapStart)) {
-        if (started_ && std::abs(pitches_ - pulsesPerRevolution_) <= 1) {
-          Close(pulse.begin, 1, pulses.SampleRate());
-        }
-        started_ = true;
-        begin_ = pulse.begin;
-        pitches_ = 0;
-      }
+      if (pulse.Is(CPulseTrain::gapStart)) TakeGap(pulse, pulses.SampleRate());
       pitches_ += pulse.pitches;
       continue;
     }
@@ -29,6 +23,21 @@ void CRevolutions::Take(const CPulseTrain& pulses) {
       pitches_ = 0;
     }
   }
+}
+
+void CRevolutions::TakeGap(const CPulseTrain::Pulse& pulse, double sampleRate) {
+  const std::size_t known = std::min(gapsSeen_, gaps_.size());
+  for (std::size_t i = 1; i <= known; ++i) {
+    const Gap& gap = gaps_[(gapsSeen_ - i) % gaps_.size()];
+    const double turn = pitches_ - gap.pitches;
+    if (gap.begin < begin_ || turn > pulsesPerRevolution_ + 1) break;
+    if (turn < pulsesPerRevolution_ - 1) continue;
+    begin_ = gap.begin;
+    Close(pulse.begin, 1, sampleRate);
+    begin_ = pulse.begin;
+    break;
+  }
+  gaps_[gapsSeen_++ % gaps_.size()] = {pulse.begin, pitches_};
 }
 
 void CRevolutions::Close(double end, double turns, double sampleRate) {

@@ -1,14 +1,16 @@
 #pragma once
 
+#include <array>
+#include <cstddef>
 #include <vector>
 
 #include "umlauf/Export.h"
 #include "umlauf/rotation/SpeedSummary.h"
 
 /// Speed over whole revolutions, one after the other without overlap: the figure to trust on uneven wheels.
-/// With a gap: from the last edge before a gap to the last edge before the next one, when a whole wheel of
-/// pitches to within one lies between (a glitch is allowed, a gap that was missed is not). Without: from the
-/// first edge on, every pulses-per-revolution edges.
+/// With gaps: from the last edge before a gap to the last edge before a gap that comes a whole wheel of
+/// pitches later, to within one (a glitch is allowed, a gap that was missed is not); so with several gaps in
+/// a revolution, too, up to 16. Without: from the first edge on, every pulses-per-revolution edges.
 ///
 /// One object is used by one thread at a time.
 class UMLAUF_API CRevolutions {
@@ -21,7 +23,7 @@ class UMLAUF_API CRevolutions {
     double Middle() const { return (begin + end) / 2; }
   };
 
-  /// `pulsesPerRevolution`: edges of a revolution of the wheel without its gap.
+  /// `pulsesPerRevolution`: edges of a revolution of the wheel without its gaps.
   CRevolutions(bool gapToGap, double pulsesPerRevolution)
       : gapToGap_(gapToGap), pulsesPerRevolution_(pulsesPerRevolution) {}
 
@@ -38,13 +40,22 @@ class UMLAUF_API CRevolutions {
   bool Complete() const { return complete_; }
 
  private:
+  /// Where a revolution may begin.
+  struct Gap {
+    double begin;    ///< [samples]
+    double pitches;  ///< of all pulses before it
+  };
+
+  void TakeGap(const CPulseTrain::Pulse& pulse, double sampleRate);
   void Close(double end, double turns, double sampleRate);
 
   bool gapToGap_;
   double pulsesPerRevolution_;
   bool started_ = false;
   double begin_ = 0;
-  double pitches_ = 0;
+  double pitches_ = 0;  ///< since then; with gaps since the first pulse
+  std::array<Gap, 16> gaps_{};
+  std::size_t gapsSeen_ = 0;
   SpeedSummary speed_;
   std::vector<Revolution> found_;
   bool complete_ = true;

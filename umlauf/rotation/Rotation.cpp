@@ -75,6 +75,7 @@ bool CRotation::Find(CBlockSource& recording, unsigned channel) {
   CPulseFinder pulses(recording, channel, detector, blockSize_);
   CGapCorrection gap(gapLength_, pulsesPerRevolution_);
   CPulseTrain block(recording.SampleRate(), recording.StartTime());
+  bool complete = true;
   while (pulses.Next(block) && pulses_.Complete()) {
     if (gap_) {
       gap.Take(block, pulses_);
@@ -83,12 +84,12 @@ bool CRotation::Find(CBlockSource& recording, unsigned channel) {
     }
   }
   if (gap_) {
-    gap.Finish(pulses_);
+    complete = gap.Finish(pulses_);
     wheel_ = gap.Wheel();
   }
   samples_ = pulses.Samples();
   failure_ = pulses.Failure();
-  if (!pulses_.Complete()) failure_ = L"there is no memory for all pulses of the recording";
+  if (!complete || !pulses_.Complete()) failure_ = L"there is no memory for all pulses of the recording";
   return failure_.IsEmpty();
 }
 
