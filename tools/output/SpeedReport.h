@@ -3,11 +3,13 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "umlauf/rotation/GapCorrection.h"
 #include "umlauf/rotation/Revolutions.h"
 #include "umlauf/rotation/SpeedComparison.h"
 #include "umlauf/rotation/SpeedSummary.h"
+#include "umlauf/rotation/SwingSource.h"
 
 namespace umlauf::tool {
 
@@ -17,7 +19,8 @@ struct SpeedReport {
   struct Thresholds {
     float upper = 0, lower = 0;
     bool automaticUpper = false, automaticLower = false;
-    std::string settings;  ///< the detector's settings line
+    std::string settings;             ///< the detector's settings line
+    std::optional<SwingScale> scale;  ///< set: the thresholds hold on the scale of each swing
   };
   /// Of an encoder stream.
   struct Encoder {
@@ -26,11 +29,17 @@ struct SpeedReport {
     std::uint64_t errorBits = 0;
   };
 
+  /// What is doubtful.
+  struct Warning {
+    std::string code, text;
+  };
+
   std::string recording, channel;
   double sampleRate = 0;  ///< [samples/s]
   double duration = 0;    ///< [s]
   std::optional<Thresholds> thresholds;
   std::optional<Encoder> encoder;
+  std::vector<Warning> warnings;
   const CPulseCounts* counts = nullptr;
   const CRevolutions* revolutions = nullptr;
   const CGapCorrection* gap = nullptr;      ///< null without --gap
