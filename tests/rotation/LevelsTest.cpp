@@ -68,10 +68,16 @@ TEST(Levels, FindTheTeethOrSayWhatIsWrong) {
       {[](double value, double) { return std::remainder(value + 0.3, 1.9); }, {}, {}, ""},
       {[](double value, double) { return std::remainder(value + 0.3, 1.9); }, 0.1f, -0.1f, "wrapped"},
       // Half of the teeth vanish at the end of the range.
-      {[](double value, double time) { return std::min(Drifting(value, time), 1.0); }, {}, {}, "levels-uncertain"},
-      {[](double value, double time) { return std::fmod(time, 0.1) > 0.09989 ? 20 : value; }, {}, {}, ""},
-      {[](double value, double time) { return std::fmod(time, 0.1) > 0.09989 ? 20 : value; }, 0.5f, -0.5f,
-       "extra-pulses"},
+      {[](double value, double time) { return std::min(Drifting(value, time), 1.0); },
+       {},
+       {},
+       "levels-uncertain"},
+      {[](double value, double time) { return std::abs(std::fmod(time, 0.1) - 0.0987) < 3e-5 ? 20 : value; },
+       {},
+       {},
+       ""},
+      {[](double value, double time) { return std::abs(std::fmod(time, 0.1) - 0.0987) < 3e-5 ? 20 : value; },
+       0.5f, -0.5f, "extra-pulses"},
       {[](double, double time) { return std::floor(time * 2); }, 0.5f, 0.4f, "few-pulses"},
   };
   for (const auto& c : cases) {
