@@ -62,7 +62,7 @@ TEST(Levels, FindTheTeethOrSayWhatIsWrong) {
       {Plain, 0.5f, {}, ""},
       {Plain, {}, 0.9f, ""},
       {Drifting, {}, {}, ""},
-      {Drifting, 0.5f, -0.5f, "lost-pulses"},
+      {Drifting, 0.5f, -0.5f, "count-differs"},
       {[](double value, double time) { return value * (time < 1 ? 1 : 10); }, {}, {}, ""},
       {[](double value, double time) { return value * (time < 1 ? 1 : 10); }, 2.0f, -2.0f, "count-differs"},
       {[](double value, double) { return std::remainder(value + 0.3, 1.9); }, {}, {}, ""},

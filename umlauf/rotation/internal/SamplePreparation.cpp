@@ -63,7 +63,8 @@ float WrapRange(const std::vector<float>& samples) {
     ++jumps;
     // The signal goes on as before, from the other end.
     const float before = samples[i - 1] - samples[i - 2], behind = samples[i + 1] - samples[i];
-    if (before * step < 0 && behind * step < 0) ++wraps;
+    const bool goesOn = before * step < 0 && behind * step < 0;
+    if (goesOn && std::max(std::abs(before), std::abs(behind)) < wholeRange * range / 2) ++wraps;
   }
   return static_cast<double>(wraps) >= fewWraps &&
                  static_cast<double>(wraps) > mostJumps * static_cast<double>(jumps)
