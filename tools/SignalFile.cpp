@@ -46,6 +46,7 @@ std::unique_ptr<CSigPairs> ReadPairs(const std::filesystem::path& path) {
     static_cast<void>(signal.release());
     return std::unique_ptr<CSigPairs>(pairs);
   }
+  if (!signal->IsSigCurveAny()) Fail("cannot use {}: it holds no curve and no point pairs", path.string());
   const auto& curve = dynamic_cast<const CSigCurve&>(*signal);
   auto pairs = std::make_unique<CSigPairs>(curve);
   if (curve.DLen() > 0 && !pairs->Gueltig()) {

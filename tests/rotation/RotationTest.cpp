@@ -101,7 +101,7 @@ TEST(Rotation, NoiseIsDoubtful) {
   CRotation rotation;
   rotation.Analyse(recording);
   ASSERT_EQ(rotation.Warnings().size(), 1u);
-  EXPECT_EQ(rotation.Warnings()[0].code, "levels-uncertain");
+  EXPECT_EQ(rotation.Warnings()[0].code, "irregular");
 }
 
 TEST(Rotation, WhatCannotBeIsSaid) {
@@ -129,7 +129,7 @@ TEST(Rotation, WhatCannotBeIsSaid) {
       {"only once", [](CRotation&) {}, [&] { return std::make_unique<Stream>(samples); }},
       {"the plug is out", [](CRotation& r) { r.GivenLevels(0.1f, -0.1f); },
        [&] { return std::make_unique<Stream>(samples, 3000); }},
-      {"lies above", [](CRotation& r) { r.GivenLevels(-3.0f, std::nullopt); },
+      {"lies above", [](CRotation& r) { r.GivenLevels(-3.0f, 3.0f); },
        [&] { return std::make_unique<CMemorySource>(samples, kRate); }},
       {"no pulses", [](CRotation&) {}, [&] { return std::make_unique<CMemorySource>(silence, kRate); }},
       {"no pulses", [](CRotation&) {},

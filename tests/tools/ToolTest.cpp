@@ -7,7 +7,7 @@ namespace {
 using ProgramTool = Tool;
 
 TEST_F(ProgramTool, ErrorsAreOneLineAndLeaveNothing) {
-  Good("simulate run.wav --profile 0:600,0.2:600");
+  Good("simulate run.wav --profile 0:600,0.2:600 --missing 0");
   Good("speed run.wav --curve ok.usig --pulses-per-rev 60");
   Write("noise.bin", std::string("\0\1\2\3", 4));
   Write("empty", "");
@@ -116,7 +116,7 @@ TEST_F(ProgramTool, ErrorsAreOneLineAndLeaveNothing) {
 }
 
 TEST_F(ProgramTool, OutputThatCannotBeWrittenIsAnError) {
-  Good("simulate run.wav --profile 0:600,0.2:600");
+  Good("simulate run.wav --profile 0:600,0.2:600 --missing 0");
   Good("speed run.wav --curve ok.usig");
   Good("settings set a 1 --file sea.db");
   for (const std::string command :

@@ -10,32 +10,31 @@
 #include "tools/output/SpeedOutputs.h"
 #include "umlauf/rotation/Levels.h"
 #include "umlauf/rotation/PulseFinder.h"
+#include "umlauf/rotation/PulseJudge.h"
 #include "umlauf/rotation/RecordingStatistics.h"
+#include "umlauf/rotation/SwingSource.h"
 
 namespace umlauf::tool {
 namespace {
 
 /// Levels of the recording: those that were given, the others from the whole of it. Sets them.
 PulseLevels FindLevels(const SpeedOptions& options, RecordingAdapter& source, CDzPulsDetektor& detector) {
-  PulseLevels levels;
-  if (options.settings.empty()) {
-    const auto given = [](std::optional<double> level) {
-      return level ? std::optional(static_cast<float>(*level)) : std::nullopt;
-    };
-    CLevelFinder finder(detector);
-    finder.Given(given(options.upper), given(options.lower));
-    finder.BlockSize(options.block);
-    source.Purpose("thresholds");
-    const bool found = finder.Find(source, 0);
-    source.Check();
-    levels = finder.Levels();
-    if (!found) {
-      Fail("the automatic {} threshold {:g} does not fit to the other one; give --upper and --lower",
-           options.upper ? "lower" : "upper", options.upper ? levels.lower : levels.upper);
-    }
-    detector.SchrankenSetzen(levels.upper, levels.lower);
-  }
-  return levels;
+  const bool line = !options.settings.empty();
+  const auto given = [line](std::optional<double> level, float ofLine) {
+    if (line) return std::optional(ofLine);
+    return level ? std::optional(static_cast<float>(*level)) : std::nullopt;
+  };
+  CLevelFinder finder(detector);
+  finder.Given(given(options.upper, detector.ObereSchranke()),
+               given(options.lower, detector.UntereSchranke()));
+  finder.BlockSize(options.block);
+  source.Purpose("thresholds");
+  const bool found = finder.Find(source, 0);
+  source.Check();
+  // The levels of a settings line may lie upside down; they are taken as they are.
+  if (!found && !line) Fail("{}", finder.Failure().ToUtf8());
+  if (!line) detector.SchrankenSetzen(finder.Levels().upper, finder.Levels().lower);
+  return finder.Levels();
 }
 
 [[noreturn]] void FailWithoutPulses(const SpeedOptions& options, RecordingAdapter& source,
@@ -72,30 +71,36 @@ void RunSpeed(SpeedOptions options) {
                        file->Frames().value_or(0));
   source.Purpose("pulses");
   source.Rewind();
-  CPulseFinder finder(source, 0, detector, options.block);
+  CSwingSource scaled(source, 0, levels.scale.value_or(SwingScale()));
+  CPulseFinder finder(levels.scale ? static_cast<CBlockSource&>(scaled) : source, 0, detector, options.block);
+  CPulseJudge judge(levels, detector);
   CPulseTrain pulses = outputs.NewTrain();
-  while (finder.Next(pulses)) outputs.Take(pulses);
+  while (finder.Next(pulses)) {
+    judge.Take(pulses);
+    outputs.Take(pulses);
+  }
   source.Check();
   if (!finder.Failure().IsEmpty()) Fail("{}", finder.Failure().ToUtf8());
   outputs.Finish();
   if (outputs.counts().Speed().count == 0) {
     FailWithoutPulses(options, source, detector, outputs.counts().Pulses());
   }
-  if (!levels.certain) {
-    PrintNote(
-        "the number of pulses depends on the thresholds; look at the recording with umlauf plot, and set "
-        "--upper and --lower");
-  }
-  PrintWarnings(file->Warnings());
   SpeedReport report;
   report.warnings = file->Warnings();
   report.channel = file->ChannelName(0).ToUtf8();
   report.channelNumber = file->ChannelNumber(0);
   report.channels = file->RecordingChannels();
   report.duration = static_cast<double>(finder.Samples()) / file->SampleRate();
-  report.thresholds =
-      SpeedReport::Thresholds{detector.ObereSchranke(), detector.UntereSchranke(), levels.automaticUpper,
-                              levels.automaticLower, detector.SettingsStringBilden().ToUtf8()};
+  for (const RotationWarning& each : judge.Finish()) {
+    report.warnings.push_back({std::string(each.code), each.text});
+  }
+  PrintWarnings(report.warnings);
+  report.thresholds = SpeedReport::Thresholds{detector.ObereSchranke(),
+                                              detector.UntereSchranke(),
+                                              levels.automaticUpper,
+                                              levels.automaticLower,
+                                              detector.SettingsStringBilden().ToUtf8(),
+                                              levels.scale};
   outputs.Publish(std::move(report));
 }
 

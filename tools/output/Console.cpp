@@ -54,6 +54,9 @@ void FlushOut() {
   CheckOut(std::fflush(stdout) == 0 && std::ferror(stdout) == 0);
 }
 
-void WriteNote(std::string_view text) { fmt::print(stderr, "umlauf: {}\n", OnOneLine(text)); }
+void WriteNote(std::string_view text) {
+  // A note that nobody can receive is no failure.
+  std::fputs(fmt::format("umlauf: {}\n", OnOneLine(text)).c_str(), stderr);
+}
 
 }  // namespace umlauf::tool

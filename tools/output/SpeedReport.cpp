@@ -28,6 +28,20 @@ std::string WheelText(const PulseWheel& wheel) {
 /// The shortest decimal number for a single-precision one: 3.7 for 3.7f, not the digits of its double.
 double Decimal(float value) { return ParseNumber(fmt::format("{}", value)).value_or(0); }
 
+const char* PreparationName(SwingScale::Preparation preparation) {
+  switch (preparation) {
+    case SwingScale::Preparation::median:
+      return "median";
+    case SwingScale::Preparation::unwrapped:
+      return "unwrapped";
+    case SwingScale::Preparation::jumps:
+      return "jumps";
+    case SwingScale::Preparation::none:
+      break;
+  }
+  return "none";
+}
+
 }  // namespace
 
 std::string SpeedReport::Json() const {
@@ -54,6 +68,11 @@ std::string SpeedReport::Json() const {
   if (thresholds) {
     json["thresholds_automatic"] = {{"upper", thresholds->automaticUpper},
                                     {"lower", thresholds->automaticLower}};
+    json["swing_scale"] = nullptr;
+    if (thresholds->scale) {
+      json["swing_scale"] = {{"smallest_swing", Decimal(thresholds->scale->smallest)},
+                             {"preparation", PreparationName(thresholds->scale->preparation)}};
+    }
     json["spike_held"] = counts->Held();
   }
   if (gap != nullptr) {
@@ -103,6 +122,9 @@ std::string SpeedReport::Table() const {
     row("thresholds", fmt::format("upper {:g}{}, lower {:g}{}", thresholds->upper,
                                   thresholds->automaticUpper ? " (automatic)" : "", thresholds->lower,
                                   thresholds->automaticLower ? " (automatic)" : ""));
+    if (thresholds->scale)
+      row("", fmt::format("on the scale of each swing, 0 to 1; smaller ones than {:.3g} are noise",
+                          thresholds->scale->smallest));
     row("settings", thresholds->settings);
   }
   if (encoder) {

@@ -3,11 +3,13 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "umlauf/rotation/GapCorrection.h"
 #include "umlauf/rotation/Revolutions.h"
 #include "umlauf/rotation/SpeedComparison.h"
 #include "umlauf/rotation/SpeedSummary.h"
+#include "umlauf/rotation/SwingSource.h"
 #include "umlauf_io/RecordingFailure.h"
 
 namespace umlauf::tool {
@@ -18,7 +20,8 @@ struct SpeedReport {
   struct Thresholds {
     float upper = 0, lower = 0;
     bool automaticUpper = false, automaticLower = false;
-    std::string settings;  ///< the detector's settings line
+    std::string settings;             ///< the detector's settings line
+    std::optional<SwingScale> scale;  ///< set: the thresholds hold on the scale of each swing
   };
   /// Of an encoder stream.
   struct Encoder {

@@ -22,8 +22,9 @@ struct AxisTicks {
 };
 
 /// Multiples of 1, 2 or 5 times a power of ten within the range (of `step` when that is above 0): at most
-/// `most` of them, more only where there would be less than two; 0 among them when it lies inside. Labels are decimal numbers; very great and
-/// very small ones have an exponent in steps of three, the same for the whole axis.
+/// `most` of them, more only where there would be less than two; 0 among them when it lies inside. Labels are
+/// decimal numbers; very great and very small ones have an exponent in steps of three, the same for the whole
+/// axis.
 AxisTicks LinearTicks(const PlotRange& range, unsigned most, double step = 0);
 
 /// Ticks of a logarithmic axis; the range must lie above 0. Powers of ten, where there are few of them also

@@ -1,118 +1,73 @@
 #include "umlauf/rotation/Levels.h"
 
 #include <algorithm>
-#include <array>
 #include <cmath>
+#include <limits>
 
 #include "umlauf/platform/memory/WithoutMemory.h"
-#include "umlauf/pulses/DzPulsListe.h"
+#include "umlauf/platform/vekta/QVL.h"
 #include "umlauf/rotation/internal/Blocks.h"
+#include "umlauf/rotation/internal/LevelSearch.h"
 
 namespace {
 
-constexpr int steps = 12;        ///< of 1/sqrt(2) each, down to a 45th of the distance
-constexpr int halved = 2;        ///< steps to half the distance
-constexpr double same = 0.002;   ///< numbers of pulses that differ by no more count as equal
-constexpr float even = 1.5f;     ///< ratio of pulses that count as equally long
-constexpr double regular = 0.7;  ///< share of such pulses; a wheel's gap takes two of them in a revolution
-constexpr std::size_t longestPattern = 6;  ///< pulses; marks on a shaft need not be at even distances
+using umlauf::rotation::Share;
+using umlauf::rotation::Stretch;
+using umlauf::rotation::Stretches;
+using umlauf::rotation::Swings;
 
-/// Counts the pulses between one pair of levels.
-class Candidate {
- public:
-  Candidate(double middle, double halfDistance, bool ttl) {
-    detector_.SchrankenSetzen(static_cast<float>(middle + halfDistance),
-                              static_cast<float>(middle - halfDistance));
-    detector_.PulsMinLenSetzen(0);
-    detector_.TtlKorrekturAktivieren(ttl);
-    detector_.Neustart();
-  }
+/// Levels that lie within all swings with some room, the distance between them included.
+bool Serve(const Swings& swings, float upper, float lower) {
+  const float room = 0.1f * (swings.lowestHigh - swings.highestLow);
+  return upper < swings.lowestHigh - room && lower > swings.highestLow + room &&
+         upper - lower >= swings.scale.smallest;
+}
 
-  void Take(const float* samples, std::size_t n, std::size_t stride, CDzPulsListe& list) {
-    detector_.PulseSuchen(samples, n, list, static_cast<unsigned>(stride));
-    for (std::size_t i = 0; i < list.NrRealPulses(); ++i) {
-      const float length = list[i].Value();
-      for (std::size_t pattern = 1; pattern <= longestPattern; ++pattern) {
-        const float before = before_[(pulses_ + longestPattern - pattern) % longestPattern];
-        // The first pulse begins with the recording and not with an edge.
-        if (pulses_ > pattern && length <= even * before && before <= even * length) ++even_[pattern - 1];
-      }
-      before_[pulses_ % longestPattern] = length;
-      ++pulses_;
+/// Whether all parts of the recording pass both levels, or rest; a part may hold less than a tooth, so it is
+/// looked at together with its neighbours.
+bool ServeEverywhere(const std::vector<Share::Range>& ranges, float smallest, float upper, float lower) {
+  for (std::size_t i = 0; i + 3 <= ranges.size(); ++i) {
+    float low = ranges[i].low, high = ranges[i].high;
+    for (std::size_t k = i + 1; k < i + 3; ++k) {
+      low = std::min(low, ranges[k].low);
+      high = std::max(high, ranges[k].high);
     }
+    if (high - low > 2 * smallest && (low > lower || high < upper)) return false;
   }
-
-  double Pulses() const { return static_cast<double>(pulses_); }
-  bool Regular() const { return pulses_ > 4 && MostEven() >= regular * (Pulses() - 2); }
-  /// Grows with every regular pulse, and falls fast with those that are not.
-  double Surplus() const { return 5 * MostEven() - 4 * Pulses(); }
-  void Export(PulseLevels& levels, bool certain) const {
-    levels.upper = detector_.ObereSchranke();
-    levels.lower = detector_.UntereSchranke();
-    levels.certain = certain;
-  }
-
- private:
-  /// Pulses that are as long as the one before them, or as the one before that, and so on, whichever fits
-  /// best.
-  double MostEven() const { return static_cast<double>(*std::max_element(even_.begin(), even_.end())); }
-
-  CDzPulsDetektor detector_;
-  std::uint64_t pulses_ = 0;
-  std::array<float, longestPattern> before_{};
-  std::array<std::uint64_t, longestPattern> even_{};
-};
-
-/// Levels around one middle, each pair closer together than the one before.
-using Family = std::vector<Candidate>;
-
-Family Around(double middle, double halfDistance, bool ttl, int count) {
-  Family family;
-  for (int i = 0; i < count; ++i) {
-    family.emplace_back(middle, halfDistance, ttl);
-    halfDistance /= std::sqrt(2.0);
-  }
-  return family;
+  return true;
 }
 
-void Count(CBlockSource& source, unsigned channel, std::size_t blockSize, std::vector<Family>& families) {
-  CDzPulsListe list;
-  umlauf::rotation::ForEachBlock(source, channel, blockSize,
-                                 [&](const float* samples, std::size_t n, std::size_t stride) {
-                                   for (Family& family : families) {
-                                     for (Candidate& each : family) each.Take(samples, n, stride, list);
-                                   }
-                                 });
+/// Levels in the middle between all highs and all lows, half the way from the noise to these apart.
+void TakeMiddle(const Swings& swings, PulseLevels& levels) {
+  const float middle = swings.highestLow + (swings.lowestHigh - swings.highestLow) / 2;
+  const float half = (swings.lowestHigh - swings.highestLow + swings.scale.smallest) / 4;
+  levels.upper = middle + half;
+  levels.lower = middle - half;
 }
 
-/// Steps behind candidate `from` that leave the number of pulses as it is.
-std::size_t RunLength(const Family& family, std::size_t from) {
-  std::size_t i = from;
-  while (i + 1 < family.size() &&
-         std::abs(family[i + 1].Pulses() - family[i].Pulses()) <= same * family[i].Pulses()) {
-    ++i;
-  }
-  return i - from;
+/// The second level beside a given one: as far away as the noise needs, within the swings if that is
+/// possible.
+float Beside(float given, float direction, float smallest, float bound) {
+  const float wanted = given + direction * smallest;
+  return (bound - wanted) * direction > 0 || (bound - given) * direction <= 0 ? wanted : (given + bound) / 2;
 }
 
-void TakeBest(const std::vector<Family>& families, PulseLevels& levels) {
-  std::size_t longest = 1;
-  double mostRegular = 0;
-  for (const Family& family : families) {
-    for (std::size_t i = 0; i < family.size(); ++i) {
-      const std::size_t length = RunLength(family, i);
-      // A third into the run: away from the pulses that just reach the levels, and from the noise.
-      const Candidate& chosen = family[i + length / 3];
-      if (!chosen.Regular()) continue;
-      if (length > longest) {
-        longest = length;
-        chosen.Export(levels, true);
-      } else if (longest == 1 && family[i].Surplus() > mostRegular) {
-        mostRegular = family[i].Surplus();
-        family[i].Export(levels, false);
-      }
-    }
+/// Share of the samples that are equal to the smallest or greatest one: 0 for a logic level.
+double ClippedShare(const Stretches& stretches) {
+  float min = std::numeric_limits<float>::infinity(), max = -min;
+  for (const Stretch& each : stretches) {
+    float low = 0, high = 0;
+    QVL::VectorMinMax(each.samples.data(), each.samples.size(), 1, low, high);
+    min = std::min(min, low);
+    max = std::max(max, high);
   }
+  double ends = 0, all = 0;
+  for (const Stretch& each : stretches) {
+    all += static_cast<double>(each.samples.size());
+    for (const float x : each.samples) ends += x <= min || x >= max ? 1 : 0;
+  }
+  const double share = all > 0 ? ends / all : 0;
+  return share < 0.98 ? share : 0;
 }
 
 }  // namespace
@@ -138,58 +93,90 @@ bool CLevelFinder::Find(CBlockSource& source, unsigned channel) {
   if (!failure_.IsEmpty()) return false;
   levels_.automaticUpper = !upper_;
   levels_.automaticLower = !lower_;
-  if (upper_ && lower_) {
-    levels_.upper = *upper_;
-    levels_.lower = *lower_;
-  } else {
-    if (!Rewound(source)) return false;
-    statistics_.Add(source, channel, blockSize_);
-    if (!Rewound(source)) return false;
-    // What it returns tells nothing about the recording (it is false for a clean sine): the pulses found do.
-    detector_.AutoSchrankenSetzen(statistics_.Min(), statistics_.Max(),
-                                  static_cast<float>(statistics_.Mean()),
-                                  static_cast<float>(statistics_.Deviation()));
-    if (!upper_ && !lower_) return Choose(source, channel);
-    levels_.upper = upper_.value_or(detector_.ObereSchranke());
-    levels_.lower = lower_.value_or(detector_.UntereSchranke());
+  levels_.upper = upper_.value_or(0);
+  levels_.lower = lower_.value_or(0);
+  const bool given = upper_ && lower_;
+  if (given && *lower_ > *upper_) {
+    failure_.Format(L"the lower level %g lies above the upper one %g; give them the other way round",
+                    static_cast<double>(*lower_), static_cast<double>(*upper_));
+    return false;
   }
-  if (levels_.lower > levels_.upper) {
-    failure_.Format(L"the lower level %g lies above the upper one %g; give both",
-                    static_cast<double>(levels_.lower), static_cast<double>(levels_.upper));
+  if (!Rewound(source)) {
+    // With both levels a stream is as good; it is judged by its pulses alone.
+    if (given && source.Failure().IsEmpty()) failure_.Empty();
+    return failure_.IsEmpty();
   }
-  return failure_.IsEmpty();
+  if (!umlauf::HadMemory([&] { Look(source, channel); })) failure_ = L"there is no memory to look for levels";
+  return failure_.IsEmpty() && Rewound(source);
 }
 
-bool CLevelFinder::Choose(CBlockSource& source, unsigned channel) {
-  const double upper = static_cast<double>(detector_.ObereSchranke());
-  const double lower = static_cast<double>(detector_.UntereSchranke());
-  const double middle = (upper + lower) / 2, halfDistance = (upper - lower) / 2;
-  const bool ttl = detector_.TtlKorrektur();
-  // Where rare samples are far from all others, the rule's levels change places.
-  const bool usable = halfDistance > 0;
-  const bool enough = umlauf::HadMemory([&] {
-    std::vector<Family> families;
-    if (usable) {
-      families.push_back(Around(middle, halfDistance, ttl, halved + 1));
-      Count(source, channel, blockSize_, families);
-      if (!Rewound(source)) return;
-      const Candidate& rule = families[0][0];
-      rule.Export(levels_, true);
-      if (rule.Pulses() > 1 && RunLength(families[0], 0) >= halved) return;
-      families[0] = Around(middle, halfDistance, ttl, steps);
+void CLevelFinder::Look(CBlockSource& source, unsigned channel) {
+  const bool given = upper_ && lower_;
+  Share share;
+  std::uint64_t frames = 0;
+  for (SampleBlock block = source.Read(blockSize_); block.count > 0; block = source.Read(blockSize_)) {
+    const float* samples = block.samples + channel;
+    if (!given) statistics_.Add(samples, block.count, block.stride);
+    share.Take(samples, block.count, block.stride);
+    frames += block.count;
+    if (given && frames >= Share::most) break;
+  }
+  const Stretches stretches = share.Finish();
+  const Swings swings = umlauf::rotation::FindSwings(stretches);
+  for (std::size_t i = 0; i < swings.counts.size(); ++i) {
+    levels_.counts.push_back(
+        {stretches[i].begin, stretches[i].begin + stretches[i].samples.size(), swings.counts[i]});
+  }
+  levels_.clipped = ClippedShare(stretches);
+  if (!swings.AreRegular()) levels_.counts.clear();
+  if (given) {
+    if (swings.scale.preparation == SwingScale::Preparation::unwrapped) {
+      levels_.warnings.push_back(
+          {"wrapped",
+           L"the samples jump over their whole range, as of a converter that went round; leave "
+           L"the levels to the program"});
     }
-    families.push_back(Around(statistics_.Mean(), statistics_.Deviation(), ttl, steps));
-    Count(source, channel, blockSize_, families);
-    if (!Rewound(source)) return;
-    levels_.upper = static_cast<float>(std::max(upper, lower));
-    levels_.lower = static_cast<float>(std::min(upper, lower));
+    return;
+  }
+  // What it returns tells nothing about the recording (it is false for a clean sine): the swings do.
+  detector_.AutoSchrankenSetzen(statistics_.Min(), statistics_.Max(), static_cast<float>(statistics_.Mean()),
+                                static_cast<float>(statistics_.Deviation()));
+  if (upper_ || lower_) {
+    TakeOther(swings);
+  } else if (swings.AreRegular()) {
+    Take(swings, share);
+  } else {
+    levels_.upper = std::max(detector_.ObereSchranke(), detector_.UntereSchranke());
+    levels_.lower = std::min(detector_.ObereSchranke(), detector_.UntereSchranke());
     levels_.certain = false;
-    TakeBest(families, levels_);
-    if (levels_.certain) return;
     levels_.warnings.push_back({"levels-uncertain",
-                                L"the number of pulses depends on the levels; look at the recording and give "
-                                L"both levels"});
-  });
-  if (!enough) failure_ = L"there is no memory to look for levels";
-  return failure_.IsEmpty();
+                                L"no regular pulses stand out: their number depends on the levels; look at "
+                                L"the recording and give both levels"});
+  }
+}
+
+void CLevelFinder::Take(const Swings& swings, const Share& share) {
+  const bool plain = swings.scale.preparation == SwingScale::Preparation::none;
+  if (plain && swings.HaveCommonLevels() && !swings.Wander()) {
+    levels_.upper = detector_.ObereSchranke();
+    levels_.lower = detector_.UntereSchranke();
+    if (!Serve(swings, levels_.upper, levels_.lower)) TakeMiddle(swings, levels_);
+    if (share.IsAll() ||
+        ServeEverywhere(share.Ranges(), swings.scale.smallest, levels_.upper, levels_.lower)) {
+      return;
+    }
+  }
+  levels_.scale = swings.scale;
+  levels_.upper = SwingScale::upper;
+  levels_.lower = SwingScale::lower;
+}
+
+void CLevelFinder::TakeOther(const Swings& swings) {
+  const float smallest =
+      swings.AreRegular() ? swings.scale.smallest : (statistics_.Max() - statistics_.Min()) / 10;
+  if (upper_) {
+    levels_.lower = Beside(*upper_, -1, smallest, swings.highestLow);
+  } else {
+    levels_.upper = Beside(*lower_, 1, smallest, swings.lowestHigh);
+  }
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <optional>
 #include <vector>
 
@@ -8,42 +9,59 @@
 #include "umlauf/platform/framework/CString.h"
 #include "umlauf/rotation/RecordingStatistics.h"
 #include "umlauf/rotation/RotationWarning.h"
+#include "umlauf/rotation/SwingSource.h"
 #include "umlauf/tacho/DzPulsDetektor.h"
 
 class CBlockSource;
 
+namespace umlauf::rotation {
+class Share;
+struct Swings;
+}  // namespace umlauf::rotation
+
 /// Levels (thresholds) for the pulses of a recording.
 struct PulseLevels {
+  /// Swings of a part of the recording, counted without levels.
+  struct SwingCount {
+    std::uint64_t begin = 0, end = 0;  ///< [samples]
+    double swings = 0;                 ///< up and down
+  };
+
   float upper = 0.75f, lower = 0.25f;
   bool automaticUpper = false, automaticLower = false;  ///< found, not given
-  bool certain = true;                                  ///< no reason to doubt the pulses that they find
-  std::vector<RotationWarning> warnings;                ///< why they are doubtful, and what to try
+  /// Set where no two levels serve for the whole recording: the levels are then to be used on the scale that
+  /// a CSwingSource brings it to.
+  std::optional<SwingScale> scale;
+  bool certain = true;                    ///< no reason for doubt so far; the pulses are still to be judged
+  std::vector<RotationWarning> warnings;  ///< reasons for doubt, and what to try
+  std::vector<SwingCount> counts;         ///< for CPulseJudge
+  double clipped = 0;                     ///< share of the samples that lie at the ends of a clipped range
 };
 
 /// Finds levels for a whole recording.
 ///
-/// The detector's own rule goes by the range of the samples, which a few of them may determine: the tooth
-/// behind the gap of a wheel, the top speed of an inductive sensor, a spike. So its levels are taken when
-/// half their distance finds the same pulses. Otherwise the distance is reduced in steps, and those levels
-/// are taken that lie in the longest run of steps without another number of pulses, when these follow each
-/// other regularly, as teeth do and noise does not. Where there is no such run, the choice is uncertain: the
-/// levels with the most regular pulses, else those of the rule.
+/// It looks at the swings of the signal, up and down by at least some size, in the recording or in parts of a
+/// long one. Whatever the smallest size is, teeth keep their number over a range of it, and follow each other
+/// regularly; noise does neither. With the smallest swing known, two levels are laid through all swings,
+/// those of the detector's own rule where they do; where no two levels serve, as with drift, or where they
+/// would move the edges, each swing gets a scale of its own (see CSwingSource). Wild samples and steps are
+/// taken out of the signal when that makes its swings more regular.
 ///
-/// Reads the recording two or three times, so the source must be able to rewind. Nothing throws. One object
-/// is used by one thread at a time.
+/// Reads the recording once (where two levels are given, its first two million samples), so the source must
+/// be able to rewind unless both are. Takes up to 40 MB. Nothing throws. One object is used by one thread at
+/// a time.
 class UMLAUF_API CLevelFinder {
  public:
   /// For a detector with these settings, of which only the TTL correction counts.
   explicit CLevelFinder(const CDzPulsDetektor& detector) : detector_(detector) {}
 
-  /// Levels that are known; when both are, nothing is read.
+  /// Levels that are known; the other one is found around it.
   void Given(std::optional<float> upper, std::optional<float> lower);
   /// Samples that are read at a time.
   void BlockSize(std::size_t samples) { blockSize_ = samples > 0 ? samples : 1; }
 
   /// Finds the levels of a channel [from 0]; the source is rewound before and after. False, with a reason in
-  /// `Failure`, when it cannot be read (twice), and when the level that was found does not fit to the given
-  /// one (upper below lower).
+  /// `Failure`, when it cannot be read (twice), and when the levels given are upside down.
   bool Find(CBlockSource& source, unsigned channel);
 
   const PulseLevels& Levels() const { return levels_; }
@@ -53,7 +71,9 @@ class UMLAUF_API CLevelFinder {
 
  private:
   bool Rewound(CBlockSource& source);
-  bool Choose(CBlockSource& source, unsigned channel);
+  void Look(CBlockSource& source, unsigned channel);
+  void Take(const umlauf::rotation::Swings& swings, const umlauf::rotation::Share& share);
+  void TakeOther(const umlauf::rotation::Swings& swings);
 
   CDzPulsDetektor detector_;
   std::optional<float> upper_, lower_;

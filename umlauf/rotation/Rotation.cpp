@@ -5,6 +5,7 @@
 #include "umlauf/recording/BlockSource.h"
 #include "umlauf/rotation/GapCorrection.h"
 #include "umlauf/rotation/PulseFinder.h"
+#include "umlauf/rotation/PulseJudge.h"
 #include "umlauf/rotation/SpeedSignals.h"
 
 CRotation::CRotation() { detector_.PulsMinLenSetzen(0); }
@@ -72,11 +73,15 @@ bool CRotation::Find(CBlockSource& recording, unsigned channel) {
   detector.SchrankenSetzen(levels_.upper, levels_.lower);
   detector.QuellenPulseProUmdr(static_cast<float>(pulsesPerRevolution_));
   recording.Rewind();  // where it cannot, it is read from where it stands
-  CPulseFinder pulses(recording, channel, detector, blockSize_);
+  CSwingSource scaled(recording, channel, levels_.scale.value_or(SwingScale()));
+  CPulseFinder pulses(levels_.scale ? static_cast<CBlockSource&>(scaled) : recording,
+                      levels_.scale ? 0 : channel, detector, blockSize_);
+  CPulseJudge judge(levels_, detector);
   CGapCorrection gap(gapLength_, pulsesPerRevolution_);
   CPulseTrain block(recording.SampleRate(), recording.StartTime());
   bool complete = true;
   while (pulses.Next(block) && pulses_.Complete()) {
+    judge.Take(block);
     if (gap_) {
       gap.Take(block, pulses_);
     } else {
@@ -87,6 +92,7 @@ bool CRotation::Find(CBlockSource& recording, unsigned channel) {
     complete = gap.Finish(pulses_);
     wheel_ = gap.Wheel();
   }
+  levels_.warnings = judge.Finish();
   samples_ = pulses.Samples();
   failure_ = pulses.Failure();
   if (!complete || !pulses_.Complete()) failure_ = L"there is no memory for all pulses of the recording";

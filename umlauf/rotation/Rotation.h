@@ -68,7 +68,7 @@ class UMLAUF_API CRotation {
   bool Analyse(CBlockSource& recording, unsigned channel = 0);
   /// Why the last `Analyse` found nothing, in one sentence; empty after one that did.
   const CString& Failure() const { return failure_; }
-  /// What is doubtful about the results.
+  /// What is doubtful about the results; see CPulseJudge.
   const std::vector<RotationWarning>& Warnings() const { return levels_.warnings; }
 
   // Results. Positions in samples, 0 the first of the recording; times in seconds from its start time on

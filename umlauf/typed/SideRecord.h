@@ -2,8 +2,8 @@
 
 #include "umlauf/record/FlatRecord.h"
 
-/// What travels beside a signal: a record T that owns itself, without nested records. A class derives from it,
-/// takes over its constructors and assignments, names the fields, and gets its tag beside its definition
+/// What travels beside a signal: a record T that owns itself, without nested records. A class derives from
+/// it, takes over its constructors and assignments, names the fields, and gets its tag beside its definition
 /// (MarshalingYard::ID). The flat form is the record.
 template <class T>
 class UMLAUF_TEMPLATE_API CSideRecord : public CPODOwner<T> {

@@ -33,8 +33,8 @@ class UMLAUF_API CString {
   std::string ToUtf8() const;
   /// To code page 1252; a character outside it becomes "?".
   std::string ToAnsi() const;
-  /// The name of a file as the system gives it, in UTF-8 or not: what opens files by such a text finds the file
-  /// of these very bytes, and ToPath gives them back.
+  /// The name of a file as the system gives it, in UTF-8 or not: what opens files by such a text finds the
+  /// file of these very bytes, and ToPath gives them back.
   static CString FromPath(std::string_view path);
   std::string ToPath() const;
 

@@ -16,8 +16,8 @@
 ///
 /// The database is one SQLite file that several processes may use at once. Every write is one transaction:
 /// it is there as a whole or not at all, also when the process is killed or the machine loses power in the
-/// middle of it. A writer waits up to ten seconds for others before it gives up; those that wait come in turn.
-/// A file that was created and whose first write fails is taken away again.
+/// middle of it. A writer waits up to ten seconds for others before it gives up; those that wait come in
+/// turn. A file that was created and whose first write fails is taken away again.
 ///
 /// Nothing throws. A failure gives a neutral result; the log (category 1) names the file and the reason, save
 /// for bad arguments: an empty path, or an index below 0 or beyond 32 bits. On a database that is not open

@@ -1,0 +1,116 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <numbers>
+#include <optional>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "umlauf/recording/MemorySource.h"
+#include "umlauf/rotation/Rotation.h"
+#include "umlauf/rotation/SwingSource.h"
+
+namespace {
+
+constexpr double kRate = 10000;
+
+/// Two seconds of 200 teeth a second.
+std::vector<float> Teeth(double (*change)(double value, double time)) {
+  std::vector<float> samples(20000);
+  for (std::size_t i = 0; i < samples.size(); ++i) {
+    const double time = static_cast<double>(i) / kRate;
+    samples[i] = static_cast<float>(change(std::sin(2 * std::numbers::pi * 200 * time), time));
+  }
+  return samples;
+}
+
+double Drifting(double value, double time) { return value + 3 * std::sin(2 * std::numbers::pi * time); }
+double Plain(double value, double) { return value; }
+
+TEST(SwingSource, DoesNotDependOnHowItIsRead) {
+  std::vector<float> samples = Teeth(Drifting);
+  samples.resize(21000, samples.back());  // a rest
+  CMemorySource recording(samples, kRate);
+  for (const SwingScale& scale : {SwingScale{1.0f}, SwingScale{1.0f, SwingScale::Preparation::median},
+                                  SwingScale{1.0f, SwingScale::Preparation::jumps, 0.1f}}) {
+    CSwingSource source(recording, 0, scale);
+    recording.Rewind();
+    const SampleBlock all = source.Read(1 << 20);
+    const std::vector<float> whole(all.samples, all.samples + all.count);
+    ASSERT_EQ(whole.size(), samples.size());
+    EXPECT_EQ(*std::min_element(whole.begin(), whole.end()), 0.0f);
+    EXPECT_EQ(*std::max_element(whole.begin(), whole.end()), 1.0f);
+    ASSERT_TRUE(source.Rewind());
+    std::mt19937 random(7);
+    std::vector<float> parts;
+    for (SampleBlock part = source.Read(1); part.count > 0; part = source.Read(1 + random() % 3000))
+      parts.insert(parts.end(), part.samples, part.samples + part.count);
+    EXPECT_EQ(parts, whole);
+  }
+}
+
+/// Whatever is done to 400 teeth, they are found, or it is said that they are not.
+TEST(Levels, FindTheTeethOrSayWhatIsWrong) {
+  const struct {
+    double (*change)(double, double);
+    std::optional<float> upper, lower;
+    std::string code;  // empty: all teeth are found
+  } cases[] = {
+      {Plain, {}, {}, ""},
+      {Plain, 0.5f, {}, ""},
+      {Plain, {}, 0.9f, ""},
+      {Drifting, {}, {}, ""},
+      {Drifting, 0.5f, -0.5f, "count-differs"},
+      {[](double value, double time) { return value * (time < 1 ? 1 : 10); }, {}, {}, ""},
+      {[](double value, double time) { return value * (time < 1 ? 1 : 10); }, 2.0f, -2.0f, "count-differs"},
+      {[](double value, double) { return std::remainder(value + 0.3, 1.9); }, {}, {}, ""},
+      {[](double value, double) { return std::remainder(value + 0.3, 1.9); }, 0.1f, -0.1f, "wrapped"},
+      // Half of the teeth vanish at the end of the range.
+      {[](double value, double time) { return std::min(Drifting(value, time), 1.0); },
+       {},
+       {},
+       "levels-uncertain"},
+      {[](double value, double time) { return std::abs(std::fmod(time, 0.1) - 0.0987) < 3e-5 ? 20 : value; },
+       {},
+       {},
+       ""},
+      {[](double value, double time) { return std::abs(std::fmod(time, 0.1) - 0.0987) < 3e-5 ? 20 : value; },
+       0.5f, -0.5f, "extra-pulses"},
+      {[](double, double time) { return std::floor(time * 2); }, 0.5f, 0.4f, "few-pulses"},
+  };
+  for (const auto& c : cases) {
+    const std::vector<float> samples = Teeth(c.change);
+    CMemorySource recording(samples, kRate);
+    CRotation rotation;
+    rotation.GivenLevels(c.upper, c.lower);
+    const auto at = &c - cases;
+    EXPECT_TRUE(rotation.Analyse(recording) || !c.code.empty()) << at;
+    const std::string code(rotation.Warnings().empty() ? "" : rotation.Warnings()[0].code);
+    EXPECT_EQ(code, c.code) << at;
+    if (c.code.empty()) {
+      EXPECT_NEAR(static_cast<double>(rotation.Pulses().size()), 400, 1) << at;
+    }
+  }
+}
+
+/// 60 pulses in a revolution, 600 rpm, on a drift of three times the amplitude.
+TEST(Levels, FollowADrift) {
+  std::vector<float> samples(30000);
+  for (std::size_t i = 0; i < samples.size(); ++i) {
+    const double turns = 10 * static_cast<double>(i) / kRate;
+    samples[i] = static_cast<float>(std::sin(2 * std::numbers::pi * turns * 60) +
+                                    3 * std::sin(2 * std::numbers::pi * turns / 7));
+  }
+  CMemorySource recording(samples, kRate);
+  CRotation rotation;
+  rotation.Wheel(60);
+  ASSERT_TRUE(rotation.Analyse(recording));
+  EXPECT_TRUE(rotation.Warnings().empty());
+  EXPECT_TRUE(rotation.Levels().scale);
+  EXPECT_NEAR(rotation.RevolutionSpeed().Mean(kRate), 600, 0.5);
+  EXPECT_NEAR(static_cast<double>(rotation.Pulses().size()), 1800, 1);
+}
+
+}  // namespace

@@ -1,0 +1,132 @@
+#include "umlauf/rotation/PulseJudge.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "umlauf/platform/memory/WithoutMemory.h"
+#include "umlauf/rotation/PulseTrain.h"
+#include "umlauf/rotation/internal/Regularity.h"
+#include "umlauf/tacho/DzPulsDetektor.h"
+
+namespace {
+
+constexpr std::uint64_t fewPulses = 5;
+constexpr double evenShare = 0.7;      ///< a gap takes two pulses of a revolution
+constexpr double oneOf = 20000;        ///< in long recordings one pulse in so many may be odd
+constexpr double clippedShare = 0.01;  ///< so many samples at the ends of the range do not come by chance
+constexpr double sameCount = 0.001;    ///< and those at the ends of a stretch
+constexpr double cutSwings = 1.5;
+
+}  // namespace
+
+struct CPulseJudge::State {
+  std::vector<RotationWarning> warnings;
+  std::vector<PulseLevels::SwingCount> counts;
+  std::vector<double> found;  ///< pulses in each of these
+  double clipped = 0;
+  double divider = 1;
+  bool bothEdges = false, comparable = true;
+  std::size_t stretch = 0;
+  umlauf::rotation::Regularity regularity;
+  double lastEdge = -1;
+
+  void Take(double edge, double pitches, double length) {
+    while (stretch < counts.size() && edge >= static_cast<double>(counts[stretch].end)) ++stretch;
+    if (stretch < counts.size() && edge >= static_cast<double>(counts[stretch].begin))
+      found[stretch] += pitches;
+    if (length > 0) regularity.Take(length);
+  }
+};
+
+CPulseJudge::CPulseJudge(const PulseLevels& levels, const CDzPulsDetektor& detector) {
+  umlauf::HadMemory([&] {
+    auto state = std::make_unique<State>();
+    state->warnings = levels.warnings;
+    state->counts = levels.counts;
+    state->found.resize(levels.counts.size());
+    state->clipped = levels.clipped;
+    state->divider = std::max(1u, detector.PulsTeiler());
+    state->bothEdges = detector.BeideFlankenSuchen();
+    state->comparable = detector.PulsFilterTotzeit() == 0;
+    state_ = std::move(state);
+  });
+}
+
+CPulseJudge::~CPulseJudge() = default;
+
+void CPulseJudge::Take(const CPulseTrain& pulses) {
+  if (state_ == nullptr) return;
+  State& s = *state_;
+  const auto edges = pulses.Edges();
+  const auto flags = pulses.Flags();
+  const auto pitches = pulses.Pitches();
+  umlauf::HadMemory([&] {
+    for (std::size_t i = 0; i < flags.size(); ++i) {
+      const bool first = (flags[i] & CPulseTrain::first) != 0;
+      if (!s.bothEdges) {
+        s.Take(edges[i + 1], pitches[i], first ? 0 : (edges[i + 1] - edges[i]) / pitches[i]);
+      } else if ((flags[i] & CPulseTrain::rising) != 0) {
+        // From rising edge to rising edge: the duty does not matter.
+        s.Take(edges[i + 1], 1, s.lastEdge < 0 ? 0 : edges[i + 1] - s.lastEdge);
+        s.lastEdge = edges[i + 1];
+      }
+    }
+  });
+}
+
+bool CPulseJudge::CountsDiffer() const {
+  const State& s = *state_;
+  if (!s.comparable) return false;
+  for (std::size_t i = 0; i < s.counts.size(); ++i) {
+    const double off = std::abs(s.found[i] - s.counts[i].swings);
+    if (off > cutSwings + s.divider - 1 + sameCount * s.counts[i].swings) return true;
+  }
+  return false;
+}
+
+std::vector<RotationWarning> CPulseJudge::Finish() {
+  std::vector<RotationWarning> warnings;
+  umlauf::HadMemory([&] {
+    if (state_ == nullptr) return;
+    State& s = *state_;
+    s.regularity.Finish();
+    warnings = s.warnings;
+    const auto add = [&warnings](const char* code, const wchar_t* text, double number = 0) {
+      RotationWarning& warning = warnings.emplace_back();
+      warning.code = code;
+      warning.text.Format(text, number);
+    };
+    const double pulses = static_cast<double>(s.regularity.Pulses());
+    const double allowed = std::floor(pulses / oneOf);
+    const double extra = s.regularity.Extra(), lost = s.regularity.Lost();
+    if (!warnings.empty()) return;
+    if (s.regularity.Pulses() + 1 < fewPulses) {
+      add("few-pulses", L"only a few pulses were found; check channel and levels");
+    } else if (s.regularity.EvenShare() < evenShare) {
+      add("irregular",
+          L"the pulses do not follow each other regularly; look at the recording and give both levels");
+    } else if (extra > allowed) {
+      add("extra-pulses",
+          L"pulses that are far too short (%g), as from noise or spikes: look at the recording, set the "
+          L"levels "
+          L"farther apart",
+          extra);
+    } else if (lost > allowed && s.clipped > clippedShare) {
+      add("clipped",
+          L"pulses seem to be missing (%g), and samples lie at the ends of the range: the signal is clipped; "
+          L"record it with a wider range",
+          lost);
+    } else if (lost > allowed) {
+      add("lost-pulses",
+          L"pulses seem to be missing (%g): tell the gap of the wheel if it has one, or set the levels "
+          L"closer "
+          L"together or within the swing",
+          lost);
+    }
+    if (warnings.empty() && CountsDiffer())
+      add("count-differs",
+          L"the signal swings more or less often than it passes the levels; look at the recording, set the "
+          L"levels within its swings, or leave them out");
+  });
+  return warnings;
+}

@@ -1,0 +1,40 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <vector>
+
+#include "umlauf/Export.h"
+#include "umlauf/rotation/Levels.h"
+#include "umlauf/rotation/RotationWarning.h"
+
+class CDzPulsDetektor;
+class CPulseTrain;
+
+/// Says whether the pulses of a recording can be believed, however its levels came about. It compares each
+/// pulse with its neighbours (far too short ones, long ones that are no gap of the wheel and no standstill),
+/// and their number with that of the swings that CLevelFinder counted without levels.
+///
+/// Takes the pulses as a CPulseFinder finds them, train after train, gaps not corrected. One object serves
+/// one recording and one thread at a time. Nothing throws; without memory it says nothing.
+class UMLAUF_API CPulseJudge {
+ public:
+  /// For pulses that a detector with these settings finds with these levels.
+  CPulseJudge(const PulseLevels& levels, const CDzPulsDetektor& detector);
+  ~CPulseJudge();
+  CPulseJudge(const CPulseJudge&) = delete;
+  CPulseJudge& operator=(const CPulseJudge&) = delete;
+
+  void Take(const CPulseTrain& pulses);
+  /// What is doubtful; nothing else when the levels are. Codes `levels-uncertain`, `wrapped`, `few-pulses`,
+  /// `irregular`, `extra-pulses`, `lost-pulses`, `clipped`, `count-differs`. Call once, behind the last
+  /// pulse.
+  std::vector<RotationWarning> Finish();
+
+ private:
+  struct State;
+
+  bool CountsDiffer() const;
+
+  std::unique_ptr<State> state_;
+};

@@ -1,0 +1,176 @@
+#include "umlauf/rotation/internal/LevelSearch.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <limits>
+
+#include "umlauf/rotation/internal/Zigzag.h"
+
+namespace umlauf::rotation {
+namespace {
+
+constexpr double bad = 0.02;       ///< of the badness
+constexpr float cutSwing = 0.85f;  ///< a swing at either end must be so much of the next one
+constexpr float dwarf = 0.15f;     ///< a swing so much smaller than those on both sides belongs to no tooth
+constexpr double irregular = 0.3;
+constexpr std::uint64_t fewPulses = 4;
+constexpr double wandering = 0.1;  ///< of a swing, within four
+constexpr double evenShare = 0.7;  ///< a gap takes two pulses of a revolution
+constexpr std::size_t mostPlateaus = 8;
+
+Stretches Prepared(const Stretches& stretches, const SwingScale& scale) {
+  Stretches prepared;
+  for (const Stretch& each : stretches) {
+    SamplePreparation step(scale);
+    Stretch& out = prepared.emplace_back(each.begin);
+    out.samples.reserve(each.samples.size());
+    step.Take(each.samples.data(), each.samples.size(), 1, out.samples);
+    step.Finish(out.samples);
+  }
+  return prepared;
+}
+
+/// Follows one stretch.
+class Follower {
+ public:
+  Follower(Swings& swings, const std::vector<float>& samples)
+      : swings_(swings), zigzag_(swings.scale.smallest), samples_(samples) {}
+
+  void Run() {
+    for (std::size_t i = 0; i < samples_.size(); ++i) {
+      if (!zigzag_.Take(samples_[i])) continue;
+      Turn(zigzag_.Value());
+      if (zigzag_.IsFalling()) continue;
+      if (lastRise_ > 0) swings_.regularity.Take(static_cast<double>(i - lastRise_));
+      lastRise_ = i;
+    }
+    swings_.counts.push_back(static_cast<double>(turns_) / 2);
+    swings_.count += swings_.counts.back();
+    // The last swing may be cut by the end of the stretch, as the first one by its begin.
+    if (turns_ > 1 && std::abs(zigzag_.Candidate() - last_[0]) > cutSwing * std::abs(last_[0] - last_[1]))
+      Bound(zigzag_.Candidate(), !zigzag_.IsFalling());
+  }
+
+ private:
+  void Bound(float value, bool high) {
+    if (high) {
+      swings_.lowestHigh = std::min(swings_.lowestHigh, value);
+    } else {
+      swings_.highestLow = std::max(swings_.highestLow, value);
+    }
+  }
+  void Turn(float value) {
+    const bool high = zigzag_.IsFalling();
+    if (turns_ > 0) Bound(value, high);
+    if (turns_ == 2 && std::abs(last_[0] - last_[1]) > cutSwing * std::abs(value - last_[0]))
+      Bound(last_[1], high);
+    // Two small half swings side by side, from one tooth back to the same.
+    if (turns_ > 3) {
+      const float inner = std::abs(last_[0] - last_[1]);
+      const float around = std::min(std::abs(last_[1] - last_[2]), std::abs(value - last_[0]));
+      if (inner < dwarf * around) ++swings_.dwarfs;
+    }
+    if (turns_ > 0) {
+      const float middle = (value + last_[0]) / 2;
+      swings_.sizes += static_cast<double>(std::abs(value - last_[0]));
+      if (turns_ > middles_.size())
+        swings_.wander += static_cast<double>(std::abs(middle - middles_[turns_ % middles_.size()]));
+      middles_[turns_ % middles_.size()] = middle;
+    }
+    last_ = {value, last_[0], last_[1]};
+    ++turns_;
+  }
+
+  Swings& swings_;
+  Zigzag zigzag_;
+  const std::vector<float>& samples_;
+  std::array<float, 3> last_{};
+  std::array<float, 8> middles_{};  ///< of the last four swings up and down
+  std::uint64_t turns_ = 0;
+  std::size_t lastRise_ = 0;
+};
+
+Swings FollowPrepared(const Stretches& stretches, const SwingScale& scale) {
+  Swings swings;
+  swings.scale = scale;
+  swings.highestLow = -std::numeric_limits<float>::infinity();
+  swings.lowestHigh = std::numeric_limits<float>::infinity();
+  for (const Stretch& each : stretches) Follower(swings, each.samples).Run();
+  swings.regularity.Finish();
+  return swings;
+}
+
+/// The best of one preparation.
+Swings Best(const Stretches& stretches, SwingScale scale) {
+  const Stretches prepared = Prepared(stretches, scale);
+  SwingHistogram histogram;
+  for (const Stretch& each : prepared) histogram.Add(each.samples.data(), each.samples.size());
+  std::vector<Plateau> plateaus = FindPlateaus(histogram);
+  // From small to great, of the widest ones.
+  if (plateaus.size() > mostPlateaus) {
+    std::vector<Plateau> widest = plateaus;
+    const auto width = [](const Plateau& plateau) { return plateau.high / plateau.low; };
+    std::nth_element(widest.begin(), widest.begin() + mostPlateaus - 1, widest.end(),
+                     [&](const Plateau& a, const Plateau& b) { return width(a) > width(b); });
+    const float least = width(widest[mostPlateaus - 1]);
+    std::erase_if(plateaus, [&](const Plateau& plateau) { return width(plateau) < least; });
+  }
+  Swings best;
+  float width = 0;
+  for (const Plateau& plateau : plateaus) {
+    scale.smallest = plateau.Smallest();
+    Swings swings = FollowPrepared(prepared, scale);
+    // Where the numbers are much the same, noise adds a few to the smaller swings; else the smaller ones are
+    // the teeth, if they look like teeth.
+    const bool alike = swings.count > 0.8 * best.count && best.Badness() < bad && swings.Badness() < bad;
+    if (best.scale.smallest == 0 ||
+        (alike ? plateau.Width() > width : swings.Badness() < best.Badness() / 2)) {
+      best = std::move(swings);
+      width = plateau.Width();
+    }
+  }
+  return best;
+}
+
+}  // namespace
+
+bool Swings::AreRegular() const {
+  return scale.smallest > 0 && regularity.Pulses() >= fewPulses && Badness() < irregular;
+}
+
+bool Swings::Wander() const { return wander > wandering * sizes; }
+
+double Swings::Badness() const {
+  const auto pulses = static_cast<double>(regularity.Pulses());
+  const double uneven = std::max(0.0, evenShare - regularity.EvenShare());
+  return (regularity.Odd() + dwarfs + 0.5) / std::max(pulses, 1.0) + 2 * uneven;
+}
+
+Swings FollowSwings(const Stretches& stretches, const SwingScale& scale) {
+  return FollowPrepared(Prepared(stretches, scale), scale);
+}
+
+Swings FindSwings(const Stretches& stretches) {
+  SwingScale plain;
+  for (const Stretch& each : stretches) plain.limit = std::max(plain.limit, WrapRange(each.samples));
+  if (plain.limit > 0) plain.preparation = Preparation::unwrapped;
+  Swings best = Best(stretches, plain);
+  for (const auto kind : {Preparation::median, Preparation::jumps}) {
+    if (best.scale.smallest > 0 && best.regularity.Odd() <= 0 && best.Badness() < bad) break;
+    SwingScale scale{.preparation = kind};
+    if (kind == Preparation::jumps) {
+      scale.limit = std::numeric_limits<float>::infinity();
+      for (const Stretch& each : stretches) {
+        const float limit = JumpLimit(each.samples);
+        if (limit > 0) scale.limit = std::min(scale.limit, limit);
+      }
+    }
+    Swings other = Best(stretches, scale);
+    const bool enough = other.count > best.count / 2 || best.Badness() > bad;
+    if (other.scale.smallest > 0 && enough && other.Badness() < best.Badness() / 2) best = std::move(other);
+  }
+  return best;
+}
+
+}  // namespace umlauf::rotation

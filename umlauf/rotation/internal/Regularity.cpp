@@ -1,0 +1,126 @@
+#include "umlauf/rotation/internal/Regularity.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+#include <map>
+
+namespace umlauf::rotation {
+namespace {
+
+constexpr double even = 1.5;       ///< ratio of pulses that count as equally long
+constexpr double pairIsOne = 1.4;  ///< two pulses that are together shorter than so many pitches are one
+constexpr double part = 0.85;      ///< each of these is shorter than this
+constexpr double farTooShort = 0.45;
+constexpr double patterned = 0.95, plain = 0.8;  ///< shares of even pulses
+constexpr double longPulse = 1.5;                ///< pitches
+constexpr double longBesides = 1.4;              ///< of the longer one of its neighbours
+constexpr double calm = 0.12;                    ///< greatest change from pulse to pulse
+constexpr double standstill = 4;                 ///< pitches
+constexpr double gradual = 1.15;  ///< a wheel that comes to rest or starts: from pulse to pulse
+constexpr std::size_t mostLongs = 100000;
+constexpr std::size_t mostGaps = 4;  ///< of a wheel
+
+}  // namespace
+
+void Regularity::Take(double length) {
+  const double before = Before(1);
+  calm_ = std::abs(length - before) <= calm * before ? calm_ + 1 : 0;
+  if (calm_ > window) {
+    // Most pulses: nothing odd can be within reach.
+    for (std::uint64_t& each : even_) ++each;
+    lengths_[pulses_++ % window] = length;
+    skip_ = false;
+    return;
+  }
+  Compare(length);
+  lengths_[pulses_++ % window] = length;
+  if (pulses_ >= window) Judge();
+}
+
+void Regularity::Finish() {
+  if (pulses_ < window) return;
+  // Beyond the end it goes on evenly.
+  const std::uint64_t pulses = pulses_;
+  for (std::size_t i = 0; i < reach; ++i) {
+    const double length = Before(1);
+    lengths_[pulses_++ % window] = length;
+    Judge();
+  }
+  pulses_ = pulses;
+}
+
+void Regularity::Compare(double length) {
+  for (std::size_t pattern = 1; pattern <= longestPattern && pattern <= pulses_; ++pattern) {
+    const double before = Before(pattern);
+    if (length <= even * before && before <= even * length) ++even_[pattern - 1];
+  }
+}
+
+double Regularity::EvenShare() const {
+  const auto most = static_cast<double>(*std::max_element(even_.begin(), even_.end()));
+  return pulses_ > 2 ? std::min(1.0, most / static_cast<double>(pulses_ - 2)) : 0;
+}
+
+void Regularity::Judge() {
+  if (skip_) {
+    skip_ = false;
+    return;
+  }
+  std::array<double, window> at;
+  for (std::size_t i = 0; i < window; ++i) at[i] = Before(window - i);
+  // The pitch by the neighbours, of which long ones may be gaps.
+  std::array<double, 2 * reach> others;
+  std::copy_n(at.begin(), reach, others.begin());
+  std::copy_n(at.begin() + reach + 1, reach, others.begin() + reach);
+  std::nth_element(others.begin(), others.begin() + reach - 1, others.end());
+  const double reference = others[reach - 1];
+  const double before = at[reach - 1], length = at[reach], next = at[reach + 1];
+  const bool arePair = length + next < pairIsOne * reference && std::max(length, next) < part * reference;
+  if (arePair || length < farTooShort * reference) {
+    ++extra_;
+    skip_ = true;
+    return;
+  }
+  if (length < longPulse * reference || length < longBesides * std::max(before, next)) return;
+  const bool slows = before > gradual * at[reach - 2], speedsUp = next > gradual * at[reach + 2];
+  if (length > standstill * reference && (slows || speedsUp)) {
+    ++standstills_;
+  } else if (longs_.size() < mostLongs) {
+    longs_.push_back({pulses_, std::round(length / reference)});
+  }
+}
+
+bool Regularity::IsPattern() const {
+  const auto n = static_cast<double>(pulses_);
+  return EvenShare() > patterned && static_cast<double>(even_[0]) < plain * n;
+}
+
+double Regularity::Lost() const {
+  if (longs_.empty()) return 0;
+  double least = std::numeric_limits<double>::infinity();
+  for (std::size_t gaps = 1; gaps <= mostGaps; ++gaps) least = std::min(least, Lost(gaps));
+  return least;
+}
+
+/// With g gaps a revolution every g-th long pulse comes after the same number of pulses.
+double Regularity::Lost(std::size_t gaps) const {
+  std::map<std::uint64_t, std::size_t> distances;
+  for (std::size_t i = gaps; i < longs_.size(); ++i) ++distances[longs_[i].index - longs_[i - gaps].index];
+  std::uint64_t usual = 0;
+  std::size_t most = 1;  // once is no rule
+  for (const auto& [distance, times] : distances) {
+    if (times > most) most = times, usual = distance;
+  }
+  double lost = 0, breaks = 0;
+  for (std::size_t i = 0; i < longs_.size(); ++i) {
+    const bool fromBefore = i >= gaps && longs_[i].index - longs_[i - gaps].index == usual;
+    const bool toNext = i + gaps < longs_.size() && longs_[i + gaps].index - longs_[i].index == usual;
+    if (!fromBefore && !toNext) lost += std::max(1.0, longs_[i].pitches - 1);
+    if (!fromBefore && i >= gaps) breaks += 1.0 / static_cast<double>(gaps);
+  }
+  // At a standstill one more or less may be counted.
+  return std::max(lost, std::ceil(breaks - 0.01) - static_cast<double>(standstills_));
+}
+
+}  // namespace umlauf::rotation

@@ -1,0 +1,57 @@
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+namespace umlauf::rotation {
+
+/// How well pulses fit to their neighbours. A wheel's teeth follow each other evenly, its gaps come back
+/// after the same number of pulses, and it comes to rest gradually; noise, spikes and lost teeth do none of
+/// this.
+class Regularity {
+ public:
+  /// Takes the length of the next pulse, from one edge to the next one of its kind, in any unit.
+  void Take(double length);
+  /// Takes what is still held back; call once behind the last pulse.
+  void Finish();
+
+  std::uint64_t Pulses() const { return pulses_; }
+  /// Share of pulses about as long as the one before, or as the second before, up to the sixth, whichever
+  /// fits best.
+  double EvenShare() const;
+  /// Pulses that two edges too close together make of one.
+  double Extra() const { return IsPattern() ? 0 : extra_; }
+  /// Pulses that seem to be lost: pitches in long pulses that are no gap of the wheel.
+  double Lost() const;
+  std::uint64_t Standstills() const { return standstills_; }
+  /// Pulses that do not fit.
+  double Odd() const { return Extra() + Lost(); }
+
+ private:
+  static constexpr std::size_t reach = 3, window = 2 * reach + 2, longestPattern = 6;
+  static_assert(window == 8 && longestPattern < window);
+  struct Long {
+    std::uint64_t index;
+    double pitches;
+  };
+
+  double Before(std::size_t pulses) const { return lengths_[(pulses_ - pulses) % window]; }
+  void Compare(double length);
+  void Judge();
+  double Lost(std::size_t gaps) const;
+  /// Marks at uneven distances, the same in every revolution.
+  bool IsPattern() const;
+
+  std::uint64_t pulses_ = 0;
+  std::array<std::uint64_t, longestPattern> even_{};
+  std::array<double, window> lengths_{};  ///< pulse i at i % window
+  std::size_t calm_ = 0;                  ///< pulses much like the one before, in succession
+  bool skip_ = false;
+  double extra_ = 0;
+  std::uint64_t standstills_ = 0;
+  std::vector<Long> longs_;
+};
+
+}  // namespace umlauf::rotation
