@@ -6,7 +6,10 @@
 #include <cmath>
 #include <cstdint>
 #include <cstdlib>
+#include <string_view>
 #include <utility>
+
+#include "umlauf/platform/vekta/numeric.h"
 
 namespace umlauf::tool {
 namespace {
@@ -26,14 +29,14 @@ struct Decimal {
   }
   std::string text() const {
     if (count == 0) return "0";
-    std::string digits = fmt::format("{}", std::abs(count));
-    if (exponent > 0) digits.append(static_cast<std::size_t>(exponent), '0');
-    if (exponent < 0) {
-      const auto decimals = static_cast<std::size_t>(-exponent);
-      if (digits.size() <= decimals) digits.insert(0, decimals + 1 - digits.size(), '0');
-      digits.insert(digits.size() - decimals, ".");
-    }
-    return count < 0 ? "-" + digits : digits;
+    const char* const sign = count < 0 ? "-" : "";
+    const int decimals = std::max(-exponent, 0);
+    // At least one digit before the point.
+    const std::string digits = fmt::format("{:0{}}", std::abs(count), decimals + 1);
+    if (exponent >= 0) return fmt::format("{}{}{:0<{}}", sign, digits, "", exponent);
+    const std::string_view all = digits;
+    const std::size_t whole = all.size() - static_cast<std::size_t>(decimals);
+    return fmt::format("{}{}.{}", sign, all.substr(0, whole), all.substr(whole));
   }
 };
 
@@ -96,7 +99,8 @@ std::vector<Decimal> Multiples(const PlotRange& range, int factor, int exponent)
   // What lies at an end within rounding belongs to the range.
   const double first = std::ceil(range.low / step - 1e-9), last = std::floor(range.high / step + 1e-9);
   std::vector<Decimal> values;
-  for (double i = first; i <= last; ++i) values.push_back({static_cast<std::int64_t>(i) * factor, exponent});
+  for (double i = first; i <= last; ++i)
+    values.push_back({numeric::trunc_sat<std::int64_t>(i) * factor, exponent});
   return values;
 }
 
