@@ -12,8 +12,11 @@
 #endif
 #endif
 
-#ifdef UMLAUF_FUZZ_WATCHES_MEMORY
+// gcc has the sanitizer, but not the header that its hooks stand in.
+#if defined(UMLAUF_FUZZ_WATCHES_MEMORY) && __has_include(<sanitizer/allocator_interface.h>)
 #include <sanitizer/allocator_interface.h>
+#else
+#undef UMLAUF_FUZZ_WATCHES_MEMORY
 #endif
 
 #include <unistd.h>

@@ -48,6 +48,7 @@ Bytes Changed(Bytes bytes, const std::vector<Bytes>& seeds, std::mt19937& random
         break;
       case 2: {
         const std::uint32_t number = telling[below(std::size(telling))];
+        if (rest == 0) break;
         std::memcpy(bytes.data() + i, &number,
                     std::min<std::size_t>({rest, sizeof number, std::size_t{1} << below(3)}));
         break;

@@ -99,7 +99,8 @@ TEST(KnownRecordings, AreRightOrDoubtfulWithLevels) {
        {Way{"given", 0.6, 0.4}, Way{"upper given", 0.55, {}}, Way{"lower given", {}, 0.45}}) {
     const Tally all = JudgeAll(way, recordings / 5);
     EXPECT_EQ(all.wrong, 0) << way.name;
-    EXPECT_LT(all.rightButDoubted, 0.1 * all.right) << way.name;
+    // Under sanitizers, where there are few of them, one or two are no share.
+    EXPECT_LT(all.rightButDoubted, 0.1 * all.right + (oneOf > 1 ? 2 : 0)) << way.name;
   }
 }
 
