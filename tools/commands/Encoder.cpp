@@ -11,6 +11,7 @@
 #include "tools/commands/Commands.h"
 #include "tools/output/Progress.h"
 #include "tools/output/SpeedOutputs.h"
+#include "umlauf/encoder/EncoderWord.h"
 #include "umlauf/platform/vekta/numeric.h"
 #include "umlauf/rotation/EncoderPulseFinder.h"
 
@@ -41,6 +42,19 @@ void CheckEncoderOptions(const EncoderOptions& o) {
   }
 }
 
+/// The inputs of mode 1 have clocks for some sample rates only.
+void CheckClock(const EncoderFormat& format, double rate, const EncoderOptions& options) {
+  if (format.mode != EncoderFormat::Mode::tisStandard) return;
+  if (EncoderWord::ClockFor(numeric::trunc_sat<unsigned>(rate)) != nullptr) return;
+  std::string rates;
+  for (const EncoderWord::Clock& each : EncoderWord::clocks) {
+    rates += fmt::format("{}{}", rates.empty() ? "" : ", ", each.sampleRate);
+  }
+  Fail(
+      "cannot decode {}: streams of mode 1 have no clock for {:g} samples/s; check {} (one of {}) and --mode",
+      options.recording.path.string(), rate, options.recording.rateOption, rates);
+}
+
 void RunEncoder(EncoderOptions options) {
   CheckEncoderOptions(options);
   options.recording.rewindable = false;
@@ -51,6 +65,7 @@ void RunEncoder(EncoderOptions options) {
               options.recording.rateOption, rate);
   }
   const EncoderFormat format(options.mode);
+  CheckClock(format, rate, options);
   CEncoderPulseFinder::Format stream;
   stream.mode = format.mode;
   stream.lowWord = options.lowWord;
