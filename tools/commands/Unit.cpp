@@ -9,7 +9,7 @@
 #include "tools/LibraryNotes.h"
 #include "tools/commands/Commands.h"
 #include "tools/output/Console.h"
-#include "tools/output/NumberText.h"
+#include "tools/output/UnitText.h"
 #include "umlauf/platform/vekta/numeric.h"
 #include "umlauf/units/MeasuringUnit.h"
 
@@ -77,7 +77,7 @@ std::string Text(const NamedUnit& named, bool literal) {
   return plain ? named.unit.prefixunit(true).ToUtf8() : named.text;
 }
 
-void Row(std::string_view name, std::string_view value) { Print("{:<14}{}\n", name, OnOneLine(value)); }
+void UnitRow(std::string_view name, std::string_view text) { Row(name, text, 14); }
 
 /// What a value in the unit is multiplied by to be in that of SI; 0 when there is none.
 double StandardFactor(const CMeasuringUnit& unit) {
@@ -94,26 +94,27 @@ std::string StandardUnit(const NamedUnit& named, bool literal) {
     each->set_db(false);
     each->set_log(false);
   }
-  const std::string text = standard.prefixunit(false).ToUtf8();
+  const std::string text = UnitText(standard);
   const bool isLevel = named.unit.flags() != 0;
   return fmt::format("{}, 1 {} = {:.7g} {}", text,
-                     isLevel ? plain.prefixunit(false).ToUtf8() : Text({named.text, plain}, literal),
+                     isLevel ? UnitText(plain) : Text({named.text, plain}, literal),
                      StandardFactor(named.unit), text);
 }
 
 void Explain(const NamedUnit& named, bool literal) {
   const CMeasuringUnit& unit = named.unit;
-  Row("text", named.text);
-  Row("prints as", Text(named, literal));
-  Row("base unit", fmt::format("{} (number {})", unit.baseunit().ToUtf8(), unit.unit()));
-  Row("prefix", fmt::format("10^{}", unit.exponent()));
-  Row("power", fmt::format("{}", unit.power()));
-  Row("presentation", unit.is_db()    ? fmt::format("level in dB, reference {:g}", unit.logref())
-                      : unit.is_log() ? fmt::format("logarithm to base 10, reference {:g}", unit.logref())
-                                      : "plain");
-  Row("standard unit", StandardUnit(named, literal));
+  UnitRow("text", named.text);
+  UnitRow("prints as", Text(named, literal));
+  UnitRow("base unit", fmt::format("{} (number {})", unit.baseunit().ToUtf8(), unit.unit()));
+  UnitRow("prefix", fmt::format("10^{}", unit.exponent()));
+  UnitRow("power", fmt::format("{}", unit.power()));
+  UnitRow("presentation", unit.is_db()    ? fmt::format("level in dB, reference {:g}", unit.logref())
+                          : unit.is_log() ? fmt::format("logarithm to base 10, reference {:g}", unit.logref())
+                                          : "plain");
+  UnitRow("standard unit", StandardUnit(named, literal));
   if (literal && unit.exponent() != 0) {
-    Row("note",
+    UnitRow(
+        "note",
         "the library holds the prefix of a text with its exponent squared: k = 10^3 becomes 10^9; all above "
         "tells what is held");
   }
@@ -153,8 +154,8 @@ void RunUnit(const UnitOptions& options) {
   if (!std::isfinite(value * factor))
     Fail("{:g} {} is beyond the range of numbers in {}", value, unit.text, to.text);
   Explain(unit, options.literal);
-  Row("conversion", fmt::format("{} {} = {:.7g} {}", value, Text(unit, options.literal), value * factor,
-                                Text(to, options.literal)));
+  UnitRow("conversion", fmt::format("{} {} = {:.7g} {}", value, Text(unit, options.literal), value * factor,
+                                    Text(to, options.literal)));
 }
 
 }  // namespace
