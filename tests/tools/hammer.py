@@ -136,7 +136,8 @@ class Hammer:
         self.prepare()
         runs = 0
         for name, (args, output, new, _) in self.writers.items():
-            most = len(new)
+            # A drawing is whole without the empty lines behind it.
+            most = len(new.rstrip() if output.suffix == ".svg" else new)
             rooms = {*range(min(most, places)), *range(max(most - places, 0), most),
                      *range(0, most, max(most // places, 1))}
             for room in sorted(rooms):
