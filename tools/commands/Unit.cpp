@@ -10,8 +10,8 @@
 #include "tools/commands/Commands.h"
 #include "tools/output/Console.h"
 #include "tools/output/UnitText.h"
-#include "umlauf/platform/vekta/numeric.h"
 #include "umlauf/units/MeasuringUnit.h"
+#include "umlauf/units/UnitText.h"
 
 namespace umlauf::tool {
 namespace {
@@ -28,41 +28,23 @@ struct NamedUnit {
   CMeasuringUnit unit;
 };
 
+[[noreturn]] void FailUnknown(const std::string& text) {
+  Fail("\"{}\" is no known unit; write for example rpm, m/s², dB(Pa) or V^2", text);
+}
+
 /// The library takes an unknown name as "-" and says so in its log only.
 CMeasuringUnit Literal(const std::string& text) {
   const LibraryNotes notes;
   CMeasuringUnit unit;
-  if (!unit.set(CString::FromUtf8(text)) || !notes.empty()) {
-    Fail("\"{}\" is no known unit; write for example rpm, m/s², dB(Pa) or V^2", text);
-  }
+  if (!unit.set(CString::FromUtf8(text)) || !notes.empty()) FailUnknown(text);
   return unit;
 }
 
-/// Whether the number of a unit is there whose name the whole text is, as with "pu", which else would have a
-/// prefix.
-std::optional<CMeasuringUnit> Common(const std::string& text) {
-  for (std::uint32_t index = 0; index < CommonUnits::kCommonUnitCount; ++index) {
-    if (CMeasuringUnit::UnitString(index).ToUtf8() != text) continue;
-    CMeasuringUnit unit;
-    unit.unit(index);
-    return unit;
-  }
-  return std::nullopt;
-}
-
-/// The library holds the prefix of a text with its exponent squared, and does not raise it to the unit's
-/// power; people mean 10^3 by k, and 10^6 by that of km².
+/// The unit as people mean it: 10^3 by k, and 10^6 by that of km².
 CMeasuringUnit Meant(const std::string& text) {
-  if (const auto common = Common(text)) return *common;
-  CMeasuringUnit unit = Literal(text);
-  if (unit.exponent() == 0) return unit;
-  std::string_view inner = text;
-  for (const std::string_view around : {"dB(", "10^ ", "("}) {
-    if (inner.starts_with(around)) inner.remove_prefix(around.size());
-  }
-  const bool isSmall = std::string_view("fpnum\xC2").find(inner.front()) != std::string_view::npos;
-  const double prefix = std::sqrt(static_cast<double>(unit.exponent())) * (isSmall ? -1 : 1);
-  unit.exponent(numeric::trunc_sat<std::int16_t>(std::round(prefix * unit.power())));
+  CMeasuringUnit unit;
+  const LibraryNotes notes;  // an unknown name is told here
+  if (!UnitText::Read(CString::FromUtf8(text), unit)) FailUnknown(text);
   return unit;
 }
 
@@ -129,19 +111,13 @@ double Factor(const NamedUnit& from, const NamedUnit& to, bool literal) {
         "units",
         fromText, toText);
   }
-  const std::uint32_t standard = CMeasuringUnit::standard(a.unit());
-  const bool isOneKind =
-      a.unit() == b.unit() || (standard != 0 && standard == CMeasuringUnit::standard(b.unit()));
-  if (!isOneKind || a.power() != b.power()) {
+  const double factor = UnitText::Factor(a, b);
+  if (factor == 0 && a.matches(b) && CMeasuringUnit::standard(a.unit()) != CommonUnits::none) {
+    Fail("{} cannot be converted to {}: the factor is beyond the range of numbers", fromText, toText);
+  }
+  if (factor == 0) {
     Fail("{} cannot be converted to {}: they measure different things; give units of one kind and power",
          fromText, toText);
-  }
-  const auto ratio = static_cast<double>(CMeasuringUnit::std_fac(a.unit())) /
-                     static_cast<double>(CMeasuringUnit::std_fac(b.unit()));
-  const double factor =
-      (a.unit() == b.unit() ? 1.0 : std::pow(ratio, a.power())) * std::pow(10.0, a.exponent() - b.exponent());
-  if (!(factor > 0 && std::isfinite(factor))) {
-    Fail("{} cannot be converted to {}: the factor is beyond the range of numbers", fromText, toText);
   }
   return factor;
 }
