@@ -367,7 +367,7 @@ void CurveArrays() {
   static const CSigCurveExt curve = Curve();
   CSigCurveArray array;
   array.SetName(kLong);
-  for (int i = 0; i < 20; ++i) array.Append(curve, static_cast<float>(i));
+  for (int i = 0; i < 5; ++i) array.Append(curve, static_cast<float>(i));
   if (!array.IsEmpty()) array[0].SetXMinMax(-1.0f, 1.0f);
   CSigCurveArray copy(array), part;
   CSigCurveExt section;
@@ -376,10 +376,10 @@ void CurveArrays() {
   copy.EnergeticMean(section);
   CSigPairs points;
   SectionAtX(copy, 0.3f, points);
-  array.Part(3.0f, 7.0f, part);
+  array.Part(1.0f, 3.0f, part);
   array.MakeCommonAxis();
   CVisDataGrid grid;
-  VisData::Convert(copy, grid, 30);
+  VisData::Convert(copy, grid, 7);
   CMemFile file;
   if (copy.WriteToFile(file, 2)) {
     file.Seek(0, CFile::begin);

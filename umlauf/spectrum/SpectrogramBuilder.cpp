@@ -73,6 +73,7 @@ bool CSpectrogramBuilder::CloseCurve() {
   CSigCurveArray::CurvePtr curve(new (std::nothrow) CSigCurveExt);
   if (curve == nullptr || !stream_.MakeRow(*curve, CMeasuringUnit())) return false;
   curve->ResetVMinMax();
+  curve->SetFileCompression(false);
   if (counted_ == 0) {
     curve->Invalidate();
   } else if (perCurve_ == 1) {

@@ -9,7 +9,7 @@
 #include "umlauf/spectrum/SpectrogramStream.h"
 
 /// The spectrogram of a signal of any length as a curve array: a curve over Hz for each segment, at the time
-/// [s] of the segment's middle on the array axis.
+/// [s] of the segment's middle on the array axis. In files the curves are not quantised.
 ///
 /// Where the array may have so many curves only, successive segments share a curve, twice as many each time
 /// the room is used up: the mean of their powers, at the middle of their times. Memory goes by the curves,
