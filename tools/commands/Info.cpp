@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <memory>
 #include <string>
 #include <vector>
@@ -12,6 +13,7 @@
 #include "umlauf/rotation/Levels.h"
 #include "umlauf/rotation/PulseFinder.h"
 #include "umlauf/rotation/RecordingStatistics.h"
+#include "umlauf/signal/SigCurveArray.h"
 #include "umlauf/signal/SigCurveExt.h"
 
 namespace umlauf::tool {
@@ -25,6 +27,8 @@ std::string_view TypeName(LONG tag) {
       return "equidistant curve with a valid span";
     case SigIdPairs:
       return "point pairs";
+    case SigIdCurveArray:
+      return "curve array";
     default:
       return "signal";
   }
@@ -48,6 +52,22 @@ void PairsRows(const CSigPairs& pairs) {
   Row("number", fmt::format("{}", pairs.Nummer()));
 }
 
+void ArrayRows(const CSigCurveArray& array) {
+  float first = 0, last = 0;
+  array.GetArrayRange(first, last);
+  Row("curves", fmt::format("{}", array.Count()));
+  Row("array unit", UnitText(array.ArrayUnit()));
+  if (array.IsEmpty()) return;
+  Row("array axis", fmt::format("{:.7g} ... {:.7g}", first, last));
+  const auto [least, most] = std::minmax_element(
+      array.begin(), array.end(), [](const auto& a, const auto& b) { return a->DLen() < b->DLen(); });
+  Row("samples", (*least)->DLen() == (*most)->DLen()
+                     ? fmt::format("{} in each curve", (*least)->DLen())
+                     : fmt::format("{} to {} in each curve", (*least)->DLen(), (*most)->DLen()));
+  Row("x axes", array.HasCommonAxis() ? fmt::format("all alike, step {:.6g}", array[0].XDelta())
+                                      : std::string("not alike"));
+}
+
 void RunInfo(const std::string& path) {
   const std::unique_ptr<CSignal> signal = ReadSignalFile(path);
   float xLow = 0, xHigh = 0, yLow = 0, yHigh = 0;
@@ -59,10 +79,13 @@ void RunInfo(const std::string& path) {
   Row("x unit", UnitText(signal->XUnit()));
   Row("y unit", UnitText(signal->YUnit()));
   Row("x range", fmt::format("{:.7g} ... {:.7g}", xLow, xHigh));
-  Row("samples", fmt::format("{}", signal->DLen()));
-  Row("y range", signal->DLen() > 0 ? fmt::format("{:.7g} ... {:.7g}", yLow, yHigh) : "none");
+  const auto* array = dynamic_cast<const CSigCurveArray*>(signal.get());
+  if (array == nullptr) Row("samples", fmt::format("{}", signal->DLen()));
+  const bool any = array != nullptr ? !array->IsEmpty() : signal->DLen() > 0;
+  Row("y range", any ? fmt::format("{:.7g} ... {:.7g}", yLow, yHigh) : "none");
   if (const auto* curve = dynamic_cast<const CSigCurve*>(signal.get())) CurveRows(*curve);
   if (const auto* pairs = dynamic_cast<const CSigPairs*>(signal.get())) PairsRows(*pairs);
+  if (array != nullptr) ArrayRows(*array);
 }
 
 /// Swings of a channel between levels that are found as for the speed.
