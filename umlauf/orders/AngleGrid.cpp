@@ -27,12 +27,16 @@ double AngleGrid::FlatTo() const {
 AngleGrid AngleGrid::ForSpectra(double maxOrder, double resolution) {
   AngleGrid grid;
   grid.maxOrder = maxOrder;
-  const double steps = std::ceil(kStepsPerOrder * maxOrder / resolution * (1 - 1e-9));
-  if (!(steps >= 1) || !(steps <= static_cast<double>(CRealTransform::kMaxSize))) {
-    grid.stepsPerRevolution = 0;  // not valid
+  grid.stepsPerRevolution = 0;  // not valid
+  const double turns = 1 / resolution, least = std::ceil(kStepsPerOrder * maxOrder * (1 - 1e-9));
+  if (!(turns > 0) || !(least >= 1) ||
+      !(least * turns <= static_cast<double>(CRealTransform::kMaxSize) / 2)) {
     return grid;
   }
-  grid.stepsPerRevolution =
-      static_cast<double>(CRealTransform::FastSize(numeric::trunc_sat<std::size_t>(steps))) * resolution;
+  const auto fast = [](double n) {
+    return static_cast<double>(CRealTransform::FastSize(numeric::trunc_sat<std::size_t>(std::ceil(n))));
+  };
+  const bool whole = std::abs(turns - std::round(turns)) < 1e-6 * turns;
+  grid.stepsPerRevolution = whole ? fast(least) : fast(least * turns) / turns;
   return grid;
 }

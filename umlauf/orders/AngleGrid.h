@@ -17,6 +17,7 @@ struct UMLAUF_API AngleGrid {
   double FlatTo() const;
 
   /// A grid for order spectra of this resolution: at least 2.56 steps for the highest order, and so many that
-  /// a segment of 1 / resolution revolutions is a fast transform.
+  /// a segment of 1 / resolution revolutions is a fast transform. Where that is a whole number of
+  /// revolutions, the steps of one are a whole number, too.
   static AngleGrid ForSpectra(double maxOrder, double resolution);
 };
