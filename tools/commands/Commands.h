@@ -23,6 +23,7 @@ void AddEncoderCommand(CLI::App& app);
 void AddExportCommand(CLI::App& app);
 void AddImportCommand(CLI::App& app);
 void AddInfoCommand(CLI::App& app);
+void AddOrdersCommand(CLI::App& app);
 void AddPlotCommand(CLI::App& app);
 void AddSettingsCommand(CLI::App& app);
 void AddPairsCommand(CLI::App& app);
