@@ -401,6 +401,15 @@ void Orders() {
   ShaftTrains::Geared(pulses, 0.5);
   ShaftTrains::Sum({&pulses, 4, 0.5}, {&pulses, 4, -0.2});
   CTimeResampler(settings.map.Grid(), 1, 1000);
+  static const std::vector<double> phases(100, 0.2);
+  CVoldKalman(0.1).Fit(samples.data(), 100, phases.data(), 1);
+  CombSpeedSettings combSettings;
+  if (!umlauf::HadMemory([&] { combSettings.orders = {1, 3}; })) return;
+  combSettings.resolution = 10;
+  CCombSpeed comb(combSettings, 1000);
+  comb.Take(samples.data(), samples.size());
+  CSigCurve rpm, confidence;
+  comb.Find(rpm, confidence);
 }
 
 void CurveArrays() {

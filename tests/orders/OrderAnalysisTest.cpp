@@ -96,7 +96,7 @@ TEST(OrderAnalysis, PlacesAreThoseOfTheShaft) {
   ASSERT_TRUE(analysis.Analyse(recording, pulses, 60, 0, 1));
   EXPECT_EQ(analysis.Channels(), 1u);
   for (const ShaftPlace& place : analysis.Map()->Rows()) {
-    EXPECT_NEAR(place.rpm, 60 * kShaft.Speed(place.time - 100), 0.02);
+    EXPECT_NEAR(place.rpm / 60 / kShaft.Speed(place.time - 100), 1, 0.002);
     EXPECT_NEAR(place.revolution, kShaft.Angle(place.time - 100) - kShaft.Angle(0.5), 0.02);
   }
   CSigPairs amplitude, phase;
@@ -138,6 +138,8 @@ TEST(OrderAnalysis, TheSynchronousAverageKeepsWhatTurnsWithTheShaft) {
   double square = 0;
   for (const float each : over.frames) square += static_cast<double>(each) * static_cast<double>(each);
   EXPECT_NEAR(square / static_cast<double>(over.frames.size()), 0.5 + 0.125, 0.02);
+  EXPECT_NEAR(average.ResidualRms(0), std::sqrt(square / static_cast<double>(over.frames.size())), 1e-4);
+  EXPECT_NEAR(average.AverageRms(0), 3 / std::sqrt(2), 0.01);
   EXPECT_FALSE(CSynchronousAverage({20, 51.3, 60}, 1).IsValid());
 }
 

@@ -24,6 +24,7 @@ void AddExportCommand(CLI::App& app);
 void AddFilterCommand(CLI::App& app);
 void AddImportCommand(CLI::App& app);
 void AddInfoCommand(CLI::App& app);
+void AddOrdersCommand(CLI::App& app);
 void AddPlotCommand(CLI::App& app);
 void AddSettingsCommand(CLI::App& app);
 void AddSpectrumCommand(CLI::App& app);

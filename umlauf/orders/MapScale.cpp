@@ -26,3 +26,19 @@ CMeasuringUnit MapScale::ValueUnit(const CMeasuringUnit& axis) const {
   const CMeasuringUnit square = UnitAlgebra::Power(unit, 2);
   return scaling == SpectrumScaling::Power ? square : UnitAlgebra::Quotient(square, axis);
 }
+
+double MapScale::StandardReference(const CMeasuringUnit& unit) {
+  switch (unit.unit()) {
+    case CMeasuringUnit::pascal:
+      return 2e-5;
+    case CMeasuringUnit::metre_per_second_squared:
+    case CMeasuringUnit::newton:
+      return 1e-6;
+    case CMeasuringUnit::metre_per_second:
+      return 1e-9;
+    case CMeasuringUnit::watt:
+      return 1e-12;
+    default:
+      return 1;
+  }
+}

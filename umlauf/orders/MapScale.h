@@ -26,6 +26,9 @@ struct UMLAUF_API MapScale {
   bool IsValid() const;
   /// Value of a mean square; `width` is the noise bandwidth of a bin, `atZero` tells the bin of 0.
   double Value(double power, double width, bool atZero) const;
+  /// The reference of levels that ISO 1683 prefers for a unit: 20 µPa of sound pressure, 1 µm/s² and 1 nm/s
+  /// of vibration, 1 µN, 1 pW; 1 for others.
+  static double StandardReference(const CMeasuringUnit& unit);
   /// Unit of the values over an axis in `axis`.
   CMeasuringUnit ValueUnit(const CMeasuringUnit& axis) const;
 };

@@ -6,6 +6,7 @@
 
 #include "umlauf/orders/AngleResampler.h"
 #include "umlauf/orders/internal/MapRows.h"
+#include "umlauf/orders/internal/SegmentPlaces.h"
 #include "umlauf/platform/basis/CAlignedMem.h"
 #include "umlauf/platform/memory/WithoutMemory.h"
 #include "umlauf/platform/vekta/QVL.h"
@@ -51,7 +52,8 @@ struct COrderMap::Engine {
         shaft(pulses, s.Grid().stepsPerRevolution),
         length(segments.length),
         step(segments.step),
-        channels(channelCount) {
+        channels(channelCount),
+        places(shaft, segments.length, segments.step) {
     const CSpectrumWindow window(segments.window, segments.length, segments.kaiserBeta);
     orders::BinAxis bins;
     bins.step = shaft.stepsPerRevolution / static_cast<double>(length);
@@ -67,20 +69,15 @@ struct COrderMap::Engine {
       rows.emplace_back(bins, axis.step);
       valid = spectra.back().IsValid();
     }
-    nextMiddle = length / 2;
   }
 
-  void Take(const float* frames, const CShaftAngle::Passing* places, std::size_t n) {
-    for (; nextMiddle < frame + n; nextMiddle += step) {
-      const CShaftAngle::Passing& middle = places[nextMiddle - frame];
-      if (!umlauf::HadMemory([&] { middles.push_back(shaft.Place(middle)); })) complete = false;
-    }
-    frame += n;
+  void Take(const float* frames, const CShaftAngle::Passing* passed, std::size_t n) {
+    complete = places.Take(passed, n) && complete;
     const std::size_t firstRow = done;
     for (unsigned c = 0; c < channels; ++c) {
       QVL::Interleave(samples.data(), 1, frames + c, channels, n);
       const bool full = spectra[c].Process(row.data(), samples.data(), n) > 0;
-      if (full && complete) complete = rows[c].Add(axis.Of(middles[firstRow]), row.data());
+      if (full && complete) complete = rows[c].Add(axis.Of(places.Found()[firstRow]), row.data());
       if (full) done = firstRow + 1;
     }
   }
@@ -92,8 +89,7 @@ struct COrderMap::Engine {
   std::vector<CSpectrogramStream> spectra;
   std::vector<orders::MapRows> rows;
   CAlignedMem<float> samples, row;
-  std::vector<ShaftPlace> middles;
-  std::uint64_t frame = 0, nextMiddle = 0;
+  orders::SegmentPlaces places;
   std::size_t done = 0;  ///< rows
   bool valid = false, complete = true;
 };
@@ -130,7 +126,7 @@ void COrderMap::Take(const float* frames, const CShaftAngle::Passing* places, st
 
 const std::vector<ShaftPlace>& COrderMap::Rows() const {
   static const std::vector<ShaftPlace> none;
-  return IsValid() ? engine_->middles : none;
+  return IsValid() ? engine_->places.Found() : none;
 }
 
 bool COrderMap::Complete() const { return IsValid() && engine_->complete; }

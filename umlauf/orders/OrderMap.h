@@ -60,7 +60,7 @@ class UMLAUF_API COrderMap {
   bool IsValid() const { return engine_ != nullptr; }
   /// Takes the next n frames [n, channels] with their places.
   void Take(const float* frames, const CShaftAngle::Passing* places, std::size_t n);
-  /// Places of the rows so far, before any averaging.
+  /// Places of the rows so far, before any averaging; their speed is that of the revolution around them.
   const std::vector<ShaftPlace>& Rows() const;
   /// False when there was no memory to keep a row.
   bool Complete() const;

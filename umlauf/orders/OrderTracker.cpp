@@ -8,6 +8,7 @@
 
 #include "umlauf/orders/AngleResampler.h"
 #include "umlauf/orders/internal/OrderFit.h"
+#include "umlauf/orders/internal/SegmentPlaces.h"
 #include "umlauf/platform/memory/WithoutMemory.h"
 #include "umlauf/platform/vekta/QVL.h"
 #include "umlauf/platform/vekta/numeric.h"
@@ -55,7 +56,10 @@ struct COrderTracker::Engine {
     const std::int64_t turned = places[next + fit.Length() - 1].count - first.count;
     const bool backward = turned < 0;
     if (static_cast<std::size_t>(backward ? -turned : turned) != fit.Length() - 1) return;
-    const ShaftPlace place = shaft.Place(places[next + fit.Length() / 2]);
+    const std::size_t middle = next + fit.Length() / 2,
+                      half = orders::HalfTurn(shaft.stepsPerRevolution, fit.Length());
+    ShaftPlace place = shaft.Place(places[middle]);
+    place.rpm = orders::SpeedBetween(shaft, places[middle - half], places[middle + half - 1]);
     const double begin = shaft.Place(first).revolution;
     for (unsigned c = 0; c < channels; ++c) {
       fit.Fit(kept.data() + c * capacity + next, amplitudes.data());

@@ -13,7 +13,7 @@
 /// Which orders are followed, and how.
 struct OrderTrackSettings {
   std::vector<double> orders = {};  ///< above 0, at least half a bandwidth apart, fractions allowed
-  double bandwidth = 0.5;           ///< [orders] noise bandwidth: narrow ones take many revolutions
+  double bandwidth = 0.25;          ///< [orders] noise bandwidth: narrow ones take many revolutions
   double overlap = 0.75;            ///< share of a segment in common with the next one, 0 to 0.99
   WindowShape window = WindowShape::Hann;
   double kaiserBeta = 8.6;
@@ -31,7 +31,7 @@ struct OrderTrackSettings {
 class UMLAUF_API COrderTracker {
  public:
   struct Point {
-    ShaftPlace place;      ///< middle of the segment
+    ShaftPlace place;      ///< middle of the segment; the speed is that of the revolution around it
     double amplitude = 0;  ///< peak
     /// [°] −180 to 180: that of cos(2π order · revolution + phase), revolutions from the origin of the angle.
     double phase = 0;

@@ -1,5 +1,6 @@
 #include "umlauf/orders/SynchronousAverage.h"
 
+#include <algorithm>
 #include <cmath>
 
 #include "umlauf/orders/AngleResampler.h"
@@ -16,6 +17,7 @@ CSynchronousAverage::CSynchronousAverage(const AngleGrid& grid, unsigned channel
   const auto n = numeric::trunc_sat<std::size_t>(steps);
   const bool had = umlauf::HadMemory([&] {
     sums_.resize(n * channels);
+    squares_.resize(channels);
     counts_.resize(n);
   });
   if (had) steps_ = n;
@@ -33,7 +35,9 @@ void CSynchronousAverage::Take(const float* frames, const CShaftAngle::Passing* 
     const std::size_t step = StepOf(places[i]);
     ++counts_[step];
     for (unsigned c = 0; c < channels_; ++c) {
-      sums_[step * channels_ + c] += static_cast<double>(frames[i * channels_ + c]);
+      const auto value = static_cast<double>(frames[i * channels_ + c]);
+      sums_[step * channels_ + c] += value;
+      squares_[c] += value * value;
     }
   }
 }
@@ -42,10 +46,29 @@ double CSynchronousAverage::Mean(std::size_t step, unsigned c) const {
   return counts_[step] > 0 ? sums_[step * channels_ + c] / counts_[step] : 0;
 }
 
-double CSynchronousAverage::Spans() const {
+double CSynchronousAverage::Count() const {
   double sum = 0;
   for (const std::uint32_t each : counts_) sum += each;
-  return IsValid() ? sum / static_cast<double>(steps_) : 0;
+  return sum;
+}
+
+double CSynchronousAverage::Spans() const { return IsValid() ? Count() / static_cast<double>(steps_) : 0; }
+
+/// Of the average in the place of each frame.
+double CSynchronousAverage::SynchronousSquares(unsigned c) const {
+  double sum = 0;
+  for (std::size_t step = 0; step < steps_; ++step) sum += counts_[step] * Mean(step, c) * Mean(step, c);
+  return sum;
+}
+
+double CSynchronousAverage::AverageRms(unsigned c) const {
+  return c < channels_ && Count() > 0 ? std::sqrt(SynchronousSquares(c) / Count()) : 0;
+}
+
+double CSynchronousAverage::ResidualRms(unsigned c) const {
+  if (c >= channels_ || !(Count() > 0)) return 0;
+  // The average is a projection: what is left has the rest of the power.
+  return std::sqrt(std::max(0.0, squares_[c] - SynchronousSquares(c)) / Count());
 }
 
 bool CSynchronousAverage::Average(unsigned c, const CMeasuringUnit& unit, CSigCurve& out) const {

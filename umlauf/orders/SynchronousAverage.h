@@ -30,16 +30,22 @@ class UMLAUF_API CSynchronousAverage {
   /// The average of channel c [from 0] over 0 to `revolutions` rev, from the origin of the angle. False, and
   /// the result is empty, when there is none and without memory.
   bool Average(unsigned c, const CMeasuringUnit& unit, CSigCurve& out) const;
-  /// Takes the average off frames, which then are the residual. Its root mean square over that of the frames
-  /// tells how much of a signal turns with other shafts.
+  /// Root mean square of the average of channel c, and that of the residual of all frames that were taken;
+  /// 0 when there are none.
+  double AverageRms(unsigned c) const;
+  double ResidualRms(unsigned c) const;
+  /// Takes the average off frames, which then are the residual.
   void Subtract(float* frames, const CShaftAngle::Passing* places, std::size_t n) const;
 
  private:
   std::size_t StepOf(const CShaftAngle::Passing& place) const;
   double Mean(std::size_t step, unsigned c) const;
+  double Count() const;
+  double SynchronousSquares(unsigned c) const;
 
   std::size_t steps_ = 0;  ///< of a span
   unsigned channels_, revolutions_;
-  std::vector<double> sums_;  ///< [steps, channels]
+  std::vector<double> sums_;     ///< [steps, channels]
+  std::vector<double> squares_;  ///< [channels] of all frames
   std::vector<std::uint32_t> counts_;
 };
