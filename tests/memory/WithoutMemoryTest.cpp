@@ -1,17 +1,12 @@
 // Makes the k-th allocation fail, for every k, in everything that allocates: nothing is thrown, nothing
 // leaks, and with memory back the same objects serve again.
 
-#include <gtest/gtest.h>
-
-#include <array>
 #include <atomic>
-#include <cstdlib>
 #include <filesystem>
 #include <functional>
 #include <new>
-#include <string>
-#include <vector>
 
+#include "support/Test.h"
 #include "umlauf/platform/memory/WithoutMemory.h"
 #include "umlauf/umlauf.h"
 
@@ -195,6 +190,13 @@ void Files() {
   memory.Seek(0, CFile::end);
   memory.Write(bytes.data(), bytes.size());
   EXPECT_TRUE(memory.GetLength() == 10000 || memory.Failed());
+  static const CSigCurveExt curve = Curve();
+  CMemFile stored;
+  CSignalFile signals;
+  if (signals.Write(curve, stored)) {
+    stored.Seek(0, CFile::begin);
+    EXPECT_EQ(signals.Read(stored) == nullptr, !signals.Failure().IsEmpty());
+  }
 }
 
 void Settings() {

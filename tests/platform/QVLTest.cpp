@@ -1,22 +1,10 @@
 #include "umlauf/platform/vekta/QVL.h"
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <bit>
-#include <cmath>
-#include <limits>
-#include <random>
-#include <vector>
-
 #include "platform/QVLKernels.h"
-#include "support/ExpectAll.h"
+#include "support/Test.h"
 #include "umlauf/platform/vekta/numeric.h"
 
 namespace {
-
-constexpr float nan = std::numeric_limits<float>::quiet_NaN();
-constexpr float inf = std::numeric_limits<float>::infinity();
 
 std::vector<std::size_t> Lengths(std::vector<std::size_t> more = {}) {
   more.insert(more.end(), {127, 128, 129, 200, 1023, 1024, 1025, 2051});
@@ -32,11 +20,10 @@ void FillGrid(Exact<float>& x, std::size_t n, std::mt19937& random) {
 }
 /// Numbers of all digits, every eighth one out of the ordinary.
 void FillWild(Exact<float>& x, std::size_t n, std::mt19937& random) {
-  constexpr float special[] = {nan, -nan, inf, -inf, 0.0f, -0.0f, 1.0f, -1.0f, 1e30f, -1e30f, 1e-40f};
+  constexpr float special[] = {kNaN, -kNaN, kInf, -kInf, 0.0f, -0.0f, 1.0f, -1.0f, 1e30f, -1e30f, 1e-40f};
   std::uniform_real_distribution<float> digits(-2.0f, 2.0f);
-  for (std::size_t i = 0; i < n; ++i) {
+  for (std::size_t i = 0; i < n; ++i)
     x[i] = random() % 8 == 0 ? special[random() % std::size(special)] : digits(random);
-  }
 }
 
 bool SameBits(float a, float b) {
@@ -142,23 +129,18 @@ TEST(QVL, MeansOfOneOfManyChannelsKeepTheirDigits) {
 }
 
 TEST_P(QVLKernels, LevelsAddAsPowers) {
-  const struct {
-    std::vector<float> levels;
-    std::size_t stride;
-    float sum;
-  } cases[] = {{{}, 1, 0.0f},
-               {{-3.5f}, 1, -3.5f},
-               {{60, 60}, 1, 63.0103f},
-               {{90, 80, nan, 70}, 3, 90.0432f},
-               {{5000, 5000, -inf}, 1, 5003.0103f},
-               {{-5000, -5000}, 1, -4996.9897f},
-               {{-inf, -inf}, 1, -inf},
-               {{1, inf}, 1, inf},
-               {{1, nan}, 1, nan}};
-  for (const auto& c : cases) {
-    const float level =
-        QVL::VectorLogSum(c.levels.data(), (c.levels.size() + c.stride - 1) / c.stride, c.stride);
-    EXPECT_TRUE(Equal(level, c.sum) || std::fabs(level - c.sum) < 1e-3f) << level << " for " << c.sum;
+  const Cases<std::vector<float>, std::size_t, float> cases = {{{}, 1, 0.0f},
+                                                               {{-3.5f}, 1, -3.5f},
+                                                               {{60, 60}, 1, 63.0103f},
+                                                               {{90, 80, kNaN, 70}, 3, 90.0432f},
+                                                               {{5000, 5000, -kInf}, 1, 5003.0103f},
+                                                               {{-5000, -5000}, 1, -4996.9897f},
+                                                               {{-kInf, -kInf}, 1, -kInf},
+                                                               {{1, kInf}, 1, kInf},
+                                                               {{1, kNaN}, 1, kNaN}};
+  for (const auto& [levels, stride, sum] : cases) {
+    const float level = QVL::VectorLogSum(levels.data(), (levels.size() + stride - 1) / stride, stride);
+    EXPECT_TRUE(Equal(level, sum) || std::fabs(level - sum) < 1e-3f) << level << " for " << sum;
   }
 }
 
@@ -215,7 +197,7 @@ TEST_P(QVLKernels, ElementsEqualTheScalarLoopToTheBitAlsoInPlace) {
       }
     }
   }
-  float negative[] = {-nan, -0.0f, -inf};
+  float negative[] = {-kNaN, -0.0f, -kInf};
   QVL::AbsVector(negative, negative, 3);
   for (const float x : negative) EXPECT_FALSE(std::signbit(x));
 }
@@ -335,7 +317,7 @@ TEST_P(QVLKernels, BytesWrapAndNaNIsTheLowestInteger) {
 TEST_P(QVLKernels, MasksHaveOneBitASample) {
   const struct {
     float upper, lower;
-  } thresholds[] = {{1.0f, -1.0f}, {-1.0f, 1.0f}, {inf, -inf}, {-inf, inf}, {0.0f, -0.0f}, {nan, 1.0f}};
+  } thresholds[] = {{1.0f, -1.0f}, {-1.0f, 1.0f}, {kInf, -kInf}, {-kInf, kInf}, {0.0f, -0.0f}, {kNaN, 1.0f}};
   for (const std::size_t n : Lengths()) {
     for (const auto [upper, lower] : thresholds) {
       Exact<float> x(n, n % 3);
@@ -356,7 +338,7 @@ TEST_P(QVLKernels, CountsEqualElements) {
   for (const std::size_t n : Lengths(kLong)) {
     Exact<float> x(n, n % 3);
     n % 2 == 0 ? FillGrid(x, n, random_) : FillWild(x, n, random_);
-    for (const float value : {0.0f, -0.0f, 2.25f, inf, nan}) {
+    for (const float value : {0.0f, -0.0f, 2.25f, kInf, kNaN}) {
       ASSERT_EQ(QVL::CountEqual(x.data(), n, value),
                 static_cast<std::size_t>(std::count(x.data(), x.data() + n, value)))
           << value << " in " << n;

@@ -39,6 +39,7 @@ class UMLAUF_API CSignalFile {
 
  private:
   std::unique_ptr<CSignal> Fail(const wchar_t* why);
+  std::unique_ptr<CSignal> ReadAny(CFile& file);
   std::unique_ptr<CSignal> ReadSized(CFile& file);
 
   CString failure_;
