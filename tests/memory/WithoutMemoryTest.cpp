@@ -12,6 +12,7 @@
 #include <string>
 #include <vector>
 
+#include "umlauf/platform/memory/WithoutMemory.h"
 #include "umlauf/umlauf.h"
 
 namespace {
@@ -356,6 +357,45 @@ void Drawings() {
   vector.SetExtName(kLonger);
 }
 
+void Orders() {
+  static const CPulseTrain pulses = [] {
+    CPulseTrain train(1000);
+    CPulseTrain::Pulse pulse;
+    for (int i = 0; i < 24; ++i) {
+      pulse.begin = pulse.end;
+      pulse.end += 30 + i % 3;
+      pulse.revolutionTime = 4 * pulse.Length();
+      train.Append(pulse);
+    }
+    return train;
+  }();
+  static const std::vector<float> samples(700, 1.0f);
+  COrderAnalysis::Settings settings;
+  settings.map = {.maxOrder = 2, .resolution = 0.5};
+  if (!umlauf::HadMemory([&] { settings.tracks.orders = {1, 1.5}; })) return;
+  settings.frequencies = CampbellSettings{.resolution = 50};
+  settings.averagedRevolutions = 2;
+  settings.slowest = 1000;
+  COrderAnalysis analysis(settings);
+  CMemorySource recording(samples, 1000);
+  if (analysis.Analyse(recording, pulses, 4)) {
+    CSigCurveArray map;
+    CSigCurve curve;
+    CSigPairs pairs;
+    analysis.Map()->Map(0, {}, map);
+    analysis.Frequencies()->Map(0, {}, map);
+    analysis.Map()->Spectrum(0, {}, curve);
+    analysis.Map()->OverallLevel(0, {}, pairs);
+    analysis.Tracks()->Curves(0, CMeasuringUnit(), map);
+    analysis.Average()->Average(0, CMeasuringUnit(), curve);
+  }
+  analysis.AnalyseTorsion(pulses, 4);
+  CPitchErrors(pulses, 4).Corrected(pulses);
+  ShaftTrains::Geared(pulses, 0.5);
+  ShaftTrains::Sum({&pulses, 4, 0.5}, {&pulses, 4, -0.2});
+  CTimeResampler(settings.map.Grid(), 1, 1000);
+}
+
 void Rest() {
   KxTimeMachine::CTimeMachine machine(1.0f);
   KxTimeMachine::CTimeCapsule capsule;
@@ -408,7 +448,7 @@ INSTANTIATE_TEST_SUITE_P(Of, WithoutMemory,
                                          Case{"Settings", Settings}, Case{"Keys", Keys},
                                          Case{"TypedSignals", TypedSignals}, Case{"Pulses", Pulses},
                                          Case{"Rates", Rates}, Case{"Can", Can}, Case{"Drawings", Drawings},
-                                         Case{"Rest", Rest}),
+                                         Case{"Orders", Orders}, Case{"Rest", Rest}),
                          [](const auto& of) { return of.param.name; });
 
 }  // namespace

@@ -1,5 +1,5 @@
 #include "Tool.h"
-#include "tools/plot/MapPlot.h"
+#include "tools/plot/gnuplot/MapPlot.h"
 
 using namespace umlauf::tool;
 

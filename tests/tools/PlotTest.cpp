@@ -9,13 +9,13 @@
 #include <vector>
 
 #include "tools/plot/AmplitudePhase.h"
-#include "tools/plot/Canvas.h"
 #include "tools/plot/Limits.h"
 #include "tools/plot/Palette.h"
 #include "tools/plot/PlotTrace.h"
 #include "tools/plot/Raster.h"
 #include "tools/plot/SeriesColours.h"
 #include "tools/plot/Ticks.h"
+#include "tools/plot/gnuplot/Canvas.h"
 
 using namespace umlauf::tool;
 

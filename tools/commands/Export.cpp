@@ -7,6 +7,7 @@
 #include "tools/SignalFile.h"
 #include "tools/commands/Commands.h"
 #include "tools/output/OutputFile.h"
+#include "tools/output/UnitText.h"
 
 namespace umlauf::tool {
 namespace {
@@ -29,7 +30,7 @@ std::string HeaderCell(std::string name, const CMeasuringUnit& unit) {
   };
   std::replace_if(name.begin(), name.end(), parts, ' ');
   if (unit.empty()) return fmt::format("\"{}\"", name);
-  return fmt::format("\"{} [{}]\"", name, unit.prefixunit(false).ToUtf8());
+  return fmt::format("\"{} [{}]\"", name, UnitText(unit));
 }
 
 Columns ReadColumns(const std::string& path) {

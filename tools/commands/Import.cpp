@@ -10,10 +10,10 @@
 #include "tools/SignalFile.h"
 #include "tools/commands/Commands.h"
 #include "tools/output/Console.h"
-#include "tools/output/NumberText.h"
 #include "tools/output/OutputFile.h"
 #include "umlauf/signal/SigCurve.h"
 #include "umlauf_io/CsvReader.h"
+#include "umlauf_io/NumberText.h"
 
 namespace umlauf::tool {
 namespace {
@@ -38,7 +38,7 @@ Column FindColumn(const CCsvReader& reader, const std::string& wanted, const Imp
   Column column;
   const std::vector<std::string>& header = reader.Header();
   const auto named = std::find(header.begin(), header.end(), wanted);
-  const auto number = ParseCount(wanted);
+  const auto number = io::ParseCount(wanted);
   if (named != header.end()) {
     column.index = static_cast<std::size_t>(named - header.begin());
   } else if (number && *number >= 1 && *number <= reader.Columns()) {
@@ -52,7 +52,7 @@ Column FindColumn(const CCsvReader& reader, const std::string& wanted, const Imp
   const std::size_t bracket = column.name.rfind('[');
   if (bracket != std::string::npos && column.name.ends_with(']')) {
     column.unit = column.name.substr(bracket + 1, column.name.size() - bracket - 2);
-    column.name = Trimmed(std::string_view(column.name).substr(0, bracket));
+    column.name = io::Trimmed(std::string_view(column.name).substr(0, bracket));
   }
   return column;
 }

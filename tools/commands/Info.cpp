@@ -2,12 +2,13 @@
 #include <string>
 #include <vector>
 
-#include "tools/BlockSource.h"
 #include "tools/Error.h"
-#include "tools/RecordingAdapter.h"
+#include "tools/ProgressSource.h"
+#include "tools/RecordingInput.h"
 #include "tools/SignalFile.h"
 #include "tools/commands/Commands.h"
 #include "tools/output/Console.h"
+#include "tools/output/UnitText.h"
 #include "umlauf/rotation/Levels.h"
 #include "umlauf/rotation/PulseFinder.h"
 #include "umlauf/rotation/RecordingStatistics.h"
@@ -28,10 +29,6 @@ std::string_view TypeName(LONG tag) {
       return "signal";
   }
 }
-
-std::string UnitText(const CMeasuringUnit& unit) { return unit.prefixunit(false).ToUtf8(); }
-
-void Row(std::string_view name, std::string_view value) { Print("{:<12}{}\n", name, value); }
 
 void CurveRows(const CSigCurve& curve) {
   Row("step", fmt::format("{:.6g}", curve.XDelta()));
@@ -69,7 +66,7 @@ void RunInfo(const std::string& path) {
 }
 
 /// Swings of a channel between levels that are found as for the speed.
-std::string Swings(RecordingAdapter& source, unsigned channel) {
+std::string Swings(ProgressSource& source, unsigned channel) {
   CDzPulsDetektor detector;
   detector.PulsMinLenSetzen(0);
   CLevelFinder finder(detector);
@@ -87,7 +84,7 @@ std::string Swings(RecordingAdapter& source, unsigned channel) {
                      levels.certain ? "" : ", doubtful");
 }
 
-void ChannelRows(RecordingAdapter& source, const CRecordingSource& recording,
+void ChannelRows(ProgressSource& source, const CRecordingSource& recording,
                  const std::vector<CRecordingStatistics>& channels, std::uint64_t frames) {
   const std::string unit = recording.Unit().IsEmpty() ? "" : " " + recording.Unit().ToUtf8();
   for (unsigned c = 0; c < recording.Channels(); ++c) {
@@ -105,7 +102,7 @@ void ChannelRows(RecordingAdapter& source, const CRecordingSource& recording,
 void RunRecordingInfo(RecordingOptions options) {
   options.allChannels = !options.channel && !options.column;
   const std::unique_ptr<CRecordingSource> recording = OpenRecording(options);
-  RecordingAdapter source(*recording);
+  ProgressSource source(*recording);
   source.Purpose("reading");
   std::vector<CRecordingStatistics> channels(recording->Channels());
   std::uint64_t frames = 0;

@@ -5,13 +5,13 @@
 #include <utility>
 #include <vector>
 
-#include "tools/BlockSource.h"
 #include "tools/Error.h"
+#include "tools/RecordingInput.h"
 #include "tools/SignalFile.h"
 #include "tools/commands/Commands.h"
-#include "tools/output/AxisLabel.h"
 #include "tools/output/Plot.h"
 #include "tools/output/Progress.h"
+#include "tools/output/UnitText.h"
 #include "tools/plot/Limits.h"
 #include "tools/plot/SeriesColours.h"
 #include "umlauf/rate/DownsamplingStream.h"
@@ -37,9 +37,8 @@ struct Source {
   bool recording = false;
 };
 
-std::string UnitText(const CMeasuringUnit& unit) {
-  return unit.empty() ? "" : unit.prefixunit(false).ToUtf8();
-}
+/// Empty without a unit, as that of a recording.
+std::string AxisUnit(const CMeasuringUnit& unit) { return unit.empty() ? "" : UnitText(unit); }
 
 /// Whether x lies in the part that --from and --to choose.
 bool IsWithin(const RecordingOptions& part, double x) {
@@ -154,8 +153,8 @@ Source ReadSignal(const PlotOptions& options, const std::string& path) {
   source.file = std::filesystem::path(path).filename().string();
   source.name = CString(signal->Name()).ToUtf8();
   if (source.name.empty()) source.name = source.file;
-  source.xUnit = UnitText(signal->XUnit());
-  source.yUnit = UnitText(signal->YUnit());
+  source.xUnit = AxisUnit(signal->XUnit());
+  source.yUnit = AxisUnit(signal->YUnit());
   source.xLabel = AxisLabel(signal->XUnit(), "x");
   source.yLabel = AxisLabel(signal->YUnit(), "value");
   if (const auto* curve = dynamic_cast<const CSigCurve*>(signal.get()))

@@ -3,7 +3,7 @@
 #include <utility>
 
 #include "tools/Error.h"
-#include "tools/RecordingAdapter.h"
+#include "tools/ProgressSource.h"
 #include "tools/commands/Commands.h"
 #include "tools/options/SpeedOptions.h"
 #include "tools/output/Console.h"
@@ -18,7 +18,7 @@ namespace umlauf::tool {
 namespace {
 
 /// Levels of the recording: those that were given, the others from the whole of it. Sets them.
-PulseLevels FindLevels(const SpeedOptions& options, RecordingAdapter& source, CDzPulsDetektor& detector) {
+PulseLevels FindLevels(const SpeedOptions& options, ProgressSource& source, CDzPulsDetektor& detector) {
   const bool line = !options.settings.empty();
   const auto given = [line](std::optional<double> level, float ofLine) {
     if (line) return std::optional(ofLine);
@@ -37,7 +37,7 @@ PulseLevels FindLevels(const SpeedOptions& options, RecordingAdapter& source, CD
   return finder.Levels();
 }
 
-[[noreturn]] void FailWithoutPulses(const SpeedOptions& options, RecordingAdapter& source,
+[[noreturn]] void FailWithoutPulses(const SpeedOptions& options, ProgressSource& source,
                                     const CDzPulsDetektor& detector, std::uint64_t edges) {
   CRecordingStatistics statistics;
   const std::string name = options.recording.path.string();
@@ -64,7 +64,7 @@ void RunSpeed(SpeedOptions options) {
   // Levels are found in a pass of their own; without it a pipe is read as it comes.
   options.recording.rewindable = options.settings.empty() && !(options.upper && options.lower);
   const std::unique_ptr<CRecordingSource> file = OpenRecording(options.recording);
-  RecordingAdapter source(*file);
+  ProgressSource source(*file);
   CDzPulsDetektor detector = ConfiguredDetector(options);
   const PulseLevels levels = FindLevels(options, source, detector);
   SpeedOutputs outputs(options, options.pulsesPerRev, file->SampleRate(), file->StartTime(),

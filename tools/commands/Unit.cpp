@@ -9,9 +9,8 @@
 #include "tools/LibraryNotes.h"
 #include "tools/commands/Commands.h"
 #include "tools/output/Console.h"
-#include "tools/output/NumberText.h"
 #include "umlauf/units/MeasuringUnit.h"
-#include "umlauf/units/UnitText.h"
+#include "umlauf/units/MeantUnit.h"
 
 namespace umlauf::tool {
 namespace {
@@ -44,7 +43,7 @@ CMeasuringUnit Literal(const std::string& text) {
 CMeasuringUnit Meant(const std::string& text) {
   CMeasuringUnit unit;
   const LibraryNotes notes;  // an unknown name is told here
-  if (!UnitText::Read(CString::FromUtf8(text), unit)) FailUnknown(text);
+  if (!MeantUnit::Read(CString::FromUtf8(text), unit)) FailUnknown(text);
   return unit;
 }
 
@@ -59,7 +58,7 @@ std::string Text(const NamedUnit& named, bool literal) {
   return plain ? named.unit.prefixunit(true).ToUtf8() : named.text;
 }
 
-void Row(std::string_view name, std::string_view value) { Print("{:<14}{}\n", name, OnOneLine(value)); }
+void UnitRow(std::string_view name, std::string_view text) { Row(name, text, 14); }
 
 /// What a value in the unit is multiplied by to be in that of SI; 0 when there is none.
 double StandardFactor(const CMeasuringUnit& unit) {
@@ -76,26 +75,27 @@ std::string StandardUnit(const NamedUnit& named, bool literal) {
     each->set_db(false);
     each->set_log(false);
   }
-  const std::string text = standard.prefixunit(false).ToUtf8();
+  const std::string text = UnitText(standard);
   const bool isLevel = named.unit.flags() != 0;
   return fmt::format("{}, 1 {} = {:.7g} {}", text,
-                     isLevel ? plain.prefixunit(false).ToUtf8() : Text({named.text, plain}, literal),
+                     isLevel ? UnitText(plain) : Text({named.text, plain}, literal),
                      StandardFactor(named.unit), text);
 }
 
 void Explain(const NamedUnit& named, bool literal) {
   const CMeasuringUnit& unit = named.unit;
-  Row("text", named.text);
-  Row("prints as", Text(named, literal));
-  Row("base unit", fmt::format("{} (number {})", unit.baseunit().ToUtf8(), unit.unit()));
-  Row("prefix", fmt::format("10^{}", unit.exponent()));
-  Row("power", fmt::format("{}", unit.power()));
-  Row("presentation", unit.is_db()    ? fmt::format("level in dB, reference {:g}", unit.logref())
-                      : unit.is_log() ? fmt::format("logarithm to base 10, reference {:g}", unit.logref())
-                                      : "plain");
-  Row("standard unit", StandardUnit(named, literal));
+  UnitRow("text", named.text);
+  UnitRow("prints as", Text(named, literal));
+  UnitRow("base unit", fmt::format("{} (number {})", unit.baseunit().ToUtf8(), unit.unit()));
+  UnitRow("prefix", fmt::format("10^{}", unit.exponent()));
+  UnitRow("power", fmt::format("{}", unit.power()));
+  UnitRow("presentation", unit.is_db()    ? fmt::format("level in dB, reference {:g}", unit.logref())
+                          : unit.is_log() ? fmt::format("logarithm to base 10, reference {:g}", unit.logref())
+                                          : "plain");
+  UnitRow("standard unit", StandardUnit(named, literal));
   if (literal && unit.exponent() != 0) {
-    Row("note",
+    UnitRow(
+        "note",
         "the library holds the prefix of a text with its exponent squared: k = 10^3 becomes 10^9; all above "
         "tells what is held");
   }
@@ -110,7 +110,7 @@ double Factor(const NamedUnit& from, const NamedUnit& to, bool literal) {
         "units",
         fromText, toText);
   }
-  const double factor = UnitText::Factor(a, b);
+  const double factor = MeantUnit::Factor(a, b);
   if (factor == 0 && a.matches(b) && CMeasuringUnit::standard(a.unit()) != CommonUnits::none) {
     Fail("{} cannot be converted to {}: the factor is beyond the range of numbers", fromText, toText);
   }
@@ -129,8 +129,8 @@ void RunUnit(const UnitOptions& options) {
   if (!std::isfinite(value * factor))
     Fail("{:g} {} is beyond the range of numbers in {}", value, unit.text, to.text);
   Explain(unit, options.literal);
-  Row("conversion", fmt::format("{} {} = {:.7g} {}", value, Text(unit, options.literal), value * factor,
-                                Text(to, options.literal)));
+  UnitRow("conversion", fmt::format("{} {} = {:.7g} {}", value, Text(unit, options.literal), value * factor,
+                                    Text(to, options.literal)));
 }
 
 }  // namespace

@@ -9,7 +9,7 @@
 #include "tools/EncoderFormat.h"
 #include "tools/Error.h"
 #include "tools/commands/Commands.h"
-#include "tools/output/NumberText.h"
+#include "umlauf_io/NumberText.h"
 
 namespace umlauf::tool {
 namespace {
@@ -31,8 +31,8 @@ void ParseGaps(const std::string& text, WheelSettings& wheel) {
   std::vector<std::optional<unsigned>> first;
   ForEachPart(text, [&](std::string_view part) {
     const std::size_t at = std::min(part.find('@'), part.size());
-    const auto count = ParseCount(part.substr(0, at));
-    const auto tooth = at < part.size() ? ParseCount(part.substr(at + 1)) : std::nullopt;
+    const auto count = io::ParseCount(part.substr(0, at));
+    const auto tooth = at < part.size() ? io::ParseCount(part.substr(at + 1)) : std::nullopt;
     if (!count || (at < part.size() && (!tooth || *tooth < 1)))
       FailUsage("--missing {} is no COUNT[@TOOTH],...; give for example 2 or 2@15,1@36", text);
     missing.push_back(*count);
@@ -112,8 +112,8 @@ SpeedProfile ParseProfile(const SimulateOptions& options) {
   } else {
     ForEachPart(options.profile, [&points](std::string_view part) {
       const std::size_t colon = std::min(part.find(':'), part.size());
-      const auto time = ParseNumber(part.substr(0, colon));
-      const auto rpm = colon < part.size() ? ParseNumber(part.substr(colon + 1)) : std::nullopt;
+      const auto time = io::ParseNumber(part.substr(0, colon));
+      const auto rpm = colon < part.size() ? io::ParseNumber(part.substr(colon + 1)) : std::nullopt;
       const bool good = time && rpm && std::isfinite(*time) && std::isfinite(*rpm) && *rpm >= 0 &&
                         (points.empty() ? *time == 0 : *time > points.back().time);
       if (!good)

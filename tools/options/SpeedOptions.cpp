@@ -5,8 +5,8 @@
 
 #include "tools/Error.h"
 #include "tools/commands/Commands.h"
-#include "tools/output/NumberText.h"
 #include "umlauf/platform/vekta/numeric.h"
+#include "umlauf_io/NumberText.h"
 
 namespace umlauf::tool {
 namespace {
@@ -23,8 +23,8 @@ SpikeFilter ParseSpikeFilter(const std::string& text) {
   for (std::size_t i = 0; i < 3; ++i) {
     const std::size_t comma = rest.find(',');
     const std::string_view part = rest.substr(0, comma);
-    const auto number = ParseNumber(part);
-    const auto count = ParseCount(part);
+    const auto number = io::ParseNumber(part);
+    const auto count = io::ParseCount(part);
     if (i == 0 ? !(number && *number > 0 && *number < 1e6) : !count) break;
     if (i == 0) filter.threshold = static_cast<float>(*number);
     if (i > 0) *counts[i - 1] = *count;

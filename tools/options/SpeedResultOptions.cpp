@@ -5,9 +5,9 @@
 
 #include "tools/Error.h"
 #include "tools/commands/Commands.h"
-#include "tools/output/NumberText.h"
 #include "tools/output/OutputFile.h"
 #include "tools/output/Plot.h"
+#include "umlauf_io/NumberText.h"
 
 namespace umlauf::tool {
 namespace {
@@ -69,7 +69,7 @@ void DeclareSpeedResults(CLI::App& command, SpeedResultOptions& options) {
 
 std::optional<double> SpeedResultOptions::gapLength() const {
   if (gap == "auto") return std::nullopt;
-  const auto length = ParseNumber(gap);
+  const auto length = io::ParseNumber(gap);
   if (!length || !(*length > 1 && *length < 1000)) {
     FailUsage("--gap {}: give the length of the gap in teeth (more than 1), or auto", gap);
   }

@@ -4,7 +4,7 @@
 #include <optional>
 #include <string>
 
-#include "tools/BlockSource.h"
+#include "tools/RecordingInput.h"
 
 namespace umlauf::tool {
 

@@ -80,7 +80,7 @@ class RawReader final : public FrameReader {
   }
 
  private:
-  static constexpr std::size_t bufferSamples = std::size_t{1} << 22;
+  static constexpr std::size_t bufferSamples = std::size_t{1} << 18;
 
   std::size_t Counted(std::size_t n) {
     if (n == 0) WarnOfOddBytes();

@@ -23,7 +23,7 @@ Stretches Prepared(const Stretches& stretches, const SwingScale& scale) {
   Stretches prepared;
   for (const Stretch& each : stretches) {
     SamplePreparation step(scale);
-    Stretch& out = prepared.emplace_back(each.begin);
+    Stretch& out = prepared.emplace_back(Stretch{each.begin, {}});
     out.samples.reserve(each.samples.size());
     step.Take(each.samples.data(), each.samples.size(), 1, out.samples);
     step.Finish(out.samples);

@@ -1,4 +1,4 @@
-#include "tools/plot/MapPlot.h"
+#include "tools/plot/gnuplot/MapPlot.h"
 
 #include <fmt/format.h>
 
@@ -7,9 +7,9 @@
 #include <cstring>
 #include <optional>
 
-#include "tools/plot/Canvas.h"
 #include "tools/plot/Palette.h"
 #include "tools/plot/Raster.h"
+#include "tools/plot/gnuplot/Canvas.h"
 
 namespace umlauf::tool {
 namespace {

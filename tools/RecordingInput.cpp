@@ -1,4 +1,4 @@
-#include "tools/BlockSource.h"
+#include "tools/RecordingInput.h"
 
 #include <algorithm>
 

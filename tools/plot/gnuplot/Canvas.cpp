@@ -1,4 +1,4 @@
-#include "tools/plot/Canvas.h"
+#include "tools/plot/gnuplot/Canvas.h"
 
 #include <fmt/format.h>
 

@@ -1,4 +1,4 @@
-#include "tools/output/AxisLabel.h"
+#include "tools/output/UnitText.h"
 
 #include <fmt/format.h>
 
@@ -60,12 +60,14 @@ const char* QuantityOf(CommonUnits::commonUnits unit) {
 
 }  // namespace
 
+std::string UnitText(const CMeasuringUnit& unit) { return unit.prefixunit(false).ToUtf8(); }
+
 std::string AxisLabel(const CMeasuringUnit& unit, const std::string& otherwise) {
   if (unit.empty()) return otherwise + " (no unit)";
   const bool known = unit.unit() < CommonUnits::kCommonUnitCount && unit.power() == 1;
   const char* quantity = known ? QuantityOf(static_cast<CommonUnits::commonUnits>(unit.unit())) : nullptr;
   if (unit.is_db()) quantity = "level";
-  return fmt::format("{} in {}", quantity != nullptr ? quantity : otherwise, unit.prefixunit(false).ToUtf8());
+  return fmt::format("{} in {}", quantity != nullptr ? quantity : otherwise, UnitText(unit));
 }
 
 }  // namespace umlauf::tool

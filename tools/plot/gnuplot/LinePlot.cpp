@@ -1,4 +1,4 @@
-#include "tools/plot/LinePlot.h"
+#include "tools/plot/gnuplot/LinePlot.h"
 
 #include <fmt/format.h>
 
@@ -8,8 +8,8 @@
 #include <map>
 #include <utility>
 
-#include "tools/plot/Canvas.h"
 #include "tools/plot/Limits.h"
+#include "tools/plot/gnuplot/Canvas.h"
 
 namespace umlauf::tool {
 namespace {

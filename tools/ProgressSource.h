@@ -11,9 +11,9 @@
 namespace umlauf::tool {
 
 /// A recording as the library reads it for this program: with a progress bar for each pass.
-class RecordingAdapter final : public CBlockSource {
+class ProgressSource final : public CBlockSource {
  public:
-  explicit RecordingAdapter(CBlockSource& source) : source_(source) {}
+  explicit ProgressSource(CBlockSource& source) : source_(source) {}
 
   /// What the passes from here on are for.
   void Purpose(std::string what) { what_ = std::move(what); }
