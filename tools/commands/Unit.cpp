@@ -9,6 +9,7 @@
 #include "tools/LibraryNotes.h"
 #include "tools/commands/Commands.h"
 #include "tools/output/Console.h"
+#include "tools/output/UnitText.h"
 #include "umlauf/units/MeasuringUnit.h"
 #include "umlauf/units/MeantUnit.h"
 
