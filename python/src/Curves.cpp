@@ -60,8 +60,8 @@ void NeedOneAxis(const Curve& a, const Curve& b) {
         "the curves have different axes; resample one of them, or combine them as pairs: a.to_pairs()");
   }
   if (!a.YUnit().empty() && !b.YUnit().empty() && !IsSame(a.YUnit(), b.YUnit())) {
-    RefuseValue("the curves are in " + UnitText::Write(a.YUnit()).ToUtf8() + " and " +
-                UnitText::Write(b.YUnit()).ToUtf8() + "; convert one of them: a.convert(unit)");
+    RefuseValue("the curves are in " + MeantUnit::Write(a.YUnit()).ToUtf8() + " and " +
+                MeantUnit::Write(b.YUnit()).ToUtf8() + "; convert one of them: a.convert(unit)");
   }
 }
 
@@ -111,7 +111,7 @@ NumPyArray<float> ValuesAt(const Curve& curve, const Floats& x) {
 
 CurvePtr Converted(const Curve& curve, const UnitLike& to) {
   const CMeasuringUnit unit = to;
-  const double factor = UnitText::Factor(curve.YUnit(), unit);
+  const double factor = MeantUnit::Factor(curve.YUnit(), unit);
   if (factor == 0) RefuseValue("the y unit of the curve cannot be converted to this one by a factor");
   CurvePtr result = Changed(curve, [factor](CSigCurve& each) { each *= static_cast<float>(factor); });
   result->SetYUnit(unit);
@@ -170,7 +170,7 @@ void SignalHeader::GiveTo(CSignal& signal) const {
 CString Description(const wchar_t* kind, std::uint64_t size, const wchar_t* of, const CSignal& signal) {
   CString text;
   text.Format(L"<%s '%s' of %u %s, x in %s, y in %s>", kind, signal.Name(), size, of,
-              UnitText::Write(signal.XUnit()), UnitText::Write(signal.YUnit()));
+              MeantUnit::Write(signal.XUnit()), MeantUnit::Write(signal.YUnit()));
   return text;
 }
 

@@ -45,8 +45,8 @@ NumPyArray<const float> Column(nb::handle_t<Pairs> self, std::size_t first) {
 
 void NeedLikeUnits(const Pairs& a, const Pairs& b) {
   if (a.YUnit().empty() || b.YUnit().empty() || IsSame(a.YUnit(), b.YUnit())) return;
-  RefuseValue("the points are in " + UnitText::Write(a.YUnit()).ToUtf8() + " and " +
-              UnitText::Write(b.YUnit()).ToUtf8() + "; convert one of them: a.convert(unit)");
+  RefuseValue("the points are in " + MeantUnit::Write(a.YUnit()).ToUtf8() + " and " +
+              MeantUnit::Write(b.YUnit()).ToUtf8() + "; convert one of them: a.convert(unit)");
 }
 
 /// The library empties points that share no x with the others, whatever the operation.
@@ -119,7 +119,7 @@ std::unique_ptr<CSigCurveExt> Resampled(const Pairs& pairs, double step) {
 
 PairsPtr Converted(const Pairs& pairs, const UnitLike& to) {
   const CMeasuringUnit unit = to;
-  const double factor = UnitText::Factor(pairs.YUnit(), unit);
+  const double factor = MeantUnit::Factor(pairs.YUnit(), unit);
   if (factor == 0) RefuseValue("the y unit of the points cannot be converted to this one by a factor");
   PairsPtr result = Changed(pairs, [factor](Pairs& each) { each *= static_cast<float>(factor); });
   result->SetYUnit(unit);

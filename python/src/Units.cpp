@@ -17,7 +17,7 @@ namespace {
 
 CMeasuringUnit UnitOf(const CString& text, bool registering) {
   CMeasuringUnit unit;
-  if (!(registering ? UnitText::ReadOrRegister(text, unit) : UnitText::Read(text, unit))) {
+  if (!(registering ? MeantUnit::ReadOrRegister(text, unit) : MeantUnit::Read(text, unit))) {
     RefuseValue("\"" + text.ToUtf8() +
                 "\" is no known unit; write for example rpm, m/s², dB(Pa) or V^2, or register it with "
                 "Unit(text, register=True)");
@@ -27,9 +27,9 @@ CMeasuringUnit UnitOf(const CString& text, bool registering) {
 
 double FactorTo(const CMeasuringUnit& from, const UnitLike& unit) {
   const CMeasuringUnit to = unit;
-  const double factor = UnitText::Factor(from, to);
+  const double factor = MeantUnit::Factor(from, to);
   if (factor == 0) {
-    RefuseValue(UnitText::Write(from).ToUtf8() + " cannot be converted to " + UnitText::Write(to).ToUtf8() +
+    RefuseValue(MeantUnit::Write(from).ToUtf8() + " cannot be converted to " + MeantUnit::Write(to).ToUtf8() +
                 " by a factor; give plain units of one kind and power");
   }
   return factor;
@@ -74,13 +74,14 @@ A value: it does not change. Prefixes are meant as people write them: km² is 10
           },
           "text"_a = "-", nb::kw_only(), "register"_a = false,
           "From its text; an unknown name is a ValueError, or with register=True a new unit of this process.")
-      .def("__str__", [](const CMeasuringUnit& unit) { return UnitText::Write(unit); })
+      .def("__str__", [](const CMeasuringUnit& unit) { return MeantUnit::Write(unit); })
       .def("__repr__",
-           [](const CMeasuringUnit& unit) { return CString(L"Unit('") + UnitText::Write(unit) + L"')"; })
+           [](const CMeasuringUnit& unit) { return CString(L"Unit('") + MeantUnit::Write(unit) + L"')"; })
       .def("__eq__", IsSame, nb::is_operator())
-      .def(
-          "__hash__",
-          [](const CMeasuringUnit& unit) { return std::hash<std::string>()(UnitText::Write(unit).ToUtf8()); })
+      .def("__hash__",
+           [](const CMeasuringUnit& unit) {
+             return std::hash<std::string>()(MeantUnit::Write(unit).ToUtf8());
+           })
       .def(
           "__mul__",
           [](const CMeasuringUnit& a, const CMeasuringUnit& b) {

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "python/src/Text.h"
-#include "umlauf/units/UnitText.h"
+#include "umlauf/units/MeantUnit.h"
 
 namespace umlauf::python {
 

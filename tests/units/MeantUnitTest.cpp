@@ -2,13 +2,13 @@
 
 #include <vector>
 
-#include "umlauf/units/UnitText.h"
+#include "umlauf/units/MeantUnit.h"
 
 namespace {
 
 CMeasuringUnit Unit(const wchar_t* text) {
   CMeasuringUnit unit;
-  EXPECT_TRUE(UnitText::Read(text, unit)) << CString(text).ToUtf8();
+  EXPECT_TRUE(MeantUnit::Read(text, unit)) << CString(text).ToUtf8();
   return unit;
 }
 
@@ -30,7 +30,7 @@ TEST(MeantUnit, PrefixesCountAsPeopleWriteThem) {
                                             {L"dB(Pa)", L"Pa", 0},
                                             {L"V²", L"V", 0},
                                             {L"V", L"Pa", 0}}) {
-    EXPECT_NEAR(UnitText::Factor(Unit(each.from), Unit(each.to)), each.factor, 1e-6 * each.factor)
+    EXPECT_NEAR(MeantUnit::Factor(Unit(each.from), Unit(each.to)), each.factor, 1e-6 * each.factor)
         << CString(each.from).ToUtf8() << " to " << CString(each.to).ToUtf8();
   }
 }
@@ -39,19 +39,19 @@ TEST(MeantUnit, WhatIsWrittenReadsBack) {
   for (const wchar_t* text : {L"kHz", L"km²", L"mm³", L"V^(-1)", L"mV^(-2)", L"m/s²", L"dB(Pa)", L"km/h",
                               L"mph", L"rpm", L"°C", L"10^ V", L"-"}) {
     const CMeasuringUnit unit = Unit(text);
-    EXPECT_EQ(UnitText::Write(unit), text);
-    EXPECT_TRUE(Unit(UnitText::Write(unit)) == unit) << CString(text).ToUtf8();
+    EXPECT_EQ(MeantUnit::Write(unit), text);
+    EXPECT_TRUE(Unit(MeantUnit::Write(unit)) == unit) << CString(text).ToUtf8();
   }
 }
 
 TEST(MeantUnit, UnknownNamesAreRefusedUntilTheyAreRegistered) {
   CMeasuringUnit unit = Unit(L"V");
   for (const wchar_t* text : {L"", L"Ohm", L"kOhm", L"(V", L"dB(Ohm)"}) {
-    EXPECT_FALSE(UnitText::Read(text, unit)) << CString(text).ToUtf8();
+    EXPECT_FALSE(MeantUnit::Read(text, unit)) << CString(text).ToUtf8();
     EXPECT_TRUE(unit.empty());
   }
-  ASSERT_TRUE(UnitText::ReadOrRegister(L"kOhm", unit));
-  EXPECT_DOUBLE_EQ(UnitText::Factor(unit, Unit(L"Ohm")), 1e3);
+  ASSERT_TRUE(MeantUnit::ReadOrRegister(L"kOhm", unit));
+  EXPECT_DOUBLE_EQ(MeantUnit::Factor(unit, Unit(L"Ohm")), 1e3);
   EXPECT_FALSE(CMeasuringUnit::registerUncommonUnits());
 }
 

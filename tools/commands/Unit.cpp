@@ -11,7 +11,7 @@
 #include "tools/output/Console.h"
 #include "tools/output/UnitText.h"
 #include "umlauf/units/MeasuringUnit.h"
-#include "umlauf/units/UnitText.h"
+#include "umlauf/units/MeantUnit.h"
 
 namespace umlauf::tool {
 namespace {
@@ -44,7 +44,7 @@ CMeasuringUnit Literal(const std::string& text) {
 CMeasuringUnit Meant(const std::string& text) {
   CMeasuringUnit unit;
   const LibraryNotes notes;  // an unknown name is told here
-  if (!UnitText::Read(CString::FromUtf8(text), unit)) FailUnknown(text);
+  if (!MeantUnit::Read(CString::FromUtf8(text), unit)) FailUnknown(text);
   return unit;
 }
 
@@ -111,7 +111,7 @@ double Factor(const NamedUnit& from, const NamedUnit& to, bool literal) {
         "units",
         fromText, toText);
   }
-  const double factor = UnitText::Factor(a, b);
+  const double factor = MeantUnit::Factor(a, b);
   if (factor == 0 && a.matches(b) && CMeasuringUnit::standard(a.unit()) != CommonUnits::none) {
     Fail("{} cannot be converted to {}: the factor is beyond the range of numbers", fromText, toText);
   }

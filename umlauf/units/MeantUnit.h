@@ -7,7 +7,7 @@
 /// Units as people write and mean them. CMeasuringUnitInterface::set keeps to the established rules, by which
 /// a prefix counts with its exponent squared; here "kHz" is 10³ Hz and "km²" is 10⁶ m². Safe on several
 /// threads.
-namespace UnitText {
+namespace MeantUnit {
 
 /// Reads a unit by the rules of `set`, but with prefixes as they are meant. False, with the cleared unit, for
 /// a text that is no unit, for an unknown name, and without memory; the log then says what is wrong.
@@ -23,4 +23,4 @@ UMLAUF_API CString Write(const CMeasuringUnitInterface& unit);
 /// logarithms (but to an equal unit), and for a factor beyond the range of numbers.
 UMLAUF_API double Factor(const CMeasuringUnitInterface& from, const CMeasuringUnitInterface& to);
 
-}  // namespace UnitText
+}  // namespace MeantUnit

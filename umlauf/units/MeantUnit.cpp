@@ -1,4 +1,4 @@
-#include "umlauf/units/UnitText.h"
+#include "umlauf/units/MeantUnit.h"
 
 #include <cmath>
 #include <string_view>
@@ -8,7 +8,7 @@
 #include "umlauf/units/internal/UnitParser.h"
 #include "umlauf/units/internal/UnitStrings.h"
 
-namespace UnitText {
+namespace MeantUnit {
 namespace {
 
 /// The name behind what may stand before it.
@@ -82,4 +82,4 @@ double Factor(const CMeasuringUnitInterface& from, const CMeasuringUnitInterface
   return std::isfinite(factor) ? factor : 0;
 }
 
-}  // namespace UnitText
+}  // namespace MeantUnit
