@@ -26,12 +26,12 @@ class SignalTool : public Tool {
     pairs.SetYUnit(CString(yUnit));
     WriteSignal(name, pairs);
   }
-  CSigPairs ReadPairs(const std::string& name) const {
+  std::unique_ptr<CSigPairs> ReadPairs(const std::string& name) const {
     const std::string text = Text(name);
     CMemFile bytes(std::as_bytes(std::span(text)));
-    const std::unique_ptr<CSignal> signal = CSignalFile().Read(bytes);
+    std::unique_ptr<CSignal> signal = CSignalFile().Read(bytes);
     EXPECT_NE(signal, nullptr) << name;
-    return signal ? dynamic_cast<CSigPairs&>(*signal) : CSigPairs();
+    return std::unique_ptr<CSigPairs>(dynamic_cast<CSigPairs*>(signal.release()));
   }
 };
 
@@ -67,7 +67,9 @@ TEST_F(SignalTool, PairsAreCombinedAndEdited) {
   };
   for (const auto& [arguments, points, unit] : cases) {
     Good(std::string("pairs ") + arguments + " -o out");
-    const CSigPairs out = ReadPairs("out");
+    const std::unique_ptr<CSigPairs> read = ReadPairs("out");
+    ASSERT_NE(read, nullptr) << arguments;
+    const CSigPairs& out = *read;
     ASSERT_EQ(out.NPaare(), points.size()) << arguments;
     for (std::size_t i = 0; i < out.NPaare(); ++i) {
       EXPECT_FLOAT_EQ(out.Punkt(i), points[i].first) << arguments << " " << i;
@@ -127,7 +129,9 @@ TEST_F(SignalTool, TablesMakeTheSameSignalsAgain) {
                                "[rpm]\"\n0.3,0,0.25,1e-07\n0.4,0.1,3,2\n"));
   Good("export curve pairs -o both.csv");
   Good("import both.csv -o points --x 3 --column 4");
-  const CSigPairs points = ReadPairs("points");
+  const std::unique_ptr<CSigPairs> read = ReadPairs("points");
+  ASSERT_NE(read, nullptr);
+  const CSigPairs& points = *read;
   ASSERT_EQ(points.NPaare(), 3u);
   EXPECT_ALL(points.Punkt(0) == 0.25f, points.Wert(0) == 1e-7f,
              points.YUnit().prefixunit(false).ToUtf8() == "rpm");
