@@ -59,7 +59,7 @@ TEST_F(ProgramTool, ErrorsAreOneLineAndLeaveNothing) {
       {"speed run.wav --from 5" + out, 1, "no samples"},
       {"export run.wav -o new.csv", 1, "no signal file"},
       {"import run.csv -o new.usig --column speed", 1, "name from its header"},
-      {"import run.csv -o new.usig --as line", 2, "curve or pairs"},
+      {"import run.csv -o new.usig --as line", 2, "curve, pairs or array"},
       {"downsample run.wav new.wav --ratio 65537", 2, "65536"},
       {"plot ok.usig -o new.pdf", 2, ".svg or .png"},
       {"plot noise.bin -o new.svg", 1, "known format"},
