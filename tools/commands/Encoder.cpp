@@ -26,6 +26,7 @@ struct EncoderOptions : SpeedResultOptions {
 };
 
 void CheckEncoderOptions(const EncoderOptions& o) {
+  if (o.countTeeth) FailUsage("--pulses-per-rev auto is for umlauf speed; give those of the encoder");
   CheckSpeedResults(o);
   const EncoderFormat format(o.mode);
   if (o.pulsesPerRev != std::floor(o.pulsesPerRev) || o.pulsesPerRev > 1e6) {

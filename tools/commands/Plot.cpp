@@ -242,6 +242,7 @@ void AddPlotCommand(CLI::App& app) {
   CLI::App* command =
       app.add_subcommand("plot", "Draws signal files and recordings, several over each other");
   command->add_option("files", options->inputs, "signal files and recordings")->required();
+  DeclareChannel(*command, options->recording);
   DeclareRecordingFormat(*command, options->recording);
   command->add_option("-o,--output", options->output, "picture")->required()->type_name("FILE.svg|.png");
   DeclareSection(*command, options->recording);

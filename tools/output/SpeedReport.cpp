@@ -154,4 +154,25 @@ std::string SpeedReport::Table() const {
   return text;
 }
 
+std::vector<std::string> SpeedReport::RowHeader() {
+  return {"recording", "channel",     "pulses",   "mean rpm", "least",
+          "greatest",  "revolutions", "last rpm", "doubts"};
+}
+
+std::vector<std::string> SpeedReport::Row() const {
+  const SpeedSummary& speed = counts->Speed();
+  const SpeedSummary& turns = revolutions->Speed();
+  std::string doubts;
+  for (const RecordingWarning& each : warnings) doubts += (doubts.empty() ? "" : ", ") + each.code;
+  return {recording,
+          fmt::format("{}", channelNumber),
+          fmt::format("{}", counts->Pulses()),
+          fmt::format("{:.2f}", speed.Mean(sampleRate)),
+          fmt::format("{:.2f}", speed.min),
+          fmt::format("{:.2f}", speed.max),
+          fmt::format("{}", turns.count),
+          turns.count > 0 ? fmt::format("{:.2f}", turns.last) : "",
+          doubts};
+}
+
 }  // namespace umlauf::tool

@@ -48,6 +48,9 @@ struct SpeedReport {
   std::string Json() const;
   /// A short table for people.
   std::string Table() const;
+  /// A row of a table of several.
+  std::vector<std::string> Row() const;
+  static std::vector<std::string> RowHeader();
 };
 
 }  // namespace umlauf::tool

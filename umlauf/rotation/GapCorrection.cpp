@@ -24,15 +24,22 @@ void CGapCorrection::Take(const CPulseTrain& pulses, CPulseTrain& corrected) {
   const std::size_t from = begins ? 1 : 0;
   held_.Append(pulses, from, pulses.size() - from);
   complete_ = complete_ && held_.Complete() && umlauf::HadMemory([&] {
-                while (pitchLengths_.size() < held_.size()) {
-                  const Pulse pulse = held_[pitchLengths_.size()];
-                  pitchLengths_.push_back(pulse.Length() / pulse.pitches);
-                }
+                AddPitchLengths();
                 while (held_.size() - next_ > reach) JudgeNext();
               });
   if (!complete_) return;
   if (!decided_ && held_.size() >= horizon_) Decide(false);
   if (decided_) Release(false, false, corrected);
+}
+
+void CGapCorrection::AddPitchLengths() {
+  std::size_t i = pitchLengths_.size();
+  pitchLengths_.resize(held_.size());
+  const auto edges = held_.Edges(), pitches = held_.Pitches();
+  for (; i < pitchLengths_.size(); ++i) {
+    const double length = edges[i + 1] - edges[i];
+    pitchLengths_[i] = pitches[i] == 1 ? length : length / pitches[i];
+  }
 }
 
 bool CGapCorrection::Finish(CPulseTrain& corrected) {
@@ -63,6 +70,9 @@ bool CGapCorrection::LikeNeighbours(std::size_t i) const {
   if (ordinaryEnd < reach || i + reach >= pitchLengths_.size()) return false;
   const double enough = pitchLengths_[i] / longPulse;
   const double *before = &pitchLengths_[ordinaryEnd - reach], *behind = &pitchLengths_[i + 1];
+  // As most do: the nearest three.
+  static_assert(2 * 3 >= reach);
+  if (before[reach - 1] >= enough && before[reach - 2] >= enough && before[reach - 3] >= enough) return true;
   std::size_t likeBefore = 0, likeBehind = 0;
   for (std::size_t k = 0; k < reach; ++k) {
     likeBefore += before[k] >= enough ? 1 : 0;
@@ -109,7 +119,7 @@ void CGapCorrection::JudgeNext() {
       overlong_ = true;
     }
   } else {
-    EndRun();
+    if (runSize_ > 0) EndRun();
     overlong_ = ratio > longPulse;
   }
   edge_ += held_.Pitches()[next_];

@@ -58,6 +58,7 @@ class UMLAUF_API CGapCorrection {
   static constexpr std::size_t reach = 6;  ///< pulses on either side that are compared with
   static constexpr unsigned longestGap = 4;
 
+  void AddPitchLengths();
   bool LikeNeighbours(std::size_t i) const;
   double Median(std::size_t begin, std::size_t end) const;
   double OrdinaryPitch() const;
