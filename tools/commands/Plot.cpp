@@ -16,6 +16,7 @@
 #include "tools/plot/SeriesColours.h"
 #include "umlauf/rate/DownsamplingStream.h"
 #include "umlauf/signal/SigCurveExt.h"
+#include "umlauf_io/EdgeListSource.h"
 
 namespace umlauf::tool {
 namespace {
@@ -138,13 +139,44 @@ Source ReadRecording(const PlotOptions& options, const std::string& path) {
   source.name = fmt::format("{}, {}", source.file, samples->ChannelName(0).ToUtf8());
   source.xUnit = "s";
   source.xLabel = "time in s";
-  source.yLabel = "sample value";
+  source.yLabel = recording.unit.empty() ? "sample value" : "sample value in " + recording.unit;
+  source.yUnit = recording.unit;
   source.recording = true;
   if (samples->Frames()) {
     TakeRecording(*samples, source);
   } else {
     TakeUnknownLength(*samples, source);
   }
+  return source;
+}
+
+/// Levels as they step; of edges of one kind how fast they follow each other.
+Source ReadList(const PlotOptions& options, const std::string& path, EdgeListKind kind) {
+  CEdgeListSource list;
+  list.Open(path, kind, options.recording.from, options.recording.to);
+  const bool levels = kind == EdgeListKind::levels;
+  PlotTrace trace;
+  bool any = false;
+  double last = 0;
+  for (auto edges = list.Read(65536); !edges.empty(); edges = list.Read(65536)) {
+    for (const RecordedEdge& edge : edges) {
+      if (levels) trace.Add(edge.time, edge.rising ? 0 : 1);
+      if (levels) trace.Add(edge.time, edge.rising ? 1 : 0);
+      if (!levels && any) trace.Add((last + edge.time) / 2, 1 / (edge.time - last));
+      last = edge.time;
+      any = true;
+    }
+  }
+  if (!list.Failure().IsEmpty()) Fail("{}", list.Failure().ToUtf8());
+  Source source;
+  source.file = std::filesystem::path(path).filename().string();
+  source.name = source.file;
+  source.xUnit = "s";
+  source.xLabel = "time in s";
+  source.yLabel = levels ? "level" : "edges per second";
+  source.yUnit = levels ? "" : "1/s";
+  source.recording = levels;
+  TakeTrace(trace, source);
   return source;
 }
 
@@ -162,6 +194,13 @@ Source ReadSignal(const PlotOptions& options, const std::string& path) {
     TakeCurve(*curve, options.recording, source);
   if (auto* pairs = dynamic_cast<CSigPairs*>(signal.get())) TakePairs(*pairs, options.recording, source);
   return source;
+}
+
+Source ReadInput(const PlotOptions& options, const std::string& path) {
+  if (IsSignalFile(path)) return ReadSignal(options, path);
+  const bool samples = options.recording.raw || options.recording.rate;
+  const auto list = samples ? std::nullopt : CEdgeListSource::KindOf(path);
+  return list ? ReadList(options, path, *list) : ReadRecording(options, path);
 }
 
 /// A second y unit gets the axis on the right.
@@ -223,7 +262,7 @@ void RunPlot(const PlotOptions& options) {
   std::vector<Source> sources;
   for (const std::string& input : options.inputs) {
     CheckOutputPath("-o", options.output, input);
-    sources.push_back(IsSignalFile(input) ? ReadSignal(options, input) : ReadRecording(options, input));
+    sources.push_back(ReadInput(options, input));
     if (FullRange(sources.back().series.points).empty()) {
       Fail("cannot draw {}: it holds no samples{}", input,
            options.recording.from || options.recording.to ? " from --from to --to" : "");
@@ -246,6 +285,7 @@ void AddPlotCommand(CLI::App& app) {
   DeclareRecordingFormat(*command, options->recording);
   command->add_option("-o,--output", options->output, "picture")->required()->type_name("FILE.svg|.png");
   DeclareSection(*command, options->recording);
+  DeclareScaling(*command, options->recording);
   command->add_flag("--all-values", options->allValues, "also values that stand alone set the scale");
   command->callback([options] { RunPlot(*options); });
 }

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "tools/ChannelSpeed.h"
+#include "tools/EdgeListSpeed.h"
 #include "tools/Error.h"
 #include "tools/commands/Commands.h"
 #include "tools/output/Console.h"
@@ -75,6 +76,7 @@ void FindSpeeds(RecordingAdapter& source, std::vector<Job>& jobs, std::size_t bl
 
 /// All wanted channels of one recording.
 void RunRecording(const SpeedOptions& options, bool alone, SpeedResults& results) {
+  if (const auto list = ListKind(options)) return RunEdgeList(options, *list, alone, results);
   const std::unique_ptr<CRecordingSource> file = OpenRecording(options.recording);
   RecordingAdapter source(*file);
   std::vector<Job> jobs;
@@ -120,6 +122,7 @@ void RunSpeed(SpeedOptions options) {
       RunRecording(options, false, results);
     } catch (const ToolError& error) {
       if (error.code() == ToolError::usage) throw;
+      PrintNote("{}", error.what());
       results.AddFailure(path.string(), 0, error.what());
     }
   }

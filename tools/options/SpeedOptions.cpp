@@ -5,6 +5,7 @@
 
 #include "tools/Error.h"
 #include "tools/commands/Commands.h"
+#include "tools/options/Lists.h"
 #include "tools/output/NumberText.h"
 #include "tools/output/OutputFile.h"
 #include "umlauf/platform/vekta/numeric.h"
@@ -86,6 +87,12 @@ void DeclareSpeedOptions(CLI::App& command, SpeedOptions& options) {
       ->type_name("COLUMN,...")
       ->group("Recording");
   DeclareRecordingFormat(command, options.recording);
+  command
+      .add_option("--list", options.list,
+                  "the CSV file is a list of edges (their times) or levels (times, levels from there on); by "
+                  "itself where it has one column, or a second one called level")
+      ->check(OneOf({"edges", "levels"}))
+      ->group("Recording");
   DeclareSection(command, options.recording);
   DeclareScaling(command, options.recording);
   DeclareDetector(command, options);
@@ -98,22 +105,6 @@ void DeclareSpeedOptions(CLI::App& command, SpeedOptions& options) {
 }
 
 namespace {
-
-std::vector<std::string> Listed(const std::string& text) {
-  std::vector<std::string> parts;
-  for (std::size_t begin = 0; begin <= text.size();) {
-    const std::size_t end = std::min(text.find(',', begin), text.size());
-    parts.emplace_back(Trimmed(std::string_view(text).substr(begin, end - begin)));
-    begin = end + 1;
-  }
-  return parts;
-}
-
-std::string Replaced(std::string text, std::string_view what, const std::string& by) {
-  for (std::size_t at = text.find(what); at != std::string::npos; at = text.find(what, at + by.size()))
-    text.replace(at, what.size(), by);
-  return text;
-}
 
 /// Each recording and channel has outputs of its own.
 void CheckOutputs(const SpeedOptions& o) {

@@ -16,6 +16,7 @@ namespace umlauf::tool {
 struct SpeedOptions : SpeedResultOptions {
   std::vector<std::filesystem::path> paths;  ///< in place of that of the recording
   std::string channels, columns;             ///< lists with commas, or "all"; empty = the first one
+  std::string list;                          ///< "edges" or "levels": the recordings are lists of such
   std::optional<double> upper, lower;
   std::string edges = "rising";
   unsigned divider = 1;

@@ -1,6 +1,9 @@
 #include "tools/output/SpeedOutputs.h"
 
+#include <fmt/compile.h>
+
 #include <algorithm>
+#include <array>
 #include <filesystem>
 #include <system_error>
 #include <utility>
@@ -23,20 +26,24 @@ constexpr std::size_t pulsesHeld = 262144, leastPulsesHeld = 16384;
 
 void WritePulses(OutputFile& csv, const CPulseTrain& pulses) {
   const double rate = pulses.SampleRate();
+  std::array<char, 256> row;  // numbers have 24 characters at most
   for (std::size_t i = 0; i < pulses.size(); ++i) {
     const CPulseTrain::Pulse pulse = pulses[i];
-    const double time = pulses.Time(pulse.end);
-    std::string_view edge = pulse.Is(CPulseTrain::rising) ? "rising" : "falling";
-    const std::string_view mark = pulse.Is(CPulseTrain::first)          ? " first"
-                                  : pulse.Is(CPulseTrain::gapCorrected) ? " gap"
-                                  : pulse.Is(CPulseTrain::held)         ? " held"
-                                                                        : "";
+    char* end = fmt::format_to(row.data(), FMT_COMPILE("{},"), pulses.Time(pulse.end));
     if (pulse.HasSpeed()) {
-      csv.Print("{},{},{},{},{}{}\n", time, pulse.Rpm(rate), pulse.revolutionTime / rate, pulse.samples, edge,
-                mark);
+      end = fmt::format_to(end, FMT_COMPILE("{},{},"), pulse.Rpm(rate), pulse.revolutionTime / rate);
     } else {
-      csv.Print("{},nan,nan,{},{}{}\n", time, pulse.samples, edge, mark);
+      end = fmt::format_to(end, FMT_COMPILE("nan,nan,"));
     }
+    end = fmt::format_to(end, FMT_COMPILE("{}"), pulse.samples);
+    const std::string_view edge = pulse.Is(CPulseTrain::rising) ? ",rising" : ",falling";
+    const std::string_view mark = pulse.Is(CPulseTrain::first)          ? " first\n"
+                                  : pulse.Is(CPulseTrain::gapCorrected) ? " gap\n"
+                                  : pulse.Is(CPulseTrain::held)         ? " held\n"
+                                                                        : "\n";
+    end = std::copy(edge.begin(), edge.end(), end);
+    end = std::copy(mark.begin(), mark.end(), end);
+    csv.Add({row.data(), static_cast<std::size_t>(end - row.data())});
   }
 }
 

@@ -64,7 +64,9 @@ std::string SpeedReport::Json() const {
   json["channel"] = nullptr;
   if (channelNumber > 0) json["channel"] = channelNumber;
   json["channels"] = channels;
-  json["sample_rate_hz"] = sampleRate;
+  json["sample_rate_hz"] = nullptr;
+  if (list.empty()) json["sample_rate_hz"] = sampleRate;
+  if (!list.empty()) json["list"] = list;
   if (thresholds) {
     json["thresholds_automatic"] = {{"upper", thresholds->automaticUpper},
                                     {"lower", thresholds->automaticLower}};
@@ -117,7 +119,8 @@ std::string SpeedReport::Table() const {
     fmt::format_to(std::back_inserter(text), "{:<12}{}\n", name, value);
   };
   row("recording", recording);
-  row("", fmt::format("{}, {:g} samples/s, {:.3f} s", channel, sampleRate, duration));
+  row("", list.empty() ? fmt::format("{}, {:g} samples/s, {:.3f} s", channel, sampleRate, duration)
+                       : fmt::format("{}, {:.3f} s", channel, duration));
   if (thresholds) {
     row("thresholds", fmt::format("upper {:g}{}, lower {:g}{}", thresholds->upper,
                                   thresholds->automaticUpper ? " (automatic)" : "", thresholds->lower,

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <iterator>
 #include <limits>
 
 #include "umlauf/platform/memory/WithoutMemory.h"
@@ -53,7 +54,7 @@ bool CGapCorrection::Finish(CPulseTrain& corrected) {
   if (!complete_) return false;
   if (!decided_) Decide(cut);
   Release(true, cut, corrected);
-  if (relLength_ && gaps_ > 0) {
+  if (eachForItself_ && gaps_ > 0) {
     wheel_.gaps.clear();
     if (finder_.Find(accepted_)) {
       wheel_ = finder_.Wheel();
@@ -140,13 +141,26 @@ void CGapCorrection::EndRun() {
 void CGapCorrection::Decide(bool lastIsCut) {
   decided_ = true;
   // The length of a gap that the end of the recording cuts is not whole.
-  finder_.Find(std::span(found_).first(found_.size() - (lastIsCut ? 1 : 0)));
+  const std::span<const LongPulses> whole = std::span(found_).first(found_.size() - (lastIsCut ? 1 : 0));
+  if (!relLength_) {
+    finder_.Find(whole);
+  } else {
+    std::vector<LongPulses> fitting;
+    const bool enough = umlauf::HadMemory([&] {
+      std::ranges::copy_if(whole, std::back_inserter(fitting),
+                           [this](const auto& each) { return Fits(each); });
+    });
+    eachForItself_ = !enough || !finder_.Find(fitting);
+  }
   wheel_ = finder_.Wheel();
+  if (relLength_) {
+    for (PulseWheel::Gap& each : wheel_.gaps) each.length = *relLength_;
+  }
   if (!pulsesPerRevolution_) pulsesPerRevolution_ = scale_ = wheel_.pitches;
 }
 
 void CGapCorrection::Release(bool atEnd, bool lastIsCut, CPulseTrain& corrected) {
-  const std::int64_t ahead = relLength_ ? 0 : finder_.Edges() + CWheelFinder::mostGlitch;
+  const std::int64_t ahead = eachForItself_ ? 0 : finder_.Edges() + CWheelFinder::mostGlitch;
   for (; decidedUpon_ < found_.size(); ++decidedUpon_) {
     const LongPulses& gap = found_[decidedUpon_];
     if (!atEnd && edge_ <= static_cast<double>(gap.edge + gap.pulses + ahead)) break;
@@ -159,14 +173,18 @@ void CGapCorrection::Release(bool atEnd, bool lastIsCut, CPulseTrain& corrected)
   ForgetEmitted();
 }
 
+/// Whether long pulses are about as long as a gap is given to be.
+bool CGapCorrection::Fits(const LongPulses& each) const {
+  const double expected = each.pulses - 1 + *relLength_;
+  return std::abs(each.length - expected) <= misfit * expected;
+}
+
 /// Pitches that long pulses stand for; 0 when they are no gap.
 double CGapCorrection::PitchesOf(std::size_t i, bool cut) const {
   const LongPulses& gap = found_[i];
-  if (cut) return (relLength_ ? TurnsAfterAnother(gap) : finder_.ComesBack(found_, i)) ? gap.length : 0;
-  if (relLength_) {
-    const double expected = gap.pulses - 1 + *relLength_;
-    return std::abs(gap.length - expected) <= misfit * expected ? expected : 0;
-  }
+  if (cut) return (eachForItself_ ? TurnsAfterAnother(gap) : finder_.ComesBack(found_, i)) ? gap.length : 0;
+  if (relLength_ && !Fits(gap)) return 0;
+  if (eachForItself_) return gap.pulses - 1 + *relLength_;
   const int place = finder_.GapAt(found_, i);
   return place < 0 ? 0 : gap.pulses - 1 + wheel_.gaps[static_cast<std::size_t>(place)].length;
 }
@@ -213,7 +231,7 @@ void CGapCorrection::EmitGap(const LongPulses& gap, double pitches, bool cut, CP
   if (cut) return;
   ++gaps_;
   lengths_ += pitches - gap.pulses + 1;
-  if (!relLength_) return;
+  if (!eachForItself_) return;
   if (accepted_.size() == mostAccepted)
     accepted_.erase(accepted_.begin(), accepted_.begin() + mostAccepted / 2);
   complete_ &= umlauf::HadMemory([&] { accepted_.push_back({gap.edge, gap.pulses, pitches}); });

@@ -15,6 +15,7 @@ namespace {
 
 CDzPulsDetektor With(CDzPulsDetektor detector, const PulseLevels& levels) {
   detector.SchrankenSetzen(levels.upper, levels.lower);
+  detector.StatistikAktivieren(false);
   return detector;
 }
 
