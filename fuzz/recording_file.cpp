@@ -43,7 +43,7 @@ RecordingFormat Format(Input& input) {
   const std::uint8_t bits = input.Byte();
   if ((bits & 1) != 0) format.raw = static_cast<RawSamples>(bits >> 1 & 3);
   if ((bits & 9) != 0) format.rate = 1000;
-  format.rawChannels = input.Pick({1, 1, 2, 3, 17, 65535});
+  format.rawChannels = input.Pick({1, 1, 2, 3, 17, 100});
   format.firstChannelOnly = (bits & 16) != 0;
   if ((bits & 32) != 0) format.channels = {input.Byte(), input.Byte()};
   if ((bits & 64) != 0) format.columns = {"2", "speed"};
@@ -58,15 +58,13 @@ void FuzzOne(Input input) {
   static const TemporaryFile file;
   const RecordingFormat format = Format(input);
   const std::size_t block = 1 + input.Byte();
-  // Sound files are the matter of the library that reads them.
-  for (const char* begin : {"RIFF", "RIFX", "RF64", "riff", "fLaC", "OggS", "FORM", "caff", ".snd"}) {
-    if (input.Text().starts_with(begin)) return;
-  }
   file.Fill(input.Rest());
   RecordingFailure failure;
   const auto source = OpenRecording(file.path(), format, failure);
   Require((source == nullptr) == static_cast<bool>(failure), "a failure has a reason, and nothing else has");
   if (source == nullptr) return;
+  // What the library for sound files takes for one is its matter.
+  if (!format.raw && source->FormatName() != CString(L"text table")) return;
   Require(source->Channels() > 0 && source->SampleRate() > 0, "a recording has channels and a sample rate");
   const std::size_t most = 2 * input.size() + 2;
   const Whole first = ReadAll(*source, block, most);

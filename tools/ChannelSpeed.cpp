@@ -24,7 +24,7 @@ ChannelSpeed::ChannelSpeed(const SpeedOptions& options, const CRecordingSource& 
       detector_(ConfiguredDetector(options)) {}
 
 /// Those that were given, the others from the recording.
-void ChannelSpeed::FindLevels(RecordingAdapter& source) {
+void ChannelSpeed::FindLevels(ProgressSource& source) {
   const bool line = !options_.settings.empty();
   const auto given = [line](std::optional<double> level, float ofLine) {
     if (line) return std::optional(ofLine);
@@ -67,7 +67,7 @@ bool ChannelSpeed::Finish() {
   return true;
 }
 
-SpeedReport ChannelSpeed::Complete(RecordingAdapter& source) {
+SpeedReport ChannelSpeed::Complete(ProgressSource& source) {
   outputs_->Finish();
   if (outputs_->counts().Speed().count == 0) FailWithoutPulses(source);
   SpeedReport report;
@@ -89,7 +89,7 @@ SpeedReport ChannelSpeed::Complete(RecordingAdapter& source) {
   return report;
 }
 
-void ChannelSpeed::FailWithoutPulses(RecordingAdapter& source) const {
+void ChannelSpeed::FailWithoutPulses(ProgressSource& source) const {
   CRecordingStatistics statistics;
   const std::string name = options_.recording.path.string();
   const std::uint64_t edges = outputs_->counts().Pulses();

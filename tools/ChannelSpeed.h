@@ -3,7 +3,7 @@
 #include <optional>
 #include <string>
 
-#include "tools/RecordingAdapter.h"
+#include "tools/ProgressSource.h"
 #include "tools/options/SpeedOptions.h"
 #include "tools/output/SpeedOutputs.h"
 #include "umlauf/rotation/TachoPulses.h"
@@ -25,19 +25,19 @@ class ChannelSpeed {
   const SpeedOptions& options() const { return options_; }
 
   /// Reads the recording, or a part of it.
-  void FindLevels(RecordingAdapter& source);
+  void FindLevels(ProgressSource& source);
   /// Begins a pass with those levels.
   void Begin();
   void Take(const float* samples, std::size_t n, std::size_t stride);
   /// Ends the pass. False when the levels did not serve and another one is needed.
   bool Finish();
   /// All files written. Throws where no speed was found; that reads the recording once more, to say why.
-  SpeedReport Complete(RecordingAdapter& source);
+  SpeedReport Complete(ProgressSource& source);
   void Print(const SpeedReport& report) const { outputs_->Print(report); }
   void CheckTolerance() const { outputs_->CheckTolerance(); }
 
  private:
-  [[noreturn]] void FailWithoutPulses(RecordingAdapter& source) const;
+  [[noreturn]] void FailWithoutPulses(ProgressSource& source) const;
 
   SpeedOptions options_;
   const CRecordingSource& file_;

@@ -65,6 +65,7 @@ SampleBlock CRecordingSource::State::Read(std::size_t count) {
   count = static_cast<std::size_t>(std::min<std::uint64_t>(count, section.length() - position));
   if (count == 0) return {};
   SampleBlock block = reader->Read(count);
+  if (block.count == 0) return {};
   position += block.count;
   if (inPlace && scale == 1 && offset == 0) {
     block.samples += chosen.front();

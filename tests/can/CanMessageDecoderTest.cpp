@@ -1,12 +1,8 @@
 #include "umlauf/can/CanMessageDecoder.h"
 
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
-#include <bit>
 #include <clocale>
 
-#include "support/ExpectAll.h"
+#include "support/Test.h"
 #include "umlauf/platform/basis/CSwitchResourceDefault.h"
 #include "umlauf/platform/ui/UserInterface.h"
 
@@ -33,9 +29,8 @@ TEST(CanMessageDecoder, DemoPreparesResultsAndDecodesNothing) {
   demo->AppSignalBekanntmachen(7, L"a");
   demo->AppSignalBekanntmachen(-3, L"b");
   demo->AppSigIdSammeln(7);
-  for (const unsigned length : {8u, 200u, 3u}) {
+  for (const unsigned length : {8u, 200u, 3u})
     EXPECT_EQ(demo->DecodeCanMessage({0xAA000055 | length << 16, 0, {}}), 0u);
-  }
   EXPECT_EQ(demo->MaxMessageLen(), 200u);
   demo->StartDecoderSession();
   EXPECT_ALL(demo->MaxMessageLen() == 0u, !demo->AppSigIdGesehen(7));
@@ -70,21 +65,18 @@ class Answer : public CUserInterface {
 TEST(CanMessageDecoder, AsksForADescription) {
   CString path = L"before";
   EXPECT_FALSE(CCanMessageDecoderBase::AskForDecoderXmlFile(path));  // no user interface
-  const struct {
-    const wchar_t *language, *title, *filter;
-    bool confirms;
-  } cases[] = {
+  const Cases<const wchar_t*, const wchar_t*, const wchar_t*, bool> cases = {
       {L"en", L"Load Decoder File", L"XML Files (*.xml)|*.xml|All Files (*.*)|*.*||", false},
       {L"de", L"Decoder-Datei laden", L"XML-Dateien (*.xml)|*.xml|Alle Dateien (*.*)|*.*||", true},
   };
-  for (const auto& c : cases) {
-    const CSwitchResourceDefault language{CString(c.language)};
-    const Answer answer(c.confirms);
-    EXPECT_EQ(CCanMessageDecoderBase::AskForDecoderXmlFile(path), c.confirms);
-    EXPECT_EQ(path, c.confirms ? L"/data/vehicle.xml" : L"before");
+  for (const auto& [shownIn, title, filter, confirms] : cases) {
+    const CSwitchResourceDefault language{CString(shownIn)};
+    const Answer answer(confirms);
+    EXPECT_EQ(CCanMessageDecoderBase::AskForDecoderXmlFile(path), confirms);
+    EXPECT_EQ(path, confirms ? L"/data/vehicle.xml" : L"before");
     EXPECT_STREQ(std::setlocale(LC_NUMERIC, nullptr), "C");
     const OpenFileDialog& shown = answer.shown;
-    EXPECT_ALL(shown.title == c.title, shown.filter == c.filter, shown.fileName == L"*.xml",
+    EXPECT_ALL(shown.title == title, shown.filter == filter, shown.fileName == L"*.xml",
                shown.defaultExtension == L"*.xml", shown.explorerStyle, shown.resizable, shown.fileMustExist,
                shown.keepCurrentFolder);
     EXPECT_EQ(answer.module, nullptr);  // the dialog loads its own texts as before

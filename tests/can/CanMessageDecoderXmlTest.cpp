@@ -1,25 +1,16 @@
 #include "umlauf/can/CanMessageDecoderXml.h"
 
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <cmath>
 #include <cstdio>
 #include <fstream>
 #include <map>
 #include <sstream>
-#include <string>
-#include <vector>
 
+#include "support/Test.h"
 #include "umlauf/platform/framework/CFile.h"
 #include "umlauf/platform/tramsea/PrWin.h"
 
 namespace {
 
-using testing::ElementsAre;
-using testing::HasSubstr;
-using testing::IsEmpty;
 using Decoder = CCanMessageDecoderXml;
 using Bytes = std::vector<std::uint8_t>;
 
@@ -122,9 +113,8 @@ TEST(CanMessageDecoderXml, ReadsConvertedDescriptionsAsConvertersDo) {
   std::map<std::string, int> ids;
   for (unsigned i = 0; i < decoder.NumSignals(); ++i) {
     const CString name = decoder.Signal(i).message + L"." + decoder.Signal(i).signal;
-    if (ids.emplace(name.ToUtf8(), static_cast<int>(ids.size())).second) {
+    if (ids.emplace(name.ToUtf8(), static_cast<int>(ids.size())).second)
       decoder.AppSignalBekanntmachen(ids.at(name.ToUtf8()), name);
-    }
   }
   decoder.StartDecoderSession();
   std::ifstream lines(UMLAUF_TEST_DATA "/data/vehicle.csv");
@@ -132,9 +122,8 @@ TEST(CanMessageDecoderXml, ReadsConvertedDescriptionsAsConvertersDo) {
   for (std::string line; std::getline(lines, line); ++compared) {
     const std::vector<std::string> fields = Fields(line);
     Bytes data;
-    for (std::size_t i = 0; i < fields[1].size(); i += 2) {
+    for (std::size_t i = 0; i < fields[1].size(); i += 2)
       data.push_back(static_cast<std::uint8_t>(std::stoul(fields[1].substr(i, 2), nullptr, 16)));
-    }
     const Results results = Decode(decoder, static_cast<std::uint32_t>(std::stoul(fields[0])), data);
     const auto result = std::find_if(results.begin(), results.end(), [&](const auto& each) {
       return each.first == ids.at(fields[2] + "." + fields[3]);
@@ -161,8 +150,7 @@ TEST(CanMessageDecoderXml, NamesValues) {
   for (const auto& [byte, label] :
        {std::pair(0xFF, "reverse"), {0, ""}, {1, "forward"}, {5, "forward"}, {6, ""}}) {
     ASSERT_EQ(Decode(decoder, 1, {static_cast<std::uint8_t>(byte), 0, 0, 0}).size(), 1u);
-    EXPECT_EQ(decoder.ResultLabel(0).ToUtf8(), label);
-    EXPECT_EQ(decoder.ResultLabel(1), L"");
+    EXPECT_ALL(decoder.ResultLabel(0).ToUtf8() == label, decoder.ResultLabel(1) == L"");
   }
 }
 
@@ -176,22 +164,21 @@ TEST(CanMessageDecoderXml, AsksForABusWhereBusesContradict) {
     return L"<NetworkDefinition>" + buses + L"</NetworkDefinition>";
   };
   const std::wstring differ = network(bus(L"front", L"0") + bus(L"rear", L"8"));
-  const struct {
-    std::wstring text, bus;
-    double value;  // 0 = refused
-  } cases[] = {{differ, L"", 0},
-               {differ, L"middle", 0},
-               {differ, L"front", 5},
-               {differ, L"rear", 6},
-               {network(bus(L"front", L"8") + bus(L"rear", L"8")), L"", 6}};
-  for (const auto& c : cases) {
+  // Value 0: refused.
+  const Cases<std::wstring, std::wstring, double> cases = {
+      {differ, L"", 0},
+      {differ, L"middle", 0},
+      {differ, L"front", 5},
+      {differ, L"rear", 6},
+      {network(bus(L"front", L"8") + bus(L"rear", L"8")), L"", 6}};
+  for (const auto& [text, wantedBus, value] : cases) {
     Decoder decoder;
     decoder.AppSignalBekanntmachen(1, L"S");
-    decoder.SetBus(c.bus);
+    decoder.SetBus(wantedBus);
     Notes notes;
-    EXPECT_EQ(decoder.SetDecoderXmlText(c.text.c_str()), c.value > 0);
-    if (c.value > 0) {
-      EXPECT_THAT(Decode(decoder, 1, {5, 6, 7, 8}), ElementsAre(std::pair(1, c.value)));
+    EXPECT_EQ(decoder.SetDecoderXmlText(text.c_str()), value > 0);
+    if (value > 0) {
+      EXPECT_THAT(Decode(decoder, 1, {5, 6, 7, 8}), ElementsAre(std::pair(1, value)));
     } else {
       EXPECT_THAT(notes.told, ElementsAre(HasSubstr("buses")));
       EXPECT_THAT(notes.told, ElementsAre(HasSubstr("front, rear")));
@@ -219,11 +206,7 @@ TEST(CanMessageDecoderXml, FindsMessagesAndSignalsByName) {
   for (int i = 0; i < 8; ++i) decoder.AppSignalBekanntmachen(i, CString(names[i]));
   ASSERT_TRUE(decoder.SetDecoderXmlText(kVehicle.c_str()));
   decoder.StartDecoderSession();
-  const struct {
-    std::uint32_t identifier;
-    Bytes data;
-    Results expected;
-  } cases[] = {
+  const Cases<std::uint32_t, Bytes, Results> cases = {
       {0x20, {9, 8, 7, 6}, {{0, 9.0}, {1, 9.0}}},
       {0x80000020, {9, 8, 7, 6}, {{0, 8.0}, {2, 8.0}}},
       {0x18FF0001, {0xFC, 5, 6, 0}, {{5, 0.0}, {3, 5.0}}},
@@ -235,25 +218,23 @@ TEST(CanMessageDecoderXml, FindsMessagesAndSignalsByName) {
       {0x21, {9, 8, 7, 6}, {}},
       {0x40000020, {9, 8, 7, 6}, {}},
   };
-  for (const auto& c : cases) EXPECT_EQ(Decode(decoder, c.identifier, c.data), c.expected) << c.identifier;
-  EXPECT_EQ(decoder.NumUnknownMessages(), 2u);
-  EXPECT_TRUE(decoder.AppSigIdGesehen(4));
-  EXPECT_EQ(decoder.MaxMessageLen(), 8u);
+  for (const auto& [identifier, data, expected] : cases)
+    EXPECT_EQ(Decode(decoder, identifier, data), expected) << identifier;
+  EXPECT_ALL(decoder.NumUnknownMessages() == 2u, decoder.AppSigIdGesehen(4), decoder.MaxMessageLen() == 8u);
   decoder.StartDecoderSession();
   EXPECT_FALSE(decoder.AppSigIdGesehen(4));
   ASSERT_EQ(decoder.NumSignals(), 10u);
   const CanSignalInfo_s front = decoder.Signal(0), page = decoder.Signal(3);
   EXPECT_EQ(front.message + L"." + front.signal + L" " + front.unit, CString(L"Wheels.Front km/h"));
-  EXPECT_TRUE(front.identifier == 0x20 && !front.extended && front.min == 0 && front.max == 250);
-  EXPECT_TRUE(page.identifier == 0x18FF0001 && page.extended && std::isinf(page.max));
+  EXPECT_ALL(front.identifier == 0x20, !front.extended, front.min == 0, front.max == 250);
+  EXPECT_ALL(page.identifier == 0x18FF0001, page.extended, std::isinf(page.max));
   EXPECT_EQ(decoder.Signal(10).signal, L"");
 }
 
 TEST(CanMessageDecoderXml, SkipsSignalsOutsideTheDataAndSaysSoOnce) {
   Decoder decoder;
-  for (const wchar_t* name : {L"Front", L"Rear", L"A", L"Missing"}) {
+  for (const wchar_t* name : {L"Front", L"Rear", L"A", L"Missing"})
     decoder.AppSignalBekanntmachen(static_cast<int>(decoder.NumAppSignals()), name);
-  }
   decoder.SetDecoderXmlText(kVehicle.c_str());
   Notes notes;
   decoder.StartDecoderSession();
@@ -267,8 +248,7 @@ TEST(CanMessageDecoderXml, SkipsSignalsOutsideTheDataAndSaysSoOnce) {
                                       HasSubstr("identifier 0x999")));
   decoder.SetRecordedChannels(2);
   EXPECT_THAT(Decode(decoder, 0x20, {1, 2, 3, 4, 5, 6}), IsEmpty());
-  EXPECT_EQ(Decode(decoder, 0x20, Bytes(8)).size(), 2u);
-  EXPECT_EQ(Decode(decoder, 0x20, Bytes(64)).size(), 2u);
+  EXPECT_ALL(Decode(decoder, 0x20, Bytes(8)).size() == 2u, Decode(decoder, 0x20, Bytes(64)).size() == 2u);
 }
 
 TEST(CanMessageDecoderXml, LeavesOutWhatItCannotUse) {
@@ -276,10 +256,7 @@ TEST(CanMessageDecoderXml, LeavesOutWhatItCannotUse) {
   const auto in = [](const std::wstring& content) {
     return L"<Message name='B' id='1'>" + content + L"</Message>";
   };
-  const struct {
-    std::wstring bad;
-    const char* note;
-  } cases[] = {
+  const Cases<std::wstring, const char*> cases = {
       {L"<Message name='B' id='0x800'/>", "message B left out, identifier \"0x800\""},
       {L"<Message name='B' id='0x20000000' format='extended'/>", "left out, identifier"},
       {L"<Message name='B' id='12z'/>", "left out, identifier"},
@@ -302,19 +279,18 @@ TEST(CanMessageDecoderXml, LeavesOutWhatItCannotUse) {
        "signal T leaves the 2 bytes of message B"},
       {in(L"<Multiplex offset='1'><MuxGroup/></Multiplex>"), "has no count"},
   };
-  for (const auto& c : cases) {
+  for (const auto& [bad, note] : cases) {
     Decoder decoder;
     decoder.AppSignalBekanntmachen(1, L"S");
     Notes notes;
-    EXPECT_TRUE(decoder.SetDecoderXmlText(Network(good + c.bad).c_str()));
-    EXPECT_THAT(notes.told, ElementsAre(HasSubstr(c.note))) << CString(c.bad).ToUtf8();
+    EXPECT_TRUE(decoder.SetDecoderXmlText(Network(good + bad).c_str()));
+    EXPECT_THAT(notes.told, ElementsAre(HasSubstr(note))) << CString(bad).ToUtf8();
     EXPECT_THAT(Decode(decoder, 9, {7, 0, 0, 0}), ElementsAre(std::pair(1, 7.0)));
   }
   std::wstring many;
   for (int i = 0; i < 1000; ++i) many += L"<Message/>";
   Notes notes;
-  EXPECT_TRUE(Decoder().SetDecoderXmlText(Network(many).c_str()));
-  EXPECT_EQ(notes.told.size(), 21u);
+  EXPECT_ALL(Decoder().SetDecoderXmlText(Network(many).c_str()), notes.told.size() == 21u);
 }
 
 TEST(CanMessageDecoderXml, StaysUsableAfterDocumentsThatAreNone) {
@@ -335,8 +311,7 @@ TEST(CanMessageDecoderXml, StaysUsableAfterDocumentsThatAreNone) {
     decoder.StartDecoderSession();
   }
   std::remove(path.ToUtf8().c_str());
-  EXPECT_FALSE(decoder.SetDecoderXmlFile(path));
-  EXPECT_FALSE(decoder.SetDecoderXmlFile(nullptr));
+  EXPECT_ALL(!decoder.SetDecoderXmlFile(path), !decoder.SetDecoderXmlFile(nullptr));
 }
 
 }  // namespace

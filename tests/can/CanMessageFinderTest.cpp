@@ -1,21 +1,9 @@
 #include "umlauf/can/CanMessageFinder.h"
 
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <bit>
-#include <cstring>
-#include <limits>
-#include <random>
-#include <vector>
-
-#include "support/ExpectAll.h"
+#include "support/Test.h"
 #include "umlauf/can/CanMessageCompressor.h"
 
 namespace {
-
-using testing::ElementsAre;
 
 struct Found {
   unsigned position;
@@ -54,19 +42,12 @@ constexpr ULONG H3 = Header(3), H4 = Header(4), H7 = Header(7), H8 = Header(8);
 
 TEST(CanMessageFinder, KnowsHeaders) {
   for (const ULONG word : {0xAA015555u, 0xAA010055u, 0xAA40FF55u}) EXPECT_TRUE(IsCanHeader(word)) << word;
-  for (const ULONG word : {0xAA000055u, 0xAA410055u, 0xAAFF0055u, 0xAB080055u, 0xAA080054u}) {
+  for (const ULONG word : {0xAA000055u, 0xAA410055u, 0xAAFF0055u, 0xAB080055u, 0xAA080054u})
     EXPECT_FALSE(IsCanHeader(word)) << word;
-  }
 }
 
 TEST(CanMessageFinder, FindsMessagesByTheRules) {
-  const struct {
-    const char* what;
-    std::vector<ULONG> words;
-    int channel1, channel2;
-    unsigned stride;
-    std::vector<Found> expected;
-  } cases[] = {
+  const Cases<const char*, std::vector<ULONG>, int, int, unsigned, std::vector<Found>> cases = {
       {"two and a rest", {9, H4, 7, 8, H8, 5, 6, 7, 0}, 0, -1, 1, {{1, {H4, 7, 8}}, {4, {H8, 5, 6, 7}}}},
       {"whole words only", {H7, 1, 2, H3, 4, 5, 6}, 0, -1, 1, {{0, {H7, 1, 2}}, {3, {H3, 4}}}},
       {"the last 3 are not tested", {0, H4, 1, 2}, 0, -1, 1, {}},
@@ -76,12 +57,12 @@ TEST(CanMessageFinder, FindsMessagesByTheRules) {
       {"negative channel", {H8, 1, 2, 3}, -1, -1, 1, {}},
       {"first of two behind the frame", {H8, 1, 2, 3, H8, 1, 2, 3}, 4, 0, 2, {}},
   };
-  for (const auto& c : cases) {
+  for (const auto& [what, words, channel1, channel2, stride, expected] : cases) {
     CCanMessageFinder finder;
-    const unsigned samples = static_cast<unsigned>(c.words.size()) / c.stride;
-    finder.StartSearchBlock(c.words.data(), samples, c.channel1, c.channel2, c.stride);
-    EXPECT_EQ(FindAll(finder), c.expected) << c.what;
-    EXPECT_FALSE(finder.FindNextMessage()) << c.what;
+    const unsigned samples = static_cast<unsigned>(words.size()) / stride;
+    finder.StartSearchBlock(words.data(), samples, channel1, channel2, stride);
+    EXPECT_EQ(FindAll(finder), expected) << what;
+    EXPECT_FALSE(finder.FindNextMessage()) << what;
   }
 }
 
@@ -183,12 +164,8 @@ TEST(CanMessageCompressor, KeepsMessagesWhole) {
     stream[i] = H4;
     stream[i + 1] = stream[i + 2] = i;
   }
-  const struct {
-    float ratio, phase;
-    unsigned outputs;
-    float phaseAfter;
-    std::vector<std::pair<unsigned, unsigned>> expected;  // output, message
-  } cases[] = {
+  // Of each message: its output and its word.
+  const Cases<float, float, unsigned, float, std::vector<std::pair<unsigned, unsigned>>> cases = {
       // j = position / 2 + 1, at least 18 apart; that of sample 110 at 60 leaves, 42 is not 0: no repeat
       {2.0f, 0.0f, 60, 0.0f, {{6, 10}, {24, 40}, {42, 60}, {60, 110}}},
       // 60 would begin behind the 30 outputs: left out; 40 leaves and comes again at 12, where 10 has a 0
@@ -203,22 +180,22 @@ TEST(CanMessageCompressor, KeepsMessagesWhole) {
       {std::numeric_limits<float>::quiet_NaN(), 0.5f, 0, 0.5f, {}},
       {1e-30f, 0.5f, 0, 0.5f, {}},
   };
-  for (const auto& c : cases) {
+  for (const auto& [ratio, phaseBefore, outputs, phaseAfter, messages] : cases) {
     for (const unsigned stride : {1u, 3u}) {
-      std::vector<ULONG> spread(stream.size() * stride), expected((c.outputs + 18) * stride, H8);
+      std::vector<ULONG> spread(stream.size() * stride), expected((outputs + 18) * stride, H8);
       for (std::size_t i = 0; i < stream.size(); ++i) spread[i * stride] = stream[i];
       std::vector<float> out = SameBits<float>(expected);
-      for (unsigned i = 0; i < c.outputs; ++i) expected[i * stride] = 0;
-      for (const auto& [output, message] : c.expected) {
+      for (unsigned i = 0; i < outputs; ++i) expected[i * stride] = 0;
+      for (const auto& [output, message] : messages) {
         const ULONG words[18] = {H4, message, message};
         for (unsigned k = 0; k < 18; ++k) expected[(output + k) * stride] = words[k];
       }
-      float phase = c.phase;
+      float phase = phaseBefore;
       EXPECT_EQ(CCanMessageCompressor().CanDownsampling(out.data(), stride, SameBits<float>(spread).data(),
-                                                        120, stride, c.ratio, phase),
-                c.outputs);
-      EXPECT_EQ(SameBits<ULONG>(out), expected) << "ratio " << c.ratio << ", stride " << stride;
-      EXPECT_NEAR(phase, c.phaseAfter, 1e-5) << c.ratio;
+                                                        120, stride, ratio, phase),
+                outputs);
+      EXPECT_EQ(SameBits<ULONG>(out), expected) << "ratio " << ratio << ", stride " << stride;
+      EXPECT_NEAR(phase, phaseAfter, 1e-5) << ratio;
     }
   }
 }

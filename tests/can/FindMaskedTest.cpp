@@ -1,10 +1,5 @@
-#include <gtest/gtest.h>
-
-#include <cstdint>
-#include <memory>
-#include <random>
-
 #include "support/EveryTarget.h"
+#include "support/Test.h"
 #include "umlauf/platform/vekta/QVL.h"
 
 namespace {

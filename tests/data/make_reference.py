@@ -50,6 +50,7 @@ for kind, edges in (("lowpass", 0.05), ("highpass", 100.0), ("bandpass", (50.0, 
     show("sosfilt_" + kind, signal.sosfilt(sos, x64)[::10])
     if kind != "lowpass":
         show("sosfiltfilt_" + kind, signal.sosfiltfilt(sos, x64)[::10])
+show("sosfiltfilt_lowpass", signal.sosfiltfilt(signal.butter(5, 40.0, "lowpass", fs=RATE, output="sos"), x64)[::10])
 peaks, found = signal.find_peaks(x64[:400], height=0.5, distance=7, prominence=0.6)
 show("peaks", peaks)
 show("prominences", found["prominences"])

@@ -1,8 +1,5 @@
-#include <gtest/gtest.h>
-
-#include <random>
-
 #include "support/PulseText.h"
+#include "support/Test.h"
 #include "umlauf/encoder/PositionPulseDetector.h"
 
 namespace {

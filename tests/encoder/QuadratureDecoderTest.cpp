@@ -1,8 +1,6 @@
 #include "umlauf/encoder/QuadratureDecoder.h"
 
-#include <gtest/gtest.h>
-
-#include "support/ExpectAll.h"
+#include "support/Test.h"
 
 namespace {
 

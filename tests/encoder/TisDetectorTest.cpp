@@ -1,14 +1,7 @@
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <cmath>
-#include <random>
 #include <sstream>
-#include <string>
-#include <utility>
 
-#include "support/ExpectAll.h"
 #include "support/PulseText.h"
+#include "support/Test.h"
 #include "umlauf/encoder/DzPulsTisDetector.h"
 #include "umlauf/platform/ui/UserInterface.h"
 
@@ -135,29 +128,27 @@ TEST(TisDetector, FindsTheAnnotatedEdges) {
 
 TEST(TisDetector, LongStreamsJoinWithoutASeam) {
   constexpr std::size_t kWords = 20000, kPeriod = 37;
-  const struct {
-    int mode;
-    unsigned rate, pulsesPerRev, divider;
-    const char* edge;  // half a sample late; the counter comes from the place
-  } streams[] = {{1, 50000, 4, 1, "A0:128"}, {1, 200000, 4, 3, "A0:32"},  {4, 96000, 4, 1, "1:512"},
-                 {2, 50000, 1, 1, "0:1024"}, {3, 100000, 4, 1, "0:1024"}, {5, 44100, 1, 1, "0:1024"},
-                 {6, 200000, 4, 1, "0:256"}};
-  for (const auto& s : streams) {
+  // A phase of half a sample comes late; the counter comes from the place.
+  const Cases<int, unsigned, unsigned, unsigned, const char*> streams = {
+      {1, 50000, 4, 1, "A0:128"}, {1, 200000, 4, 3, "A0:32"},  {4, 96000, 4, 1, "1:512"},
+      {2, 50000, 1, 1, "0:1024"}, {3, 100000, 4, 1, "0:1024"}, {5, 44100, 1, 1, "0:1024"},
+      {6, 200000, 4, 1, "0:256"}};
+  for (const auto& [mode, rate, pulsesPerRev, divider, edge] : streams) {
     std::vector<ULONG> words;
     for (std::size_t i = 0; i < kWords; ++i) {
       const ULONG counter =
-          s.mode == 1 || s.mode == 4 ? 0 : static_cast<ULONG>(65300 + (i + kPeriod - 5) / kPeriod) << 16;
-      words.push_back(counter + (i % kPeriod == 5 ? Word(s.mode, s.edge) : 0));
+          mode == 1 || mode == 4 ? 0 : static_cast<ULONG>(65300 + (i + kPeriod - 5) / kPeriod) << 16;
+      words.push_back(counter + (i % kPeriod == 5 ? Word(mode, edge) : 0));
     }
     for (unsigned seed = 0; seed < 6; ++seed) {
-      SCOPED_TRACE(testing::Message() << "mode " << s.mode << ", rate " << s.rate << ", seed " << seed);
+      SCOPED_TRACE(testing::Message() << "mode " << mode << ", rate " << rate << ", seed " << seed);
       // First in one block, with a minimum that merges two edges; then without, in random blocks.
-      const unsigned merged = seed == 0 && s.divider == 1 ? 2 : 1;
+      const unsigned merged = seed == 0 && divider == 1 ? 2 : 1;
       std::mt19937 split(seed);
       D detector(ETisMode::tisNone);
       detector.SetAllowZeroLenPulses(true);
-      detector.SetPulsteiler(s.divider);
-      detector.Restart(s.rate, s.pulsesPerRev, false, static_cast<ETisMode>(s.mode));
+      detector.SetPulsteiler(divider);
+      detector.Restart(rate, pulsesPerRev, false, static_cast<ETisMode>(mode));
       detector.SetMinPulsSamples(seed == 0 ? 40 : 0);
       CDzPulsListe list;
       std::uint64_t samples = 0, pulses = 0;
@@ -169,12 +160,12 @@ TEST(TisDetector, LongStreamsJoinWithoutASeam) {
           if (entry.IsOpen()) continue;
           if (++pulses > 1) {  // the first one starts with the stream or its first edge
             ASSERT_FLOAT_EQ(entry.Value(), 4.0f * kPeriod) << done;
-            ASSERT_EQ(samples, kPeriod * s.divider * merged) << done;
+            ASSERT_EQ(samples, kPeriod * divider * merged) << done;
           }
           samples = 0;
         }
       }
-      EXPECT_EQ(pulses, (kWords / kPeriod + (s.mode == 1 ? 1 : 0)) / s.divider / merged);
+      EXPECT_EQ(pulses, (kWords / kPeriod + (mode == 1 ? 1 : 0)) / divider / merged);
     }
   }
 }
@@ -247,12 +238,7 @@ TEST(TisDetector, MinimumLengthInSamplesAndSeconds) {
 }
 
 TEST(TisDetector, DisplayKeepsEveryEdge) {
-  const struct {
-    int mode;
-    float ratio;
-    const char *in, *out;
-    float phase;
-  } cases[] = {
+  const Cases<int, float, const char*, const char*, float> cases = {
       {1, 3.0f, "1:0 A0:1 2:0 3:0 4:0 5:0 A0:3 A0:2", "A0:1 5:0", 2.0f / 3},
       {1, 2.5f, "1:0 2:0 3:0 A0:1 4:0 5:0 6:0", "3:0 A0:1", 0.8f},
       {4, 2.0f, "1:3 0:1 0:2 0:3", "1:3 0:3", 0.0f},
@@ -263,20 +249,19 @@ TEST(TisDetector, DisplayKeepsEveryEdge) {
       {1, NAN, "1:0 A0:0", "", 0.0f},
       {1, 0.0f, "1:0 A0:0", "", 0.0f},
   };
-  for (const auto& c : cases) {
+  for (const auto& [mode, ratio, words, expectedOut, expectedPhase] : cases) {
     for (const unsigned block : {100u, 1u}) {
-      D detector(static_cast<ETisMode>(c.mode));
-      const std::vector<ULONG> in = Words(c.mode, c.in);
+      D detector(static_cast<ETisMode>(mode));
+      const std::vector<ULONG> in = Words(mode, words);
       std::vector<ULONG> out;
       float phase = 0.0f;
       for (std::size_t done = 0; done < in.size(); done += block) {
         const auto n = static_cast<unsigned>(std::min<std::size_t>(block, in.size() - done));
         ULONG part[9];
-        out.insert(out.end(), part,
-                   part + detector.Downsampling(in.data() + done, n, part, 9, c.ratio, phase));
+        out.insert(out.end(), part, part + detector.Downsampling(in.data() + done, n, part, 9, ratio, phase));
       }
-      EXPECT_EQ(out, Words(c.mode, c.out)) << c.in << ", blocks of " << block;
-      EXPECT_NEAR(phase, c.phase, 1e-6);
+      EXPECT_EQ(out, Words(mode, expectedOut)) << words << ", blocks of " << block;
+      EXPECT_NEAR(phase, expectedPhase, 1e-6);
     }
   }
   const ULONG in[4] = {};

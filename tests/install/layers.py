@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Compares what each layer of the library includes with what it declares.
+"""Compares what each layer of the library includes with what it declares, and what stands on the library with what is public.
 
 layers.py SOURCE_DIR LAYERS_TXT [CXX INCLUDE_DIR ...]: LAYERS_TXT has a line "name|folder|uses" for each layer, from the
 ground up. With a compiler, every header has to compile by itself, too. Ends with 1 and a line for each fault.
@@ -10,9 +10,22 @@ import subprocess
 import sys
 
 # Internal headers that another layer may include: vector instructions live in vekta alone.
-FRIENDS = {"umlauf/platform/vekta/internal/FilterKernels.h": {"rate", "orders"}}
+FRIENDS = {"umlauf/platform/vekta/internal/FilterKernels.h": {"rate", "orders", "tests"}}
 GENERATED = {"umlauf/Export.h", "umlauf/Version.h"}
 INCLUDE = re.compile(r'^\s*#\s*include\s*[<"](umlauf/[^>"]+)[>"]', re.M)
+# What stands on the library, with the roots that it may include from.
+ABOVE = {
+    "io": {"umlauf", "umlauf_io"},
+    "tools": {"umlauf", "umlauf_io", "tools"},
+    "python": {"umlauf", "umlauf_io"},
+    "qt": {"umlauf", "umlauf_qt", "unit_converter"},
+    "examples": {"umlauf", "umlauf_io"},
+    "bench": {"umlauf", "umlauf_io", "tools"},
+    "fuzz": {"umlauf", "umlauf_io", "tools"},
+    "tests": {"umlauf", "umlauf_io", "tools", "tests"},
+}
+INCLUDE_ABOVE = re.compile(r'^\s*#\s*include\s*[<"]((\w+)/[^>"]+)[>"]', re.M)
+ROOTS = set().union(*ABOVE.values())
 
 
 def read_layers(path):
@@ -60,6 +73,24 @@ def check_includes(root, layers):
     return faults
 
 
+def check_above(root):
+    """Nothing reaches upward or into the internals of another; a public header names no internal one."""
+    faults = []
+    for path in sorted(path for folder in ABOVE for ending in ("h", "cpp") for path in root.glob(f"{folder}/**/*.{ending}")):
+        file = path.relative_to(root).as_posix()
+        allowed = ABOVE[file.split("/")[0]]
+        for included, origin in INCLUDE_ABOVE.findall(path.read_text(encoding="utf-8")):
+            if origin in ROOTS and origin not in allowed:
+                faults.append(f"{file}: includes {included}, which does not lie below it")
+            friends = FRIENDS.get(included, {origin.removeprefix("umlauf_")} - {"umlauf"})
+            if re.search("/internal/|^umlauf/platform/os/", included) and file.split("/")[0] not in friends:
+                faults.append(f"{file}: includes {included}, which is internal")
+    for path in sorted([*root.glob("umlauf/**/*.h"), *root.glob("io/**/*.h")]):
+        if "internal" not in path.parts and re.search(r"#\s*include.*/internal/", path.read_text(encoding="utf-8")):
+            faults.append(f"{path.relative_to(root)}: a public header that includes an internal one")
+    return faults
+
+
 def check_cycles(root):
     """Cycles of files and of folders, found by following includes from each."""
     edges = {}
@@ -88,8 +119,8 @@ def check_cycles(root):
 def check_headers(root, layers, compiler, include_dirs):
     faults = []
     flags = ["-std=c++20", "-fsyntax-only", "-x", "c++", *(f"-I{folder}" for folder in include_dirs)]
-    for path in sorted(root.glob("umlauf/**/*.h")):
-        file = path.relative_to(root).as_posix()
+    for path in sorted([*root.glob("umlauf/**/*.h"), *root.glob("io/**/*.h")]):
+        file = path.relative_to(root).as_posix().removeprefix("io/")
         if file.endswith("-inl.h"):
             continue
         run = subprocess.run([compiler, *flags, "-"], input=f'#include "{file}"\n', text=True, capture_output=True)
@@ -100,7 +131,7 @@ def check_headers(root, layers, compiler, include_dirs):
 
 def main():
     root, layers = pathlib.Path(sys.argv[1]), read_layers(pathlib.Path(sys.argv[2]))
-    faults = check_includes(root, layers) + check_cycles(root)
+    faults = check_includes(root, layers) + check_above(root) + check_cycles(root)
     if len(sys.argv) > 3:
         faults += check_headers(root, layers, sys.argv[3], sys.argv[4:])
     print("\n".join(faults) or f"{len(layers)} layers: everything included is declared, everything declared is included")

@@ -1,15 +1,10 @@
 #include "umlauf/keys/Clavis.h"
 
-#include <gtest/gtest.h>
-
-#include <array>
-#include <climits>
 #include <iomanip>
 #include <locale>
-#include <random>
 #include <sstream>
 
-#include "support/ExpectAll.h"
+#include "support/Test.h"
 #include "umlauf/platform/tramsea/CResourceSea.h"
 #include "umlauf/platform/tramsea/CSeaBase.h"
 
@@ -97,9 +92,8 @@ TEST(Clavis, SettingsEntryHoldsTheFieldsByIndex) {
   EXPECT_ALL(read.ReadSea(L"keys/written"), read == key, !read.ReadSea(L"keys/missing"), read == key);
   ASSERT_TRUE(sea.LookupSetInt(L"keys/partly", 2, 77));
   EXPECT_ALL(read.ReadSea(L"keys/partly"), read == CClavis(1, -1, 77, 4, 5, INT_MIN));
-  for (const int missing : {-1, 0, 6, INT_MAX}) {
+  for (const int missing : {-1, 0, 6, INT_MAX})
     EXPECT_FALSE(read.SeaLookup(missing, L"keys/partly", sea)) << missing;
-  }
   CClavis fresh;
   EXPECT_ALL(fresh.SeaLookup(2, L"keys/partly", sea), fresh == CClavis(-1, -1, 77, -1, -1, -1));
 }

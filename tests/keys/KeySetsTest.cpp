@@ -1,19 +1,10 @@
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
-#include <climits>
-#include <random>
-
-#include "support/ExpectAll.h"
+#include "support/Test.h"
 #include "umlauf/keys/ClavisFilter.h"
 #include "umlauf/keys/ClavisSet.h"
 #include "umlauf/keys/MaskedClavis.h"
 #include "umlauf/platform/tramsea/CResourceSea.h"
 
 namespace {
-
-using testing::ElementsAre;
-using testing::Pair;
 
 CClavis RandomKey(std::mt19937& random, int most) {
   std::uniform_int_distribution<int> value(-1, most);
@@ -129,10 +120,8 @@ TEST(ClavisSet, OneKindHoldsAllValues) {
   set.insertElement(Clavis::qChannel, Clavis::notSet);
   set.insertElement(Clavis::qSensor, 4);
   set.insertElement(Clavis::fieldCount, 4);  // no field of a key
-  EXPECT_TRUE(set.contains(Clavis::qChannel, 17));
-  EXPECT_TRUE(set.contains(Clavis::qSensor, 4));
-  EXPECT_FALSE(set.contains(Clavis::qSensor, 17));
-  EXPECT_FALSE(set.contains(Clavis::qLocation, 17));
+  EXPECT_ALL(set.contains(Clavis::qChannel, 17), set.contains(Clavis::qSensor, 4),
+             !set.contains(Clavis::qSensor, 17), !set.contains(Clavis::qLocation, 17));
 }
 
 TEST(ClavisSet, OperationsAgreeWithContainmentOfEveryValue) {

@@ -1,13 +1,6 @@
 #pragma once
 
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <cmath>
-#include <random>
-#include <vector>
-
+#include "support/Test.h"
 #include "umlauf/pairs/SigPairs.h"
 
 using Points = std::vector<SPunkt>;

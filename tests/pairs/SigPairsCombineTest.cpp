@@ -1,13 +1,7 @@
-#include <limits>
-
 #include "pairs/PlainPairs.h"
-#include "support/ExpectAll.h"
+#include "support/Test.h"
 
 namespace {
-
-using testing::ElementsAre;
-
-constexpr float kInf = std::numeric_limits<float>::infinity();
 
 CSigPairs Combined(const CSigPairs& a, const CSigPairs& b, int operation) {
   CSigPairs result(a);

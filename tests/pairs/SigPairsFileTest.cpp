@@ -1,8 +1,6 @@
-#include <limits>
-
 #include "pairs/PlainPairs.h"
 #include "signal/SignalTestSupport.h"
-#include "support/ExpectAll.h"
+#include "support/Test.h"
 #include "umlauf/platform/tramsea/PrWin.h"
 
 namespace {

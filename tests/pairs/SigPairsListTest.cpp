@@ -1,14 +1,10 @@
 #include "umlauf/pairs/SigPairsList.h"
 
-#include <limits>
-
 #include "pairs/PlainPairs.h"
-#include "support/ExpectAll.h"
+#include "support/Test.h"
 #include "umlauf/platform/framework/CInvalidArgException.h"
 
 namespace {
-
-using testing::ElementsAre;
 
 std::vector<const CSigPairs*> Objects(const CSigPairsList& list) {
   std::vector<const CSigPairs*> objects, backwards;
@@ -96,40 +92,35 @@ TEST(SigPairsList, ExternalDataIndex) {
 }
 
 TEST(SigPairsList, SearchesByNameAndParameter) {
-  constexpr float nan = std::numeric_limits<float>::quiet_NaN();
   CSigPairsList list;
   std::vector<CSigPairs*> o;
-  for (const float parameter : {nan, 4.0f, 2.0f, 6.0f, 2.0f}) {
+  for (const float parameter : {kNaN, 4.0f, 2.0f, 6.0f, 2.0f}) {
     o.push_back(list.NeuesObjekt(0));
     o.back()->Parameter() = parameter;
     o.back()->SetName(parameter == 2.0f ? L"Zwei" : L"x");
   }
   EXPECT_ALL(list.FindeObjekt(L"Zwei") == o[2], list.FindeObjekt(L"zwei") == nullptr,
-             list.FindeObjektZu(2) == o[2], list.FindeObjektZu(nan) == nullptr);
+             list.FindeObjektZu(2) == o[2], list.FindeObjektZu(kNaN) == nullptr);
   const std::pair<float, CSigPairs*> cases[] = {{6.0f, o[3]}, {5.0f, o[1]}, {3.0f, o[1]},
-                                                {2.5f, o[2]}, {-9, o[2]},   {nan, nullptr}};
+                                                {2.5f, o[2]}, {-9, o[2]},   {kNaN, nullptr}};
   for (const auto& [parameter, object] : cases)
     EXPECT_EQ(list.FindeObjektUngefaehr(parameter), object) << parameter;
 }
 
 TEST(SigPairsList, OrderSizeAndRange) {
   const Points up{{0, 1}, {1, 5}}, down{{1, 1}, {0, 5}}, mixed{{1, 1}, {3, 5}, {2, 0}}, one{{3, 2}};
-  const struct {
-    std::vector<Points> signals;
-    bool sorted;
-    std::size_t most;
-    CSignal::Range range;
-  } cases[] = {{{}, true, 0, {}},
-               {{up, one}, true, 2, {{0, 1}, {3, 5}}},
-               {{down, one}, true, 2, {{0, 1}, {3, 5}}},
-               {{down, up}, false, 2, {{0, 1}, {1, 5}}},
-               {{{}, mixed}, false, 3, {{1, 0}, {3, 5}}},
-               {{mixed}, false, 3, {{1, 0}, {3, 5}}}};
-  for (const auto& c : cases) {
+  const Cases<std::vector<Points>, bool, std::size_t, CSignal::Range> cases = {
+      {{}, true, 0, {}},
+      {{up, one}, true, 2, {{0, 1}, {3, 5}}},
+      {{down, one}, true, 2, {{0, 1}, {3, 5}}},
+      {{down, up}, false, 2, {{0, 1}, {1, 5}}},
+      {{{}, mixed}, false, 3, {{1, 0}, {3, 5}}},
+      {{mixed}, false, 3, {{1, 0}, {3, 5}}}};
+  for (const auto& [signals, sorted, most, range] : cases) {
     CSigPairsList list;
-    Fill(list, c.signals);
+    Fill(list, signals);
     EXPECT_EQ(std::tuple(list.AlleSortiert(), list.MaxNPaare(), list.XMinMaxBereich()),
-              std::tuple(c.sorted, c.most, c.range));
+              std::tuple(sorted, most, range));
   }
 }
 

@@ -1,18 +1,10 @@
 #include "umlauf/pairs/SigPairs.h"
 
-#include <array>
-#include <limits>
-
 #include "pairs/PlainPairs.h"
-#include "support/ExpectAll.h"
+#include "support/Test.h"
 #include "umlauf/signal/SigCurveExt.h"
 
 namespace {
-
-using testing::ElementsAre;
-
-constexpr float kNaN = std::numeric_limits<float>::quiet_NaN();
-constexpr float kInf = std::numeric_limits<float>::infinity();
 
 std::pair<bool, bool> Order(const CSigPairs& s) { return {s.IstSortiert(), s.IstInversSortiert()}; }
 const std::pair kBoth{true, true}, kUp{true, false}, kDown{false, true}, kNeither{false, false};
@@ -29,8 +21,7 @@ TEST(SigPairs, StorageCountsPoints) {
   EXPECT_THAT(PointsOf(s), ElementsAre(SPunkt{0, 0}, SPunkt{5, 6}, SPunkt{0, 0}, SPunkt{0, 0}));
   EXPECT_ALL(!s.Resize(UINT64_MAX), !s.Resize(UINT64_MAX / 2 + 3), s.ValArray().sum() == 6.0f);
   s.CSigRaw::Malloc(100);  // knows nothing of pairs
-  EXPECT_LE(s.NPaare(), 50u);
-  EXPECT_ALL(!s.NeueGroesse(SIZE_MAX), !s.Gueltig(), !CSigPairs(SIZE_MAX / 4).Gueltig());
+  EXPECT_ALL(s.NPaare() <= 50u, !s.NeueGroesse(SIZE_MAX), !s.Gueltig(), !CSigPairs(SIZE_MAX / 4).Gueltig());
 }
 
 TEST(SigPairs, CopiesCarryPointsAndFieldsAssignmentAlsoUnits) {
@@ -143,22 +134,20 @@ TEST(SigPairs, LookupInAllOrders) {
   CSigPairs down = up;
   down.DatenWenden();
   const CSigPairs mixed = Pairs({kHill[2], kHill[0], kHill[3], kHill[1]});
-  const struct {
-    float x, y;
-    std::array<std::size_t, 3> up, down;  // index of the lower, higher and nearest neighbour
-    std::size_t mixed;
-  } cases[] = {{-1, 0, {0, 0, 0}, {3, 3, 3}, 1},       {0, 0, {0, 0, 0}, {3, 3, 3}, 1},
-               {0.25f, 2.5f, {0, 1, 0}, {3, 2, 3}, 1}, {1, 10, {1, 1, 1}, {2, 2, 2}, 3},
-               {1.5f, 15, {1, 2, 2}, {2, 1, 2}, 0},    {3, 10, {2, 3, 3}, {1, 0, 1}, 0},
-               {4, 0, {3, 3, 3}, {0, 0, 0}, 2},        {9, 0, {3, 3, 3}, {0, 0, 0}, 2}};
-  for (const auto& c : cases) {
-    EXPECT_FLOAT_EQ(up.WertBei(c.x), c.y) << c.x;
-    EXPECT_FLOAT_EQ(down.GetValue(c.x), c.y) << c.x;
-    EXPECT_EQ(mixed.WertBei(c.x), 0.0f);
+  // Indices of the lower, higher and nearest neighbour.
+  const Cases<float, float, std::array<std::size_t, 3>, std::array<std::size_t, 3>, std::size_t> cases = {
+      {-1, 0, {0, 0, 0}, {3, 3, 3}, 1},       {0, 0, {0, 0, 0}, {3, 3, 3}, 1},
+      {0.25f, 2.5f, {0, 1, 0}, {3, 2, 3}, 1}, {1, 10, {1, 1, 1}, {2, 2, 2}, 3},
+      {1.5f, 15, {1, 2, 2}, {2, 1, 2}, 0},    {3, 10, {2, 3, 3}, {1, 0, 1}, 0},
+      {4, 0, {3, 3, 3}, {0, 0, 0}, 2},        {9, 0, {3, 3, 3}, {0, 0, 0}, 2}};
+  for (const auto& [x, y, expectedUp, expectedDown, expectedMixed] : cases) {
+    EXPECT_FLOAT_EQ(up.WertBei(x), y) << x;
+    EXPECT_FLOAT_EQ(down.GetValue(x), y) << x;
+    EXPECT_EQ(mixed.WertBei(x), 0.0f);
     for (int mode = 0; mode < 3; ++mode) {
-      EXPECT_EQ(up.IndexZu(c.x, mode), c.up[static_cast<std::size_t>(mode)]) << c.x << ' ' << mode;
-      EXPECT_EQ(down.IndexZu(c.x, mode), c.down[static_cast<std::size_t>(mode)]) << c.x << ' ' << mode;
-      EXPECT_EQ(mixed.IndexZu(c.x, mode), c.mixed) << c.x << ' ' << mode;
+      EXPECT_EQ(up.IndexZu(x, mode), expectedUp[static_cast<std::size_t>(mode)]) << x << ' ' << mode;
+      EXPECT_EQ(down.IndexZu(x, mode), expectedDown[static_cast<std::size_t>(mode)]) << x << ' ' << mode;
+      EXPECT_EQ(mixed.IndexZu(x, mode), expectedMixed) << x << ' ' << mode;
     }
   }
   for (const CSigPairs& one : {Pairs({{3, 7}}), CSigPairs(Pairs({{3, 7}})).PunkteSpiegeln()}) {
@@ -213,6 +202,7 @@ TEST(SigPairs, Ranges) {
              range(s, indices, 2u, 1u) == (SPunkt{9, 9}),
              range(s, &CSigPairs::GetYRangeX, 2.0f, 2.0f) == (SPunkt{7, 7}),
              range(s, &CSigPairs::GetYRangeX, 1.0f, 2.5f) == (SPunkt{7, 7}),
+             range(s, &CSigPairs::GetYRangeX, 2.0f, 4.0f) == (SPunkt{-1, 7}),
              range(hill, &CSigPairs::GetYRangeX, 0.9f, 1.9f) == (SPunkt{10, 20}),
              range(down, &CSigPairs::GetYRangeX, 0.9f, 1.9f) == (SPunkt{0, 10}),
              s.YRange() == (CSignal::Range{{4, -1}, {2, 7}}));
@@ -249,16 +239,13 @@ TEST(SigPairs, ValuesAndPositionsInPlace) {
 }
 
 TEST(SigPairs, CuttingKeepsOnePointBeyond) {
-  const struct {
-    float left, right;
-    std::ptrdiff_t first, end;  // of the hill
-  } cases[] = {{-5, 9, 0, 4}, {0, 4, 0, 4},       {1.5f, 9, 1, 4},   {1, 9, 0, 4},
-               {2, 9, 1, 4},  {4, 9, 0, 0},       {-5, 2, 0, 4},     {-5, 1.5f, 0, 3},
-               {-5, 0, 0, 0}, {1.2f, 1.3f, 1, 3}, {kNaN, kNaN, 0, 4}};
-  for (const auto& c : cases) {
+  const Cases<float, float, std::ptrdiff_t, std::ptrdiff_t> cases = {
+      {-5, 9, 0, 4}, {0, 4, 0, 4},     {1.5f, 9, 1, 4}, {1, 9, 0, 4},       {2, 9, 1, 4},      {4, 9, 0, 0},
+      {-5, 2, 0, 4}, {-5, 1.5f, 0, 3}, {-5, 0, 0, 0},   {1.2f, 1.3f, 1, 3}, {kNaN, kNaN, 0, 4}};
+  for (const auto& [left, right, first, end] : cases) {
     CSigPairs s = Pairs({kHill[3], kHill[2], kHill[1], kHill[0]});
-    const Points expected(kHill.begin() + c.first, kHill.begin() + c.end);
-    EXPECT_EQ(PointsOf(s.CutLR(c.left, c.right)), expected) << c.left << ' ' << c.right;
+    const Points expected(kHill.begin() + first, kHill.begin() + end);
+    EXPECT_EQ(PointsOf(s.CutLR(left, right)), expected) << left << ' ' << right;
     EXPECT_EQ(Order(s), expected.empty() ? kBoth : kUp);
   }
   CSigPairs().CutLR(0, 0);
@@ -304,9 +291,8 @@ TEST(SigPairs, SmoothingEqualsThePlainMean) {
     CSigPairs s = Pairs(points);
     s.Glaetten(width);
     const Points expected = plain::Smooth(points, width);
-    for (std::size_t i = 0; i < points.size(); ++i) {
+    for (std::size_t i = 0; i < points.size(); ++i)
       ASSERT_FLOAT_EQ(s.Wert(i), expected[i].y) << round << ", width " << width << ", point " << i;
-    }
   }
 }
 

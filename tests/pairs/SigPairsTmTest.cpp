@@ -1,18 +1,15 @@
 #include "umlauf/pairs/SigPairsTm.h"
 
-#include <limits>
-#include <memory>
 #include <type_traits>
 
 #include "pairs/PlainPairs.h"
-#include "support/ExpectAll.h"
+#include "support/Test.h"
 #include "umlauf/platform/framework/CMemFile.h"
 
 namespace {
 
 constexpr std::int64_t kLeast = std::numeric_limits<std::int64_t>::min();
 constexpr std::int64_t kMost = std::numeric_limits<std::int64_t>::max();
-constexpr float kNaN = std::numeric_limits<float>::quiet_NaN();
 constexpr std::int64_t kDay = 86400;
 constexpr std::int64_t kStart = 1'700'000'000;
 
@@ -30,9 +27,8 @@ TEST(SigPairsTm, TimesAndPositions) {
   CSigPairsTm s;
   s.Neustart(kStart, kStart + kDay, 24);
   const std::pair<std::int64_t, float> cases[] = {{0, 0}, {kDay / 2, 12}, {kDay, 24}, {-kDay / 4, -6}};
-  for (const auto& [seconds, x] : cases) {
+  for (const auto& [seconds, x] : cases)
     EXPECT_ALL(s.Time2Float(kStart + seconds) == x, s.Float2Time(x) == CTime(kStart + seconds));
-  }
   EXPECT_EQ(s.Float2Time(1.0f / 3600 * 1.9f), CTime(kStart + 1));  // truncated toward zero
   EXPECT_ALL(s.Float2Time(-1.0f / 3600 * 1.9f) == CTime(kStart - 1), s.Float2Time(1e30f) == CTime(kMost),
              s.Float2Time(kNaN) == CTime(kLeast) + kStart);

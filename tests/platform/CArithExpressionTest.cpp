@@ -1,11 +1,6 @@
 #include "umlauf/platform/basis/CArithExpression.h"
 
-#include <gtest/gtest.h>
-
-#include <random>
-#include <string>
-
-#include "support/ExpectAll.h"
+#include "support/Test.h"
 
 namespace {
 
@@ -21,21 +16,20 @@ std::wstring Enclosed(const CExpression& tree, CExpression::Node node) {
 }
 
 TEST(CArithExpression, BindsOperatorsAndWritesNeededParenthesesOnly) {
-  const struct {
-    const wchar_t *text, *tree, *infix;
-  } cases[] = {{L"°C", L"°C", L"°C"},
-               {L" ( ( % ) ) ", L"%", L"%"},
-               {L"a/b/c", L"((a/b)/c)", L"a/b/c"},
-               {L"(a-b)-(c-1.5)", L"((a-b)-(c-1.5))", L"a-b-(c-1.5)"},
-               {L"a^b^c", L"(a^(b^c))", L"a^b^c"},
-               {L"-a^2", L"(-(a^2))", L"-a^2"},
-               {L"(-a)^(+2)", L"((-a)^2)", L"(-a)^2"},
-               {L"V^(-1)*s", L"((V^(-1))*s)", L"V^-1*s"}};
-  for (const auto& c : cases) {
-    const CArithExpression expression(c.text);
+  const Cases<const wchar_t*, const wchar_t*, const wchar_t*> cases = {
+      {L"°C", L"°C", L"°C"},
+      {L" ( ( % ) ) ", L"%", L"%"},
+      {L"a/b/c", L"((a/b)/c)", L"a/b/c"},
+      {L"(a-b)-(c-1.5)", L"((a-b)-(c-1.5))", L"a-b-(c-1.5)"},
+      {L"a^b^c", L"(a^(b^c))", L"a^b^c"},
+      {L"-a^2", L"(-(a^2))", L"-a^2"},
+      {L"(-a)^(+2)", L"((-a)^2)", L"(-a)^2"},
+      {L"V^(-1)*s", L"((V^(-1))*s)", L"V^-1*s"}};
+  for (const auto& [text, tree, infix] : cases) {
+    const CArithExpression expression(text);
     ASSERT_TRUE(expression.valid()) << expression.reason().ToUtf8();
-    EXPECT_EQ(Enclosed(expression.tree(), expression.tree().Root()), c.tree);
-    EXPECT_EQ(expression.tree().Infix(), c.infix);
+    EXPECT_EQ(Enclosed(expression.tree(), expression.tree().Root()), tree);
+    EXPECT_EQ(expression.tree().Infix(), infix);
   }
 }
 

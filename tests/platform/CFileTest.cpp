@@ -1,13 +1,9 @@
 #include "umlauf/platform/framework/CFile.h"
 
-#include <gtest/gtest.h>
-
-#include <array>
 #include <cstdio>
 #include <filesystem>
-#include <memory>
 
-#include "support/ExpectAll.h"
+#include "support/Test.h"
 #include "umlauf/platform/framework/CMemFile.h"
 
 namespace {

@@ -1,11 +1,8 @@
 #include "umlauf/platform/framework/CString.h"
 
-#include <gtest/gtest.h>
-
 #include <clocale>
-#include <string>
 
-#include "support/ExpectAll.h"
+#include "support/Test.h"
 
 namespace {
 
@@ -13,8 +10,9 @@ TEST(CString, EditsAndSearches) {
   CString s(L"10^ m/s");
   EXPECT_ALL(s.GetLength() == 7, s.Left(4) == L"10^ ", s.Right(3) == L"m/s", s.Mid(4) == L"m/s",
              s.Mid(-3, 2) == L"10", s.Mid(50) == L"", s.Find(L"/") == 5, s.Find(L'x') == -1,
-             s.Replace(L"m", L"mm") == 1, s == L"10^ mm/s", s.Insert(100, L"!") == 9,
-             L"<" + s + L'>' == L"<10^ mm/s!>", CString(L"a") < CString(L"b"));
+             s.Find(L"m", 5) == -1, s.Find(L'm', 5) == -1, s.Find(L"1", -2) == 0, s.Replace(L"m", L"mm") == 1,
+             s == L"10^ mm/s", s.Insert(100, L"!") == 9, L"<" + s + L'>' == L"<10^ mm/s!>",
+             CString(L"a") < CString(L"b"));
 }
 
 TEST(CString, CodePages) {
@@ -38,16 +36,13 @@ TEST(CString, EveryAnsiByteSurvivesTheWayThere) {
 }
 
 TEST(CString, MalformedUtf8BecomesReplacementCharacters) {
-  const struct {
-    std::string bytes;
-    std::wstring wide;
-  } cases[] = {
+  const Cases<std::string, std::wstring> cases = {
       {"\xFF", L"\xFFFD"},           {"a\xC3", L"a\xFFFD"},
       {"\xE2\x82x", L"\xFFFDx"},     {"\xC0\xAF", L"\xFFFD\xFFFD"},  // overlong
       {"\xED\xA0\x80", L"\xFFFD"},                                   // surrogate
       {"\xF5\x80", L"\xFFFD\xFFFD"},
   };
-  for (const auto& c : cases) EXPECT_EQ(CString::FromUtf8(c.bytes).str(), c.wide);
+  for (const auto& [bytes, wide] : cases) EXPECT_EQ(CString::FromUtf8(bytes).str(), wide);
 }
 
 TEST(CString, FormatIsTypeSafeAndKeepsToThePoint) {

@@ -1,8 +1,5 @@
-#include <algorithm>
-#include <bit>
-#include <numeric>
-
 #include "platform/QVLKernels.h"
+#include "support/Test.h"
 #include "umlauf/platform/basis/CAlignedMem.h"
 #include "umlauf/platform/vekta/QVL.h"
 
@@ -59,9 +56,8 @@ TEST_P(QVLChannels, VeryLongChannelsAreComplete) {
     for (std::size_t c = 0; c < channels; ++c) pointers.push_back(parts.data() + c * distance);
     QVL::Deinterleave(pointers.data(), joined.data(), channels, frames);
     std::size_t wrong = 0;
-    for (std::size_t i = 0; i < frames * channels; ++i) {
+    for (std::size_t i = 0; i < frames * channels; ++i)
       wrong += pointers[i % channels][i / channels] != joined[i];
-    }
     EXPECT_EQ(wrong, 0u) << channels;
     std::fill(back.begin(), back.end(), -1.0f);
     QVL::Interleave(back.data(), pointers.data(), channels, frames);

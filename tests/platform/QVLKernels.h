@@ -1,11 +1,7 @@
 #pragma once
 
-#include <cstddef>
-#include <memory>
-#include <random>
-#include <vector>
-
 #include "support/EveryTarget.h"
+#include "support/Test.h"
 
 /// A block on the heap that ends with its last element, so that an address sanitizer sees every step beyond.
 template <class T>

@@ -1,22 +1,10 @@
 #include "umlauf/platform/vekta/QVL.h"
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <bit>
-#include <cmath>
-#include <limits>
-#include <random>
-#include <vector>
-
 #include "platform/QVLKernels.h"
-#include "support/ExpectAll.h"
+#include "support/Test.h"
 #include "umlauf/platform/vekta/numeric.h"
 
 namespace {
-
-constexpr float nan = std::numeric_limits<float>::quiet_NaN();
-constexpr float inf = std::numeric_limits<float>::infinity();
 
 std::vector<std::size_t> Lengths(std::vector<std::size_t> more = {}) {
   more.insert(more.end(), {127, 128, 129, 200, 1023, 1024, 1025, 2051});
@@ -32,10 +20,28 @@ void FillGrid(Exact<float>& x, std::size_t n, std::mt19937& random) {
 }
 /// Numbers of all digits, every eighth one out of the ordinary.
 void FillWild(Exact<float>& x, std::size_t n, std::mt19937& random) {
-  constexpr float special[] = {nan, -nan, inf, -inf, 0.0f, -0.0f, 1.0f, -1.0f, 1e30f, -1e30f, 1e-40f};
+  constexpr float special[] = {kNaN, -kNaN, kInf, -kInf, 0.0f, -0.0f, 1.0f, -1.0f, 1e30f, -1e30f, 1e-40f};
   std::uniform_real_distribution<float> digits(-2.0f, 2.0f);
-  for (std::size_t i = 0; i < n; ++i) {
+  for (std::size_t i = 0; i < n; ++i)
     x[i] = random() % 8 == 0 ? special[random() % std::size(special)] : digits(random);
+}
+
+enum class Numbers { grid, wild, both };
+const std::vector<std::size_t> kStrides{1, 2, 3, 4, 5, 8};
+
+/// Calls `check(n, stride, x, y)` for the shapes of a kernel: each length and distance, on blocks x and y
+/// that begin at different alignments and end with their last element.
+template <class Check>
+void ForShapes(std::mt19937& random, Numbers numbers, const std::vector<std::size_t>& strides,
+               const std::vector<std::size_t>& lengths, Check check) {
+  for (const std::size_t n : lengths) {
+    for (const std::size_t stride : strides) {
+      const std::size_t length = n == 0 ? 0 : (n - 1) * stride + 1;
+      Exact<float> x(length, n % 3), y(length, (n + 1) % 3);
+      const bool grid = numbers == Numbers::grid || (numbers == Numbers::both && n % 2 == 0);
+      for (Exact<float>* each : {&x, &y}) (grid ? FillGrid : FillWild)(*each, length, random);
+      ASSERT_NO_FATAL_FAILURE(check(n, stride, x, y)) << n << " by " << stride;
+    }
   }
 }
 
@@ -48,64 +54,54 @@ bool Equal(float a, float b) { return a == b || (std::isnan(a) && std::isnan(b))
 INSTANTIATE_TEST_SUITE_P(On, QVLKernels, AllTargets(), TargetName);
 
 TEST_P(QVLKernels, RangesFollowTheScalarRule) {
-  for (const std::size_t n : Lengths(kLong)) {
-    for (const std::size_t stride : {1u, 2u, 3u, 4u, 5u, 8u}) {
-      const std::size_t length = n == 0 ? 0 : (n - 1) * stride + 1;
-      Exact<float> x(length, n % 3);
-      n % 2 == 0 ? FillGrid(x, length, random_) : FillWild(x, length, random_);
-      float min = 77.0f, max = 78.0f, magnitude = 0.0f;
-      std::size_t minIndex = 0, maxIndex = 0;
-      for (std::size_t i = 0; i < n; ++i) {
-        const float v = x[i * stride];
-        if (i == 0) min = max = v;
-        if (v < min) min = v, minIndex = i;
-        if (v > max) max = v, maxIndex = i;
-        if (std::fabs(v) > magnitude) magnitude = std::fabs(v);
-      }
-      float low = 77.0f, high = 78.0f;
-      QVL::VectorMinMax(x.data(), n, stride, low, high);
-      ASSERT_TRUE(Equal(low, min) && Equal(high, max)) << n << " by " << stride << ": " << low << " " << high;
-      ASSERT_EQ(QVL::VectorMaxMagnitude(x.data(), n, stride), magnitude) << n << " by " << stride;
-      if (stride > 1) continue;
-      std::size_t lowIndex = 99, highIndex = 99;
-      QVL::VectorMinMaxIndex(x.data(), n, lowIndex, highIndex);
-      ASSERT_TRUE(lowIndex == minIndex && highIndex == maxIndex) << n << ": " << lowIndex << " " << highIndex;
-      if (n == 0) continue;
-      const QVL::Moments moments = QVL::VectorMoments(x.data(), n);
-      ASSERT_TRUE(Equal(moments.min, min) && Equal(moments.max, max)) << n;
+  const auto check = [](std::size_t n, std::size_t stride, auto& x, auto&) {
+    float min = 77.0f, max = 78.0f, magnitude = 0.0f;
+    std::size_t minIndex = 0, maxIndex = 0;
+    for (std::size_t i = 0; i < n; ++i) {
+      const float v = x[i * stride];
+      if (i == 0) min = max = v;
+      if (v < min) min = v, minIndex = i;
+      if (v > max) max = v, maxIndex = i;
+      if (std::fabs(v) > magnitude) magnitude = std::fabs(v);
     }
-  }
+    float low = 77.0f, high = 78.0f;
+    QVL::VectorMinMax(x.data(), n, stride, low, high);
+    ASSERT_TRUE(Equal(low, min)) << low;
+    ASSERT_TRUE(Equal(high, max)) << high;
+    ASSERT_EQ(QVL::VectorMaxMagnitude(x.data(), n, stride), magnitude);
+    if (stride > 1) return;
+    std::size_t lowIndex = 99, highIndex = 99;
+    QVL::VectorMinMaxIndex(x.data(), n, lowIndex, highIndex);
+    EXPECT_ALL(lowIndex == minIndex, highIndex == maxIndex);
+    if (n == 0) return;
+    const QVL::Moments moments = QVL::VectorMoments(x.data(), n);
+    EXPECT_ALL(Equal(moments.min, min), Equal(moments.max, max));
+  };
+  ForShapes(random_, Numbers::both, kStrides, Lengths(kLong), check);
 }
 
 TEST_P(QVLKernels, SumsAreExactWhereSinglePrecisionIs) {
-  for (const std::size_t n : Lengths(kLong)) {
-    for (const std::size_t stride : {1u, 2u, 3u, 4u, 5u, 8u}) {
-      const std::size_t length = n == 0 ? 0 : (n - 1) * stride + 1;
-      Exact<float> x(length, n % 3), y(length, (n + 1) % 3);
-      FillGrid(x, length, random_);
-      FillGrid(y, length, random_);
-      float sum = 0, squares = 0, magnitudes = 0, dot = 0;
-      for (std::size_t i = 0; i < n; ++i) {
-        const float v = x[i * stride];
-        sum += v;
-        squares += v * v;
-        magnitudes += std::fabs(v);
-        dot += x[i] * y[i];
-      }
-      const float count = static_cast<float>(std::max<std::size_t>(n, 1));
-      const float* p = x.data();
-      ASSERT_EQ(QVL::VectorSum(p, n, stride), sum) << n << " by " << stride;
-      ASSERT_EQ(QVL::VectorSumSquares(p, n, stride), squares) << n << " by " << stride;
-      ASSERT_EQ(QVL::VectorSumMagnitudes(p, n, stride), magnitudes) << n << " by " << stride;
-      ASSERT_EQ(QVL::VectorMean(p, n, stride), sum / count);
-      ASSERT_EQ(QVL::VectorMeanSquare(p, n, stride), squares / count);
-      ASSERT_EQ(QVL::VectorMeanMagnitude(p, n, stride), magnitudes / count);
-      ASSERT_EQ(QVL::DotProduct(p, y.data(), n), dot) << n;
-      if (n == 0 || stride > 1) continue;
-      const QVL::Moments moments = QVL::VectorMoments(p, n);
-      ASSERT_TRUE(moments.sum == sum && moments.sumSquares == squares) << n;
+  const auto check = [](std::size_t n, std::size_t stride, auto& x, auto& y) {
+    float sum = 0, squares = 0, magnitudes = 0, dot = 0;
+    for (std::size_t i = 0; i < n; ++i) {
+      const float v = x[i * stride];
+      sum += v;
+      squares += v * v;
+      magnitudes += std::fabs(v);
+      dot += x[i] * y[i];
     }
-  }
+    const float count = static_cast<float>(std::max<std::size_t>(n, 1));
+    const float* p = x.data();
+    EXPECT_ALL(
+        QVL::VectorSum(p, n, stride) == sum, QVL::VectorSumSquares(p, n, stride) == squares,
+        QVL::VectorSumMagnitudes(p, n, stride) == magnitudes, QVL::VectorMean(p, n, stride) == sum / count,
+        QVL::VectorMeanSquare(p, n, stride) == squares / count,
+        QVL::VectorMeanMagnitude(p, n, stride) == magnitudes / count, QVL::DotProduct(p, y.data(), n) == dot);
+    if (n == 0 || stride > 1) return;
+    const QVL::Moments moments = QVL::VectorMoments(p, n);
+    EXPECT_ALL(moments.sum == sum, moments.sumSquares == squares);
+  };
+  ForShapes(random_, Numbers::grid, kStrides, Lengths(kLong), check);
 }
 
 TEST_P(QVLKernels, LongSumsStayAccurate) {
@@ -142,23 +138,18 @@ TEST(QVL, MeansOfOneOfManyChannelsKeepTheirDigits) {
 }
 
 TEST_P(QVLKernels, LevelsAddAsPowers) {
-  const struct {
-    std::vector<float> levels;
-    std::size_t stride;
-    float sum;
-  } cases[] = {{{}, 1, 0.0f},
-               {{-3.5f}, 1, -3.5f},
-               {{60, 60}, 1, 63.0103f},
-               {{90, 80, nan, 70}, 3, 90.0432f},
-               {{5000, 5000, -inf}, 1, 5003.0103f},
-               {{-5000, -5000}, 1, -4996.9897f},
-               {{-inf, -inf}, 1, -inf},
-               {{1, inf}, 1, inf},
-               {{1, nan}, 1, nan}};
-  for (const auto& c : cases) {
-    const float level =
-        QVL::VectorLogSum(c.levels.data(), (c.levels.size() + c.stride - 1) / c.stride, c.stride);
-    EXPECT_TRUE(Equal(level, c.sum) || std::fabs(level - c.sum) < 1e-3f) << level << " for " << c.sum;
+  const Cases<std::vector<float>, std::size_t, float> cases = {{{}, 1, 0.0f},
+                                                               {{-3.5f}, 1, -3.5f},
+                                                               {{60, 60}, 1, 63.0103f},
+                                                               {{90, 80, kNaN, 70}, 3, 90.0432f},
+                                                               {{5000, 5000, -kInf}, 1, 5003.0103f},
+                                                               {{-5000, -5000}, 1, -4996.9897f},
+                                                               {{-kInf, -kInf}, 1, -kInf},
+                                                               {{1, kInf}, 1, kInf},
+                                                               {{1, kNaN}, 1, kNaN}};
+  for (const auto& [levels, stride, sum] : cases) {
+    const float level = QVL::VectorLogSum(levels.data(), (levels.size() + stride - 1) / stride, stride);
+    EXPECT_TRUE(Equal(level, sum) || std::fabs(level - sum) < 1e-3f) << level << " for " << sum;
   }
 }
 
@@ -200,10 +191,8 @@ const struct {
 
 TEST_P(QVLKernels, ElementsEqualTheScalarLoopToTheBitAlsoInPlace) {
   for (const auto& function : kElementwise) {
-    for (const std::size_t n : Lengths()) {
-      Exact<float> a(n, n % 3), b(n, (n + 1) % 3), out(n, (n + 2) % 3);
-      FillWild(a, n, random_);
-      FillWild(b, n, random_);
+    ForShapes(random_, Numbers::wild, {1}, Lengths(), [&](std::size_t n, std::size_t, auto& a, auto& b) {
+      Exact<float> out(n, (n + 2) % 3);
       const auto oldA = a.copy(), oldB = b.copy();
       if (function.addsToOut) std::copy_n(b.data(), n, out.data());
       function.run(out.data(), a.data(), b.data(), n);
@@ -213,9 +202,9 @@ TEST_P(QVLKernels, ElementsEqualTheScalarLoopToTheBitAlsoInPlace) {
         ASSERT_TRUE(SameBits(out[i], expected)) << function.name << " " << i << " of " << n << ": " << out[i];
         ASSERT_TRUE(function.addsToOut || SameBits(a[i], expected)) << function.name << " in place";
       }
-    }
+    });
   }
-  float negative[] = {-nan, -0.0f, -inf};
+  float negative[] = {-kNaN, -0.0f, -kInf};
   QVL::AbsVector(negative, negative, 3);
   for (const float x : negative) EXPECT_FALSE(std::signbit(x));
 }
@@ -282,14 +271,12 @@ TEST_P(QVLKernels, VeryLongResultsAreComplete) {
 }
 
 TEST_P(QVLKernels, ReverseTurnsTheOrder) {
-  for (const std::size_t n : Lengths()) {
-    Exact<float> x(n, n % 3);
-    FillGrid(x, n, random_);
+  ForShapes(random_, Numbers::grid, {1}, Lengths(), [](std::size_t n, std::size_t, auto& x, auto&) {
     auto expected = x.copy();
     std::reverse(expected.begin(), expected.end());
     QVL::ReverseVector(x.data(), n);
-    ASSERT_EQ(x.copy(), expected) << n;
-  }
+    ASSERT_EQ(x.copy(), expected);
+  });
 }
 
 template <class T>
@@ -317,10 +304,8 @@ TEST_P(QVLKernels, StridedCopiesTouchOnlyTheirElements) {
 }
 
 TEST_P(QVLKernels, BytesWrapAndNaNIsTheLowestInteger) {
-  for (const std::size_t n : Lengths()) {
-    Exact<float> x(n, n % 3), back(n, (n + 1) % 3);
+  ForShapes(random_, Numbers::wild, {1}, Lengths(), [](std::size_t n, std::size_t, auto& x, auto& back) {
     Exact<std::uint8_t> bytes(n, n % 5);
-    FillWild(x, n, random_);
     const float lo = -0.75f, factor = n % 2 == 0 ? 0.4f : 4.0f, step = 0.3f;
     QVL::QuantizeBytes(bytes.data(), x.data(), n, lo, factor);
     QVL::DequantizeBytes(back.data(), bytes.data(), n, step, lo);
@@ -329,13 +314,13 @@ TEST_P(QVLKernels, BytesWrapAndNaNIsTheLowestInteger) {
       ASSERT_EQ(bytes[i], static_cast<std::uint8_t>(whole & 255)) << x[i] << " " << i << " of " << n;
       ASSERT_EQ(back[i], static_cast<float>(bytes[i]) * step + lo) << i;
     }
-  }
+  });
 }
 
 TEST_P(QVLKernels, MasksHaveOneBitASample) {
   const struct {
     float upper, lower;
-  } thresholds[] = {{1.0f, -1.0f}, {-1.0f, 1.0f}, {inf, -inf}, {-inf, inf}, {0.0f, -0.0f}, {nan, 1.0f}};
+  } thresholds[] = {{1.0f, -1.0f}, {-1.0f, 1.0f}, {kInf, -kInf}, {-kInf, kInf}, {0.0f, -0.0f}, {kNaN, 1.0f}};
   for (const std::size_t n : Lengths()) {
     for (const auto [upper, lower] : thresholds) {
       Exact<float> x(n, n % 3);
@@ -353,15 +338,14 @@ TEST_P(QVLKernels, MasksHaveOneBitASample) {
 }
 
 TEST_P(QVLKernels, CountsEqualElements) {
-  for (const std::size_t n : Lengths(kLong)) {
-    Exact<float> x(n, n % 3);
-    n % 2 == 0 ? FillGrid(x, n, random_) : FillWild(x, n, random_);
-    for (const float value : {0.0f, -0.0f, 2.25f, inf, nan}) {
+  const auto check = [](std::size_t n, std::size_t, auto& x, auto&) {
+    for (const float value : {0.0f, -0.0f, 2.25f, kInf, kNaN}) {
       ASSERT_EQ(QVL::CountEqual(x.data(), n, value),
                 static_cast<std::size_t>(std::count(x.data(), x.data() + n, value)))
           << value << " in " << n;
     }
-  }
+  };
+  ForShapes(random_, Numbers::both, {1}, Lengths(kLong), check);
 }
 
 }  // namespace

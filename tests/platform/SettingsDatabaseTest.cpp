@@ -1,23 +1,16 @@
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <signal.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <atomic>
 #include <chrono>
-#include <climits>
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
-#include <string>
 #include <thread>
-#include <vector>
 
-#include "support/ExpectAll.h"
+#include "support/Test.h"
 #include "umlauf/platform/tramsea/CResourceSea.h"
 #include "umlauf/platform/tramsea/CSeaBase.h"
 #include "umlauf/platform/tramsea/PrWin.h"
@@ -25,10 +18,6 @@
 namespace {
 
 namespace fs = std::filesystem;
-using testing::ElementsAre;
-using testing::HasSubstr;
-using testing::IsEmpty;
-using testing::Pair;
 using Access = CResourceSea::Access;
 
 /// A folder of its own, and what the log received.
@@ -100,9 +89,8 @@ TEST_F(SettingsDatabase, HoldsValuesByPathAndIndex) {
 
 TEST_F(SettingsDatabase, ListsPathsByPrefixAndRemovesEntries) {
   CResourceSea sea(L":memory:");
-  for (const wchar_t* path : {L"a", L"a/b", L"a/b/c", L"a%", L"b", L"\u00E4/\u8A66"}) {
+  for (const wchar_t* path : {L"a", L"a/b", L"a/b/c", L"a%", L"b", L"\u00E4/\u8A66"})
     ASSERT_TRUE(sea.LookupSetInts(path, 0, std::vector{1, 2}));
-  }
   EXPECT_THAT(sea.Paths(), ElementsAre(L"a", L"a%", L"a/b", L"a/b/c", L"b", L"\u00E4/\u8A66"));
   EXPECT_THAT(sea.Paths(L"\u00E4"), ElementsAre(L"\u00E4/\u8A66"));
   EXPECT_ALL(sea.RemoveEntry(L"a/b"), sea.RemoveEntry(L"nothing"));
@@ -116,12 +104,7 @@ TEST_F(SettingsDatabase, WhatCannotBeOpenedIsNamedAndLeftAlone) {
     bytes.at(at) = byte;
     return bytes;
   };
-  const struct {
-    const char* name;
-    std::string bytes;
-    Access access;
-    const char* reason;
-  } cases[] = {
+  const Cases<const char*, std::string, Access, const char*> cases = {
       {"text.db", "This is no database, but a letter to its owner.\n", Access::readWrite, "no settings"},
       {"other.db", patched(71, 1), Access::readWrite, "no settings database"},  // application id
       {"later.db", patched(63, 2), Access::readWrite, "later version"},         // user version
@@ -129,14 +112,14 @@ TEST_F(SettingsDatabase, WhatCannotBeOpenedIsNamedAndLeftAlone) {
       {"page.db", patched(2 * 4096, 77), Access::readOnly, "damaged"},
       {"schema.db", patched(100, 77), Access::readWrite, "damaged"},
   };
-  for (const auto& c : cases) {
-    Write(Path(c.name), c.bytes);
+  for (const auto& [name, content, access, reason] : cases) {
+    Write(Path(name), content);
     CResourceSea sea;
-    EXPECT_FALSE(sea.Open(Text(Path(c.name)), c.access)) << c.name;
-    EXPECT_THAT(TakeLog(), testing::AllOf(HasSubstr(c.name), HasSubstr(c.reason)));
+    EXPECT_FALSE(sea.Open(Text(Path(name)), access)) << name;
+    EXPECT_THAT(TakeLog(), testing::AllOf(HasSubstr(name), HasSubstr(reason)));
     EXPECT_ALL(!sea.IsOpen(), !sea.LookupSetInt(L"a", 0, 1), !sea.RemoveEntry(L"a"),
                sea.LookupInt(L"old", 0, -3) == -3);
-    EXPECT_EQ(Bytes(Path(c.name)), c.bytes) << c.name;
+    EXPECT_EQ(Bytes(Path(name)), content) << name;
     EXPECT_THAT(TakeLog(), IsEmpty());
   }
   // Cut short; SQLite takes a file of a single byte for an empty one.
@@ -204,8 +187,7 @@ TEST_F(SettingsDatabase, EmptyFileHoldsNothingUntilTheFirstWrite) {
   }
   EXPECT_EQ(Bytes(path), "");
   EXPECT_THAT(writer.Paths(), IsEmpty());
-  EXPECT_TRUE(writer.LookupSetInt(L"a", 0, 2));
-  EXPECT_EQ(reader.LookupInt(L"a", 0, 9), 2);
+  EXPECT_ALL(writer.LookupSetInt(L"a", 0, 2), reader.LookupInt(L"a", 0, 9) == 2);
   EXPECT_THAT(TakeLog(), IsEmpty());
 }
 
@@ -222,10 +204,8 @@ TEST_F(SettingsDatabase, FirstWriteThatFailsLeavesNoFile) {
       return sea.IsOpen() && !sea.LookupSetInts(L"a", 0, std::vector<int>(2000, 1));
     });
     int status = -1;
-    EXPECT_EQ(waitpid(child, &status, 0), child);
-    EXPECT_EQ(status, 0);
-    EXPECT_EQ(fs::exists(path), existed);
-    EXPECT_EQ(Bytes(path), "");
+    EXPECT_ALL(waitpid(child, &status, 0) == child, status == 0, fs::exists(path) == existed,
+               Bytes(path) == "");
   }
 }
 

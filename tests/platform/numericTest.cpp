@@ -1,10 +1,6 @@
 #include "umlauf/platform/vekta/numeric.h"
 
-#include <gtest/gtest.h>
-
-#include <vector>
-
-#include "support/ExpectAll.h"
+#include "support/Test.h"
 
 namespace {
 
@@ -25,9 +21,8 @@ void CheckBoundaries() {
                         F(0.75)};
   for (int bit = 0; bit <= 66; ++bit) {
     const F power = std::ldexp(F(1), bit);
-    for (const F x : {power, power - F(0.5), power - F(1), power + F(0.5)}) {
+    for (const F x : {power, power - F(0.5), power - F(1), power + F(0.5)})
       values.insert(values.end(), {x, std::nextafter(x, F(0)), std::nextafter(x, Limits::infinity())});
-    }
   }
   for (const F x : values) {
     EXPECT_EQ((numeric::trunc_sat<T>(x)), (Reference<T>(x))) << x;
@@ -53,13 +48,10 @@ TEST(TruncSat, IsExactAroundEveryPowerOfTwo) {
 }
 
 TEST(Round, HalvesGoAwayFromZero) {
-  const struct {
-    float x, rounded;
-  } cases[] = {
+  const Cases<float, float> cases = {
       {0.5f, 1.0f}, {0.49999997f, 0.0f}, {2.5f, 3.0f}, {8388607.5f, 8388608.0f}, {16777215.0f, 16777215.0f}};
-  for (const auto& c : cases) {
-    EXPECT_ALL(numeric::round(c.x) == c.rounded, numeric::round(-c.x) == -c.rounded);
-  }
+  for (const auto& [x, rounded] : cases)
+    EXPECT_ALL(numeric::round(x) == rounded, numeric::round(-x) == -rounded);
 }
 
 }  // namespace

@@ -1,21 +1,11 @@
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
-#include <cmath>
-#include <limits>
-#include <tuple>
-#include <vector>
-
 #include "signal/SignalTestSupport.h"
-#include "support/ExpectAll.h"
 #include "support/PulseText.h"
+#include "support/Test.h"
 #include "umlauf/platform/tramsea/PrWin.h"
 #include "umlauf/pulses/DzPulsListArray.h"
 #include "umlauf/pulses/FueGroeAnzeigeInfo.h"
 
 namespace {
-
-using testing::ElementsAre;
 
 constexpr float kGreatest = std::numeric_limits<float>::max();
 
@@ -76,14 +66,8 @@ TEST(PulseList, Averages) {
 }
 
 TEST(PulseList, GapCorrection) {
-  const struct {
-    const char* name;
-    bool on;
-    float relLength;
-    std::vector<float> values;  // of the closed pulses
-    const char* corrected;
-    float factor;
-  } cases[] = {
+  // Of the closed pulses.
+  const Cases<const char*, bool, float, std::vector<float>, const char*, float> cases = {
       {"off", false, 3, {10, 10, 30, 10}, "9+10 9+10 9+30 9+10 5o10", 0},
       {"too few pulses", true, 4, {10, 30, 10}, "9+10 9+30 9+10 5o10", 0.25f},
       {"given", true, 4, {10, 40, 11, 12, 13}, "9+10 9g10 9+11 9+12 9g3.25 5o3.25", 0.25f},
@@ -92,20 +76,20 @@ TEST(PulseList, GapCorrection) {
       {"no measure", true, 0, {0, 10, 10, 30}, "9+0 9+10 9+10 9+30 5o30", 0},
       {"endless", true, 0, {1, 1, 1, kGreatest}, "9+1 9+1 9+1 9+3.40282e+38 5o3.40282e+38", 0},
   };
-  for (const auto& c : cases) {
-    SCOPED_TRACE(c.name);
+  for (const auto& [name, on, relLength, values, corrected, factor] : cases) {
+    SCOPED_TRACE(name);
     Log log;
     std::vector<std::pair<std::uint64_t, float>> pulses;
-    for (const float value : c.values) pulses.emplace_back(9, value);
+    for (const float value : values) pulses.emplace_back(9, value);
     CDzPulsListe list = Pulses(pulses, 5);
     list.SetSignalId(17);
-    list.ActivatePulsGapCorrection(c.on, c.relLength);
+    list.ActivatePulsGapCorrection(on, relLength);
     list.CalcAverPulsF(1000.0f);
-    EXPECT_EQ(Text(list), c.corrected);
-    EXPECT_FLOAT_EQ(list.PulseGapCorrection(), c.factor);
+    EXPECT_EQ(Text(list), corrected);
+    EXPECT_FLOAT_EQ(list.PulseGapCorrection(), factor);
     const std::wstring found = L"1 Speed detection for signal [17] calculated puls gap rel. lenght  ";
     std::vector<std::wstring> lines;
-    if (c.relLength <= 0 && c.factor != 0) lines = {found + (c.factor == 0.25f ? L"4.00\n" : L"2.50\n")};
+    if (relLength <= 0 && factor != 0) lines = {found + (factor == 0.25f ? L"4.00\n" : L"2.50\n")};
     EXPECT_EQ(log.lines, lines);
   }
 }
@@ -145,18 +129,14 @@ TEST(PulseList, FlatRecord) {
 TEST(PulseList, LooksUpSamples) {
   CDzPulsListe list = Pulses({{10, 100.0f}, {20, -50.0f}, {20, 200.0f}}, 10);  // 600, -1200, 300, 300 rpm
   list.ReverseFactor(-1.0f);
-  const struct {
-    std::uint64_t sample;
-    std::int64_t index, found;
-    float speed, time;
-  } cases[] = {{0, 0, 0, -600, 100},          {9, 0, 0, -600, 100},  {10, 1, 1, 1200, -50},
-               {29, 1, 1, 1200, -50},         {59, 3, 3, -300, 200}, {60, 3, -1, -300, 200},
-               {UINT64_MAX, 3, -1, -300, 200}};
-  for (const auto& c : cases) {
-    EXPECT_EQ(list.Sample2Idx(c.sample), c.index) << c.sample;
-    EXPECT_EQ(list.FindPulsForSample(c.sample), c.found) << c.sample;
-    EXPECT_EQ(list.LocalSpeed(c.sample), c.speed) << c.sample;
-    EXPECT_EQ(list.LocalRevTime(c.sample), c.time) << c.sample;
+  const Cases<std::uint64_t, std::int64_t, std::int64_t, float, float> cases = {
+      {0, 0, 0, -600, 100},  {9, 0, 0, -600, 100},   {10, 1, 1, 1200, -50},         {29, 1, 1, 1200, -50},
+      {59, 3, 3, -300, 200}, {60, 3, -1, -300, 200}, {UINT64_MAX, 3, -1, -300, 200}};
+  for (const auto& [sample, index, found, speed, time] : cases) {
+    EXPECT_EQ(list.Sample2Idx(sample), index) << sample;
+    EXPECT_EQ(list.FindPulsForSample(sample), found) << sample;
+    EXPECT_EQ(list.LocalSpeed(sample), speed) << sample;
+    EXPECT_EQ(list.LocalRevTime(sample), time) << sample;
   }
   const std::tuple<std::uint64_t, std::uint64_t, float> spans[] = {
       {0, UINT64_MAX, 1200}, {0, 10, -600}, {9, 11, 1200}, {60, 70, 0}, {20, 10, 0}};

@@ -1,15 +1,10 @@
 #include "umlauf/rate/DownsamplingFilter.h"
 
-#include <limits>
-
 #include "rate/RateTestSupport.h"
-#include "support/ExpectAll.h"
+#include "support/Test.h"
 #include "umlauf/rate/MuxDownsamplingFilter.h"
 
 namespace {
-
-constexpr float kNaN = std::numeric_limits<float>::quiet_NaN();
-constexpr float kInf = std::numeric_limits<float>::infinity();
 
 TEST(DownsamplingKernel, Shape) {
   const CDownsamplingInfo info;
@@ -80,11 +75,11 @@ TEST(Downsampling, FollowsTheRulesAndReadsNoFurther) {
         const std::size_t margin = filter.Taps(ratio) / 2, n = 700 + random() % 3000;
         const auto noise = OnHeap(Noise(n + 2 * margin, static_cast<unsigned>(n)));  // just what may be read
         const float* in = noise.get() + margin;
-        float phase = startPhase, again = startPhase, expectedPhase = startPhase;
-        const Samples expected = Reference(filter.Info(), in, n, ratio, expectedPhase, 0.7f);
+        float phase = startPhase, again = startPhase, phaseBefore = startPhase;
+        const Samples expected = Reference(filter.Info(), in, n, ratio, phaseBefore, 0.7f);
         Samples out(3 * expected.size() + 3, 77.0f), contiguous(expected.size());
         ASSERT_EQ(filter.Downsampling(out.data(), 3, in, n, ratio, phase, 0.7f), expected.size());
-        ASSERT_NEAR(phase, expectedPhase, 1e-6);
+        ASSERT_NEAR(phase, phaseBefore, 1e-6);
         filter.DownsamplingCpp(contiguous.data(), in, n, ratio, again, 0.7f);
         for (std::size_t j = 0; j < expected.size(); ++j) {
           ASSERT_NEAR(out[3 * j], expected[j], 3e-6f) << ratio << " " << j;
@@ -97,20 +92,18 @@ TEST(Downsampling, FollowsTheRulesAndReadsNoFurther) {
 }
 
 TEST(Downsampling, KeepsTheMeanAndStopsAliases) {
-  const struct {
-    float ratio;
-    double mean, alias;  // dB; alias at 1.2 times the output's Nyquist frequency
-  } cases[] = {{1.0f, 0.001, 0},    {2.5f, 0.001, -85},  {10.0f, 0.001, -90},
-               {64.3f, 0.001, -90}, {150.0f, 0.01, -65}, {200.0f, 0.001, -90}};
-  for (const auto& c : cases) {
+  // In dB; the alias at 1.2 times the output's Nyquist frequency
+  const Cases<float, double, double> cases = {{1.0f, 0.001, 0},    {2.5f, 0.001, -85},  {10.0f, 0.001, -90},
+                                              {64.3f, 0.001, -90}, {150.0f, 0.01, -65}, {200.0f, 0.001, -90}};
+  for (const auto& [ratio, mean, alias] : cases) {
     const auto levelAt = [&](double frequency) {
-      return LevelOf(static_cast<double>(c.ratio), frequency, [&](auto* out, auto* in, auto n) {
+      return LevelOf(static_cast<double>(ratio), frequency, [&](auto* out, auto* in, auto n) {
         float phase = 0.0f;
-        CDownsamplingFilter().Downsampling(out, 1, in, n, c.ratio, phase, 1.0f);
+        CDownsamplingFilter().Downsampling(out, 1, in, n, ratio, phase, 1.0f);
       });
     };
-    EXPECT_NEAR(levelAt(0.0), 0.0, c.mean) << c.ratio;
-    EXPECT_LE(c.alias < 0 ? levelAt(1.2) : 0.0, c.alias) << c.ratio;
+    EXPECT_NEAR(levelAt(0.0), 0.0, mean) << ratio;
+    EXPECT_LE(alias < 0 ? levelAt(1.2) : 0.0, alias) << ratio;
   }
 }
 
@@ -118,27 +111,24 @@ TEST(Downsampling, RefusesWhatItCannotUse) {
   CDownsamplingFilter filter;
   const Samples in(5000, 1.0f);
   float out = 77.0f, partial = 5.0f;
-  const struct {
-    std::uint64_t n;
-    float ratio, phase;
-  } cases[] = {{0, 2.0f, 0.5f},   {10, 0.0f, 0.5f}, {10, -1.0f, 0.5f}, {10, kNaN, 0.5f},  {10, kInf, 0.5f},
-               {10, 2.0f, -0.1f}, {10, 2.0f, 1.1f}, {10, 2.0f, kNaN},  {10, 1e-30f, 0.0f}};
-  for (const auto& c : cases) {
-    float phase = c.phase;
-    EXPECT_EQ(filter.Downsampling(&out, 1, in.data() + 2500, c.n, c.ratio, phase, 1.0f), 0u) << c.ratio;
+  const Cases<std::uint64_t, float, float> cases = {{0, 2.0f, 0.5f},  {10, 0.0f, 0.5f}, {10, -1.0f, 0.5f},
+                                                    {10, kNaN, 0.5f}, {10, kInf, 0.5f}, {10, 2.0f, -0.1f},
+                                                    {10, 2.0f, 1.1f}, {10, 2.0f, kNaN}, {10, 1e-30f, 0.0f}};
+  for (const auto& [n, ratio, phaseBefore] : cases) {
+    float phase = phaseBefore;
+    EXPECT_EQ(filter.Downsampling(&out, 1, in.data() + 2500, n, ratio, phase, 1.0f), 0u) << ratio;
     EXPECT_ALL(
-        filter.DummDownsampling(&out, in.data(), c.n, c.ratio, phase, 1.0f, false) == 0u,
-        filter.SimpleDownsamplingMean(&out, in.data(), c.n, 1, c.ratio, phase, partial, 1.0f, false) == 0u);
-    EXPECT_TRUE(phase == c.phase || std::isnan(c.phase)) << c.ratio;
+        filter.DummDownsampling(&out, in.data(), n, ratio, phase, 1.0f, false) == 0u,
+        filter.SimpleDownsamplingMean(&out, in.data(), n, 1, ratio, phase, partial, 1.0f, false) == 0u);
+    EXPECT_TRUE(phase == phaseBefore || std::isnan(phaseBefore)) << ratio;
   }
   EXPECT_ALL(partial == 5.0f, out == 77.0f);
   // A ratio of any size is filtered as well as the table allows, unless that has no taps.
   float phase = 0.5f;
   EXPECT_EQ(filter.Downsampling(&out, 1, in.data() + 2500, 1, 1e30f, phase, 1.0f), 0u);
   const CDownsamplingInfo::coefs_t single{in.data(), 1, 200.0f}, none{nullptr, 4440, 200.0f};
-  for (const auto* table : {&single, &none}) {
+  for (const auto* table : {&single, &none})
     EXPECT_EQ(CDownsamplingFilter(table).Downsampling(&out, 1, in.data(), 100, 2.0f, phase, 1.0f), 0u);
-  }
 }
 
 TEST(MuxDownsampling, EachChannelIsTheSingleChannelResult) {

@@ -1,7 +1,7 @@
 #include "umlauf/rate/DownsamplingStream.h"
 
 #include "rate/RateTestSupport.h"
-#include "support/ExpectAll.h"
+#include "support/Test.h"
 
 namespace {
 
@@ -128,9 +128,8 @@ TEST(DownsamplingStreamFilter, OtherTables) {
               testing::Pointwise(testing::FloatNear(1e-6f), {1, 5, 2, 8}));
   const float none[] = {1, -1};
   const CDownsamplingInfo::coefs_t sumless{none, 2, 4.0f}, empty{none, 0, 4.0f}, ratioless{triangle, 9, 0.0f};
-  for (const auto* bad : {&sumless, &empty, &ratioless}) {
+  for (const auto* bad : {&sumless, &empty, &ratioless})
     EXPECT_FALSE(CDownsamplingStream(2.0, Reduction::Filter, 1, 1.0f, bad).IsValid());
-  }
 }
 
 TEST(DownsamplingStream, ReductionsHaveExactBorders) {
@@ -176,9 +175,8 @@ TEST(DownsamplingStream, StartsAfreshAndRefusesWhatItCannotUse) {
     stream.Process(out.data(), in.data() + 77, 123);
     stream.Restart();
     EXPECT_EQ(Convert(stream, in, 1, {500}), expected);
-    for (const double bad : {0.5, 0.0, -2.0, 1e300, std::nan("")}) {
+    for (const double bad : {0.5, 0.0, -2.0, 1e300, std::nan("")})
       EXPECT_FALSE(CDownsamplingStream(bad, reduction).IsValid()) << bad;
-    }
     EXPECT_ALL(!none.IsValid(),
                none.Process(out.data(), in.data(), 100) + none.Flush(out.data()) + none.MaxOutput(9) == 0u,
                CDownsamplingStream(1e6, reduction).IsValid() == (reduction != Reduction::Filter));

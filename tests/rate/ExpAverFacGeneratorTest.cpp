@@ -1,11 +1,6 @@
 #include "umlauf/rate/ExpAverFacGenerator.h"
 
-#include <gtest/gtest.h>
-
-#include <cmath>
-#include <limits>
-
-#include "support/ExpectAll.h"
+#include "support/Test.h"
 
 namespace {
 
@@ -27,25 +22,22 @@ TEST(ExpAverFac, TimeAndScale) {
 }
 
 TEST(ExpAverFac, Factors) {
-  const struct {
-    LONG t;
-    double tau;
-    float factor, correction;  // -1: none for this scale
-  } cases[] = {{1, 10.0, 0.0f, 1.0f},
-               {0, 10.0, 0.0f, 1.0f},
-               {5, 0.0, 0.0f, 1.0f},
-               {5, -3.0, 0.0f, 1.0f},
-               {5, 10.0, 0.7581449f, 1.256249f},
-               {3, 1.0, 0.3347590f, 2.0430806f},
-               {2, 10000.0, 0.5f, 2.0f},
-               {100, 20000.0, 0.99f, 100.0f / 99.0f},
-               {2, 0.01, std::exp(-100.0f), -1.0f},
-               {500, 10.0, std::exp(-0.1f), 1.052585f},
-               {460000, 10000.0, 0.9999f, 1.00005f}};
-  for (const auto& c : cases) {
-    EXPECT_FLOAT_EQ(Generator::GetFactor(c.t, c.tau), c.factor) << c.t;
-    if (c.correction < 0) continue;
-    EXPECT_FLOAT_EQ(Generator::GetCorrFactor(c.t, static_cast<LONG>(c.tau)), c.correction) << c.t;
+  // -1: none for this scale.
+  const Cases<LONG, double, float, float> cases = {{1, 10.0, 0.0f, 1.0f},
+                                                   {0, 10.0, 0.0f, 1.0f},
+                                                   {5, 0.0, 0.0f, 1.0f},
+                                                   {5, -3.0, 0.0f, 1.0f},
+                                                   {5, 10.0, 0.7581449f, 1.256249f},
+                                                   {3, 1.0, 0.3347590f, 2.0430806f},
+                                                   {2, 10000.0, 0.5f, 2.0f},
+                                                   {100, 20000.0, 0.99f, 100.0f / 99.0f},
+                                                   {2, 0.01, std::exp(-100.0f), -1.0f},
+                                                   {500, 10.0, std::exp(-0.1f), 1.052585f},
+                                                   {460000, 10000.0, 0.9999f, 1.00005f}};
+  for (const auto& [t, tau, factor, correction] : cases) {
+    EXPECT_FLOAT_EQ(Generator::GetFactor(t, tau), factor) << t;
+    if (correction < 0) continue;
+    EXPECT_FLOAT_EQ(Generator::GetCorrFactor(t, static_cast<LONG>(tau)), correction) << t;
   }
   const float factor = Generator::GetFactor(7, 30.0);
   EXPECT_ALL(Generator(7, 30).CurrentFactor() == factor,

@@ -1,7 +1,6 @@
-#include <memory>
-
 #include "rate/RateTestSupport.h"
 #include "support/EveryTarget.h"
+#include "support/Test.h"
 #include "umlauf/platform/vekta/QVL.h"
 #include "umlauf/platform/vekta/internal/FilterKernels.h"
 
@@ -69,18 +68,15 @@ TEST_P(QVLFilters, RangesOfFrames) {
 
 TEST_P(QVLFilters, Resamling) {
   const Samples in{0, 9, 2, 9, 4, 9, 6, 9, 8, 9, 10};
-  const struct {
-    std::size_t nIn, stride;
-    int mode;
-    Samples out;
-  } cases[] = {{6, 2, 5, {2, 10, 18}},      // means of two
-               {5, 2, 5, {0, 6, 14}},       // runs of one, two and two: 0 | 2 4 | 6 8
-               {3, 2, 5, {0, 2, 4, 6, 8}},  // lines between the ends
-               {1, 1, 5, {0, 0, 0}},       {3, 4, 5, {0, 8, 16}}, {0, 2, 5, {77, 77}}, {6, 2, 4, {77, 77}}};
-  for (const auto& c : cases) {
-    Samples out(c.out.size(), 77.0f);
-    QVL::Resamling(out.data(), out.size(), in.data(), c.nIn, c.stride, 2.0f, c.mode);
-    EXPECT_EQ(out, c.out) << c.nIn;
+  const Cases<std::size_t, std::size_t, int, Samples> cases = {
+      {6, 2, 5, {2, 10, 18}},      // means of two
+      {5, 2, 5, {0, 6, 14}},       // runs of one, two and two: 0 | 2 4 | 6 8
+      {3, 2, 5, {0, 2, 4, 6, 8}},  // lines between the ends
+      {1, 1, 5, {0, 0, 0}},       {3, 4, 5, {0, 8, 16}}, {0, 2, 5, {77, 77}}, {6, 2, 4, {77, 77}}};
+  for (const auto& [nIn, stride, mode, expectedOut] : cases) {
+    Samples out(expectedOut.size(), 77.0f);
+    QVL::Resamling(out.data(), out.size(), in.data(), nIn, stride, 2.0f, mode);
+    EXPECT_EQ(out, expectedOut) << nIn;
   }
 }
 

@@ -1,15 +1,6 @@
 #pragma once
 
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <cmath>
-#include <cstdint>
-#include <memory>
-#include <numbers>
-#include <random>
-#include <vector>
+#include "support/Test.h"
 
 using Samples = std::vector<float>;
 

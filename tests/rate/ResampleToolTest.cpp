@@ -1,15 +1,9 @@
 #include "umlauf/rate/ResampleTool.h"
 
-#include <limits>
-
 #include "rate/RateTestSupport.h"
-#include "support/ExpectAll.h"
+#include "support/Test.h"
 
 namespace {
-
-using testing::ElementsAre;
-constexpr float kNaN = std::numeric_limits<float>::quiet_NaN();
-constexpr float kInf = std::numeric_limits<float>::infinity();
 
 Samples Resample(const Samples& in, std::size_t nOut, int opts) {
   Samples out(nOut + 1, 77.0f);
@@ -22,30 +16,27 @@ Samples Resample(const Samples& in, std::size_t nOut, int opts) {
 
 TEST(Resample1d, Rows) {
   const Samples row{1, 5, -9, 2, 8, 4, 7};
-  const struct {
-    Samples in;
-    int opts;
-    Samples out;
-  } cases[] = {{row, RO_First, {1, -9, 8}},  // 1 5 | -9 2 | 8 4
-               {row, RO_Maximum, {5, 2, 8}},
-               {row, RO_Minimum, {1, -9, 4}},
-               {row, RO_Mean, {3, -3.5f, 6}},
-               {row, RO_Mean, {3, 1.25f}},  // 1 5 | -9 2 8 4
-               {row, RO_MidRange, {3, -0.5f}},
-               {row, 7 | RO_LinearUp, {1, -9}},
-               {row, 0, {1, 5, -9, 2, 4, 7}},  // only 2 8 together
-               {row, RO_Maximum | RO_LinearUp, {1, 5, -9, 8, 4, 7}},
-               {row, RO_Maximum, row},
-               {{1, 2, 4, 8}, RO_Mean, {1, 3}},  // a run ends in the middle between two outputs
-               {{3, 9}, RO_First | RO_LinearUp, {3, 5, 7, 9}},
-               {{3, 9, 1}, RO_LinearUp, {3, 5, 7, 9, 5, 1}},
-               {{0, 6}, RO_LinearUp, {0, 1, 2, 3, 4, 5, 6}},
-               {{7}, RO_LinearUp, {7, 7, 7}},
-               {{3, 9}, RO_First, {3, 3, 9, 9}},
-               {{3, 9, 1}, RO_Maximum, {3, 9, 9, 1}},
-               {{3, 9}, RO_MeanLinear, {3, 6, 9}},
-               {{1, 3, 5, 9}, RO_MeanLinear, {2, 7}}};
-  for (const auto& c : cases) EXPECT_EQ(Resample(c.in, c.out.size(), c.opts), c.out) << c.opts;
+  const Cases<Samples, int, Samples> cases = {
+      {row, RO_First, {1, -9, 8}},  // 1 5 | -9 2 | 8 4
+      {row, RO_Maximum, {5, 2, 8}},
+      {row, RO_Minimum, {1, -9, 4}},
+      {row, RO_Mean, {3, -3.5f, 6}},
+      {row, RO_Mean, {3, 1.25f}},  // 1 5 | -9 2 8 4
+      {row, RO_MidRange, {3, -0.5f}},
+      {row, 7 | RO_LinearUp, {1, -9}},
+      {row, 0, {1, 5, -9, 2, 4, 7}},  // only 2 8 together
+      {row, RO_Maximum | RO_LinearUp, {1, 5, -9, 8, 4, 7}},
+      {row, RO_Maximum, row},
+      {{1, 2, 4, 8}, RO_Mean, {1, 3}},  // a run ends in the middle between two outputs
+      {{3, 9}, RO_First | RO_LinearUp, {3, 5, 7, 9}},
+      {{3, 9, 1}, RO_LinearUp, {3, 5, 7, 9, 5, 1}},
+      {{0, 6}, RO_LinearUp, {0, 1, 2, 3, 4, 5, 6}},
+      {{7}, RO_LinearUp, {7, 7, 7}},
+      {{3, 9}, RO_First, {3, 3, 9, 9}},
+      {{3, 9, 1}, RO_Maximum, {3, 9, 9, 1}},
+      {{3, 9}, RO_MeanLinear, {3, 6, 9}},
+      {{1, 3, 5, 9}, RO_MeanLinear, {2, 7}}};
+  for (const auto& [in, opts, out] : cases) EXPECT_EQ(Resample(in, out.size(), opts), out) << opts;
   Samples loudest(2);
   CResampleTool::Resample1dDownMaxi(row.data(), 7, loudest.data(), 2);
   EXPECT_THAT(loudest, ElementsAre(5, -9));
@@ -78,19 +69,16 @@ TEST(Resample1d, AnyLengthsStayInsideTheRows) {
 TEST(PixelConversion, IsLinearRoundedAndLimited) {
   const Samples in{-1, 0, 0.24f, 0.26f, 0.5f, 1, 9, kNaN, kInf, -kInf};
   const int n = static_cast<int>(in.size());
-  const struct {
-    float min, max;
-    int range;
-    std::vector<LONG> pixels;
-  } cases[] = {{0, 1, 1000, {0, 0, 240, 260, 500, 1000, 1000, 0, 1000, 0}},
-               {1, 0, 2, {2, 2, 2, 1, 1, 0, 0, 0, 0, 2}},
-               {0, 0, 5, {0, 0, 5, 5, 5, 5, 5, 0, 5, 0}}};
-  for (const auto& c : cases) {
+  const Cases<float, float, int, std::vector<LONG>> cases = {
+      {0, 1, 1000, {0, 0, 240, 260, 500, 1000, 1000, 0, 1000, 0}},
+      {1, 0, 2, {2, 2, 2, 1, 1, 0, 0, 0, 0, 2}},
+      {0, 0, 5, {0, 0, 5, 5, 5, 5, 5, 0, 5, 0}}};
+  for (const auto& [min, max, range, expectedPixels] : cases) {
     std::vector<LONG> pixels(in.size());
-    CResampleTool::IntConversion(in.data(), n, c.min, c.max, pixels.data(), c.range);
-    EXPECT_EQ(pixels, c.pixels) << c.range;
-    CResampleTool::IntConversion(nullptr, n, c.min, c.max, pixels.data(), 3);
-    EXPECT_EQ(pixels, c.pixels);
+    CResampleTool::IntConversion(in.data(), n, min, max, pixels.data(), range);
+    EXPECT_EQ(pixels, expectedPixels) << range;
+    CResampleTool::IntConversion(nullptr, n, min, max, pixels.data(), 3);
+    EXPECT_EQ(pixels, expectedPixels);
   }
   std::vector<unsigned char> bytes(in.size());
   CResampleTool::ByteConversion(in.data(), n, 0, 1, bytes.data(), 255);

@@ -1,11 +1,10 @@
 #include "rate/RateTestSupport.h"
-#include "support/ExpectAll.h"
+#include "support/Test.h"
 #include "umlauf/rate/DownsamplingFilter.h"
 
 namespace {
 
 using Filter = CDownsamplingFilter;
-using testing::ElementsAre;
 
 TEST(KeinDownsampling, CopiesWithGain) {
   float phase = 0.25f;
@@ -78,13 +77,7 @@ TEST(SimpleDownsampling, FollowsTheRulesBlockByBlock) {
   const Blocks early{3, 2, 7, 8};
   const Blocks late{1, 1, 6, 8};
   const Blocks fine{3, 4, 5};  // what is carried is less than a sample, and does not count
-  const struct {
-    Kind kind;
-    float ratio;
-    const Blocks& blocks;
-    Samples results;
-    float phase, partial;
-  } cases[] = {
+  const Cases<Kind, float, const Blocks&, Samples, float, float> cases = {
       {mean, 2.5f, ofFour, {8.0f / 3, 5, 4, 13.0f / 3}, 0.8f, 8},
       {max, 2.5f, ofFour, {4, 9, 6, 5}, 0.8f, 8},
       {sum, 2.5f, ofFour, {8, 15, 8, 13}, 0.8f, 8},
@@ -102,24 +95,23 @@ TEST(SimpleDownsampling, FollowsTheRulesBlockByBlock) {
       {sum, 1.25f, fine, {4, 4, 1, 14, 2, 6, 5, 8, 8}, 0.6f, 0},
       {range, 1.25f, fine, {1, 3, 4, 4, 1, 1, 5, 9, 2, 2, 6, 6, 5, 5, 3, 5, 8, 8}, 0.6f, 99},
   };
-  for (const auto& c : cases) {
+  for (const auto& [kind, ratio, blocks, results, expectedPhase, expectedPartial] : cases) {
     for (const unsigned stride : {1u, 3u}) {
-      if (stride == 1 && c.ratio < 2 && c.kind == sum) continue;  // straight lines
+      if (stride == 1 && ratio < 2 && kind == sum) continue;  // straight lines
       Samples spread(in.size() * stride, -77.0f), out(100, 77.0f), expected = out;
       for (std::size_t i = 0; i < in.size(); ++i) spread[i * stride] = in[i];
-      for (std::size_t j = 0; j < c.results.size(); ++j) expected[2 * j] = 2 * c.results[j];
-      float phase = 0, partial = c.kind == range ? 99 : c.kind == levelSum ? -100 : 0, partialMax = -99;
+      for (std::size_t j = 0; j < results.size(); ++j) expected[2 * j] = 2 * results[j];
+      float phase = 0, partial = kind == range ? 99 : kind == levelSum ? -100 : 0, partialMax = -99;
       const float* at = spread.data();
       std::uint64_t written = 0;
-      for (const std::size_t n : c.blocks) {
-        written +=
-            Reduce(c.kind, &out[2 * written], 2, at, n, stride, c.ratio, phase, partial, partialMax, 2);
+      for (const std::size_t n : blocks) {
+        written += Reduce(kind, &out[2 * written], 2, at, n, stride, ratio, phase, partial, partialMax, 2);
         at += n * stride;
       }
-      EXPECT_EQ(written, c.results.size()) << c.ratio << " " << c.kind;
-      EXPECT_THAT(out, testing::Pointwise(testing::FloatNear(1e-3f), expected)) << c.ratio << " " << c.kind;
-      EXPECT_NEAR(phase, c.phase, 1e-6) << c.kind;
-      EXPECT_NEAR(partial, c.partial, 1e-3) << c.ratio << " " << c.kind;
+      EXPECT_EQ(written, results.size()) << ratio << " " << kind;
+      EXPECT_THAT(out, testing::Pointwise(testing::FloatNear(1e-3f), expected)) << ratio << " " << kind;
+      EXPECT_NEAR(phase, expectedPhase, 1e-6) << kind;
+      EXPECT_NEAR(partial, expectedPartial, 1e-3) << ratio << " " << kind;
     }
   }
 }

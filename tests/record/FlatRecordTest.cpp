@@ -1,10 +1,6 @@
 #include "umlauf/record/FlatRecord.h"
 
-#include <gtest/gtest.h>
-
-#include <array>
-
-#include "support/ExpectAll.h"
+#include "support/Test.h"
 
 namespace {
 

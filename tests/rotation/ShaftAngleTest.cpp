@@ -75,4 +75,40 @@ TEST(ShaftAngle, TurnsBackWithTheEncoder) {
   EXPECT_TRUE(std::isnan(CShaftAngle(pulses, 0).At(3)));
 }
 
+TEST(ShaftAngle, PassesEachMultipleOnceHoweverTheCallsAreCut) {
+  std::mt19937 random(30);
+  std::uniform_real_distribution<double> length(0.3, 40);
+  for (int run = 0; run < 20; ++run) {
+    CPulseTrain pulses(1000);
+    CPulseTrain::Pulse pulse;
+    for (int i = 0; i < 60; ++i) {  // forward, with a way back and a standstill in its middle
+      pulse.begin = pulse.end;
+      pulse.end += length(random);
+      pulse.pitches = i == 30 ? 0 : i > 20 && i < 40 && run % 2 == 1 ? -1 : 1;
+      pulses.Append(pulse);
+    }
+    const CShaftAngle angle(pulses, 4, 100);
+    const double step = 1 / (2.3 + run);
+    std::vector<CShaftAngle::Passing> all(2000), parts;
+    all.resize(angle.Passings(step, -1, all.size(), all.data()));
+    ASSERT_GT(all.size(), 20u);
+    std::size_t n = 1;
+    for (double from = -1; n > 0; from = n > 0 ? parts.back().position : from) {
+      CShaftAngle::Passing some[7];
+      n = angle.Passings(step, from, 1 + random() % 7, some);
+      parts.insert(parts.end(), some, some + n);
+    }
+    ASSERT_EQ(parts.size(), all.size());
+    for (std::size_t i = 0; i < all.size(); ++i) {
+      EXPECT_NEAR(angle.At(all[i].position), static_cast<double>(all[i].count) * step, 1e-9);
+      EXPECT_NEAR(all[i].speed, angle.SpeedAt(all[i].position), 1e-7);
+      EXPECT_EQ(parts[i].count, all[i].count);
+      EXPECT_NEAR(parts[i].position, all[i].position, 1e-6);
+      if (i == 0) continue;
+      EXPECT_GE(all[i].position, all[i - 1].position);
+      EXPECT_LE(std::abs(all[i].count - all[i - 1].count), 1);
+    }
+  }
+}
+
 }  // namespace

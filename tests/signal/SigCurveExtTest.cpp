@@ -1,21 +1,11 @@
 #include "umlauf/signal/SigCurveExt.h"
 
-#include <array>
-#include <climits>
-#include <cmath>
-#include <limits>
-#include <memory>
-#include <random>
-
 #include "signal/SignalTestSupport.h"
-#include "support/ExpectAll.h"
+#include "support/Test.h"
 
 namespace {
 
 using testing::Each;
-using testing::ElementsAre;
-
-constexpr float kNaN = std::numeric_limits<float>::quiet_NaN();
 
 CSigCurveExt Ext(std::initializer_list<float> samples, float xMin, float xMax) {
   CSigCurveExt curve;
@@ -77,10 +67,7 @@ TEST(SigCurveExt, OperationsSetAndCarryTheSpan) {
   static const E wide = Ten(1, 4), tail = Ten(1, 3), empty;
   static std::array<float, 2> mine{1, 2};
   // The span after an operation on ten samples that are valid from 2 to 5.
-  const struct {
-    void (*operation)(E& c);
-    const char* span;
-  } cases[] = {
+  const Cases<void (*)(E & c), const char*> cases = {
       {[](E& c) { c.SetVMinMax(2.4f, 5.6f); }, "2.4...5.6 [2, 6]"},
       {[](E& c) { c.SetVMinMax(7, 3); }, "7...3 [7, 3]"},
       {[](E& c) { c.SetVMinMax(-3, 99); }, "0...10 [0, 9]"},
@@ -99,11 +86,11 @@ TEST(SigCurveExt, OperationsSetAndCarryTheSpan) {
       {[](E& c) { c.Resize(std::uint64_t{4}); }, "0...10 [0, 3]"},
       {[](E& c) { Lend(mine, c), c.Resize(std::uint64_t{3}); }, "0...10 [0, 1]"},  // no room
   };
-  for (const auto& c : cases) {
+  for (const auto& [operation, span] : cases) {
     E curve = Ten(2, 5);
-    c.operation(curve);
-    EXPECT_EQ(Span(curve), c.span);
-    EXPECT_EQ(curve.IsValid(), curve.IMin() <= curve.IMax()) << c.span;
+    operation(curve);
+    EXPECT_EQ(Span(curve), span);
+    EXPECT_EQ(curve.IsValid(), curve.IMin() <= curve.IMax()) << span;
   }
   E one(1);
   one.Invalidate();
@@ -113,22 +100,19 @@ TEST(SigCurveExt, OperationsSetAndCarryTheSpan) {
 TEST(SigCurveExt, LookupHoldsTheSpan) {
   const CSigCurveExt curve = Ten(2, 5);
   // x, value there; y, distance of (x, y), and the nearest index
-  const struct {
-    float x, value, y, distance;
-    std::size_t index;
-  } cases[] = {{-1, 2, 6, 5, 2},
-               {8, 5, 1, 5, 5},
-               {3.25f, 3.25f, 3, 0.25f, 3},
-               {4.9999f, 5, 5, 1e-4f, 5},
-               {2.0009f, 2, 5, 3, 2},
-               {2.002f, 2.002f, 2, 0.002f, 2},
-               {4.998f, 4.998f, 5, 0.002f, 5}};
-  for (const auto& c : cases) {
+  const Cases<float, float, float, float, std::size_t> cases = {{-1, 2, 6, 5, 2},
+                                                                {8, 5, 1, 5, 5},
+                                                                {3.25f, 3.25f, 3, 0.25f, 3},
+                                                                {4.9999f, 5, 5, 1e-4f, 5},
+                                                                {2.0009f, 2, 5, 3, 2},
+                                                                {2.002f, 2.002f, 2, 0.002f, 2},
+                                                                {4.998f, 4.998f, 5, 0.002f, 5}};
+  for (const auto& [x, value, y, distance, expectedIndex] : cases) {
     std::size_t index = 99;
-    EXPECT_FLOAT_EQ(curve.GetValue(c.x), c.value) << c.x;
-    EXPECT_NEAR(curve.PointDistance(c.x, c.y, &index), c.distance, 1e-5) << c.x;
-    EXPECT_EQ(index, c.index) << c.x;
-    EXPECT_EQ(curve.GetIndexV(c.x), static_cast<std::int64_t>(c.index)) << c.x;
+    EXPECT_FLOAT_EQ(curve.GetValue(x), value) << x;
+    EXPECT_NEAR(curve.PointDistance(x, y, &index), distance, 1e-5) << x;
+    EXPECT_EQ(index, expectedIndex) << x;
+    EXPECT_EQ(curve.GetIndexV(x), static_cast<std::int64_t>(expectedIndex)) << x;
   }
   EXPECT_EQ(curve.PointDistance(3.25f, 4.25f, nullptr), 1.0f);  // to the interpolated value
   EXPECT_EQ(CSigCurveExt().GetValue(1) + CSigCurveExt().PointDistance(1, 1, nullptr), 0.0f);
@@ -139,14 +123,12 @@ TEST(SigCurveExt, LookupHoldsTheSpan) {
   expect(2, 5);
   curve.GetYRangeX(lo, hi, 0, 3);
   expect(2, 3);
-  const struct {
-    std::int64_t i1, i2;
-    float lo, hi;
-  } ranges[] = {{3, 99, 3, 5}, {-4, 3, 2, 3}, {0, 1, 2, 2}, {7, 9, 7, 7}, {4, 3, -1, -1}, {10, 12, -1, -1}};
-  for (const auto& r : ranges) {
+  const Cases<std::int64_t, std::int64_t, float, float> ranges = {
+      {3, 99, 3, 5}, {-4, 3, 2, 3}, {0, 1, 2, 2}, {7, 9, 7, 7}, {4, 3, -1, -1}, {10, 12, -1, -1}};
+  for (const auto& [i1, i2, expectedLo, expectedHi] : ranges) {
     lo = hi = -1;
-    curve.GetYRangeXI(lo, hi, r.i1, r.i2);
-    expect(r.lo, r.hi);
+    curve.GetYRangeXI(lo, hi, i1, i2);
+    expect(expectedLo, expectedHi);
   }
   curve.GetYRangeXI(lo, hi, 4, 9);  // plain numbers
   expect(4, 5);

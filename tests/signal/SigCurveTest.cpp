@@ -1,38 +1,27 @@
 #include "umlauf/signal/SigCurve.h"
 
-#include <array>
-#include <cmath>
-#include <limits>
-
 #include "signal/SignalTestSupport.h"
-#include "support/ExpectAll.h"
+#include "support/Test.h"
 
 namespace {
 
 using testing::IsNan;
 
-constexpr float kNaN = std::numeric_limits<float>::quiet_NaN();
-constexpr float kInf = std::numeric_limits<float>::infinity();
-
 CSigCurve Four() { return Curve({10, 20, 40, 30}, 0, 4); }
 
 TEST(SigCurve, IndexFromPosition) {
   const CSigCurve curve = Four();
-  const struct {
-    float x;
-    std::uint64_t index;
-    std::int64_t unlimited;
-    bool valid;
-  } cases[] = {{0.0f, 0, 0, true},           {2.4f, 2, 2, true},          {2.5f, 3, 3, true},
-               {-7.0f, 0, -6, false},        {100.0f, 3, 100, false},     {-0.4f, 0, 0, true},
-               {3.4f, 3, 3, true},           {3.6f, 3, 4, false},         {kInf, 3, INT64_MAX, false},
-               {-kInf, 0, INT64_MIN, false}, {kNaN, 0, INT64_MIN, false}, {1e30f, 3, INT64_MAX, false}};
-  for (const auto& c : cases) {
+  const Cases<float, std::uint64_t, std::int64_t, bool> cases = {
+      {0.0f, 0, 0, true},           {2.4f, 2, 2, true},          {2.5f, 3, 3, true},
+      {-7.0f, 0, -6, false},        {100.0f, 3, 100, false},     {-0.4f, 0, 0, true},
+      {3.4f, 3, 3, true},           {3.6f, 3, 4, false},         {kInf, 3, INT64_MAX, false},
+      {-kInf, 0, INT64_MIN, false}, {kNaN, 0, INT64_MIN, false}, {1e30f, 3, INT64_MAX, false}};
+  for (const auto& [x, index, unlimited, valid] : cases) {
     std::int64_t i = -99;
-    EXPECT_EQ(curve.GetIndex(c.x), c.index) << c.x;
-    EXPECT_EQ(curve.GetIndexA(c.x), c.unlimited) << c.x;
-    EXPECT_EQ(curve.GetIndexValidate(c.x, i), c.valid) << c.x;
-    EXPECT_EQ(i, c.unlimited) << c.x;
+    EXPECT_EQ(curve.GetIndex(x), index) << x;
+    EXPECT_EQ(curve.GetIndexA(x), unlimited) << x;
+    EXPECT_EQ(curve.GetIndexValidate(x, i), valid) << x;
+    EXPECT_EQ(i, unlimited) << x;
   }
   EXPECT_ALL(curve.GetIndex(2) == 2u, curve.GetPoint(-2) == -2.0f, curve.GetIndexFromY(10) == 0,
              curve.GetIndexFromY(20) == -1, Curve({7}, 0, 1).GetIndexFromY(7) == 0);
@@ -172,8 +161,7 @@ TEST(SigCurve, SquaresRootsAndLevelsCarryTheUnit) {
 
 TEST(SigCurve, MirrorAppendAndFit) {
   CSigCurve curve = Curve({1, 2, 3}, 1, 7);
-  EXPECT_EQ(Text(curve.MirrorX()), "-7...-1: 3 2 1");
-  EXPECT_EQ(Text(curve.Append(curve)), "-7...5: 3 2 1 3 2 1");
+  EXPECT_ALL(Text(curve.MirrorX()) == "-7...-1: 3 2 1", Text(curve.Append(curve)) == "-7...5: 3 2 1 3 2 1");
   static_cast<CSignal&>(curve).Append(Curve({4}, 0, 1));
   EXPECT_EQ(Text(curve), "-7...5: 3 2 1 3 2 1 4");
   std::array<float, 2> mine{1, 2};

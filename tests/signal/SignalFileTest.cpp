@@ -1,19 +1,14 @@
 // The file records of signals: header, curve section, section of extended curves.
 
-#include <cmath>
-#include <limits>
-#include <random>
-
 #include "signal/SignalTestSupport.h"
-#include "support/ExpectAll.h"
 #include "support/FullDisk.h"
 #include "support/LogCapture.h"
+#include "support/Test.h"
 #include "umlauf/signal/SigCurveExt.h"
 
 namespace {
 
 using testing::Each;
-using testing::IsEmpty;
 using testing::Not;
 
 /// Name "n" over seconds and dB, four samples over [-2, 2), valid from -1 to 1, at date 2.5.
@@ -131,8 +126,7 @@ TEST(SignalFile, RawComesBackExactlyQuantisedWithinHalfAStep) {
     }
   }
   EXPECT_THAT(Values(RoundTrip(Curve({2.5f, 2.5f, 2.5f}, 0, 1), 2)), Each(2.5f));
-  constexpr float inf = std::numeric_limits<float>::infinity();
-  for (const CSigCurve& odd : {Curve({1, NAN, 2}, 0, 1), Curve({-inf, NAN, inf}, 0, 1)}) RoundTrip(odd, 2);
+  for (const CSigCurve& odd : {Curve({1, NAN, 2}, 0, 1), Curve({-kInf, NAN, kInf}, 0, 1)}) RoundTrip(odd, 2);
 }
 
 TEST(SignalFile, ForeignModesAndLengthsAreLimitedToWhatIsThere) {

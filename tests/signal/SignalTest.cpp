@@ -1,16 +1,9 @@
 #include "umlauf/signal/Signal.h"
 
-#include <array>
-#include <climits>
-#include <cstdint>
-#include <limits>
-
 #include "signal/SignalTestSupport.h"
-#include "support/ExpectAll.h"
+#include "support/Test.h"
 
 namespace {
-
-using testing::ElementsAre;
 
 void Fill(CSigRaw& raw, std::initializer_list<float> values) {
   ASSERT_NE(raw.Malloc(values.size()), nullptr);
@@ -23,7 +16,7 @@ TEST(SigRaw, OwnedBlockGrowsShrinksAndLosesNothing) {
   const ULONG* const block = raw.Data();
   EXPECT_ALL(reinterpret_cast<std::uintptr_t>(block) % 128 == 0u, raw.Resize(1), raw.Resize(3));
   EXPECT_THAT(Values(raw), ElementsAre(1, 0, 0));
-  EXPECT_TRUE(raw.Resize(0) && raw.Resize(2));  // from empty: all samples are new
+  EXPECT_ALL(raw.Resize(0), raw.Resize(2));  // from empty: all samples are new
   EXPECT_THAT(Values(raw), ElementsAre(0, 0));
   EXPECT_EQ(raw.Data(), block);
   Fill(raw, {4, 5});
@@ -182,11 +175,10 @@ TEST(Signal, NamesInWideAndUtf8) {
 }
 
 TEST(Signal, RangesGrowAndShrinkAndPassOverNaN) {
-  constexpr float nan = std::numeric_limits<float>::quiet_NaN();
   CSignal::Range acc{{0, 0}, {2, 2}};
-  CSignal::ExpandRange(acc, {{-1, nan}, {nan, 5}});
+  CSignal::ExpandRange(acc, {{-1, kNaN}, {kNaN, 5}});
   EXPECT_EQ(acc, (CSignal::Range{{-1, 0}, {2, 5}}));
-  CSignal::ShrinkRange(acc, {{0, nan}, {1, 9}});
+  CSignal::ShrinkRange(acc, {{0, kNaN}, {1, 9}});
   EXPECT_EQ(acc, (CSignal::Range{{0, 0}, {1, 5}}));
 }
 

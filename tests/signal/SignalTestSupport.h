@@ -1,16 +1,10 @@
 #pragma once
 
-#include <gmock/gmock.h>
-
-#include <algorithm>
-#include <cstddef>
 #include <initializer_list>
 #include <iomanip>
-#include <span>
 #include <sstream>
-#include <string>
-#include <vector>
 
+#include "support/Test.h"
 #include "umlauf/platform/framework/CMemFile.h"
 #include "umlauf/signal/SigCurve.h"
 

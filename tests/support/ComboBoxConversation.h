@@ -1,12 +1,6 @@
 #pragma once
 
-#include <gtest/gtest.h>
-
-#include <array>
-#include <cstdint>
-#include <string>
-#include <utility>
-
+#include "support/Test.h"
 #include "umlauf/platform/ui/ComboBoxControl.h"
 
 /// Holds one conversation with an empty control and compares its answers with those of a standard combo box.

@@ -1,10 +1,8 @@
 #pragma once
 
-#include <gtest/gtest.h>
 #include <hwy/targets.h>
 
-#include <cstdint>
-#include <string>
+#include "support/Test.h"
 
 /// Each test of a suite that derives from this runs with every instruction set that this processor has:
 ///

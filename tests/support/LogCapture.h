@@ -1,9 +1,6 @@
 #pragma once
 
-#include <string>
-#include <utility>
-#include <vector>
-
+#include "support/Test.h"
 #include "umlauf/platform/tramsea/PrWin.h"
 
 /// Collects the messages, as UTF-8, while it lives; those of another kind than the units' are marked.

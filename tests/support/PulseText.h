@@ -1,12 +1,8 @@
 #pragma once
 
-#include <gtest/gtest.h>
-
 #include <cstdio>
-#include <string>
-#include <utility>
-#include <vector>
 
+#include "support/Test.h"
 #include "umlauf/pulses/DzPulsListe.h"
 #include "umlauf/pulses/FueGroeHopListe.h"
 

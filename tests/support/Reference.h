@@ -1,14 +1,8 @@
 #pragma once
 
-#include <gmock/gmock.h>
-
-#include <algorithm>
-#include <cmath>
-#include <cstddef>
 #include <fstream>
-#include <numbers>
-#include <string>
-#include <vector>
+
+#include "support/Test.h"
 
 /// Block of tests/data/reference.txt, which tests/data/make_reference.py writes; empty when it is not there.
 inline std::vector<double> Reference(const std::string& wanted) {
@@ -40,9 +34,8 @@ inline std::vector<float> ReferenceX() {
 inline std::vector<float> ReferenceY() {
   const std::vector<float> x = ReferenceX();
   std::vector<float> y(x.size());
-  for (std::size_t i = 3; i < y.size(); ++i) {
+  for (std::size_t i = 3; i < y.size(); ++i)
     y[i] = static_cast<float>(ReferenceNoise(static_cast<int>(i), 11)) + x[i - 3] * 0.5f;
-  }
   return y;
 }
 
@@ -52,7 +45,6 @@ inline void ExpectNear(const float* values, std::size_t count, const std::vector
   ASSERT_EQ(count, expected.size()) << what;
   double peak = 0.0;
   for (const double v : expected) peak = std::max(peak, std::abs(v));
-  for (std::size_t i = 0; i < count; ++i) {
+  for (std::size_t i = 0; i < count; ++i)
     ASSERT_NEAR(double{values[i]}, expected[i], tolerance * peak) << what << " at " << i;
-  }
 }

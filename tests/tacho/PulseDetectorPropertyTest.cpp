@@ -1,12 +1,4 @@
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <cmath>
-#include <numbers>
-#include <random>
-#include <utility>
-#include <vector>
-
+#include "support/Test.h"
 #include "umlauf/pulses/DzPulsListe.h"
 #include "umlauf/tacho/DzPulsDetektor.h"
 

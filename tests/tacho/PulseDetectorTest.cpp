@@ -1,17 +1,8 @@
-#include <gtest/gtest.h>
-
-#include <cmath>
-#include <limits>
-#include <vector>
-
-#include "support/ExpectAll.h"
 #include "support/PulseText.h"
+#include "support/Test.h"
 #include "umlauf/tacho/DzPulsDetektor.h"
 
 namespace {
-
-constexpr float kNaN = std::numeric_limits<float>::quiet_NaN();
-constexpr float kInf = std::numeric_limits<float>::infinity();
 
 /// (L - 1) samples of 0 and one of 1 for each length: the first pulse lasts a quarter less, the others L.
 std::vector<float> Train(const std::vector<std::size_t>& lengths) {
@@ -32,12 +23,7 @@ TEST(PulseDetector, FindsTheAnnotatedEdges) {
   void (*const divide)(D&) = [](D& d) { d.PulsTeilerSetzen(2), d.QuellenPulseProUmdr(6); };
   void (*const dead)(D&) = [](D& d) { d.StoerpulsFilterAktivieren(false, 0.2f, 5, 5); };
   void (*const ttl)(D&) = [](D& d) { d.TtlKorrekturAktivieren(true); };
-  const struct {
-    const char* name;
-    void (*set)(D&);
-    std::vector<float> samples;
-    const char* pulses;
-  } cases[] = {
+  const Cases<const char*, void (*)(D&), std::vector<float>, const char*> cases = {
       {"rising", rising, square, "3+2.75 4+4 2o4"},
       {"falling", [](D& d) { d.FallendeFlankenSuchen(true); }, square, "5-4.75 4-4"},
       {"both", both, square, "3+2.75 2-2 2+2 2-2"},
@@ -56,15 +42,15 @@ TEST(PulseDetector, FindsTheAnnotatedEdges) {
       {"TTL restarts behind bad samples", ttl, {0, kNaN, kInf, 0, 1}, "3+2 2+2.88235"},
       {"nothing", rising, {0, 0.5f}, "2o0"},
   };
-  for (const auto& c : cases) {
-    SCOPED_TRACE(c.name);
+  for (const auto& [name, set, samples, pulses] : cases) {
+    SCOPED_TRACE(name);
     D detector;
     detector.PulsMinLenSetzen(0);
-    c.set(detector);
+    set(detector);
     detector.Neustart();
     CDzPulsListe list;
-    detector.PulseSuchen(c.samples.data(), c.samples.size(), list, 1);
-    EXPECT_EQ(Text(list), c.pulses);
+    detector.PulseSuchen(samples.data(), samples.size(), list, 1);
+    EXPECT_EQ(Text(list), pulses);
     EXPECT_ALL(std::isfinite(detector.AvgSample()), std::isfinite(detector.SdvSample()));
   }
 }
@@ -135,11 +121,7 @@ TEST(PulseDetector, AutomaticThresholds) {
 }
 
 TEST(PulseDetector, ReadsAndWritesItsSettings) {
-  const struct {
-    const wchar_t* text;
-    bool complete;
-    const wchar_t* written;
-  } cases[] = {
+  const Cases<const wchar_t*, bool, const wchar_t*> cases = {
       {L"", false, L"[0.250000|0.750000|1|20|0|0|0|0.200000|5|0|0]"},
       {L"[0.2|0.8|2]", false, L"[0.200000|0.800000|2|20|0|0|0|0.200000|5|0|0]"},
       {L"[|-1||1[7|]", false, L"[-1.000000|1.000000|1|20|0|0|0|0.200000|5|0|0]"},  // empty fields are skipped
@@ -152,13 +134,13 @@ TEST(PulseDetector, ReadsAndWritesItsSettings) {
        L"[-340282346638528859811704183484516925440.000000|340282346638528859811704183484516925440.000000"
        L"|1|20|0|0|0|0.200000|5|0|0]"},
   };
-  for (const auto& c : cases) {
+  for (const auto& [text, complete, written] : cases) {
     CDzPulsDetektor detector;
-    EXPECT_EQ(detector.SettingsStringLesen(c.text), c.complete) << CString(c.text).ToUtf8();
-    EXPECT_EQ(detector.SettingsStringBilden().str(), c.written);
+    EXPECT_EQ(detector.SettingsStringLesen(text), complete) << CString(text).ToUtf8();
+    EXPECT_EQ(detector.SettingsStringBilden().str(), written);
     CDzPulsDetektor again;
     EXPECT_TRUE(again.SettingsStringLesen(detector.SettingsStringBilden()));
-    EXPECT_TRUE(again == detector) << CString(c.text).ToUtf8();
+    EXPECT_TRUE(again == detector) << CString(text).ToUtf8();
   }
 }
 

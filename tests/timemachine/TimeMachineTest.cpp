@@ -1,21 +1,15 @@
 #include "umlauf/timemachine/TimeMachine.h"
 
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <pthread.h>
 
-#include <cmath>
-#include <limits>
 #include <stdexcept>
-#include <vector>
 
-#include "support/ExpectAll.h"
+#include "support/Test.h"
 
 namespace {
 
 using KxTimeMachine::CTimeCapsule;
 using KxTimeMachine::CTimeMachine;
-using testing::ElementsAre;
 
 /// A source that hands out the given raw readings and stays at the last one.
 auto Readings(std::vector<std::uint64_t> values) {
@@ -24,11 +18,7 @@ auto Readings(std::vector<std::uint64_t> values) {
 
 TEST(TimeCapsule, ExtendsNarrowCounters) {
   constexpr std::int64_t least = std::numeric_limits<std::int64_t>::min();
-  const struct {
-    int bits, shift;
-    std::vector<std::uint64_t> readings;
-    std::vector<std::int64_t> times;
-  } cases[] = {
+  const Cases<int, int, std::vector<std::uint64_t>, std::vector<std::int64_t>> cases = {
       {8, 0, {250, 250, 4, 200, 3, 3}, {250, 250, 260, 456, 515, 515}},  // each way around adds 256 once
       {8, 4, {250, 4}, {4000, 4160}},
       {8, -1, {250, 4}, {125, 130}},
@@ -40,14 +30,14 @@ TEST(TimeCapsule, ExtendsNarrowCounters) {
       {8, -64, {77}, {0}},
       {8, std::numeric_limits<int>::min(), {77}, {0}},
   };
-  for (const auto& c : cases) {
-    CTimeCapsule capsule = CTimeCapsule::ForCounter(c.bits, c.shift, Readings(c.readings));
+  for (const auto& [bits, shift, readings, expectedTimes] : cases) {
+    CTimeCapsule capsule = CTimeCapsule::ForCounter(bits, shift, Readings(readings));
     std::vector<std::int64_t> times;
-    while (times.size() < c.times.size()) {
+    while (times.size() < expectedTimes.size()) {
       capsule.Update();
       times.push_back(capsule.Time());
     }
-    EXPECT_EQ(times, c.times) << c.bits << " bits, shift " << c.shift;
+    EXPECT_EQ(times, expectedTimes) << bits << " bits, shift " << shift;
   }
 }
 
@@ -57,16 +47,12 @@ TEST(TimeMachine, OneThatWasMovedFromHasNoMaster) {
   from.add({&capsule, true});
   from.poll();
   to = std::move(from);
-  EXPECT_EQ(to.get_time(), 7);
-  EXPECT_EQ(to.resolution(), 1.0f);
-  EXPECT_EQ(from.get_time(), -1);
-  EXPECT_TRUE(from.empty());
+  EXPECT_ALL(to.get_time() == 7, to.resolution() == 1.0f, from.get_time() == -1, from.empty());
   CTimeCapsule other;
   from.add({&other, false});  // must not become the master of before
   EXPECT_EQ(from.get_time(), -1);
   const CTimeMachine last(std::move(to));
-  EXPECT_EQ(last.get_time(), 7);
-  EXPECT_EQ(to.get_time(), -1);
+  EXPECT_ALL(last.get_time() == 7, to.get_time() == -1);
 }
 
 TEST(TimeCapsule, TimeWrapsInsteadOfOverflowing) {
@@ -107,12 +93,11 @@ TEST(TimeCapsule, LinkedCapsuleSharesReadingsUnderItsOwnMask) {
 TEST(TimeCapsule, LaterCorrectionsAreRateLimitedWithRemainder) {
   CTimeCapsule capsule;
   capsule.rate = 0.25;
-  const struct {
-    std::int64_t delta, adjustment, remainder;
-  } cases[] = {{100, 100, 0}, {10, 102, 2}, {0, 102, 2}, {3, 103, 1}, {-9, 101, 0}};
-  for (const auto& c : cases) {
-    capsule.Align(c.delta);
-    EXPECT_EQ(std::pair(capsule.adjustment, capsule.remainder), std::pair(c.adjustment, c.remainder));
+  const Cases<std::int64_t, std::int64_t, std::int64_t> cases = {
+      {100, 100, 0}, {10, 102, 2}, {0, 102, 2}, {3, 103, 1}, {-9, 101, 0}};
+  for (const auto& [delta, adjustment, remainder] : cases) {
+    capsule.Align(delta);
+    EXPECT_EQ(std::pair(capsule.adjustment, capsule.remainder), std::pair(adjustment, remainder));
   }
   for (const double rate : {0.0, std::nan(""), std::numeric_limits<double>::infinity()}) {
     capsule.rate = rate;
@@ -163,7 +148,7 @@ TEST(TimeMachine, AlignsCapsulesToTheMaster) {
   EXPECT_EQ(linked.adjustment, -21);  // its reading in the last poll was 1021, the very first one 1000
   EXPECT_EQ(machine.get_time(), 1022 - 300);
   otherCount = 90;
-  EXPECT_TRUE(machine.capsule_set() && other.Time() == 1020);  // nothing pending: nothing is read
+  EXPECT_ALL(machine.capsule_set(), other.Time() == 1020);  // nothing pending: nothing is read
   machine.add({nullptr, false});
   EXPECT_ALL(machine.adjust_pending(), machine.capsule_set(), other.Time() == machine.get_time() - 2 + 300);
   machine.reset_adj();

@@ -1,5 +1,6 @@
 #include "Tool.h"
-#include "tools/plot/MapPlot.h"
+#include "support/Test.h"
+#include "tools/plot/gnuplot/MapPlot.h"
 
 using namespace umlauf::tool;
 
@@ -29,9 +30,7 @@ TEST_F(PictureTool, SinglePulsesAreMarkedAndCounted) {
   WriteRaw("run.f32", samples);
   Good("speed run.f32 --raw f32 --rate 10000 --upper 0.6 --lower 0.4 --pulses-per-rev 60 --plot run.svg");
   const std::string svg = Text("run.svg");
-  for (const char* text : {"; 1 value above the scale: 2500<", ">speed in rpm<", ">time in s<", ">600<"}) {
-    EXPECT_NE(svg.find(text), std::string::npos) << text;
-  }
+  EXPECT_THAT(svg, HasAll({"; 1 value above the scale: 2500<", ">speed in rpm<", ">time in s<", ">600<"}));
   EXPECT_EQ(svg.find(">1500<"), std::string::npos);
 }
 
@@ -43,11 +42,8 @@ TEST_F(PictureTool, AnySignalIsVisible) {
   Good("plot holes.csv -o holes.svg");
   Good("plot offset.csv -o offset.svg --from 0.5 --to 1.51");
   const std::string zero = Text("zero.svg"), offset = Text("offset.svg");
-  for (const char* label : {">0<", ">1.0<", ">-1.0<"})
-    EXPECT_NE(zero.find(label), std::string::npos) << label;
-  for (const char* label : {">101324.6<", ">101325.0<", ">0.5<", ">1.5<"}) {
-    EXPECT_NE(offset.find(label), std::string::npos) << label;
-  }
+  EXPECT_THAT(zero, HasAll({">0<", ">1.0<", ">-1.0<"}));
+  EXPECT_THAT(offset, HasAll({">101324.6<", ">101325.0<", ">0.5<", ">1.5<"}));
   EXPECT_EQ(offset.find(">2.0<"), std::string::npos);
   // Each part of a broken line begins with a move of the pen.
   const std::string holes = Text("holes.svg");
@@ -67,7 +63,7 @@ TEST_F(PictureTool, PictureThatDoesNotFitOntoTheDiskKeepsTheGoodOne) {
     const Result result =
         Shell(std::string("trap '' XFSZ; ulimit -f 16; '" UMLAUF_TOOL "' plot sine.csv -o ") + name);
     EXPECT_EQ(result.code, 1) << name;
-    EXPECT_NE(result.err.find("not whole"), std::string::npos) << result.err;
+    EXPECT_THAT(result.err, HasSubstr("not whole"));
     EXPECT_EQ(Text(name), good) << name;
   }
   EXPECT_EQ(Files(), (std::set<std::string>{"keep.png", "keep.svg", "sine.csv"}));
@@ -94,15 +90,12 @@ TEST_F(PictureTool, MapsAreDrawnWithTheirAxesAndLines) {
       const bool svg = std::string(name) == "map.svg";
       Write("map.gp", MapPlotScript(map, svg, Path(name).string()));
       const Result result = Shell("gnuplot <map.gp");
-      EXPECT_EQ(result.code, 0);
-      EXPECT_EQ(result.err, "");
+      EXPECT_ALL(result.code == 0, result.err == "");
       EXPECT_GT(Text(name).size(), 20000u) << name;
     }
     const std::string svg = Text("map.svg");
-    for (const char* text :
-         {">Orders of 'gearbox'<", ">speed in rpm<", ">order<", ">level in dB<", ">≤ -60<"}) {
-      EXPECT_NE(svg.find(text), std::string::npos) << text;
-    }
+    EXPECT_THAT(svg,
+                HasAll({">Orders of 'gearbox'<", ">speed in rpm<", ">order<", ">level in dB<", ">≤ -60<"}));
     EXPECT_EQ(svg.find(">order 7.5<") != std::string::npos, colours);
     EXPECT_EQ(Count(svg, "data:image/png"), colours ? 1 : 0);
   }

@@ -1,21 +1,14 @@
-#include <gtest/gtest.h>
-
-#include <array>
-#include <cmath>
-#include <limits>
-#include <random>
 #include <set>
-#include <string>
-#include <vector>
 
+#include "support/Test.h"
 #include "tools/plot/AmplitudePhase.h"
-#include "tools/plot/Canvas.h"
 #include "tools/plot/Limits.h"
 #include "tools/plot/Palette.h"
 #include "tools/plot/PlotTrace.h"
 #include "tools/plot/Raster.h"
 #include "tools/plot/SeriesColours.h"
 #include "tools/plot/Ticks.h"
+#include "tools/plot/gnuplot/Canvas.h"
 
 using namespace umlauf::tool;
 
@@ -37,11 +30,7 @@ std::vector<PlotPoint> Points(const std::vector<double>& values) {
 }
 
 TEST(Ticks, AreReadAtAnyOffset) {
-  const struct {
-    PlotRange range;
-    unsigned most;
-    const char* labels;
-  } cases[] = {
+  const Cases<PlotRange, unsigned, const char*> cases = {
       {{0, 10}, 6, "0 2 4 6 8 10"},
       {{-0.31, 0.3}, 8, "-0.3 -0.2 -0.1 0 0.1 0.2 0.3"},
       {{101324.4, 101325.6}, 8, "101324.4 101324.6 101324.8 101325.0 101325.2 101325.4 101325.6"},
@@ -52,9 +41,7 @@ TEST(Ticks, AreReadAtAnyOffset) {
       {{5, 5}, 8, ""},
       {{0, std::numeric_limits<double>::infinity()}, 8, ""},
   };
-  for (const auto& c : cases) {
-    EXPECT_EQ(Joined(LinearTicks(c.range, c.most)), c.labels);
-  }
+  for (const auto& [range, most, labels] : cases) EXPECT_EQ(Joined(LinearTicks(range, most)), labels);
   EXPECT_EQ(Joined(LinearTicks({-190, 190}, 4, 90)), "-180 -90 0 90 180");
   EXPECT_EQ(Joined(LogarithmicTicks({0.5, 300}, 12)), "0.5 1 2 5 10 20 50 100 200");
   EXPECT_EQ(Joined(LogarithmicTicks({2e-9, 3e3}, 5)), "1e-6 1e-3 1 1000");
@@ -79,8 +66,7 @@ TEST(Ticks, OfRandomRangesAreDistinctAndTrue) {
       EXPECT_NEAR(std::stod(each.label) + origin, each.value, 1e-9 * span + 1e-15 * std::abs(offset));
       EXPECT_LE(each.label.size(), 11u);
     }
-    EXPECT_EQ(labels.size(), axis.ticks.size());
-    EXPECT_LE(axis.ticks.size(), std::max(5u, most));
+    EXPECT_ALL(labels.size() == axis.ticks.size(), axis.ticks.size() <= std::max(5u, most));
     EXPECT_GE(axis.ticks.size(), 2u) << range.low << " " << range.high << " " << most;
     EXPECT_TRUE(zero || !range.Contains(0)) << Joined(axis);
   }
@@ -101,11 +87,7 @@ TEST(Limits, ValuesThatStandAloneDoNotSetTheScale) {
   impulse[40] = 1;
   std::vector<double> glitch(100, 1000.0);
   glitch[40] = 1;
-  const struct {
-    const char* what;
-    std::vector<double> values;
-    double low, high;
-  } cases[] = {
+  const Cases<const char*, std::vector<double>, double, double> cases = {
       {"first pulse and glitch", first, 243.5, 1653},
       {"burst", burst, 243.5, 5000},
       {"noise", noise, ofNoise.low, ofNoise.high},
@@ -113,10 +95,10 @@ TEST(Limits, ValuesThatStandAloneDoNotSetTheScale) {
       {"glitch", glitch, 1000, 1000},
       {"few", {1, 1, 900, 2}, 1, 900},
   };
-  for (const auto& c : cases) {
-    const PlotRange range = RobustRange(Points(c.values));
-    EXPECT_EQ(range.low, c.low) << c.what;
-    EXPECT_EQ(range.high, c.high) << c.what;
+  for (const auto& [what, values, low, high] : cases) {
+    const PlotRange range = RobustRange(Points(values));
+    EXPECT_EQ(range.low, low) << what;
+    EXPECT_EQ(range.high, high) << what;
   }
 }
 
@@ -135,12 +117,10 @@ TEST(Limits, WhatIsOutsideIsTold) {
 TEST(Limits, ConstantsAndZeroStayOffTheFrame) {
   for (const double value : {0.0, 5.0, -7e9, 1e-30}) {
     const PlotRange range = Widened({value, value});
-    EXPECT_LT(range.low, value);
-    EXPECT_GT(range.high, value);
+    EXPECT_ALL(range.low<value, range.high> value);
   }
   const PlotRange fromZero = Widened({0, 100});
-  EXPECT_LT(fromZero.low, 0);
-  EXPECT_GT(fromZero.low, -5);
+  EXPECT_ALL(fromZero.low<0, fromZero.low> - 5);
   EXPECT_LT(Widened({10, 100}).low, 0) << "near 0: from 0 on";
   EXPECT_GT(Widened({50, 100}).low, 40);
 }
@@ -150,25 +130,18 @@ TEST(PlotTrace, BreaksAtWhatIsNoNumberAndKeepsPeaks) {
   for (const double each : {1.0, nan, nan, 2.0, 3.0}) few.Add(each == each ? each : 1.5, each);
   const std::vector<PlotPoint> points = few.Points();
   ASSERT_EQ(points.size(), 4u);
-  EXPECT_TRUE(std::isnan(points[1].y));
-  EXPECT_EQ(few.missing(), 2u);
-  EXPECT_FALSE(few.reduced());
+  EXPECT_ALL(std::isnan(points[1].y), few.missing() == 2u, !few.reduced());
 
   PlotTrace many(100);
-  for (int i = 0; i < 100000; ++i) {
+  for (int i = 0; i < 100000; ++i)
     many.Add(i, i == 54321 ? 9 : i == 77 ? -9 : i >= 30000 && i < 40000 ? nan : 0.5);
-  }
   PlotRange range;
   int breaks = 0;
   for (const PlotPoint& each : many.Points()) {
     range.Add(each.y);
     if (std::isnan(each.y)) ++breaks;
   }
-  EXPECT_LE(many.Points().size(), 410u);
-  EXPECT_EQ(range.low, -9);
-  EXPECT_EQ(range.high, 9);
-  EXPECT_EQ(breaks, 1);
-  EXPECT_TRUE(many.reduced());
+  EXPECT_ALL(many.Points().size() <= 410u, range.low == -9, range.high == 9, breaks == 1, many.reduced());
 }
 
 TEST(Raster, LosesNoPeakOnAnyAxes) {
@@ -207,8 +180,7 @@ TEST(Raster, CellsAreThoseOfTheMapWhenTheyFit) {
   map.y = {10, 20};
   map.levels = {1, 2, 3, 4, nanF, 6};
   const Raster raster = Rasterised(map, 6, 4);
-  EXPECT_EQ(raster.x.low, -0.5);
-  EXPECT_EQ(raster.y.high, 25);
+  EXPECT_ALL(raster.x.low == -0.5, raster.y.high == 25);
   for (std::size_t at = 0; at < raster.levels.size(); ++at) {
     const float expected = map.levels[at / 6 / 2 * 3 + at % 6 / 2];
     if (std::isnan(expected)) {
@@ -258,25 +230,19 @@ TEST(Series, ManyStayApartAndTheDenserLiesBelow) {
   panel.series[1].points = Points({0, 4, 0, 4, 0, 4});
   panel.series[2].points = Points({2, 2, 2});
   DenserBelow(panel);
-  EXPECT_LT(panel.series[1].layer, panel.series[0].layer);
-  EXPECT_LT(panel.series[0].layer, panel.series[2].layer);
+  EXPECT_ALL(panel.series[1].layer < panel.series[0].layer, panel.series[0].layer < panel.series[2].layer);
 }
 
 TEST(Series, PhaseBreaksAtTheTurn) {
   const Plot plot = AmplitudePhasePlot("t", "x", "y", {{"", Points({1, 1, 1}), Points({170, 190, 560})}});
   const std::vector<PlotPoint>& phase = plot.panels[1].series[0].points;
   ASSERT_EQ(phase.size(), 4u);
-  EXPECT_EQ(phase[0].y, 170);
-  EXPECT_TRUE(std::isnan(phase[1].y));
-  EXPECT_EQ(phase[2].y, -170);
-  EXPECT_EQ(phase[3].y, -160);
+  EXPECT_ALL(phase[0].y == 170, std::isnan(phase[1].y), phase[2].y == -170, phase[3].y == -160);
 }
 
 TEST(Canvas, TextsAreCutBetweenCharacters) {
-  EXPECT_EQ(Shortened("Größenmaß", 9), "Größenmaß");
-  EXPECT_EQ(Shortened("ÄÖÜäöüß", 5), "ÄÖ…üß");
-  EXPECT_EQ(Length("m/s²"), 4u);
-  EXPECT_EQ(Quoted("it's\n"), "'it''s'");
+  EXPECT_ALL(Shortened("Größenmaß", 9) == "Größenmaß", Shortened("ÄÖÜäöüß", 5) == "ÄÖ…üß",
+             Length("m/s²") == 4u, Quoted("it's\n") == "'it''s'");
 }
 
 }  // namespace

@@ -1,8 +1,6 @@
-#include <algorithm>
-#include <cmath>
-#include <cstdint>
 #include <functional>
 
+#include "support/Test.h"
 #include "tools/Tool.h"
 
 namespace {
@@ -50,10 +48,7 @@ TEST_F(RecordingTool, EveryFormatGivesTheSamePulses) {
   WriteRaw("one.i32", convert(std::int32_t{}, 1e6, 1, 0));
   WriteRaw("one.u32", convert(std::uint32_t{}, 1e6, 1, 0));
 
-  const struct {
-    const char* recording;
-    double start;
-  } cases[] = {
+  const Cases<const char*, double> cases = {
       {"comma.csv", 2.5},
       {"header.csv --column 'tacho signal'", 2.5},
       {"header.csv --column 3", 2.5},
@@ -66,21 +61,18 @@ TEST_F(RecordingTool, EveryFormatGivesTheSamePulses) {
       {"one.i32 --raw i32 --rate 8000", 0},
       {"one.u32 --raw u32 --rate 8000", 0},
   };
-  for (const auto& c : cases) {
-    const auto rows = Rows(Good(std::string("speed ") + c.recording + options));
-    ASSERT_EQ(rows.size(), truth.size()) << c.recording;
+  for (const auto& [recording, start] : cases) {
+    const auto rows = Rows(Good(std::string("speed ") + recording + options));
+    ASSERT_EQ(rows.size(), truth.size()) << recording;
     for (std::size_t i = 1; i < rows.size(); ++i) {
-      ASSERT_NEAR(rows[i].time - c.start, truth[i].time, 1e-6) << c.recording;
-      ASSERT_NEAR(rows[i].rpm, truth[i].rpm, 2e-3 * truth[i].rpm) << c.recording;
+      ASSERT_NEAR(rows[i].time - start, truth[i].time, 1e-6) << recording;
+      ASSERT_NEAR(rows[i].rpm, truth[i].rpm, 2e-3 * truth[i].rpm) << recording;
     }
   }
 }
 
 TEST_F(RecordingTool, BadTablesAreToldByTheirLine) {
-  const struct {
-    const char* content;
-    const char* message;
-  } cases[] = {
+  const Cases<const char*, const char*> cases = {
       {"0,1\n0.10,2\n0.30,3\n", "not equidistant"},
       {"0,1\n0.1,2\n0.2,3\n0.2,4\n", "not equidistant"},
       {"0.00,1\n0.00,2\n0.01,3\n0.01,4\n", "not equidistant"},
@@ -92,11 +84,11 @@ TEST_F(RecordingTool, BadTablesAreToldByTheirLine) {
       {"t,x\n0,1\n1\n", "line 3"},
       {"0;1,5\n1;2,5\n", "decimal point"},
   };
-  for (const auto& c : cases) {
-    Write("bad.csv", c.content);
+  for (const auto& [content, message] : cases) {
+    Write("bad.csv", content);
     const Result result = Run("speed bad.csv");
-    EXPECT_EQ(result.code, 1) << c.content;
-    EXPECT_NE(result.err.find(c.message), std::string::npos) << c.content << result.err;
+    EXPECT_EQ(result.code, 1) << content;
+    EXPECT_THAT(result.err, HasSubstr(message));
   }
 }
 
@@ -105,9 +97,8 @@ TEST_F(RecordingTool, SimulationIsTheSameForTheSameSeed) {
   Good("simulate a.wav " + run + "7");
   Good("simulate b.wav " + run + "7 --truth b2.csv");
   Good("simulate c.w64 " + run + "8");
-  EXPECT_EQ(Text("a.wav"), Text("b.wav"));
-  EXPECT_EQ(Text("a.csv"), Text("b2.csv"));
-  EXPECT_EQ(Files(), (std::set<std::string>{"a.wav", "a.csv", "b.wav", "b2.csv", "c.w64", "c.csv"}));
+  EXPECT_ALL(Text("a.wav") == Text("b.wav"), Text("a.csv") == Text("b2.csv"),
+             Files() == (std::set<std::string>{"a.wav", "a.csv", "b.wav", "b2.csv", "c.w64", "c.csv"}));
   EXPECT_TRUE(Text("a.csv").starts_with("time_s,rpm\n0,0\n0.01,60\n")) << Text("a.csv");
   EXPECT_TRUE(Text("a.csv").ends_with("\n0.3,600\n"));
   // 0.1 s to 600 rpm and 0.2 s of it are 2.5 turns.
@@ -135,8 +126,7 @@ TEST_F(RecordingTool, PartsPipesAndScalesGiveThePulsesOfTheWhole) {
   const auto part = Rows(Good("speed run.wav --from 0.5 --to 0.9" + wheel));
   ASSERT_GT(part.size(), 200u);
   for (const Row& row : part) {
-    EXPECT_GE(row.time, 0.5);
-    EXPECT_LE(row.time, 0.9);
+    EXPECT_ALL(row.time >= 0.5, row.time <= 0.9);
     const auto same = std::find_if(
         rows.begin(), rows.end(), [&row](const Row& each) { return std::fabs(each.time - row.time) < 1e-7; });
     EXPECT_NE(same, rows.end()) << row.time;
@@ -146,22 +136,20 @@ TEST_F(RecordingTool, PartsPipesAndScalesGiveThePulsesOfTheWhole) {
 TEST_F(RecordingTool, InfoAndWarningsTellWhatIsThere) {
   Good("simulate run.wav --profile 0:1200,1:1200 --teeth 10 --missing 0 --noise 0");
   const std::string info = Good("info run.wav --scale 3 --unit V");
-  for (const char* line :
-       {"32 bit float", "channels    1\n", "50000 samples, 1 s\n", "-3 ... 3 V", "swings      "}) {
-    EXPECT_NE(info.find(line), std::string::npos) << line << "\n" << info;
-  }
+  EXPECT_THAT(info, HasAll({"32 bit float", "channels    1\n", "50000 samples, 1 s\n", "-3 ... 3 V",
+                            "swings      "}));
   EXPECT_NEAR(std::stod(info.substr(info.find("swings") + 12)), 200, 1) << info;
   Write("cut.wav", Text("run.wav").substr(0, 100'001));
   const Result cut = Run("speed cut.wav --json");
   EXPECT_EQ(cut.code, 0);
-  EXPECT_NE(cut.err.find("cut.wav holds"), std::string::npos) << cut.err;
-  EXPECT_NE(cut.out.find("\"short-file\""), std::string::npos) << cut.out;
+  EXPECT_THAT(cut.err, HasSubstr("cut.wav holds"));
+  EXPECT_THAT(cut.out, HasSubstr("\"short-file\""));
   Write("odd.f32", Text("cut.wav"));
   const Result odd =
       Run("downsample odd.f32 out.csv --raw f32 --input-rate 8000 --ratio 1 --method mean --scale 10 --gain "
           "1e38");
-  EXPECT_NE(odd.err.find("1 byte that"), std::string::npos) << odd.err;
-  EXPECT_NE(odd.err.find("samples are infinite"), std::string::npos) << odd.err;
+  EXPECT_THAT(odd.err, HasSubstr("1 byte that"));
+  EXPECT_THAT(odd.err, HasSubstr("samples are infinite"));
   EXPECT_EQ(Good("downsample run.wav out.wav --rate 44100").find("note"), std::string::npos);
 }
 

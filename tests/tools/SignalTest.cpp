@@ -1,10 +1,8 @@
-#include <algorithm>
-#include <span>
-#include <utility>
-
+#include "support/Test.h"
 #include "tools/Tool.h"
 #include "umlauf/pairs/SigPairs.h"
 #include "umlauf/platform/framework/CMemFile.h"
+#include "umlauf/recording/SignalFile.h"
 #include "umlauf/signal/SigCurveExt.h"
 
 namespace {
@@ -14,15 +12,9 @@ using Points = std::vector<std::pair<float, float>>;
 class SignalTool : public Tool {
  protected:
   void WriteSignal(const std::string& name, const CSignal& signal) const {
-    CMemFile record;
-    ASSERT_TRUE(signal.WriteToFile(record, 2));
-    const auto bytes = record.Bytes();
-    const std::uint32_t head[] = {1, static_cast<std::uint32_t>(signal.SigId()), 2, 0};
-    const std::uint64_t length = bytes.size();
-    std::string text = "UMLAUF\r\n";
-    text.append(reinterpret_cast<const char*>(head), sizeof head);
-    text.append(reinterpret_cast<const char*>(&length), sizeof length);
-    Write(name, text.append(reinterpret_cast<const char*>(bytes.data()), bytes.size()));
+    CMemFile bytes;
+    ASSERT_TRUE(CSignalFile().Write(signal, bytes));
+    Write(name, {reinterpret_cast<const char*>(bytes.Bytes().data()), bytes.Bytes().size()});
   }
   void WritePairs(const std::string& name, const Points& points, const wchar_t* xUnit, const wchar_t* yUnit,
                   std::int16_t xExponent = 0) const {
@@ -34,12 +26,12 @@ class SignalTool : public Tool {
     pairs.SetYUnit(CString(yUnit));
     WriteSignal(name, pairs);
   }
-  CSigPairs ReadPairs(const std::string& name) const {
-    const std::string text = Text(name).substr(32);
-    CMemFile file(std::as_bytes(std::span(text)));
-    CSigPairs pairs;
-    EXPECT_TRUE(pairs.ReadFromFile(file, 2)) << name;
-    return pairs;
+  std::unique_ptr<CSigPairs> ReadPairs(const std::string& name) const {
+    const std::string text = Text(name);
+    CMemFile bytes(std::as_bytes(std::span(text)));
+    std::unique_ptr<CSignal> signal = CSignalFile().Read(bytes);
+    EXPECT_NE(signal, nullptr) << name;
+    return std::unique_ptr<CSigPairs>(dynamic_cast<CSigPairs*>(signal.release()));
   }
 };
 
@@ -53,11 +45,7 @@ TEST_F(SignalTool, PairsAreCombinedAndEdited) {
   std::fill_n(curve.FData(), 4, 5.0f);
   curve.SetXMinMax(0, 4);
   WriteSignal("curve", curve);
-  const struct {
-    const char* arguments;
-    Points points;
-    const char* unit;
-  } cases[] = {
+  const Cases<const char*, Points, const char*> cases = {
       {"add a b", {{0, 11}, {1, 22}, {2, 33}}, "rpm"},
       {"subtract a b", {{0, -9}, {1, -18}, {2, -27}}, "rpm"},
       {"multiply a b", {{0, 10}, {1, 40}, {2, 90}}, "-"},
@@ -77,15 +65,17 @@ TEST_F(SignalTool, PairsAreCombinedAndEdited) {
       {"cut a --from 1.5", {{1, 2}, {2, 3}}, "rpm"},
       {"subsample curve --factor 2", {{0, 5}, {2, 5}, {3, 5}}, "-"},
   };
-  for (const auto& c : cases) {
-    Good(std::string("pairs ") + c.arguments + " -o out");
-    const CSigPairs out = ReadPairs("out");
-    ASSERT_EQ(out.NPaare(), c.points.size()) << c.arguments;
+  for (const auto& [arguments, points, unit] : cases) {
+    Good(std::string("pairs ") + arguments + " -o out");
+    const std::unique_ptr<CSigPairs> read = ReadPairs("out");
+    ASSERT_NE(read, nullptr) << arguments;
+    const CSigPairs& out = *read;
+    ASSERT_EQ(out.NPaare(), points.size()) << arguments;
     for (std::size_t i = 0; i < out.NPaare(); ++i) {
-      EXPECT_FLOAT_EQ(out.Punkt(i), c.points[i].first) << c.arguments << " " << i;
-      EXPECT_FLOAT_EQ(out.Wert(i), c.points[i].second) << c.arguments << " " << i;
+      EXPECT_FLOAT_EQ(out.Punkt(i), points[i].first) << arguments << " " << i;
+      EXPECT_FLOAT_EQ(out.Wert(i), points[i].second) << arguments << " " << i;
     }
-    EXPECT_EQ(out.YUnit().prefixunit(false).ToUtf8(), c.unit) << c.arguments;
+    EXPECT_EQ(out.YUnit().prefixunit(false).ToUtf8(), unit) << arguments;
   }
 }
 
@@ -99,23 +89,19 @@ TEST_F(SignalTool, EverySignalTypeIsToldAndDrawn) {
   WritePairs("pairs", {{3, 1}, {1, 2}, {0, 4}}, L"s", L"rpm");
   WritePairs("volts", {{0, 1}, {5, 2}}, L"s", L"V");
   WritePairs("empty", {}, L"s", L"rpm");
-  const struct {
-    const char* file;
-    const char* line;
-  } cases[] = {
+  const Cases<const char*, const char*> cases = {
       {"extended", "extended"},          {"extended", "(1021)"},         {"extended", "(samples 2 ... 5)"},
       {"extended", "date        7.5\n"}, {"pairs", "point pairs (109)"}, {"pairs", "order       descending"},
       {"pairs", "least step  1\n"},      {"pairs", "samples     3\n"},
   };
-  for (const auto& c : cases) {
-    const std::string info = Good(std::string("info ") + c.file);
-    EXPECT_NE(info.find(c.line), std::string::npos) << c.line << "\n" << info;
+  for (const auto& [file, line] : cases) {
+    const std::string info = Good(std::string("info ") + file);
+    EXPECT_THAT(info, HasSubstr(line));
   }
   Good("simulate run.wav --profile 0:600,0.2:600 --amplitude 7");
   Good("plot pairs run.wav -o over.svg");
-  for (const char* label : {">speed in rpm<", ">pairs<", ">run.wav (right)<"}) {
-    EXPECT_NE(Text("over.svg").find(label), std::string::npos) << label;
-  }
+  for (const char* label : {">speed in rpm<", ">pairs<", ">run.wav (right)<"})
+    EXPECT_THAT(Text("over.svg"), HasSubstr(label));
   Bad("plot pairs volts run.wav -o new.svg", 1, "two y units");
   Bad("plot pairs extended -o new.svg", 1, "one x unit");
   Bad("plot empty -o new.svg", 1, "no samples");
@@ -143,11 +129,12 @@ TEST_F(SignalTool, TablesMakeTheSameSignalsAgain) {
                                "[rpm]\"\n0.3,0,0.25,1e-07\n0.4,0.1,3,2\n"));
   Good("export curve pairs -o both.csv");
   Good("import both.csv -o points --x 3 --column 4");
-  const CSigPairs points = ReadPairs("points");
+  const std::unique_ptr<CSigPairs> read = ReadPairs("points");
+  ASSERT_NE(read, nullptr);
+  const CSigPairs& points = *read;
   ASSERT_EQ(points.NPaare(), 3u);
-  EXPECT_EQ(points.Punkt(0), 0.25f);
-  EXPECT_EQ(points.Wert(0), 1e-7f);
-  EXPECT_EQ(points.YUnit().prefixunit(false).ToUtf8(), "rpm");
+  EXPECT_ALL(points.Punkt(0) == 0.25f, points.Wert(0) == 1e-7f,
+             points.YUnit().prefixunit(false).ToUtf8() == "rpm");
   Good("import both.csv -o again --name 'torque, \"left\"'");
   EXPECT_EQ(Text("again"), Text("curve"));
   Good("export curve again -o shared.csv");
@@ -181,6 +168,14 @@ TEST_F(SignalTool, SettingsAreKeptInTheDatabase) {
   Bad("settings set" + file + "speed 2147483648", 2, "2147483648");
   Bad("settings set" + file + "speed", 2, "values");
   Bad("settings set" + file + "speed 1 2 --index 2147483647", 2, "beyond the last index");
+  Write("empty.db", "");
+  EXPECT_EQ(Good("settings list --file empty.db"), "");
+  Good("settings set a 010 -08 --index 03 --file \"$(printf '\\377.db')\"");
+  EXPECT_EQ(Good("settings list --file \"$(printf '\\377.db')\""), "a  3=10 4=-8\n");
+  EXPECT_TRUE(Files().contains("\xFF.db"));
+  Bad("settings set" + file + "a 0x10", 2, "0x10 is no whole number from -2147483648 to 2147483647");
+  Bad("settings list --file ''", 2, "the name is empty");
+  Bad("settings set \"$(printf '\\377')\" 1" + file, 2, "no UTF-8");
   Good("settings remove" + file + "plot/colours");
   Bad("settings get" + file + "plot/colours", 1, "no entry");
   Write("bad.db", "this is no database, but some text that is long enough to be looked at as one");

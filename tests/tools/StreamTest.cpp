@@ -1,7 +1,4 @@
-#include <algorithm>
-#include <cstdint>
-#include <random>
-
+#include "support/Test.h"
 #include "tools/Tool.h"
 
 namespace {
@@ -32,12 +29,10 @@ TEST_F(StreamTool, CanMessagesAreFoundAcrossBlocksAndAtTheEnd) {
   Words words, other;
   std::string rows = "time_s,id,extended,length,data\n";
   const auto add = [&](std::uint32_t id, unsigned length) {
-    std::ostringstream row;
-    row.precision(12);
-    row << static_cast<double>(words.size()) / 1000 << ',' << id << ",0," << length << ',' << Hex(id, length);
-    rows += row.str() + "\n";
-    const Words message = Message(id, length);
-    words.insert(words.end(), message.begin(), message.end());
+    char row[60];
+    std::snprintf(row, sizeof row, "%.12g,%u,0,%u,", static_cast<double>(words.size()) / 1000, id, length);
+    rows += row + Hex(id, length) + "\n";
+    std::ranges::copy(Message(id, length), std::back_inserter(words));
   };
   // Dense enough that every border of blocks cuts one: the length of a block is not the test's business.
   while (words.size() < 400'000) {
@@ -50,8 +45,7 @@ TEST_F(StreamTool, CanMessagesAreFoundAcrossBlocksAndAtTheEnd) {
   const std::string raw = " --raw u32 --rate 1000 ";
   const std::string found = Good("can one.u32" + raw + "--csv -");
   const auto differ = std::mismatch(rows.begin(), rows.end(), found.begin(), found.end()).second;
-  EXPECT_TRUE(rows == found) << std::string(differ,
-                                            differ + std::min<std::ptrdiff_t>(200, found.end() - differ));
+  EXPECT_TRUE(rows == found) << found.substr(static_cast<std::size_t>(differ - found.begin()), 200);
 
   // The second of two channels, and a last message that the file cuts.
   words.push_back(0xAA040055);
@@ -60,16 +54,15 @@ TEST_F(StreamTool, CanMessagesAreFoundAcrossBlocksAndAtTheEnd) {
   WriteRaw("two.u32", other);
   EXPECT_EQ(Good("can two.u32 --channels 2 --channel 2" + raw + "--csv -"), found);
   const std::string json = Good("can two.u32 --channels 2 --channel 2 --json" + raw);
-  EXPECT_EQ(Number(json, "messages"), static_cast<double>(std::count(found.begin(), found.end(), '\n') - 1));
-  EXPECT_EQ(Number(json, "channel"), 2);
-  EXPECT_EQ(Number(json, "channels"), 2);
+  EXPECT_ALL(
+      Number(json, "messages") == static_cast<double>(std::count(found.begin(), found.end(), '\n') - 1),
+      Number(json, "channel") == 2, Number(json, "channels") == 2);
 }
 
 TEST_F(StreamTool, CanSignalsAreDecoded) {
   Words words;
   for (const std::uint32_t id : {0x10u, 0x20u, 0x80000010u, 0x10u}) {
-    const Words message = Message(id, 8);
-    words.insert(words.end(), message.begin(), message.end());
+    std::ranges::copy(Message(id, 8), std::back_inserter(words));
     words.resize(words.size() + 6);
   }
   WriteRaw("can.u32", words);
@@ -80,16 +73,16 @@ TEST_F(StreamTool, CanSignalsAreDecoded) {
         "</MuxGroup><MuxGroup count='1'><Signal name='Raw' offset='0' length='8'/></MuxGroup></Multiplex>"
         "</Message></Bus></NetworkDefinition>");
   const std::string can = "can can.u32 --raw u32 --rate 10 --kcd net.kcd ";
-  EXPECT_EQ(Good(can + "--signal Ratio --csv -"),
-            "time_s,message,signal,value,unit,name\n0,Gear,Ratio,9.5,\"a,b\",\n3,Gear,Ratio,9.5,\"a,b\",\n");
-  EXPECT_EQ(Good(can + "--signal Gear.Raw --csv -"),
-            "time_s,message,signal,value,unit,name\n0,Gear,Raw,4368,,\n3,Gear,Raw,4368,,\n");
+  EXPECT_ALL(
+      Good(can + "--signal Ratio --csv -") ==
+          "time_s,message,signal,value,unit,name\n0,Gear,Ratio,9.5,\"a,b\",\n3,Gear,Ratio,9.5,\"a,b\",\n",
+      Good(can + "--signal Gear.Raw --csv -") ==
+          "time_s,message,signal,value,unit,name\n0,Gear,Raw,4368,,\n3,Gear,Raw,4368,,\n");
   const std::string json = Good(can + "--json --plot both.svg");
-  EXPECT_EQ(Number(json, "messages"), 4);
-  EXPECT_EQ(Number(json, "undescribed_messages"), 2);
-  EXPECT_EQ(Number(json, "mean"), 9.5);
-  EXPECT_NE(json.find("\"extended\": true"), std::string::npos) << json;
-  EXPECT_NE(Text("both.svg").find(">Ratio in a,b<"), std::string::npos);
+  EXPECT_ALL(Number(json, "messages") == 4, Number(json, "undescribed_messages") == 2,
+             Number(json, "mean") == 9.5);
+  EXPECT_THAT(json, HasSubstr("\"extended\": true"));
+  EXPECT_THAT(Text("both.svg"), HasSubstr(">Ratio in a,b<"));
   Bad(can + "--signal Wheel --csv new.csv", 1, "no signal Wheel");
 }
 
@@ -105,12 +98,12 @@ TEST_F(StreamTool, CanDescriptionsOfConvertersBusesAndNames) {
   Write("one.kcd", "<NetworkDefinition>" + bus("front", "8") + "</NetworkDefinition>");
   Write("two.kcd", "<NetworkDefinition>" + bus("front", "8") + bus("rear", "16") + "</NetworkDefinition>");
   const std::string can = "can can.u32 --raw u32 --rate 10 --kcd ";
-  EXPECT_NE(Good(can + "one.kcd --csv -").find("0,Gear,S,4370,,Reverse\n"), std::string::npos);
-  EXPECT_NE(Good(can + "one.kcd --kcd-offsets lsb --csv -").find("0,Gear,S,4113,,\n"), std::string::npos);
-  EXPECT_NE(Good(can + "two.kcd --bus rear --csv -").find("0,Gear,S,4627,,\n"), std::string::npos);
+  EXPECT_THAT(Good(can + "one.kcd --csv -"), HasSubstr("0,Gear,S,4370,,Reverse\n"));
+  EXPECT_THAT(Good(can + "one.kcd --kcd-offsets lsb --csv -"), HasSubstr("0,Gear,S,4113,,\n"));
+  EXPECT_THAT(Good(can + "two.kcd --bus rear --csv -"), HasSubstr("0,Gear,S,4627,,\n"));
   const std::string json = Good(can + "one.kcd --json");
-  EXPECT_NE(json.find("\"kcd_offsets\": \"top\""), std::string::npos) << json;
-  EXPECT_NE(json.find("\"name\": \"Reverse\""), std::string::npos) << json;
+  EXPECT_THAT(json, HasSubstr("\"kcd_offsets\": \"top\""));
+  EXPECT_THAT(json, HasSubstr("\"name\": \"Reverse\""));
   Bad(can + "two.kcd", 1, "choose one of its buses front, rear with --bus");
   Bad(can + "two.kcd --bus middle", 1, "it has no bus middle; its buses are front, rear");
   Write("bad.kcd", "<NetworkDefinition>\n" + bus("front", "x") + "</NetworkDefinition>");
@@ -118,11 +111,7 @@ TEST_F(StreamTool, CanDescriptionsOfConvertersBusesAndNames) {
 }
 
 TEST_F(StreamTool, EncoderFindsTheSimulatedSpeed) {
-  const struct {
-    const char* simulate;
-    const char* encoder;
-    double pulses;
-  } cases[] = {
+  const Cases<const char*, const char*, double> cases = {
       // 0.5 s of 1200 rpm on average are 10 revolutions; the last edge may lie behind the end.
       {"--encoder 1", "--mode 1 --pulses-per-rev 60 --gap auto", 580},
       {"--encoder 1 --low-word --missing 0", "--mode 1 --low-word --pulses-per-rev 60", 600},
@@ -134,51 +123,39 @@ TEST_F(StreamTool, EncoderFindsTheSimulatedSpeed) {
       {"--encoder 5", "--mode 5 --pulses-per-rev 60", 2400},
       {"--encoder 6 --rate 192000", "--mode 6 --pulses-per-rev 60", 600},
   };
-  for (const auto& c : cases) {
-    Good(std::string("simulate run.u32 --profile 0:600,0.5:1800 --jitter 0 ") + c.simulate);
-    const std::string simulated = c.simulate;
+  for (const auto& [simulate, encoder, pulses] : cases) {
+    Good(std::string("simulate run.u32 --profile 0:600,0.5:1800 --jitter 0 ") + simulate);
+    const std::string simulated = simulate;
     const std::size_t at = simulated.find("--rate");
     const std::string rate = at == std::string::npos ? " --rate 50000 " : " " + simulated.substr(at) + " ";
-    const std::string run = "encoder run.u32 --raw u32" + rate + c.encoder;
+    const std::string run = "encoder run.u32 --raw u32" + rate + encoder;
     const std::string json = Good(run + " --truth run.csv --json");
-    EXPECT_NEAR(Number(json, "pulses"), c.pulses, 2) << c.encoder << json;
-    EXPECT_LT(Number(json, "max_deviation_percent"), 0.5) << c.encoder << json;
-    EXPECT_NEAR(Number(json, "mean"), 1200, 12) << c.encoder << json;
+    EXPECT_NEAR(Number(json, "pulses"), pulses, 2) << encoder << json;
+    EXPECT_LT(Number(json, "max_deviation_percent"), 0.5) << encoder << json;
+    EXPECT_NEAR(Number(json, "mean"), 1200, 12) << encoder << json;
     EXPECT_EQ(Number(json, "error_bits"), 0) << json;
     const auto whole = Rows(Good(run + " --csv -")), split = Rows(Good(run + " --csv - --block 97"));
-    ASSERT_EQ(whole.size(), split.size()) << c.encoder;
+    ASSERT_EQ(whole.size(), split.size()) << encoder;
     for (std::size_t i = 1; i < whole.size(); ++i) {
-      ASSERT_NEAR(whole[i].time, split[i].time, 2e-6) << c.encoder;
-      ASSERT_NEAR(whole[i].rpm, split[i].rpm, 1e-3 * whole[i].rpm) << c.encoder;
+      ASSERT_NEAR(whole[i].time, split[i].time, 2e-6) << encoder;
+      ASSERT_NEAR(whole[i].rpm, split[i].rpm, 1e-3 * whole[i].rpm) << encoder;
     }
   }
 }
 
-TEST_F(StreamTool, EncoderWordsAreTakenLiterally) {
-  // Edges at 10, 20.5 (error bit) and 40.25 samples; a tick is 1/256 sample.
-  Words edges(50);
+TEST_F(StreamTool, EncoderErrorsAndDirectionAreTold) {
+  Words edges(50), counter;
   edges[10] = 0x00A00000;
-  edges[20] = 0x80E00000;
+  edges[20] = 0x80E00000;  // error bit
   edges[40] = 0x40A00000;
   WriteRaw("edges.u32", edges);
-  const std::string csv = "encoder edges.u32 --raw u32 --rate 50000 --mode 1 --csv - ";
-  const auto rows = Rows(Good(csv));
-  ASSERT_EQ(rows.size(), 3u);
-  EXPECT_EQ(rows[0].flags, "rising first");
-  const double places[] = {10, 20.5, 40.25};
-  for (std::size_t i = 0; i < 3; ++i) {
-    EXPECT_NEAR(rows[i].time * 50000, places[i], 1e-4);
-    if (i == 0) continue;
-    EXPECT_NEAR(rows[i].revolutionTime * 50000, places[i] - places[i - 1], 1e-4);
-  }
-  EXPECT_EQ(Number(Good("encoder edges.u32 --raw u32 --rate 50000 --mode 1 --json"), "error_bits"), 1);
-
+  const std::string rate = " --raw u32 --rate 50000 ";
+  EXPECT_EQ(Number(Good("encoder edges.u32 --mode 1 --json" + rate), "error_bits"), 1);
+  EXPECT_EQ(Rows(Good("encoder edges.u32 --mode 1 --csv -" + rate)).at(0).flags, "rising first");
   // A counter that runs down, over its wrap-around: backward.
-  Words counter;
   for (int i = 0; i < 400; ++i) counter.push_back(static_cast<std::uint32_t>(8 - i / 10) << 16);
   WriteRaw("counter.u32", counter);
-  const std::string json =
-      Good("encoder counter.u32 --raw u32 --rate 50000 --mode 3 --pulses-per-rev 10 --json");
+  const std::string json = Good("encoder counter.u32 --mode 3 --pulses-per-rev 10 --json" + rate);
   EXPECT_NEAR(Number(json, "mean"), -60.0 * 50000 / 100, 1);
   EXPECT_EQ(Number(json.substr(json.find("\"revolutions\"")), "count"), 3);
 }
@@ -188,12 +165,8 @@ TEST_F(StreamTool, DownsamplingKeepsAllChannels) {
   for (int i = 0; i < 1000; ++i) ramp.insert(ramp.end(), {static_cast<float>(i), static_cast<float>(-2 * i)});
   WriteRaw("ramp.f32", ramp);
   const std::string run = "downsample ramp.f32 out.wav --raw f32 --input-rate 8000 --channels 2 ";
-  const struct {
-    const char* options;
-    std::size_t samples;       // of all channels
-    std::vector<float> third;  // samples from the third frame on
-    float tolerance;
-  } cases[] = {
+  // The length is that of all channels; the samples are those from the third frame on.
+  const Cases<const char*, std::size_t, std::vector<float>, float> cases = {
       {"--rate 2000 --method mean", 500, {9.5, -19, 13.5, -27}, 1e-4f},
       {"--ratio 4 --method mean --gain 2", 500, {19, -38, 27, -54}, 1e-4f},
       {"--ratio 4 --method sum --channel 2", 250, {-76, -108}, 1e-3f},
@@ -202,14 +175,13 @@ TEST_F(StreamTool, DownsamplingKeepsAllChannels) {
       {"--ratio 2.5 --method linear --channel 1", 400, {5, 7.5, 10}, 1e-4f},
       {"--ratio 10", 200, {20, -40, 30, -60}, 3},
   };
-  for (const auto& c : cases) {
-    Good(run + c.options);
+  for (const auto& [options, length, third, tolerance] : cases) {
+    Good(run + options);
     const std::vector<float> samples = WavSamples("out.wav");
-    ASSERT_EQ(samples.size(), c.samples) << c.options;
-    const std::size_t channels = std::string(c.options).find("--channel ") == std::string::npos ? 2 : 1;
-    for (std::size_t i = 0; i < c.third.size(); ++i) {
-      EXPECT_NEAR(samples[2 * channels + i], c.third[i], c.tolerance) << c.options << " " << i;
-    }
+    ASSERT_EQ(samples.size(), length) << options;
+    const std::size_t channels = std::string(options).find("--channel ") == std::string::npos ? 2 : 1;
+    for (std::size_t i = 0; i < third.size(); ++i)
+      EXPECT_NEAR(samples[2 * channels + i], third[i], tolerance) << options << " " << i;
   }
   Write("table.csv", "t,a,b\n0,1,5\n0.1,2,6\n0.2,3,7\n0.3,4,8\n");
   Good("downsample table.csv out.flac --ratio 2 --method mean --gain 0.1");

@@ -1,18 +1,21 @@
 #pragma once
 
-#include <gtest/gtest.h>
-
 #include <sys/wait.h>
 
-#include <cstdlib>
-#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <set>
 #include <sstream>
-#include <string>
-#include <vector>
+
+#include "support/Test.h"
+
+/// Each of these texts is in it.
+inline testing::Matcher<std::string> HasAll(const std::vector<std::string>& parts) {
+  std::vector<testing::Matcher<std::string>> each;
+  for (const std::string& part : parts) each.push_back(HasSubstr(part));
+  return testing::AllOfArray(each);
+}
 
 /// Runs the built program in a folder of its own, as a person would.
 class Tool : public testing::Test {
@@ -63,9 +66,8 @@ class Tool : public testing::Test {
     const Result result = Run(arguments);
     EXPECT_EQ(result.code, code) << arguments << "\n" << result.err;
     EXPECT_EQ(result.out, "") << arguments;
-    EXPECT_TRUE(result.err.starts_with("umlauf: ") && result.err.find('\n') == result.err.size() - 1)
-        << result.err;
-    EXPECT_NE(result.err.find(message), std::string::npos) << arguments << "\n" << result.err;
+    EXPECT_THAT(result.err, testing::AllOf(testing::StartsWith("umlauf: "), HasSubstr(message))) << arguments;
+    EXPECT_EQ(result.err.find('\n'), result.err.size() - 1) << result.err;
     EXPECT_EQ(Files(), before) << arguments;
   }
   /// Number behind "key": in the JSON that `speed --json` printed; the first one of that name.

@@ -1,11 +1,6 @@
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <cmath>
 #include <functional>
-#include <numbers>
-#include <vector>
 
+#include "support/Test.h"
 #include "tools/simulate/WheelSimulator.h"
 
 namespace {
@@ -39,34 +34,31 @@ TEST(WheelSimulator, DisturbsTheSignalAsAsked) {
   const auto turn = [](std::size_t i) {
     return static_cast<float>(std::sin(2 * std::numbers::pi * 10 * static_cast<double>(i) / rate));
   };
-  const struct {
-    const char* name;
-    std::function<void(WheelSettings&)> change;
-    std::function<float(float, std::size_t)> expected;
-  } cases[] = {
-      {"level", [](auto& wheel) { wheel.disturbances.level = 3; }, [](float x, auto) { return x + 6; }},
-      {"drift", [](auto& wheel) { wheel.disturbances.drift = 3, wheel.disturbances.driftPeriod = 0.1; },
-       [&](float x, std::size_t i) { return x + 6 * turn(i); }},
-      {"eccentricity", [](auto& wheel) { wheel.eccentricity = 0.5; },
-       [&](float x, std::size_t i) { return x + turn(i); }},
-      {"clip", [](auto& wheel) { wheel.disturbances.lowest = -0.5, wheel.disturbances.highest = 0.8; },
-       [](float x, auto) { return std::clamp(x, -1.0f, 1.6f); }},
-      {"wrap", [](auto& wheel) { wheel.disturbances.wrap = 1.5; },
-       [](float x, auto) { return x >= 1.5f   ? x - 3
-                                  : x < -1.5f ? x + 3
-                                              : x; }},
-      {"dropout",
-       [](auto& wheel) { wheel.disturbances.dropoutRate = 1e4, wheel.disturbances.dropoutLength = 1; },
-       [&](float x, std::size_t i) { return i < 10 ? x : 0; }},
-  };
-  for (const auto& c : cases) {
-    const std::vector<float> samples = Simulate(c.change).samples;
+  const Cases<const char*, std::function<void(WheelSettings&)>, std::function<float(float, std::size_t)>>
+      cases = {
+          {"level", [](auto& wheel) { wheel.disturbances.level = 3; }, [](float x, auto) { return x + 6; }},
+          {"drift", [](auto& wheel) { wheel.disturbances.drift = 3, wheel.disturbances.driftPeriod = 0.1; },
+           [&](float x, std::size_t i) { return x + 6 * turn(i); }},
+          {"eccentricity", [](auto& wheel) { wheel.eccentricity = 0.5; },
+           [&](float x, std::size_t i) { return x + turn(i); }},
+          {"clip", [](auto& wheel) { wheel.disturbances.lowest = -0.5, wheel.disturbances.highest = 0.8; },
+           [](float x, auto) { return std::clamp(x, -1.0f, 1.6f); }},
+          {"wrap", [](auto& wheel) { wheel.disturbances.wrap = 1.5; },
+           [](float x, auto) { return x >= 1.5f   ? x - 3
+                                      : x < -1.5f ? x + 3
+                                                  : x; }},
+          {"dropout",
+           [](auto& wheel) { wheel.disturbances.dropoutRate = 1e4, wheel.disturbances.dropoutLength = 1; },
+           [&](float x, std::size_t i) { return i < 10 ? x : 0; }},
+      };
+  for (const auto& [name, change, expected] : cases) {
+    const std::vector<float> samples = Simulate(change).samples;
     std::size_t wrong = 0;
     for (std::size_t i = 0; i < samples.size(); ++i) {
       // Single precision, in another order.
-      wrong += std::abs(samples[i] - c.expected(plain[i], i)) > 1e-5f ? 1 : 0;
+      wrong += std::abs(samples[i] - expected(plain[i], i)) > 1e-5f ? 1 : 0;
     }
-    EXPECT_LT(wrong, 10u) << c.name;
+    EXPECT_LT(wrong, 10u) << name;
   }
 }
 

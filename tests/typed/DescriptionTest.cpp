@@ -1,9 +1,6 @@
 #include "umlauf/typed/Description.h"
 
-#include <climits>
-#include <limits>
-
-#include "support/ExpectAll.h"
+#include "support/Test.h"
 #include "typed/TypedTestSupport.h"
 
 namespace {
@@ -47,36 +44,29 @@ TEST(ChannelDescription, CodingsAndTisModes) {
 }
 
 TEST(ChannelDescription, ChannelSettersReplaceWhatWasThere) {
-  const struct {
-    void (*set)(Y&);
-    std::uint32_t coding, flags;
-    int id, low, high;
-  } cases[] = {{[](Y& y) { y.SetFloatChannel(70000); }, 2, 0, 70000, 4464, 1},
-               {[](Y& y) { y.SetTisChannels(5, 7, true); }, 3, 65, 0x00070005, 5, 7},
-               {[](Y& y) { y.SetTisChannels(-1, -1, false); }, 3, 1, -1, -1, -1},
-               {[](Y& y) { y.SetTisChannels(0x8000, -2, false); }, 3, 1, -98304, 0x8000, -2},
-               {[](Y& y) { y.SetRIEChannel(9, true, true); }, 12, 96, 9, 9, 0},
-               {[](Y& y) { y.SetRIEChannel(9, false, false); }, 12, 0, 9, 9, 0},
-               {[](Y& y) { y.AppSigId(0x00070005), y.AppSigIdLwChan(-1); }, 77, 0xFF, 0x0007FFFF, -1, 7},
-               {[](Y& y) { y.AppSigId(0x00070005), y.AppSigIdHwChan(-1); }, 77, 0xFF, -65531, 5, -1}};
-  for (const auto& c : cases) {
+  const Cases<void (*)(Y&), std::uint32_t, std::uint32_t, int, int, int> cases = {
+      {[](Y& y) { y.SetFloatChannel(70000); }, 2, 0, 70000, 4464, 1},
+      {[](Y& y) { y.SetTisChannels(5, 7, true); }, 3, 65, 0x00070005, 5, 7},
+      {[](Y& y) { y.SetTisChannels(-1, -1, false); }, 3, 1, -1, -1, -1},
+      {[](Y& y) { y.SetTisChannels(0x8000, -2, false); }, 3, 1, -98304, 0x8000, -2},
+      {[](Y& y) { y.SetRIEChannel(9, true, true); }, 12, 96, 9, 9, 0},
+      {[](Y& y) { y.SetRIEChannel(9, false, false); }, 12, 0, 9, 9, 0},
+      {[](Y& y) { y.AppSigId(0x00070005), y.AppSigIdLwChan(-1); }, 77, 0xFF, 0x0007FFFF, -1, 7},
+      {[](Y& y) { y.AppSigId(0x00070005), y.AppSigIdHwChan(-1); }, 77, 0xFF, -65531, 5, -1}};
+  for (const auto& [set, coding, flags, id, low, high] : cases) {
     CYChannelDescription y;
     y.ChannelCoding(77);
     y.CodingFlags(0xFF);
     y.Coordinate(true);
-    c.set(y);
-    EXPECT_ALL(y.ChannelCoding() == c.coding, y.CodingFlags() == c.flags, y.Coordinate() == (c.coding == 77),
-               y.AppSigId() == c.id, y.AppSigIdLwChan() == c.low, y.AppSigIdHwChan() == c.high);
+    set(y);
+    EXPECT_ALL(y.ChannelCoding() == coding, y.CodingFlags() == flags, y.Coordinate() == (coding == 77),
+               y.AppSigId() == id, y.AppSigIdLwChan() == low, y.AppSigIdHwChan() == high);
   }
 }
 
 TEST(Description, ElementsAndStrides) {
-  const struct {
-    std::uint32_t coding;
-    std::vector<std::uint32_t> lengths;
-    std::uint64_t elements;  // of three channels
-    std::vector<std::uint64_t> strides;
-  } cases[] = {
+  // Of three channels.
+  const Cases<std::uint32_t, std::vector<std::uint32_t>, std::uint64_t, std::vector<std::uint64_t>> cases = {
       {1, {10, 4}, 120, {3, 30, 120, 120}},
       {2, {10, 4}, 120, {1, 10, 40, 40}},
       {0, {10, 4}, 0, {0, 0, 0}},
@@ -84,32 +74,29 @@ TEST(Description, ElementsAndStrides) {
       {1, {}, 3, {3, 3}},
       {2, {UINT32_MAX, UINT32_MAX, 2}, UINT64_MAX, {1, UINT32_MAX, 18446744065119617025u, UINT64_MAX}},
       {2, {UINT32_MAX, UINT32_MAX, 2, 0}, 0, {1}}};
-  for (const auto& c : cases) {
-    const CDescription d = Described(c.coding, c.lengths, 3);
-    EXPECT_EQ(d.elements(), c.elements);
-    for (unsigned i = 0; i < c.strides.size(); ++i) EXPECT_EQ(d.stride(i), c.strides[i]) << i;
+  for (const auto& [coding, lengths, elements, strides] : cases) {
+    const CDescription d = Described(coding, lengths, 3);
+    EXPECT_EQ(d.elements(), elements);
+    for (unsigned i = 0; i < strides.size(); ++i) EXPECT_EQ(d.stride(i), strides[i]) << i;
   }
 }
 
 TEST(Description, InsertingAndRemovingSlots) {
-  const struct {
-    bool insert;
-    unsigned pos, n;
-    std::vector<int> slots;  // of 100, 101, 102
-    unsigned count;
-  } cases[] = {{true, 1, 2, {100, 101, 102, 101, 102}, 5}, {true, 3, 1, {100, 101, 102}, 4},
-               {true, 0, 29, {100, 101, 102}, 32},         {true, 1, 40, {100, 101, 102}, 32},
-               {true, 50, 2, {100, 101, 102}, 5},          {false, 0, 1, {101, 102, 102}, 2},
-               {false, 1, UINT_MAX, {100, 101, 102}, 1},   {false, 7, 1, {100, 101, 102}, 3}};
-  for (const auto& c : cases) {
+  // Of 100, 101, 102.
+  const Cases<bool, unsigned, unsigned, std::vector<int>, unsigned> cases = {
+      {true, 1, 2, {100, 101, 102, 101, 102}, 5}, {true, 3, 1, {100, 101, 102}, 4},
+      {true, 0, 29, {100, 101, 102}, 32},         {true, 1, 40, {100, 101, 102}, 32},
+      {true, 50, 2, {100, 101, 102}, 5},          {false, 0, 1, {101, 102, 102}, 2},
+      {false, 1, UINT_MAX, {100, 101, 102}, 1},   {false, 7, 1, {100, 101, 102}, 3}};
+  for (const auto& [insert, pos, n, slots, count] : cases) {
     CDescription d = Described(1, {100, 101, 102}, 3);
-    c.insert ? d.XInsert(c.pos, c.n) : d.XRemove(c.pos, c.n);
+    insert ? d.XInsert(pos, n) : d.XRemove(pos, n);
     EXPECT_EQ(d.YCount(), 3u);
-    c.insert ? d.YInsert(c.pos, c.n) : d.YRemove(c.pos, c.n);
-    EXPECT_ALL(d.XCount() == c.count, d.YCount() == c.count);
-    for (unsigned i = 0; i < c.slots.size(); ++i) {
-      EXPECT_EQ(d.X(i).Len(), static_cast<unsigned>(c.slots[i])) << c.pos << ' ' << c.n;
-      EXPECT_EQ(d.Y(i).AppSigId(), c.slots[i]) << c.pos << ' ' << c.n;
+    insert ? d.YInsert(pos, n) : d.YRemove(pos, n);
+    EXPECT_ALL(d.XCount() == count, d.YCount() == count);
+    for (unsigned i = 0; i < slots.size(); ++i) {
+      EXPECT_EQ(d.X(i).Len(), static_cast<unsigned>(slots[i])) << pos << ' ' << n;
+      EXPECT_EQ(d.Y(i).AppSigId(), slots[i]) << pos << ' ' << n;
     }
   }
 }

@@ -1,9 +1,7 @@
-#include <cstring>
 #include <fstream>
 #include <map>
-#include <string>
 
-#include "support/ExpectAll.h"
+#include "support/Test.h"
 #include "typed/TypedTestSupport.h"
 #include "umlauf/typed/ResampInfo.h"
 #include "umlauf/typed/Signalieee32.h"
@@ -91,8 +89,7 @@ TEST(Records, GoldenScalarAndSideRecords) {
   event.SpeedFactor(1.0f);
   EXPECT_EQ(NonZero(event), (Words{{0, 5}, {4, kOne}}));
   CResampInfo info;
-  EXPECT_TRUE(info.IsFxResamp());
-  EXPECT_EQ(NonZero(info), (Words{{24, kNone}, {40, kNone}, {44, kNone}, {48, kNone}}));
+  EXPECT_ALL(info.IsFxResamp(), NonZero(info) == (Words{{24, kNone}, {40, kNone}, {44, kNone}, {48, kNone}}));
   info.ResampType(3);
   EXPECT_ALL(info.IsSyncResamp(), info.IsAngularResamp(), !info.IsZeroDegreeAligned(), !info.IsFxResamp());
   info.Ratio(2.0), info.RefRotRatio(-2.0);
@@ -109,9 +106,8 @@ TEST(Records, MarshalingTagsAndStateNames) {
              MarshalingYard::ID<CWavPlaybackEventInfo>::tag() == "WplE",
              MarshalingYard::ID<CTriggerInfo>::tag() == "TrgI");
   CString names;
-  for (const std::uint32_t state : {0u, 1u, 2u, 3u, 4u, 5u, 6u, UINT32_MAX}) {
+  for (const std::uint32_t state : {0u, 1u, 2u, 3u, 4u, 5u, 6u, UINT32_MAX})
     names += CTriggerInfo::StateName(state) + CString(L" ");
-  }
   EXPECT_EQ(names, L"undef start enter leave inval stop ? ? ");
 }
 

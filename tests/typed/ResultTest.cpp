@@ -1,4 +1,4 @@
-#include "support/ExpectAll.h"
+#include "support/Test.h"
 #include "typed/TypedTestSupport.h"
 #include "umlauf/typed/MeasuringResult.h"
 

@@ -1,14 +1,9 @@
 #include "umlauf/typed/Signalieee32.h"
 
-#include <cmath>
-
-#include "support/ExpectAll.h"
+#include "support/Test.h"
 #include "typed/TypedTestSupport.h"
 
 namespace {
-
-using testing::ElementsAre;
-using testing::Pair;
 
 CSignalieee32 Signal(std::uint32_t coding, std::vector<std::uint32_t> lengths, unsigned channels,
                      const std::vector<float>& samples) {
@@ -31,6 +26,7 @@ TEST(Signalieee32, Statistics) {
   EXPECT_FLOAT_EQ(s.MeanMagnitude(first, last), 2.0f);
   EXPECT_EQ(s.MaxMagnitude(first, last), 3.0f);
   EXPECT_THAT(s.YRange(first, last), Pair(-2.0f, 3.0f));
+  EXPECT_THAT(s.YRange(s.begin(0, 1), s.end(0, 1)), Pair(-4.0f, 2.0f));
   EXPECT_EQ(s.Sum(first + 1, last - 1), -2.0f);
 }
 
@@ -49,40 +45,36 @@ TEST(Signalieee32, TakesOverATypedSignal) {
   const CTypedSignal<float> typed = Signal(1, {3}, 2, {1, -4, -2, 0, 3, 2});
   CSignalieee32 s;
   s = typed;
-  EXPECT_EQ(s.SumSquares(), 34.0f);
-  EXPECT_TRUE(s.Description() == typed.Description());
+  EXPECT_ALL(s.SumSquares() == 34.0f, s.Description() == typed.Description());
 }
 
 TEST(Signalieee32, OperationsInPlace) {
   using S = CSignalieee32;
   const S other = Signal(1, {1}, 3, {2, -9, 30});  // shorter: the last sample has no partner
   const std::vector<float> before{4, -9, 16, -1};
-  const struct {
-    const char* name;
-    void (*apply)(S&, const S&);
-    std::vector<float> after;
-  } cases[] = {{"AbsoluteVal", [](S& s, const S&) { s.AbsoluteVal(); }, {4, 9, 16, 1}},
-               {"Square", [](S& s, const S&) { s.Square(); }, {16, 81, 256, 1}},
-               {"SquareRoot", [](S& s, const S&) { s.SquareRoot(); }, {2, 0, 4, 0}},
-               {"=", [](S& s, const S&) { s = 7.0f; }, {7, 7, 7, 7}},
-               {"*=", [](S& s, const S&) { s *= 2.0f; }, {8, -18, 32, -2}},
-               {"/=", [](S& s, const S&) { s /= 4.0f; }, {1, -2.25f, 4, -0.25f}},
-               {"/= 0", [](S& s, const S&) { s /= 0.0f; }, before},
-               {"+=", [](S& s, const S& o) { s += o; }, {6, -18, 46, -1}},
-               {"-=", [](S& s, const S& o) { s -= o; }, {2, 0, -14, -1}},
-               {"Maximize", [](S& s, const S& o) { s.Maximize(o); }, {4, -9, 30, -1}},
-               {"Minimize", [](S& s, const S& o) { s.Minimize(o); }, {2, -9, 16, -1}},
-               {"WeightedSum", [](S& s, const S& o) { s.WeightedSum(o, 2, 3); }, {14, -45, 122, -1}},
-               {"ranges",
-                [](S& s, const S&) {
-                  s.Scale(s.begin(0, 1), s.end(0, 1), 2).AbsoluteVal(s.begin() + 3, s.end());
-                  s.Fill(s.begin(), s.begin() + 1, 5).SquareRoot(s.begin(0, 0) + 1, s.end(0, 0));
-                },
-                {5, -18, 4, 2}}};
-  for (const auto& c : cases) {
+  const Cases<const char*, void (*)(S&, const S&), std::vector<float>> cases = {
+      {"AbsoluteVal", [](S& s, const S&) { s.AbsoluteVal(); }, {4, 9, 16, 1}},
+      {"Square", [](S& s, const S&) { s.Square(); }, {16, 81, 256, 1}},
+      {"SquareRoot", [](S& s, const S&) { s.SquareRoot(); }, {2, 0, 4, 0}},
+      {"=", [](S& s, const S&) { s = 7.0f; }, {7, 7, 7, 7}},
+      {"*=", [](S& s, const S&) { s *= 2.0f; }, {8, -18, 32, -2}},
+      {"/=", [](S& s, const S&) { s /= 4.0f; }, {1, -2.25f, 4, -0.25f}},
+      {"/= 0", [](S& s, const S&) { s /= 0.0f; }, before},
+      {"+=", [](S& s, const S& o) { s += o; }, {6, -18, 46, -1}},
+      {"-=", [](S& s, const S& o) { s -= o; }, {2, 0, -14, -1}},
+      {"Maximize", [](S& s, const S& o) { s.Maximize(o); }, {4, -9, 30, -1}},
+      {"Minimize", [](S& s, const S& o) { s.Minimize(o); }, {2, -9, 16, -1}},
+      {"WeightedSum", [](S& s, const S& o) { s.WeightedSum(o, 2, 3); }, {14, -45, 122, -1}},
+      {"ranges",
+       [](S& s, const S&) {
+         s.Scale(s.begin(0, 1), s.end(0, 1), 2).AbsoluteVal(s.begin() + 3, s.end());
+         s.Fill(s.begin(), s.begin() + 1, 5).SquareRoot(s.begin(0, 0) + 1, s.end(0, 0));
+       },
+       {5, -18, 4, 2}}};
+  for (const auto& [name, apply, after] : cases) {
     S signal = Signal(1, {2}, 2, before);
-    c.apply(signal, other);
-    EXPECT_EQ(Samples(signal), c.after) << c.name;
+    apply(signal, other);
+    EXPECT_EQ(Samples(signal), after) << name;
   }
 }
 

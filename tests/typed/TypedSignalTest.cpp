@@ -1,15 +1,12 @@
 #include "umlauf/typed/TypedSignal.h"
 
 #include <iterator>
-#include <random>
 
-#include "support/ExpectAll.h"
+#include "support/Test.h"
 #include "typed/TypedTestSupport.h"
 #include "umlauf/typed/Signalieee32.h"
 
 namespace {
-
-using testing::ElementsAre;
 
 static_assert(std::random_access_iterator<CTypedSignal<float>::iterator>);
 static_assert(std::random_access_iterator<CTypedSignal<float>::const_iterator>);
@@ -36,24 +33,21 @@ TYPED_TEST(TypedSignalTest, BlockFollowsTheDescription) {
 
 TYPED_TEST(TypedSignalTest, DemuxTakesOneChannel) {
   using Signal = CTypedSignal<TypeParam>;
-  const struct {
-    std::uint32_t coding;
-    unsigned channel;
-    bool result;
-    std::vector<TypeParam> samples;  // in a destination with room for as many
-  } cases[] = {{1, 0, true, {0, 3, 6, 9}}, {2, 2, true, {8, 9, 10, 11}},      {1, 1, true, {1, 4}},
-               {2, 1, true, {4, 5, 6}},    {1, 2, true, {2, 5, 8, 11, 0, 0}}, {0, 2, false, {0, 0}}};
-  for (const auto& c : cases) {
+  // Positions in a destination with room for as many.
+  const Cases<std::uint32_t, unsigned, bool, std::vector<TypeParam>> cases = {
+      {1, 0, true, {0, 3, 6, 9}}, {2, 2, true, {8, 9, 10, 11}},      {1, 1, true, {1, 4}},
+      {2, 1, true, {4, 5, 6}},    {1, 2, true, {2, 5, 8, 11, 0, 0}}, {0, 2, false, {0, 0}}};
+  for (const auto& [coding, channel, result, samples] : cases) {
     auto source = Counting<Signal>(Described(1, {4}, 3));
-    source.Description().SignalCoding(c.coding);
-    Signal dst(Described(1, {static_cast<std::uint32_t>(c.samples.size())}, 1));
-    EXPECT_EQ(source.demux(c.channel, dst, false), c.result);
-    EXPECT_EQ(Samples(dst), c.samples) << c.coding << ' ' << c.channel;
-    EXPECT_ALL(source.demux(c.channel, dst, true) == c.result, dst.elements() == 4u,
+    source.Description().SignalCoding(coding);
+    Signal dst(Described(1, {static_cast<std::uint32_t>(samples.size())}, 1));
+    EXPECT_EQ(source.demux(channel, dst, false), result);
+    EXPECT_EQ(Samples(dst), samples) << coding << ' ' << channel;
+    EXPECT_ALL(source.demux(channel, dst, true) == result, dst.elements() == 4u,
                dst.Description().SignalCoding() == 1u,
-               dst.Description().Y(0).AppSigId() == 100 + static_cast<int>(c.channel));
-    if (!c.result) continue;
-    EXPECT_TRUE(source.demux(c.channel, source, true));  // into itself
+               dst.Description().Y(0).AppSigId() == 100 + static_cast<int>(channel));
+    if (!result) continue;
+    EXPECT_TRUE(source.demux(channel, source, true));  // into itself
     EXPECT_EQ(Samples(source), Samples(dst));
   }
 }
@@ -93,25 +87,22 @@ TYPED_TEST(TypedSignalTest, TransmuxAgreesWithPlainLoopsWhateverTheSizes) {
 }
 
 TEST(TypedSignal, TransmuxLooksAtMaskAndChannelsBeforeTheCoding) {
-  const struct {
-    std::uint32_t coding;
-    unsigned mask, dstChannels, dstFirst;
-    bool result;
-    std::vector<float> samples;  // source: 3 channels of 2 samples from 0 on; 9 = not written
-  } cases[] = {{1, kAllChannels, 3, 2, true, {0, 1, 2, 3, 4, 5}},
-               {0, kAllChannels, 3, 1, true, {0, 1, 2, 3, 4, 5}},
-               {0, kAllChannels, 2, 0, false, {9, 9, 9, 9}},
-               {0, 0, 2, 0, true, {9, 9, 9, 9}},
-               {3, 1, 2, 0, false, {9, 9, 9, 9}},
-               {3, 1, 0, 0, true, {}},
-               {2, 1, 2, UINT32_MAX, true, {9, 9, 9, 9}}};
-  for (const auto& c : cases) {
+  // The source has 3 channels of 2 samples from 0 on; 9 = not written.
+  const Cases<std::uint32_t, unsigned, unsigned, unsigned, bool, std::vector<float>> cases = {
+      {1, kAllChannels, 3, 2, true, {0, 1, 2, 3, 4, 5}},
+      {0, kAllChannels, 3, 1, true, {0, 1, 2, 3, 4, 5}},
+      {0, kAllChannels, 2, 0, false, {9, 9, 9, 9}},
+      {0, 0, 2, 0, true, {9, 9, 9, 9}},
+      {3, 1, 2, 0, false, {9, 9, 9, 9}},
+      {3, 1, 0, 0, true, {}},
+      {2, 1, 2, UINT32_MAX, true, {9, 9, 9, 9}}};
+  for (const auto& [coding, mask, dstChannels, dstFirst, result, samples] : cases) {
     auto source = Counting(Described(1, {2}, 3));
-    source.Description().SignalCoding(c.coding);
-    CSignalieee32 dst(Described(1, {2}, c.dstChannels));
+    source.Description().SignalCoding(coding);
+    CSignalieee32 dst(Described(1, {2}, dstChannels));
     dst = 9.0f;
-    EXPECT_EQ(source.transmux(c.mask, dst, c.dstFirst, false), c.result);
-    EXPECT_EQ(Samples(dst), c.samples) << c.coding << ' ' << c.mask << ' ' << c.dstFirst;
+    EXPECT_EQ(source.transmux(mask, dst, dstFirst, false), result);
+    EXPECT_EQ(Samples(dst), samples) << coding << ' ' << mask << ' ' << dstFirst;
   }
 }
 
@@ -157,27 +148,22 @@ TEST(TypedSignal, CopyOfSomeChannelsKeepsResultAndArrangement) {
 
 TEST(TypedSignal, IteratorsRunAlongAnyDimension) {
   // 3 channels, used lengths 4 and 2
-  const struct {
-    std::uint32_t coding;
-    unsigned dim, channel;
-    std::vector<std::uint64_t> positions;
-  } cases[] = {{1, 0, 2, {2, 5, 8, 11, 14, 17, 20, 23}},
-               {1, 1, 1, {1, 13}},
-               {1, 9, 0, {0}},
-               {2, 1, 1, {8, 12, 16, 20, 24, 28}},  // ends one block size behind its start
-               {2, 2, 2, {16, 24, 32}},
-               {0, 0, 1, {}}};
-  for (const auto& c : cases) {
+  const Cases<std::uint32_t, unsigned, unsigned, std::vector<std::uint64_t>> cases = {
+      {1, 0, 2, {2, 5, 8, 11, 14, 17, 20, 23}},
+      {1, 1, 1, {1, 13}},
+      {1, 9, 0, {0}},
+      {2, 1, 1, {8, 12, 16, 20, 24, 28}},  // ends one block size behind its start
+      {2, 2, 2, {16, 24, 32}},
+      {0, 0, 1, {}}};
+  for (const auto& [coding, dim, channel, expectedPositions] : cases) {
     auto signal = Counting(Described(1, {4, 2}, 3));
-    signal.Description().SignalCoding(c.coding);
+    signal.Description().SignalCoding(coding);
     std::vector<std::uint64_t> positions;
-    const auto end = signal.end(c.dim, c.channel);
-    for (auto it = signal.begin(c.dim, c.channel); it != end; ++it) {
-      positions.push_back(it.position());
-    }
-    EXPECT_EQ(positions, c.positions) << c.coding << ' ' << c.dim << ' ' << c.channel;
-    EXPECT_EQ(end - signal.begin(c.dim, c.channel), static_cast<std::ptrdiff_t>(positions.size()));
-    EXPECT_EQ(end.block() == nullptr, c.coding == 0);
+    const auto end = signal.end(dim, channel);
+    for (auto it = signal.begin(dim, channel); it != end; ++it) positions.push_back(it.position());
+    EXPECT_EQ(positions, expectedPositions) << coding << ' ' << dim << ' ' << channel;
+    EXPECT_EQ(end - signal.begin(dim, channel), static_cast<std::ptrdiff_t>(positions.size()));
+    EXPECT_EQ(end.block() == nullptr, coding == 0);
   }
 }
 

@@ -1,12 +1,6 @@
 #pragma once
 
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
-#include <cstdint>
-#include <numeric>
-#include <vector>
-
+#include "support/Test.h"
 #include "umlauf/typed/TypedSignal.h"
 
 inline std::vector<std::byte> Flat(const CSerializable& object) {

@@ -1,11 +1,6 @@
 #include "umlauf/units/MeasuringUnit.h"
 
-#include <gtest/gtest.h>
-
-#include <cmath>
-#include <limits>
-
-#include "support/ExpectAll.h"
+#include "support/Test.h"
 
 namespace {
 
@@ -42,19 +37,14 @@ TEST(MeasuringUnit, FlagsChangeOneByOneAndEqualityLooksAtAllFields) {
 }
 
 TEST(MeasuringUnit, EngineeringGivesOneToThreeDigits) {
-  constexpr float inf = std::numeric_limits<float>::infinity();
-  constexpr float nan = std::numeric_limits<float>::quiet_NaN();
-  const struct {
-    float x;
-    int exponent, shift;
-  } cases[] = {{12e3f, 0, -3},   {-12e3f, 0, -3}, {0.5f, 0, 3}, {999, 0, 0},
-               {1e3f, 0, -3},    {0.02f, 3, 3},   {5, 4, 1},    {5, -4, 2},
-               {0, 4, 0},        {inf, 4, 0},     {nan, 4, 0},  {1e-30f, -32768, -2},
-               {1e30f, 32767, 1}};
-  for (const auto& c : cases) {
-    U unit(U::volt, static_cast<short>(c.exponent));
-    EXPECT_EQ(unit.engineering(c.x), c.shift) << c.x << " e" << c.exponent;
-    EXPECT_EQ(unit.exponent(), c.exponent - c.shift) << c.x << " e" << c.exponent;
+  const Cases<float, int, int> cases = {{12e3f, 0, -3},   {-12e3f, 0, -3}, {0.5f, 0, 3}, {999, 0, 0},
+                                        {1e3f, 0, -3},    {0.02f, 3, 3},   {5, 4, 1},    {5, -4, 2},
+                                        {0, 4, 0},        {kInf, 4, 0},    {kNaN, 4, 0}, {1e-30f, -32768, -2},
+                                        {1e30f, 32767, 1}};
+  for (const auto& [x, exponent, shift] : cases) {
+    U unit(U::volt, static_cast<short>(exponent));
+    EXPECT_EQ(unit.engineering(x), shift) << x << " e" << exponent;
+    EXPECT_EQ(unit.exponent(), exponent - shift) << x << " e" << exponent;
   }
 }
 
@@ -90,27 +80,23 @@ TEST(MeasuringUnit, NormalizeAndInvertGiveTheFactor) {
 }
 
 TEST(MeasuringUnit, ScaleAndMatch) {
-  const struct {
-    U from, to;
-    float factor;
-    bool matches;
-  } cases[] = {{U(U::rpm), U(U::hertz, 3), 1e-3f / 60, true},
-               {U(U::second), U(U::metre), 0, false},
-               {U(U::second, 0, 2), U(U::second), 0, false},
-               {U(U::second, 0, 2), U(U::second, 0, 2), 1, true},
-               {U(U::mile_per_hour), U(U::kilometre_per_hour), 1.609344f, true},
-               {U(U::gravity), U(U::metre_per_second_squared), 9.80665f, true},
-               {U(U::percent), U(U::per_unit), 0.01f, true},
-               {U(U::radian_per_second), U(U::rpm), 9.549297f, true},
-               {U(U::bar, 0, 2), U(U::pascal, 0, 2), 1e10f, true},
-               {U(U::volt), U(U::volt, -3, 1, 2.0f), 1000, false},
-               {U(U::volt), U(U::volt, 0, 1, 1.0f, U::flag_db), 1, false},
-               {U(U::radian), U(U::degree), 57.29578f, true},
-               {U(commonUnits(40)), U(commonUnits(40)), 1, true},
-               {U(commonUnits(40)), U(U::volt), 0, false}};
-  for (const auto& c : cases) {
-    EXPECT_FLOAT_EQ(c.from.scale_to(c.to), c.factor) << c.from.prefixstring().ToUtf8();
-    EXPECT_EQ(c.from.matches(c.to), c.matches) << c.from.prefixstring().ToUtf8();
+  const Cases<U, U, float, bool> cases = {{U(U::rpm), U(U::hertz, 3), 1e-3f / 60, true},
+                                          {U(U::second), U(U::metre), 0, false},
+                                          {U(U::second, 0, 2), U(U::second), 0, false},
+                                          {U(U::second, 0, 2), U(U::second, 0, 2), 1, true},
+                                          {U(U::mile_per_hour), U(U::kilometre_per_hour), 1.609344f, true},
+                                          {U(U::gravity), U(U::metre_per_second_squared), 9.80665f, true},
+                                          {U(U::percent), U(U::per_unit), 0.01f, true},
+                                          {U(U::radian_per_second), U(U::rpm), 9.549297f, true},
+                                          {U(U::bar, 0, 2), U(U::pascal, 0, 2), 1e10f, true},
+                                          {U(U::volt), U(U::volt, -3, 1, 2.0f), 1000, false},
+                                          {U(U::volt), U(U::volt, 0, 1, 1.0f, U::flag_db), 1, false},
+                                          {U(U::radian), U(U::degree), 57.29578f, true},
+                                          {U(commonUnits(40)), U(commonUnits(40)), 1, true},
+                                          {U(commonUnits(40)), U(U::volt), 0, false}};
+  for (const auto& [from, to, factor, matches] : cases) {
+    EXPECT_FLOAT_EQ(from.scale_to(to), factor) << from.prefixstring().ToUtf8();
+    EXPECT_EQ(from.matches(to), matches) << from.prefixstring().ToUtf8();
   }
   EXPECT_TRUE(std::isnan(U(commonUnits(40)).scale_to(U(commonUnits(41)))));
   EXPECT_ALL(U::inverse(U::kCommonUnitCount) == 0, U::standard(U::kCommonUnitCount) == 0,
@@ -123,18 +109,16 @@ TEST(MeasuringUnit, PowersAndRoots) {
   EXPECT_TRUE(unit == U(U::metre, 6, 2));
   unit.power(32767);
   EXPECT_TRUE(unit == U(U::metre, 32767, 32767));
-  const struct {
-    int exponent, power, n, exponentAfter, powerAfter;
-    bool done;
-  } cases[] = {{6, 2, 2, 3, 1, true},   {6, 3, 2, 6, 3, false},
-               {-7, 2, 2, -3, 1, true}, {5, 0, 2, 5, 0, false},
-               {5, 0, 1, 5, 0, true},   {5, 2, 0, 5, 2, false},
-               {5, 2, 4, 5, 2, false},  {-32768, -32768, -1, 32767, 32767, true}};
-  for (const auto& c : cases) {
-    U root(U::metre, static_cast<short>(c.exponent), static_cast<short>(c.power));
-    EXPECT_EQ(root.root(static_cast<short>(c.n)), c.done) << c.power << " by " << c.n;
-    EXPECT_EQ(root.exponent(), c.exponentAfter) << c.power << " by " << c.n;
-    EXPECT_EQ(root.power(), c.powerAfter) << c.power << " by " << c.n;
+  const Cases<int, int, int, int, int, bool> cases = {
+      {6, 2, 2, 3, 1, true},   {6, 3, 2, 6, 3, false},
+      {-7, 2, 2, -3, 1, true}, {5, 0, 2, 5, 0, false},
+      {5, 0, 1, 5, 0, true},   {5, 2, 0, 5, 2, false},
+      {5, 2, 4, 5, 2, false},  {-32768, -32768, -1, 32767, 32767, true}};
+  for (const auto& [exponent, power, n, exponentAfter, powerAfter, done] : cases) {
+    U root(U::metre, static_cast<short>(exponent), static_cast<short>(power));
+    EXPECT_EQ(root.root(static_cast<short>(n)), done) << power << " by " << n;
+    EXPECT_EQ(root.exponent(), exponentAfter) << power << " by " << n;
+    EXPECT_EQ(root.power(), powerAfter) << power << " by " << n;
   }
 }
 

@@ -1,7 +1,6 @@
 #include "umlauf/units/UnitAlgebra.h"
 
-#include <gtest/gtest.h>
-
+#include "support/Test.h"
 #include "umlauf/platform/framework/CMemFile.h"
 
 namespace {
@@ -9,23 +8,20 @@ namespace {
 std::wstring Text(const CMeasuringUnitInterface& unit) { return unit.prefixunit(false).GetString(); }
 
 TEST(UnitAlgebra, QuotientsAndBackByProducts) {
-  const struct {
-    const wchar_t *a, *b, *quotient;
-    bool comesBack = true;
-  } cases[] = {{L"m", L"s", L"m/s"}, {L"m/s", L"s", L"m/s²"},    {L"rad/s", L"s", L"rad/s²"},
-               {L"-", L"s", L"Hz"},  {L"-", L"Pa", L"Pa^(-1)"},  {L"Pa", L"-", L"Pa"},
-               {L"V²", L"V", L"V"},  {L"V", L"V", L"-"},         {L"V²", L"Hz", L"V²/Hz"},
-               {L"N", L"m", L"N/m"}, {L"N", L"m/s", L"N/(m/s)"}, {L"m/s²", L"N", L"m/s²/N"}};
-  for (const auto& c : cases) {
-    const CMeasuringUnit a{CString(c.a)}, b{CString(c.b)};
-    const CMeasuringUnit quotient = UnitAlgebra::Quotient(a, b);
-    EXPECT_EQ(Text(quotient), c.quotient);
-    EXPECT_EQ(Text(UnitAlgebra::Product(quotient, b)), c.a) << "back from " << CString(c.quotient).ToUtf8();
+  const Cases<const wchar_t*, const wchar_t*, const wchar_t*> cases = {
+      {L"m", L"s", L"m/s"}, {L"m/s", L"s", L"m/s²"},    {L"rad/s", L"s", L"rad/s²"},
+      {L"-", L"s", L"Hz"},  {L"-", L"Pa", L"Pa^(-1)"},  {L"Pa", L"-", L"Pa"},
+      {L"V²", L"V", L"V"},  {L"V", L"V", L"-"},         {L"V²", L"Hz", L"V²/Hz"},
+      {L"N", L"m", L"N/m"}, {L"N", L"m/s", L"N/(m/s)"}, {L"m/s²", L"N", L"m/s²/N"}};
+  for (const auto& [a, b, text] : cases) {
+    const CMeasuringUnit divisor{CString(b)};
+    const CMeasuringUnit quotient = UnitAlgebra::Quotient(CMeasuringUnit(CString(a)), divisor);
+    EXPECT_ALL(Text(quotient) == text, Text(UnitAlgebra::Product(quotient, divisor)) == a);
     CMemFile file;
     quotient.WriteToFile(file);
     file.Seek(0, CFile::begin);
     CMeasuringUnit back;
-    EXPECT_TRUE(back.ReadFromFile(file) && Text(back) == c.quotient);
+    EXPECT_ALL(back.ReadFromFile(file), Text(back) == text);
   }
 }
 

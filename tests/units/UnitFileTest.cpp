@@ -1,9 +1,5 @@
-#include <gmock/gmock.h>
-
-#include <string>
-
-#include "support/ExpectAll.h"
 #include "support/LogCapture.h"
+#include "support/Test.h"
 #include "umlauf/platform/framework/CMemFile.h"
 #include "umlauf/units/MeasuringUnit.h"
 
@@ -67,18 +63,15 @@ TEST(UnitFile, GoldenRecordsAreReadWhateverTheirVersionAndRefusedWhenCut) {
 TEST(UnitFile, UncommonNamesAreRegisteredForTheOneLookup) {
   LogCapture log;
   const std::string fields = Index(200) + kFields + kOne + kZero;
-  const struct {
-    std::string bytes;
-    const wchar_t* name;
-    std::size_t messages;
-  } cases[] = {{Start(2, "smoot") + fields, L"smoot", 1},
-               {Start(0, std::string("fathom\0x", 8)) + kFields + kOne, L"fathom", 0},
-               {Start(2, "") + fields, L"-", 1}};
-  for (const auto& c : cases) {
+  const Cases<std::string, const wchar_t*, std::size_t> cases = {
+      {Start(2, "smoot") + fields, L"smoot", 1},
+      {Start(0, std::string("fathom\0x", 8)) + kFields + kOne, L"fathom", 0},
+      {Start(2, "") + fields, L"-", 1}};
+  for (const auto& [bytes, name, messages] : cases) {
     U unit;
-    CMemFile file = FileOf(c.bytes);
-    EXPECT_ALL(unit.ReadFromFile(file), !U::registerUncommonUnits(), unit.baseunit() == c.name);
-    EXPECT_THAT(log.Take(), SizeIs(c.messages));
+    CMemFile file = FileOf(bytes);
+    EXPECT_ALL(unit.ReadFromFile(file), !U::registerUncommonUnits(), unit.baseunit() == name);
+    EXPECT_THAT(log.Take(), SizeIs(messages));
   }
   U::registerUncommonUnits(true);
   const std::string longName = BytesOf(U(std::wstring(300, L'q')));

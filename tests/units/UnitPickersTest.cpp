@@ -1,18 +1,13 @@
 #include "umlauf/units/UnitPickers.h"
 
-#include <gmock/gmock.h>
-
 #include <map>
-#include <string>
-#include <vector>
 
 #include "support/ComboBoxConversation.h"
-#include "support/ExpectAll.h"
+#include "support/Test.h"
 #include "umlauf/platform/ui/UserInterface.h"
 
 namespace {
 
-using testing::ElementsAre;
 using U = CMeasuringUnit;
 
 /// Data and texts of a picker's items.

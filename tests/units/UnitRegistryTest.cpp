@@ -1,20 +1,12 @@
-#include <gmock/gmock.h>
-
-#include <array>
-#include <cstdlib>
 #include <set>
-#include <string>
 #include <thread>
-#include <vector>
 
-#include "support/ExpectAll.h"
 #include "support/LogCapture.h"
+#include "support/Test.h"
 #include "umlauf/units/MeasuringUnit.h"
 
 namespace {
 
-using testing::ElementsAre;
-using testing::IsEmpty;
 using U = CMeasuringUnit;
 
 // In a program of its own, as it fills the registry for good.

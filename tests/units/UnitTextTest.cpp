@@ -1,17 +1,11 @@
-#include <gmock/gmock.h>
-
 #include <sstream>
-#include <string>
-#include <utility>
 
-#include "support/ExpectAll.h"
 #include "support/LogCapture.h"
+#include "support/Test.h"
 #include "umlauf/units/MeasuringUnit.h"
 
 namespace {
 
-using testing::ElementsAre;
-using testing::IsEmpty;
 using U = CMeasuringUnit;
 
 constexpr unitFlags kDb = U::flag_db;
@@ -93,19 +87,15 @@ TEST(UnitText, EveryCommonUnitAndPowerReadsBackExceptTheListedOnes) {
 }
 
 TEST(UnitText, IsWrittenByItsRules) {
-  const struct {
-    unsigned unit;
-    int exponent, power;
-    std::string text;
-  } cases[] = {{23, 0, 2, "(m/s)²"},   {12, 0, -1, "V^(-1)"},  {12, 3, 4, "kV^4"},    {12, 0, 3, "V³"},
-               {12, 0, 0, "V^0"},      {0, 3, 2, "k-"},        {18, 4, 1, "1e+01km"}, {18, -4, 1, "1e+02µm"},
-               {18, -15, 1, "fm"},     {18, 14, 1, "1e+02Tm"}, {18, 15, 1, "1e+15m"}, {18, 37, 1, "1e+37m"},
-               {18, -16, 1, "1e-16m"}, {99999, 0, 1, "-"}};
-  for (const auto& c : cases) {
-    const CMeasuringUnit unit(commonUnits(c.unit), static_cast<short>(c.exponent),
-                              static_cast<short>(c.power));
-    EXPECT_EQ(unit.prefixstring().ToUtf8(), c.text);
-    EXPECT_EQ(unit.prefixunit(true).ToUtf8(), c.power == 0 ? "" : c.text);
+  const Cases<unsigned, int, int, std::string> cases = {
+      {23, 0, 2, "(m/s)²"},   {12, 0, -1, "V^(-1)"},  {12, 3, 4, "kV^4"},    {12, 0, 3, "V³"},
+      {12, 0, 0, "V^0"},      {0, 3, 2, "k-"},        {18, 4, 1, "1e+01km"}, {18, -4, 1, "1e+02µm"},
+      {18, -15, 1, "fm"},     {18, 14, 1, "1e+02Tm"}, {18, 15, 1, "1e+15m"}, {18, 37, 1, "1e+37m"},
+      {18, -16, 1, "1e-16m"}, {99999, 0, 1, "-"}};
+  for (const auto& [base, exponent, power, text] : cases) {
+    const CMeasuringUnit unit(commonUnits(base), static_cast<short>(exponent), static_cast<short>(power));
+    EXPECT_EQ(unit.prefixstring().ToUtf8(), text);
+    EXPECT_EQ(unit.prefixunit(true).ToUtf8(), power == 0 ? "" : text);
   }
   EXPECT_EQ(CMeasuringUnit(U::volt, 3, 2).baseunit(), L"V");
   const CMeasuringUnit db(U::pascal, -6, 1, 20.0f, kDb | kLog);

@@ -1,9 +1,6 @@
 #include "umlauf/visdata/VisDataCollection.h"
 
-#include <gtest/gtest.h>
-
-#include <cmath>
-
+#include "support/Test.h"
 #include "umlauf/visdata/VisDataConversion.h"
 
 namespace {
@@ -45,17 +42,14 @@ CVisDataCollection All() {
   CVisDataPolygon polygon;
   CVisDataArray array;
   CVisDataGrid grid;
-  EXPECT_TRUE(VisData::Convert(Curve({1, NAN, 3}, 0, 3, L"vector"), vector));
-  EXPECT_TRUE(VisData::Convert(Points(), integers, 5, 0.5f));
-  EXPECT_TRUE(VisData::Convert(Points(), polygon));
-  EXPECT_TRUE(VisData::Convert(Array(), array));
-  EXPECT_TRUE(VisData::Convert(Array(), grid, 4));
+  EXPECT_ALL(VisData::Convert(Curve({1, NAN, 3}, 0, 3, L"vector"), vector),
+             VisData::Convert(Points(), integers, 5, 0.5f), VisData::Convert(Points(), polygon),
+             VisData::Convert(Array(), array), VisData::Convert(Array(), grid, 4));
   integers.SetName(L"integers");
   grid.SetName(L"grid");
   CVisDataCollection all;
-  for (const Item* item : std::initializer_list<const Item*>{&vector, &integers, &polygon, &array, &grid}) {
+  for (const Item* item : std::initializer_list<const Item*>{&vector, &integers, &polygon, &array, &grid})
     EXPECT_TRUE(all.Add(*item));
-  }
   return all;
 }
 
@@ -69,16 +63,13 @@ TEST(VisDataCollection, KeepsTheOrderFindsAndCopies) {
   CVisDataCollection all = All();
   all.SetName(L"picture");
   EXPECT_EQ(Names(all), L"vector integers points map grid ");
-  EXPECT_TRUE(all.Move(0, 2) && all.Move(4, 1));
-  EXPECT_EQ(Names(all), L"integers grid points vector map ");
-  EXPECT_FALSE(all.Move(0, 5));
-  EXPECT_EQ(all.Find(L"points"), 2u);
-  EXPECT_EQ(all.Find(L"nothing"), CVisDataCollection::None);
+  EXPECT_ALL(all.Move(0, 2), all.Move(4, 1));
+  EXPECT_ALL(Names(all) == L"integers grid points vector map ", !all.Move(0, 5), all.Find(L"points") == 2u,
+             all.Find(L"nothing") == CVisDataCollection::None);
   all[3].Id().number = 77;
   EXPECT_EQ(all.Find(all[3].Id()), 3u);
   const CVisDataCollection copy = all;
-  EXPECT_EQ(Names(copy), Names(all));
-  EXPECT_TRUE(copy.Name() == L"picture");
+  EXPECT_ALL(Names(copy) == Names(all), copy.Name() == L"picture");
   for (std::size_t i = 0; i < all.Count(); ++i) {
     EXPECT_EQ(copy[i].DataType(), all[i].DataType());
     EXPECT_EQ(copy[i].GetRuntimeClass(), all[i].GetRuntimeClass());
@@ -89,47 +80,39 @@ TEST(VisDataCollection, KeepsTheOrderFindsAndCopies) {
   }
   const auto removed = all.Remove(1);
   EXPECT_STREQ(removed->Name(), L"grid");
-  EXPECT_TRUE(all.Remove(9) == nullptr && !all.Insert(nullptr) && !all.Add(CVisDataItem()));
+  EXPECT_ALL(all.Remove(9) == nullptr, !all.Insert(nullptr), !all.Add(CVisDataItem()));
 }
 
 TEST(VisDataCollection, StatisticsPerItemAndOverAll) {
   CVisDataCollection all = All();
-  const struct {
-    const wchar_t* name;
-    Item::Dataaxis axis;
-    std::uint64_t count;
-    float minimum, maximum;
-    double mean;
-  } cases[] = {{L"vector", Item::AxisY, 2, 1, 3, 2},       {L"vector", Item::AxisX, 3, 0, 2, 1},
-               {L"vector", Item::AxisZ, 0, 0, 0, 0},       {L"integers", Item::AxisY, 5, -10, 20, 6},
-               {L"points", Item::AxisX, 3, 1, 5, 8.0 / 3}, {L"map", Item::AxisY, 12, 0, 7, 28.0 / 12},
-               {L"map", Item::AxisZ, 3, 10, 40, 70.0 / 3}, {L"grid", Item::AxisZ, 4, 10, 40, 25},
-               {L"grid", Item::AxisX, 4, 0, 3, 1.5}};
-  for (const auto& c : cases) {
-    const VisDataStatistics s = CVisDataCollection::Statistics(all[all.Find(c.name)], c.axis);
-    EXPECT_TRUE(s.count == c.count && s.minimum == c.minimum && s.maximum == c.maximum)
-        << CString(c.name).ToUtf8() << " " << c.axis << ": " << s.count << " " << s.minimum << " "
-        << s.maximum;
-    EXPECT_NEAR(s.mean, c.mean, 1e-6) << CString(c.name).ToUtf8() << " " << c.axis;
+  const Cases<const wchar_t*, Item::Dataaxis, std::uint64_t, float, float, double> cases = {
+      {L"vector", Item::AxisY, 2, 1, 3, 2},       {L"vector", Item::AxisX, 3, 0, 2, 1},
+      {L"vector", Item::AxisZ, 0, 0, 0, 0},       {L"integers", Item::AxisY, 5, -10, 20, 6},
+      {L"points", Item::AxisX, 3, 1, 5, 8.0 / 3}, {L"map", Item::AxisY, 12, 0, 7, 28.0 / 12},
+      {L"map", Item::AxisZ, 3, 10, 40, 70.0 / 3}, {L"grid", Item::AxisZ, 4, 10, 40, 25},
+      {L"grid", Item::AxisX, 4, 0, 3, 1.5}};
+  for (const auto& [name, axis, count, minimum, maximum, mean] : cases) {
+    const VisDataStatistics s = CVisDataCollection::Statistics(all[all.Find(name)], axis);
+    EXPECT_ALL(s.count == count, s.minimum == minimum, s.maximum == maximum)
+        << CString(name).ToUtf8() << axis;
+    EXPECT_NEAR(s.mean, mean, 1e-6) << CString(name).ToUtf8() << " " << axis;
   }
   EXPECT_EQ(all.Statistics(Item::AxisY).count, 2u + 5 + 3 + 12 + 16);
   all.CalcRanges();
-  EXPECT_EQ(all.CommonRange(Item::AxisX), Range(0, 6));
-  EXPECT_EQ(all.CommonRange(Item::AxisY), Range(-10, 20));
-  EXPECT_EQ(all.CommonRange(Item::AxisZ).first, 10);
-  EXPECT_EQ(CVisDataCollection().CommonRange(Item::AxisX), Range(0, 1));
+  EXPECT_ALL(all.CommonRange(Item::AxisX) == Range(0, 6), all.CommonRange(Item::AxisY) == Range(-10, 20),
+             all.CommonRange(Item::AxisZ).first == 10,
+             CVisDataCollection().CommonRange(Item::AxisX) == Range(0, 1));
 }
 
 TEST(VisDataConversion, PairsArraysAndTimedPairs) {
   CVisDataVector vector;
   ASSERT_TRUE(VisData::Convert(Points(), vector, 5));
   EXPECT_EQ(std::vector(vector.Data(), vector.Data() + 5), (std::vector<float>{10, 20, 10, 0, -10}));
-  EXPECT_TRUE(vector.X(4) == 5 && vector.XUnit() == L"s");
+  EXPECT_ALL(vector.X(4) == 5, vector.XUnit() == L"s");
   CSigPairs unsorted = Points();
   unsorted.NeuesPaar(0, 0);
   unsorted.PruefeSortierung();
-  EXPECT_FALSE(VisData::Convert(unsorted, vector, 5));
-  EXPECT_TRUE(vector.Empty());
+  EXPECT_ALL(!VisData::Convert(unsorted, vector, 5), vector.Empty());
 
   CSigCurveArray differing = Array();
   differing[1].SetXMinMax(2, 6);
@@ -137,7 +120,7 @@ TEST(VisDataConversion, PairsArraysAndTimedPairs) {
   CVisDataArray array;
   ASSERT_TRUE(VisData::Convert(differing, array));
   EXPECT_EQ(std::vector(array.Row(1), array.Row(1) + 6), (std::vector<float>{0, 0, 4, 5, 6, 7}));
-  EXPECT_TRUE(array.Z(2) == 40 && array.ZUnit() == L"rpm" && array.ZRange() == Range(10, 40));
+  EXPECT_ALL(array.Z(2) == 40, array.ZUnit() == L"rpm", array.ZRange() == Range(10, 40));
   CVisDataGrid grid;
   ASSERT_TRUE(VisData::Convert(Array(), grid, 4));
   EXPECT_EQ(std::vector(grid.Row(2), grid.Row(2) + 4), (std::vector<float>{2, 2.5f, 3, 3.5f}));

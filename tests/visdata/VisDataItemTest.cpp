@@ -1,19 +1,10 @@
 #include "umlauf/visdata/VisDataItem.h"
 
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
-#include <numeric>
-#include <string>
-#include <tuple>
-#include <vector>
-
-#include "support/ExpectAll.h"
+#include "support/Test.h"
 #include "umlauf/visdata/VisDataPolygon.h"
 
 namespace {
 
-using testing::ElementsAre;
 using Item = CVisDataItem;
 
 std::vector<float> Raw(const Item& item) {
@@ -114,7 +105,7 @@ TEST(VisDataItem, CopiesRawDataAlsoFromItself) {
   EXPECT_THAT(Raw(item), ElementsAre(3, 4, 5, 0, 0, 0));
   Item larger;
   larger.AllocRawData(8);
-  EXPECT_TRUE(larger.CopyRawData(item) && larger.CopyRawData(Item()));  // nothing of an item without
+  EXPECT_ALL(larger.CopyRawData(item), larger.CopyRawData(Item()));  // nothing of an item without
   EXPECT_THAT(Raw(larger), ElementsAre(3, 4, 5, 0, 0, 0, 0, 0));
   larger = Item();
   EXPECT_EQ(larger.RawCapacity(), 0u);
@@ -157,9 +148,8 @@ TEST(VisDataItem, CopiesAndResets) {
   CVisDataPolygon assigned;
   assigned = polygon;
   assigned = *&assigned;
-  for (const Item* copy : {&copied, static_cast<const Item*>(&assigned)}) {
+  for (const Item* copy : {&copied, static_cast<const Item*>(&assigned)})
     EXPECT_ALL(copy->DtSameAs(polygon), Infos(*copy) == Infos(polygon), Raw(*copy) == Raw(polygon));
-  }
   EXPECT_EQ(assigned.Size(), 2u);
 
   assigned.Reset();

@@ -1,19 +1,10 @@
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
-#include <limits>
-#include <string>
-#include <vector>
-
-#include "support/ExpectAll.h"
+#include "support/Test.h"
 #include "umlauf/pairs/SigPairs.h"
 #include "umlauf/signal/SigCurveExt.h"
 #include "umlauf/visdata/VisDataConversion.h"
 
 namespace {
 
-using testing::ElementsAre;
-using testing::IsEmpty;
 using Item = CVisDataItem;
 using Range = CVisDataItem::Range;
 constexpr std::uint64_t kTooMany = 1ull << 60;

@@ -2,7 +2,6 @@
 #include <limits>
 #include <map>
 #include <memory>
-#include <nlohmann/json.hpp>
 #include <optional>
 #include <string>
 #include <vector>
@@ -12,6 +11,7 @@
 #include "tools/Error.h"
 #include "tools/commands/Commands.h"
 #include "tools/output/Console.h"
+#include "tools/output/Json.h"
 #include "tools/output/OutputFile.h"
 #include "tools/output/Plot.h"
 
@@ -102,10 +102,7 @@ void PrintJson(const CanReport& report) {
   json["sample_rate_hz"] = report.sampleRate;
   json["duration_s"] = report.duration;
   json["messages"] = report.messages();
-  json["warnings"] = nlohmann::ordered_json::array();
-  for (const RecordingWarning& each : report.warnings) {
-    json["warnings"].push_back({{"code", each.code}, {"text", each.text.ToUtf8()}});
-  }
+  json["warnings"] = WarningsJson(report.warnings);
   json["identifiers"] = nlohmann::ordered_json::array();
   for (const auto& [id, each] : *report.identifiers) {
     json["identifiers"].push_back({{"id", id & ~extendedBit},
@@ -135,13 +132,13 @@ void PrintJson(const CanReport& report) {
       json["signals"].push_back(std::move(entry));
     }
   }
-  Print("{}\n", json.dump(2, ' ', false, nlohmann::json::error_handler_t::replace));
+  WriteOut(JsonText(json));
 }
 
 void PrintTable(const CanReport& report) {
-  Print("{:<12}{}\n{:<12}{}, {:g} samples/s, {:.3f} s\n", "recording", report.recording, "", report.channel,
-        report.sampleRate, report.duration);
-  Print("{:<12}{} of {} identifiers\n", "messages", report.messages(), report.identifiers->size());
+  Row("recording", report.recording);
+  Row("", fmt::format("{}, {:g} samples/s, {:.3f} s", report.channel, report.sampleRate, report.duration));
+  Row("messages", fmt::format("{} of {} identifiers", report.messages(), report.identifiers->size()));
   if (report.signals == nullptr) {
     Print("\n{:>10} {:>10} {:>8} {:>8} {:>12}\n", "id", "hex", "count", "bytes", "interval/ms");
     for (const auto& [id, each] : *report.identifiers) {
@@ -154,11 +151,11 @@ void PrintTable(const CanReport& report) {
     }
     return;
   }
-  Print("{:<12}{} messages\n", "undescribed", report.signals->unknownMessages());
+  Row("undescribed", fmt::format("{} messages", report.signals->unknownMessages()));
   if (report.signals->anyBigEndian()) {
-    Print("{:<12}of big-endian signals are read as {} (see --kcd-offsets)\n", "offsets", report.offsets);
+    Row("offsets", fmt::format("of big-endian signals are read as {} (see --kcd-offsets)", report.offsets));
   }
-  if (!report.signals->notes().empty()) Print("{:<12}{}\n", "notes", report.signals->notes());
+  if (!report.signals->notes().empty()) Row("notes", report.signals->notes());
   Print("\n{:<40} {:>8} {:>12} {:>12} {:>12} unit\n", "signal", "count", "min", "mean", "max");
   for (const CanSignals::Signal& each : report.signals->all()) {
     Print("{:<40} {:>8}", each.message + "." + each.name, each.count);

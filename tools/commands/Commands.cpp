@@ -10,9 +10,9 @@ namespace {
 
 /// All subcommands, in the order of the help.
 constexpr void (*commands[])(CLI::App&) = {
-    AddSpeedCommand, AddEncoderCommand, AddCanCommand,      AddDownsampleCommand,
-    AddInfoCommand,  AddPlotCommand,    AddExportCommand,   AddImportCommand,
-    AddPairsCommand, AddUnitCommand,    AddSimulateCommand, AddSettingsCommand,
+    AddSpeedCommand,  AddOrdersCommand,     AddEncoderCommand, AddCanCommand,      AddSpectrumCommand,
+    AddFilterCommand, AddDownsampleCommand, AddInfoCommand,    AddPlotCommand,     AddExportCommand,
+    AddImportCommand, AddPairsCommand,      AddUnitCommand,    AddSimulateCommand, AddSettingsCommand,
 };
 
 /// How many characters have to be put in, left out or changed to make one word of the other.

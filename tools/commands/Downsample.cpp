@@ -6,8 +6,8 @@
 #include <string>
 #include <vector>
 
-#include "tools/BlockSource.h"
 #include "tools/Error.h"
+#include "tools/RecordingInput.h"
 #include "tools/commands/Commands.h"
 #include "tools/output/Console.h"
 #include "tools/output/OutputFile.h"

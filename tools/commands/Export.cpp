@@ -7,6 +7,9 @@
 #include "tools/SignalFile.h"
 #include "tools/commands/Commands.h"
 #include "tools/output/OutputFile.h"
+#include "tools/output/UnitText.h"
+#include "umlauf/signal/CurveSpan.h"
+#include "umlauf/signal/SigCurveArray.h"
 
 namespace umlauf::tool {
 namespace {
@@ -29,26 +32,25 @@ std::string HeaderCell(std::string name, const CMeasuringUnit& unit) {
   };
   std::replace_if(name.begin(), name.end(), parts, ' ');
   if (unit.empty()) return fmt::format("\"{}\"", name);
-  return fmt::format("\"{} [{}]\"", name, unit.prefixunit(false).ToUtf8());
+  return fmt::format("\"{} [{}]\"", name, UnitText(unit));
 }
 
-Columns ReadColumns(const std::string& path) {
-  const std::unique_ptr<CSignal> signal = ReadSignalFile(path);
+std::string NameOf(const CSignal& signal, const std::string& path) {
+  const std::string name = CString(signal.Name()).ToUtf8();
+  return name.empty() ? std::filesystem::path(path).stem().string() : name;
+}
+
+Columns TakeColumns(const CSignal& signal, const std::string& path) {
   Columns columns;
-  std::string name = CString(signal->Name()).ToUtf8();
-  if (name.empty()) name = std::filesystem::path(path).stem().string();
-  columns.xHeader = HeaderCell("x", signal->XUnit());
-  columns.yHeader = HeaderCell(name, signal->YUnit());
-  if (const auto* curve = dynamic_cast<const CSigCurve*>(signal.get())) {
-    const SSampleRun valid = curve->ValidSamples();
-    const double left = static_cast<double>(curve->XMin());
-    const double step = (static_cast<double>(curve->XMax()) - left) /
-                        static_cast<double>(std::max<std::size_t>(curve->DLen(), 1));
-    for (std::int64_t i = valid.first; i < valid.first + valid.count; ++i) {
-      columns.x.push_back(static_cast<float>(left + step * static_cast<double>(i)));
-      columns.y.push_back(curve->FData()[i]);
+  columns.xHeader = HeaderCell("x", signal.XUnit());
+  columns.yHeader = HeaderCell(NameOf(signal, path), signal.YUnit());
+  if (const auto* curve = dynamic_cast<const CSigCurve*>(&signal)) {
+    const CurveSpan span = SpanOf(*curve);
+    for (std::uint64_t i = 0; i < span.length; ++i) {
+      columns.x.push_back(static_cast<float>(span.X(static_cast<double>(i))));
+      columns.y.push_back(span.samples[i]);
     }
-  } else if (const auto* pairs = dynamic_cast<const CSigPairs*>(signal.get())) {
+  } else if (const auto* pairs = dynamic_cast<const CSigPairs*>(&signal)) {
     for (std::size_t i = 0; i < pairs->NPaare(); ++i) {
       columns.x.push_back(pairs->Punkt(i));
       columns.y.push_back(pairs->Wert(i));
@@ -58,11 +60,44 @@ Columns ReadColumns(const std::string& path) {
   return columns;
 }
 
+/// A column for each curve, over the x axis of all; its header tells the curve's position: "noise at 0.5 s
+/// [Pa]". Cells outside a curve's span are empty.
+void ExportArray(CSigCurveArray& array, const std::string& path, const ExportOptions& options) {
+  if (options.inputs.size() > 1) Fail("{} holds a curve array; export it by itself", path);
+  if (array.IsEmpty()) Fail("cannot export {}: it holds no curves", path);
+  if (!array.HasCommonAxis() && !array.MakeCommonAxis()) Fail("there is no memory to export {}", path);
+  const std::string name = NameOf(array, path);
+  const std::string unit =
+      array.ArrayUnit().empty() ? "" : " " + array.ArrayUnit().prefixunit(false).ToUtf8();
+  std::vector<CurveSpan> spans;
+  OutputFile out(options.output);
+  out.Print("{}", HeaderCell("x", array.XUnit()));
+  for (const auto& curve : array) {
+    out.Print(",{}", HeaderCell(fmt::format("{} at {}{}", name, curve->Date(), unit), array.YUnit()));
+    spans.push_back(SpanOf(*curve));
+  }
+  out.Print("\n");
+  const CSigCurve& first = array[0];
+  const double left = static_cast<double>(first.XMin());
+  const double step = (static_cast<double>(first.XMax()) - left) / static_cast<double>(first.DLen());
+  for (std::int64_t i = 0; i < static_cast<std::int64_t>(first.DLen()); ++i) {
+    out.Print("{}", static_cast<float>(left + step * static_cast<double>(i)));
+    for (const CurveSpan& span : spans) {
+      const bool there = i >= span.first && i - span.first < static_cast<std::int64_t>(span.length);
+      there ? out.Print(",{}", span.samples[i - span.first]) : out.Print(",");
+    }
+    out.Print("\n");
+  }
+  out.Commit();
+}
+
 void RunExport(const ExportOptions& options) {
   std::vector<Columns> signals;
   for (const std::string& input : options.inputs) {
     CheckOutputPath("-o", options.output, input);
-    signals.push_back(ReadColumns(input));
+    const std::unique_ptr<CSignal> signal = ReadSignalFile(input);
+    if (auto* array = dynamic_cast<CSigCurveArray*>(signal.get())) return ExportArray(*array, input, options);
+    signals.push_back(TakeColumns(*signal, input));
   }
   const Columns& first = signals.front();
   const bool oneAxis = std::all_of(signals.begin(), signals.end(), [&first](const Columns& each) {

@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <cmath>
+#include <limits>
 #include <memory>
 #include <optional>
 #include <string>
@@ -11,20 +12,20 @@
 #include "tools/commands/Commands.h"
 #include "tools/options/Lists.h"
 #include "tools/output/Console.h"
-#include "tools/output/NumberText.h"
 #include "tools/output/OutputFile.h"
-#include "umlauf/signal/SigCurve.h"
+#include "umlauf/signal/SigCurveArray.h"
 #include "umlauf_io/CsvReader.h"
+#include "umlauf_io/NumberText.h"
 
 namespace umlauf::tool {
 namespace {
 
-enum class Kind { automatic, curve, pairs };
+enum class Kind { automatic, curve, pairs, array };
 
 struct ImportOptions {
   std::string input, output;
   std::string x = "1", y = "2";
-  std::optional<std::string> name, xUnit, yUnit;
+  std::optional<std::string> name, xUnit, yUnit, arrayUnit;
   Kind kind = Kind::automatic;
 };
 
@@ -39,7 +40,7 @@ Column FindColumn(const CCsvReader& reader, const std::string& wanted, const Imp
   Column column;
   const std::vector<std::string>& header = reader.Header();
   const auto named = std::find(header.begin(), header.end(), wanted);
-  const auto number = ParseCount(wanted);
+  const auto number = io::ParseCount(wanted);
   if (named != header.end()) {
     column.index = static_cast<std::size_t>(named - header.begin());
   } else if (number && *number >= 1 && *number <= reader.Columns()) {
@@ -53,7 +54,7 @@ Column FindColumn(const CCsvReader& reader, const std::string& wanted, const Imp
   const std::size_t bracket = column.name.rfind('[');
   if (bracket != std::string::npos && column.name.ends_with(']')) {
     column.unit = column.name.substr(bracket + 1, column.name.size() - bracket - 2);
-    column.name = Trimmed(std::string_view(column.name).substr(0, bracket));
+    column.name = io::Trimmed(std::string_view(column.name).substr(0, bracket));
   }
   return column;
 }
@@ -106,31 +107,125 @@ std::unique_ptr<CSignal> MakePairs(const Column& x, const Column& y) {
   return pairs;
 }
 
-/// What is made of a column; `taken` are the files that were.
+/// A curve of an array: its column, and its position in the header ("noise at 0.5 s [Pa]").
+struct ArrayColumn {
+  Column column;
+  float position = 0;
+  std::string unit = {};
+};
+
+std::vector<ArrayColumn> FindArrayColumns(const CCsvReader& reader, std::size_t x,
+                                          const ImportOptions& options) {
+  std::vector<ArrayColumn> columns;
+  for (std::size_t i = 0; i < reader.Columns(); ++i) {
+    if (i == x) continue;
+    ArrayColumn each{FindColumn(reader, fmt::format("{}", i + 1), options)};
+    std::string& name = each.column.name;
+    const std::size_t at = name.rfind(" at ");
+    const std::string place = at == std::string::npos ? "" : name.substr(at + 4);
+    const std::size_t blank = std::min(place.find(' '), place.size());
+    const auto position = io::ParseNumber(place.substr(0, blank));
+    if (!position) {
+      Fail("column {} of {} tells no position; name it as \"noise at 0.5 s [Pa]\"", i + 1, options.input);
+    }
+    each.position = static_cast<float>(*position);
+    if (blank < place.size()) each.unit = place.substr(blank + 1);
+    name.resize(at);
+    columns.push_back(std::move(each));
+  }
+  if (columns.empty()) Fail("{} has one column; a curve array has some beside its x", options.input);
+  return columns;
+}
+
+/// Empty cells lie outside a curve's span.
+void ReadArrayValues(CCsvReader& reader, Column& x, std::vector<ArrayColumn>& columns,
+                     const std::string& path) {
+  constexpr double none = std::numeric_limits<double>::quiet_NaN();
+  while (reader.NextRow()) {
+    const auto place = reader.Number(x.index);
+    if (!place) break;
+    x.values.push_back(*place);
+    for (ArrayColumn& each : columns) {
+      const bool empty = reader.Text(each.column.index).empty();
+      each.column.values.push_back(empty ? none : reader.Number(each.column.index).value_or(none));
+    }
+  }
+  if (reader.Failure()) Fail("{}", reader.Failure().text.ToUtf8());
+  if (!IsEven(x.values)) Fail("the x values of {} are not evenly spaced; curves need that", path);
+}
+
+std::unique_ptr<CSignal> ReadArray(CCsvReader& reader, Column& x, Column& y, std::string& arrayUnit,
+                                   const ImportOptions& options) {
+  std::vector<ArrayColumn> columns = FindArrayColumns(reader, x.index, options);
+  ReadArrayValues(reader, x, columns, options.input);
+  y.name = columns.front().column.name;
+  y.unit = columns.front().column.unit;
+  arrayUnit = columns.front().unit;
+  auto array = std::make_unique<CSigCurveArray>();
+  for (const ArrayColumn& each : columns) {
+    const auto curve = MakeCurve(x, each.column);
+    auto extended = std::make_unique<CSigCurveExt>();
+    *extended = dynamic_cast<const CSigCurve&>(*curve);
+    extended->Date(each.position);
+    const auto isThere = [](double value) { return !std::isnan(value); };
+    const auto& values = each.column.values;
+    const auto first = std::find_if(values.begin(), values.end(), isThere);
+    const auto last = std::find_if(values.rbegin(), values.rend(), isThere);
+    first == values.end() ? extended->Invalidate()
+                          : extended->SetVIMinMax(first - values.begin(), last.base() - values.begin() - 1);
+    if (array->Insert(std::move(extended)) == CSigCurveArray::None) {
+      Fail("there is no memory for {} curves, or one of them has no position", columns.size());
+    }
+  }
+  return array;
+}
+
+/// Sets the units, the program's before those of the table; tells which are not known.
+void SetUnits(CSignal& signal, const Column& x, const Column& y, const std::string& arrayUnit,
+              const ImportOptions& options) {
+  const LibraryNotes notes;
+  const CString xUnit = CString::FromUtf8(options.xUnit.value_or(x.unit));
+  const CString yUnit = CString::FromUtf8(options.yUnit.value_or(y.unit));
+  signal.SetXUnit(xUnit);
+  signal.SetYUnit(yUnit);
+  if (auto* array = dynamic_cast<CSigCurveArray*>(&signal)) {
+    array->SetArrayUnit(CMeasuringUnit(CString::FromUtf8(options.arrayUnit.value_or(arrayUnit))));
+    for (const auto& curve : *array) {
+      curve->SetXUnit(array->XUnit());
+      curve->SetYUnit(array->YUnit());
+    }
+  }
+  if (!notes.empty()) PrintNote("{}; the signal has no such unit, give --x-unit or --y-unit", notes.text());
+}
+
+/// What is made of a column, or of all for a curve array; `taken` are the files that were.
 void ImportColumn(const ImportOptions& options, std::vector<std::string>& taken) {
   CCsvReader reader;
   if (!reader.Open(options.input)) Fail("{}", reader.Failure().text.ToUtf8());
-  Column x = FindColumn(reader, options.x, options), y = FindColumn(reader, options.y, options);
-  const std::string name = options.name.value_or(y.name);
-  const std::string output = Replaced(Replaced(options.output, "{column}", std::to_string(y.index + 1)),
-                                      "{name}", name.empty() ? std::to_string(y.index + 1) : name);
+  Column x = FindColumn(reader, options.x, options), y;
+  std::string arrayUnit;
+  std::unique_ptr<CSignal> signal;
+  if (options.kind == Kind::array) {
+    signal = ReadArray(reader, x, y, arrayUnit, options);
+  } else {
+    y = FindColumn(reader, options.y, options);
+    ReadValues(reader, x, y, options.input);
+    const bool even = IsEven(x.values);
+    if (options.kind == Kind::curve && !even) {
+      Fail("the x values of {} are not evenly spaced; leave out --as curve to get points", options.input);
+    }
+    signal = options.kind == Kind::pairs || !even ? MakePairs(x, y) : MakeCurve(x, y);
+  }
+  const std::string name = options.name.value_or(y.name), column = std::to_string(y.index + 1);
+  const std::string output =
+      Replaced(Replaced(options.output, "{column}", column), "{name}", name.empty() ? column : name);
   CheckOutputPath("-o", output, options.input);
   if (std::find(taken.begin(), taken.end(), output) != taken.end()) {
     FailUsage("-o {} would be written twice; put {{column}} into it", output);
   }
   taken.push_back(output);
-  ReadValues(reader, x, y, options.input);
-  const bool even = IsEven(x.values);
-  if (options.kind == Kind::curve && !even) {
-    Fail("the x values of {} are not evenly spaced; leave out --as curve to get points", options.input);
-  }
-  const std::unique_ptr<CSignal> signal =
-      options.kind == Kind::pairs || !even ? MakePairs(x, y) : MakeCurve(x, y);
   signal->SetName(CString::FromUtf8(name));
-  const LibraryNotes notes;
-  signal->SetXUnit(CString::FromUtf8(options.xUnit.value_or(x.unit)));
-  signal->SetYUnit(CString::FromUtf8(options.yUnit.value_or(y.unit)));
-  if (!notes.empty()) PrintNote("{}; the signal has no such unit, give --x-unit or --y-unit", notes.text());
+  SetUnits(*signal, x, y, arrayUnit, options);
   OutputFile out(output);
   WriteSignalFile(*signal, out);
   out.Commit();
@@ -138,6 +233,7 @@ void ImportColumn(const ImportOptions& options, std::vector<std::string>& taken)
 
 void RunImport(ImportOptions options) {
   if (options.output == "-") FailUsage("-o writes a binary file; name one");
+  if (options.arrayUnit && options.kind != Kind::array) FailUsage("--array-unit is for --as array");
   const std::vector<std::string> columns = Listed(options.y), xs = Listed(options.x);
   if (xs.size() != 1 && xs.size() != columns.size()) {
     FailUsage("--x {} and --column {} do not go together; give one x, or one for each", options.x, options.y);
@@ -172,8 +268,13 @@ void AddImportCommand(CLI::App& app) {
   command->add_option("--name", options->name, "name of the signal (that of the column)");
   command->add_option("--x-unit", options->xUnit, "unit of x (that in the header: \"time [s]\")");
   command->add_option("--y-unit", options->yUnit, "unit of the values, likewise");
-  command->add_option("--as", options->kind, "curve or pairs (a curve where x is evenly spaced)")
-      ->transform(OneOf(Choices<Kind>{{"curve", Kind::curve}, {"pairs", Kind::pairs}}))
+  command->add_option("--array-unit", options->arrayUnit,
+                      "unit of the positions of an array's curves, likewise");
+  command
+      ->add_option("--as", options->kind,
+                   "curve, pairs or array, of all columns (a curve where x is evenly spaced)")
+      ->transform(
+          OneOf(Choices<Kind>{{"curve", Kind::curve}, {"pairs", Kind::pairs}, {"array", Kind::array}}))
       ->type_name("KIND");
   command->callback([options] { RunImport(*options); });
 }

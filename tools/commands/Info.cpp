@@ -4,16 +4,18 @@
 #include <string>
 #include <vector>
 
-#include "tools/BlockSource.h"
 #include "tools/Error.h"
-#include "tools/RecordingAdapter.h"
+#include "tools/ProgressSource.h"
+#include "tools/RecordingInput.h"
 #include "tools/SignalFile.h"
 #include "tools/commands/Commands.h"
 #include "tools/output/Console.h"
+#include "tools/output/UnitText.h"
 #include "umlauf/rotation/Levels.h"
 #include "umlauf/rotation/PulseTrain.h"
 #include "umlauf/rotation/RecordingStatistics.h"
 #include "umlauf/rotation/TachoPulses.h"
+#include "umlauf/signal/SigCurveArray.h"
 #include "umlauf/signal/SigCurveExt.h"
 #include "umlauf_io/EdgeListSource.h"
 
@@ -28,14 +30,12 @@ std::string_view TypeName(LONG tag) {
       return "equidistant curve with a valid span";
     case SigIdPairs:
       return "point pairs";
+    case SigIdCurveArray:
+      return "curve array";
     default:
       return "signal";
   }
 }
-
-std::string UnitText(const CMeasuringUnit& unit) { return unit.prefixunit(false).ToUtf8(); }
-
-void Row(std::string_view name, std::string_view value) { Print("{:<12}{}\n", name, value); }
 
 void CurveRows(const CSigCurve& curve) {
   Row("step", fmt::format("{:.6g}", curve.XDelta()));
@@ -55,6 +55,22 @@ void PairsRows(const CSigPairs& pairs) {
   Row("number", fmt::format("{}", pairs.Nummer()));
 }
 
+void ArrayRows(const CSigCurveArray& array) {
+  float first = 0, last = 0;
+  array.GetArrayRange(first, last);
+  Row("curves", fmt::format("{}", array.Count()));
+  Row("array unit", UnitText(array.ArrayUnit()));
+  if (array.IsEmpty()) return;
+  Row("array axis", fmt::format("{:.7g} ... {:.7g}", first, last));
+  const auto [least, most] = std::minmax_element(
+      array.begin(), array.end(), [](const auto& a, const auto& b) { return a->DLen() < b->DLen(); });
+  Row("samples", (*least)->DLen() == (*most)->DLen()
+                     ? fmt::format("{} in each curve", (*least)->DLen())
+                     : fmt::format("{} to {} in each curve", (*least)->DLen(), (*most)->DLen()));
+  Row("x axes", array.HasCommonAxis() ? fmt::format("all alike, step {:.6g}", array[0].XDelta())
+                                      : std::string("not alike"));
+}
+
 void RunInfo(const std::string& path) {
   const std::unique_ptr<CSignal> signal = ReadSignalFile(path);
   float xLow = 0, xHigh = 0, yLow = 0, yHigh = 0;
@@ -66,14 +82,17 @@ void RunInfo(const std::string& path) {
   Row("x unit", UnitText(signal->XUnit()));
   Row("y unit", UnitText(signal->YUnit()));
   Row("x range", fmt::format("{:.7g} ... {:.7g}", xLow, xHigh));
-  Row("samples", fmt::format("{}", signal->DLen()));
-  Row("y range", signal->DLen() > 0 ? fmt::format("{:.7g} ... {:.7g}", yLow, yHigh) : "none");
+  const auto* array = dynamic_cast<const CSigCurveArray*>(signal.get());
+  if (array == nullptr) Row("samples", fmt::format("{}", signal->DLen()));
+  const bool any = array != nullptr ? !array->IsEmpty() : signal->DLen() > 0;
+  Row("y range", any ? fmt::format("{:.7g} ... {:.7g}", yLow, yHigh) : "none");
   if (const auto* curve = dynamic_cast<const CSigCurve*>(signal.get())) CurveRows(*curve);
   if (const auto* pairs = dynamic_cast<const CSigPairs*>(signal.get())) PairsRows(*pairs);
+  if (array != nullptr) ArrayRows(*array);
 }
 
 /// Swings of a channel between levels that are found as for the speed.
-std::string Swings(RecordingAdapter& source, unsigned channel) {
+std::string Swings(ProgressSource& source, unsigned channel) {
   CDzPulsDetektor detector;
   detector.PulsMinLenSetzen(0);
   CLevelFinder finder(detector);
@@ -103,7 +122,7 @@ std::string Swings(RecordingAdapter& source, unsigned channel) {
   }
 }
 
-void ChannelRows(RecordingAdapter& source, const CRecordingSource& recording,
+void ChannelRows(ProgressSource& source, const CRecordingSource& recording,
                  const std::vector<CRecordingStatistics>& channels, std::uint64_t frames) {
   const std::string unit = recording.Unit().IsEmpty() ? "" : " " + recording.Unit().ToUtf8();
   for (unsigned c = 0; c < recording.Channels(); ++c) {
@@ -121,7 +140,7 @@ void ChannelRows(RecordingAdapter& source, const CRecordingSource& recording,
 void RunRecordingInfo(RecordingOptions options) {
   options.allChannels = !options.channel && !options.column;
   const std::unique_ptr<CRecordingSource> recording = OpenRecording(options);
-  RecordingAdapter source(*recording);
+  ProgressSource source(*recording);
   source.Purpose("reading");
   std::vector<CRecordingStatistics> channels(recording->Channels());
   std::uint64_t frames = 0;

@@ -8,6 +8,7 @@
 #include "tools/SignalFile.h"
 #include "tools/commands/Commands.h"
 #include "tools/output/OutputFile.h"
+#include "tools/output/UnitText.h"
 #include "umlauf/pairs/SigPairs.h"
 
 namespace umlauf::tool {
@@ -47,8 +48,6 @@ constexpr Combination combinations[] = {
     {"min", "the smaller of A and B", CSigPairs::minimum, UnitRule::same},
     {"max", "the greater of A and B", CSigPairs::maximum, UnitRule::same},
 };
-
-std::string UnitText(const CMeasuringUnit& unit) { return unit.prefixunit(false).ToUtf8(); }
 
 /// Factor from one unit to the other; nothing when they measure different things. Without a unit on one side
 /// the numbers are taken as they are.

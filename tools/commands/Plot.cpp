@@ -5,17 +5,20 @@
 #include <utility>
 #include <vector>
 
-#include "tools/BlockSource.h"
 #include "tools/Error.h"
+#include "tools/RecordingInput.h"
 #include "tools/SignalFile.h"
 #include "tools/commands/Commands.h"
-#include "tools/output/AxisLabel.h"
+#include "tools/output/ArrayPicture.h"
 #include "tools/output/Plot.h"
 #include "tools/output/Progress.h"
+#include "tools/output/UnitText.h"
 #include "tools/plot/Limits.h"
 #include "tools/plot/SeriesColours.h"
 #include "umlauf/rate/DownsamplingStream.h"
+#include "umlauf/signal/SigCurveArray.h"
 #include "umlauf/signal/SigCurveExt.h"
+#include "umlauf/spectrum/SpectrumLevels.h"
 #include "umlauf_io/EdgeListSource.h"
 
 namespace umlauf::tool {
@@ -26,6 +29,12 @@ struct PlotOptions {
   RecordingOptions recording;  ///< how those of them that are recordings are read
   std::string output;
   bool allValues = false;
+  // Of curve arrays
+  bool waterfall = false, turned = false;
+  std::optional<SpectrumScaling> decibels;
+  std::vector<double> levels;  ///< the least and the greatest one
+
+  bool forArrays() const { return waterfall || turned || decibels || !levels.empty(); }
 };
 
 /// What is drawn of one file.
@@ -38,9 +47,8 @@ struct Source {
   bool recording = false;
 };
 
-std::string UnitText(const CMeasuringUnit& unit) {
-  return unit.empty() ? "" : unit.prefixunit(false).ToUtf8();
-}
+/// Empty without a unit, as that of a recording.
+std::string AxisUnit(const CMeasuringUnit& unit) { return unit.empty() ? "" : UnitText(unit); }
 
 /// Whether x lies in the part that --from and --to choose.
 bool IsWithin(const RecordingOptions& part, double x) {
@@ -180,27 +188,43 @@ Source ReadList(const PlotOptions& options, const std::string& path, EdgeListKin
   return source;
 }
 
-Source ReadSignal(const PlotOptions& options, const std::string& path) {
-  const std::unique_ptr<CSignal> signal = ReadSignalFile(path);
-  Source source;
-  source.file = std::filesystem::path(path).filename().string();
-  source.name = CString(signal->Name()).ToUtf8();
-  if (source.name.empty()) source.name = source.file;
-  source.xUnit = UnitText(signal->XUnit());
-  source.yUnit = UnitText(signal->YUnit());
-  source.xLabel = AxisLabel(signal->XUnit(), "x");
-  source.yLabel = AxisLabel(signal->YUnit(), "value");
-  if (const auto* curve = dynamic_cast<const CSigCurve*>(signal.get()))
-    TakeCurve(*curve, options.recording, source);
-  if (auto* pairs = dynamic_cast<CSigPairs*>(signal.get())) TakePairs(*pairs, options.recording, source);
-  return source;
-}
-
-Source ReadInput(const PlotOptions& options, const std::string& path) {
-  if (IsSignalFile(path)) return ReadSignal(options, path);
+/// A recording: samples, or a list of edges.
+Source ReadSamples(const PlotOptions& options, const std::string& path) {
   const bool samples = options.recording.raw || options.recording.rate;
   const auto list = samples ? std::nullopt : CEdgeListSource::KindOf(path);
   return list ? ReadList(options, path, *list) : ReadRecording(options, path);
+}
+
+Source TakeSignal(const PlotOptions& options, CSignal& signal, const std::string& path) {
+  Source source;
+  source.file = std::filesystem::path(path).filename().string();
+  source.name = CString(signal.Name()).ToUtf8();
+  if (source.name.empty()) source.name = source.file;
+  source.xUnit = AxisUnit(signal.XUnit());
+  source.yUnit = AxisUnit(signal.YUnit());
+  source.xLabel = AxisLabel(signal.XUnit(), "x");
+  source.yLabel = AxisLabel(signal.YUnit(), "value");
+  if (const auto* curve = dynamic_cast<const CSigCurve*>(&signal))
+    TakeCurve(*curve, options.recording, source);
+  if (auto* pairs = dynamic_cast<CSigPairs*>(&signal)) TakePairs(*pairs, options.recording, source);
+  return source;
+}
+
+void DrawArray(const PlotOptions& options, CSigCurveArray& array, const std::string& path) {
+  if (options.inputs.size() > 1) Fail("{} holds a curve array; draw it by itself", path);
+  if (options.decibels) {
+    if (array.YUnit().is_db()) FailUsage("the values of {} are levels already; leave out --db", path);
+    SpectrumLevels::Apply(array, *options.decibels, 1.0);
+  }
+  ArrayLook look{
+      .arrayAxisRight = options.turned, .from = options.recording.from, .to = options.recording.to};
+  if (options.waterfall) look.look = PlotMap::Look::waterfall;
+  if (!options.levels.empty()) look.levels = {options.levels[0], options.levels[1]};
+  PlotMap map = ArrayPicture(array, look);
+  if (map.title.empty()) map.title = std::filesystem::path(path).filename().string();
+  OutputFile out(options.output);
+  DrawPlot(map, out);
+  out.Commit();
 }
 
 /// A second y unit gets the axis on the right.
@@ -259,14 +283,28 @@ Plot Overlay(std::vector<Source> sources, bool allValues) {
 void RunPlot(const PlotOptions& options) {
   CheckPlotName("-o", options.output);
   CheckSection(options.recording);
+  if (!options.levels.empty() && !(options.levels[0] < options.levels[1])) {
+    FailUsage("--levels {:g},{:g}: the first one is not below the second", options.levels[0],
+              options.levels[1]);
+  }
   std::vector<Source> sources;
   for (const std::string& input : options.inputs) {
     CheckOutputPath("-o", options.output, input);
-    sources.push_back(ReadInput(options, input));
+    if (IsSignalFile(input)) {
+      const std::unique_ptr<CSignal> signal = ReadSignalFile(input);
+      if (auto* array = dynamic_cast<CSigCurveArray*>(signal.get())) return DrawArray(options, *array, input);
+      sources.push_back(TakeSignal(options, *signal, input));
+    } else {
+      sources.push_back(ReadSamples(options, input));
+    }
     if (FullRange(sources.back().series.points).empty()) {
       Fail("cannot draw {}: it holds no samples{}", input,
            options.recording.from || options.recording.to ? " from --from to --to" : "");
     }
+  }
+  if (options.forArrays()) {
+    FailUsage("--waterfall, --turn, --db and --levels are for curve arrays; {} holds none",
+              options.inputs[0]);
   }
   const Plot plot = Overlay(std::move(sources), options.allValues);
   OutputFile out(options.output);
@@ -287,6 +325,23 @@ void AddPlotCommand(CLI::App& app) {
   DeclareSection(*command, options->recording);
   DeclareScaling(*command, options->recording);
   command->add_flag("--all-values", options->allValues, "also values that stand alone set the scale");
+  const std::string group = "Curve arrays";
+  command->add_flag("--waterfall", options->waterfall, "lines one behind the other instead of colours")
+      ->group(group);
+  command->add_flag("--turn", options->turned, "the array axis to the right instead of upward")->group(group);
+  const Choices<SpectrumScaling> kinds = {{"amplitude", SpectrumScaling::Amplitude},
+                                          {"power", SpectrumScaling::Power}};
+  command
+      ->add_option("--db", options->decibels, "levels of the values: 20 lg of an amplitude, 10 lg of a power")
+      ->transform(OneOf(kinds))
+      ->type_name("amplitude|power")
+      ->group(group);
+  command->add_option("--levels", options->levels, "values of the first and the last colour")
+      ->delimiter(',')
+      ->expected(2)
+      ->check(Finite().description(""))
+      ->type_name("LOW,HIGH")
+      ->group(group);
   command->callback([options] { RunPlot(*options); });
 }
 

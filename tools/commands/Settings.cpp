@@ -1,7 +1,6 @@
 #include <filesystem>
 #include <limits>
 #include <memory>
-#include <nlohmann/json.hpp>
 #include <optional>
 #include <string>
 #include <utility>
@@ -11,6 +10,7 @@
 #include "tools/LibraryNotes.h"
 #include "tools/commands/Commands.h"
 #include "tools/output/Console.h"
+#include "tools/output/Json.h"
 #include "umlauf/platform/tramsea/CResourceSea.h"
 #include "umlauf/platform/tramsea/CSeaBase.h"
 
@@ -129,7 +129,7 @@ void RunList(const SettingsOptions& options) {
     text += '\n';
   }
   database.CheckRead();
-  Print("{}", options.json ? json.dump(2) + "\n" : text);
+  Print("{}", options.json ? JsonText(json) : text);
 }
 
 }  // namespace

@@ -10,6 +10,7 @@
 #include "tools/output/Progress.h"
 #include "tools/output/RecordingOutput.h"
 #include "tools/simulate/EncoderSimulator.h"
+#include "tools/simulate/VibrationSimulator.h"
 #include "tools/simulate/WheelSimulator.h"
 
 namespace umlauf::tool {
@@ -17,32 +18,54 @@ namespace {
 
 constexpr double truthStep = 0.01;  ///< [s]
 
-/// Fills and writes block after block.
-template <class Sample, class Simulator, class Writer>
-void WriteBlocks(Simulator& simulator, const Writer& write) {
-  Progress progress("simulating", simulator.frames());
-  std::vector<Sample> block(65536);
-  for (std::uint64_t left = simulator.frames(); left > 0;) {
-    const auto n = static_cast<std::size_t>(std::min<std::uint64_t>(left, block.size()));
-    simulator.Next({block.data(), n});
+/// Fills and writes block after block, `channels` samples in each frame.
+template <class Sample, class Fill, class Writer>
+void WriteBlocks(std::uint64_t frames, unsigned channels, const Fill& fill, const Writer& write) {
+  Progress progress("simulating", frames);
+  constexpr std::size_t most = 65536;
+  std::vector<Sample> block(most * channels);
+  for (std::uint64_t left = frames; left > 0;) {
+    const auto n = static_cast<std::size_t>(std::min<std::uint64_t>(left, most));
+    fill(block.data(), n);
     write(block.data(), n);
     left -= n;
     progress.Advance(n);
   }
 }
 
+/// The tacho, and beside it the vibration.
+void WriteSamples(const SimulateOptions& options, const SpeedProfile& profile, OutputFile& out) {
+  WheelSimulator wheel(profile, options.wheel);
+  VibrationSimulator vibration(profile, options.vibration, options.wheel.rate, options.wheel.seed);
+  const unsigned channels = options.vibration.Any() ? 2 : 1;
+  RecordingOutput writer(out, {.rate = options.wheel.rate, .channels = channels, .frames = wheel.frames()});
+  std::vector<float> tacho;
+  const auto fill = [&](float* frames, std::size_t n) {
+    if (channels == 1) return wheel.Next({frames, n});
+    tacho.resize(n);
+    wheel.Next(tacho);
+    for (std::size_t i = 0; i < n; ++i) frames[2 * i] = tacho[i];
+    vibration.Next(frames + 1, n, 2);
+  };
+  WriteBlocks<float>(wheel.frames(), channels, fill,
+                     [&writer](const float* frames, std::size_t n) { writer.Write(frames, n); });
+  writer.Close();
+}
+
 void WriteRecording(const SimulateOptions& options, const SpeedProfile& profile, OutputFile& out) {
   if (options.encoder) {
     EncoderSimulator simulator(profile, options.wheel, EncoderFormat(*options.encoder), options.lowWord);
-    WriteBlocks<ULONG>(simulator, [&out](const ULONG* words, std::size_t n) {
-      out.Write({reinterpret_cast<const char*>(words), n * sizeof *words});
-    });
+    WriteBlocks<ULONG>(
+        simulator.frames(), 1,
+        [&simulator](ULONG* words, std::size_t n) {
+          simulator.Next({words, n});
+        },
+        [&out](const ULONG* words, std::size_t n) {
+          out.Write({reinterpret_cast<const char*>(words), n * sizeof *words});
+        });
     return;
   }
-  WheelSimulator simulator(profile, options.wheel);
-  RecordingOutput writer(out, {.rate = options.wheel.rate, .channels = 1, .frames = simulator.frames()});
-  WriteBlocks<float>(simulator, [&writer](const float* samples, std::size_t n) { writer.Write(samples, n); });
-  writer.Close();
+  WriteSamples(options, profile, out);
 }
 
 void WriteTruth(const SpeedProfile& profile, OutputFile& out) {
@@ -62,6 +85,7 @@ void WriteTruth(const SpeedProfile& profile, OutputFile& out) {
 void RunSimulate(SimulateOptions options) {
   const SpeedProfile profile = ParseProfile(options);
   CheckWheel(options, profile);
+  CheckVibration(options);
   if (options.truth.empty()) {
     options.truth = std::filesystem::path(options.output).replace_extension(".csv").string();
   }

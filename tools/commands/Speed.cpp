@@ -34,7 +34,7 @@ struct Job {
 };
 
 /// Reads the recording once for all of these.
-void ReadOnce(RecordingAdapter& source, std::vector<Job*>& jobs, std::size_t blockSize, bool alone) {
+void ReadOnce(ProgressSource& source, std::vector<Job*>& jobs, std::size_t blockSize, bool alone) {
   const unsigned channels = source.Channels();
   std::vector<std::vector<float>> planes(channels > 1 ? channels : 0);
   std::vector<float*> columns;
@@ -58,7 +58,7 @@ void ReadOnce(RecordingAdapter& source, std::vector<Job*>& jobs, std::size_t blo
   source.Check();
 }
 
-void FindSpeeds(RecordingAdapter& source, std::vector<Job>& jobs, std::size_t blockSize, bool alone) {
+void FindSpeeds(ProgressSource& source, std::vector<Job>& jobs, std::size_t blockSize, bool alone) {
   std::vector<Job*> open;
   for (Job& job : jobs) {
     job.Try(alone, [&] { job.speed->FindLevels(source); });
@@ -78,7 +78,7 @@ void FindSpeeds(RecordingAdapter& source, std::vector<Job>& jobs, std::size_t bl
 void RunRecording(const SpeedOptions& options, bool alone, SpeedResults& results) {
   if (const auto list = ListKind(options)) return RunEdgeList(options, *list, alone, results);
   const std::unique_ptr<CRecordingSource> file = OpenRecording(options.recording);
-  RecordingAdapter source(*file);
+  ProgressSource source(*file);
   std::vector<Job> jobs;
   for (unsigned c = 0; c < file->Channels(); ++c) {
     jobs.emplace_back().speed = std::make_unique<ChannelSpeed>(options, *file, c, file->Channels());

@@ -9,9 +9,9 @@
 #include "tools/LibraryNotes.h"
 #include "tools/commands/Commands.h"
 #include "tools/output/Console.h"
-#include "tools/output/NumberText.h"
-#include "umlauf/platform/vekta/numeric.h"
+#include "tools/output/UnitText.h"
 #include "umlauf/units/MeasuringUnit.h"
+#include "umlauf/units/MeantUnit.h"
 
 namespace umlauf::tool {
 namespace {
@@ -28,41 +28,23 @@ struct NamedUnit {
   CMeasuringUnit unit;
 };
 
+[[noreturn]] void FailUnknown(const std::string& text) {
+  Fail("\"{}\" is no known unit; write for example rpm, m/s², dB(Pa) or V^2", text);
+}
+
 /// The library takes an unknown name as "-" and says so in its log only.
 CMeasuringUnit Literal(const std::string& text) {
   const LibraryNotes notes;
   CMeasuringUnit unit;
-  if (!unit.set(CString::FromUtf8(text)) || !notes.empty()) {
-    Fail("\"{}\" is no known unit; write for example rpm, m/s², dB(Pa) or V^2", text);
-  }
+  if (!unit.set(CString::FromUtf8(text)) || !notes.empty()) FailUnknown(text);
   return unit;
 }
 
-/// Whether the number of a unit is there whose name the whole text is, as with "pu", which else would have a
-/// prefix.
-std::optional<CMeasuringUnit> Common(const std::string& text) {
-  for (std::uint32_t index = 0; index < CommonUnits::kCommonUnitCount; ++index) {
-    if (CMeasuringUnit::UnitString(index).ToUtf8() != text) continue;
-    CMeasuringUnit unit;
-    unit.unit(index);
-    return unit;
-  }
-  return std::nullopt;
-}
-
-/// The library holds the prefix of a text with its exponent squared, and does not raise it to the unit's
-/// power; people mean 10^3 by k, and 10^6 by that of km².
+/// The unit as people mean it: 10^3 by k, and 10^6 by that of km².
 CMeasuringUnit Meant(const std::string& text) {
-  if (const auto common = Common(text)) return *common;
-  CMeasuringUnit unit = Literal(text);
-  if (unit.exponent() == 0) return unit;
-  std::string_view inner = text;
-  for (const std::string_view around : {"dB(", "10^ ", "("}) {
-    if (inner.starts_with(around)) inner.remove_prefix(around.size());
-  }
-  const bool isSmall = std::string_view("fpnum\xC2").find(inner.front()) != std::string_view::npos;
-  const double prefix = std::sqrt(static_cast<double>(unit.exponent())) * (isSmall ? -1 : 1);
-  unit.exponent(numeric::trunc_sat<std::int16_t>(std::round(prefix * unit.power())));
+  CMeasuringUnit unit;
+  const LibraryNotes notes;  // an unknown name is told here
+  if (!MeantUnit::Read(CString::FromUtf8(text), unit)) FailUnknown(text);
   return unit;
 }
 
@@ -77,7 +59,7 @@ std::string Text(const NamedUnit& named, bool literal) {
   return plain ? named.unit.prefixunit(true).ToUtf8() : named.text;
 }
 
-void Row(std::string_view name, std::string_view value) { Print("{:<14}{}\n", name, OnOneLine(value)); }
+void UnitRow(std::string_view name, std::string_view text) { Row(name, text, 14); }
 
 /// What a value in the unit is multiplied by to be in that of SI; 0 when there is none.
 double StandardFactor(const CMeasuringUnit& unit) {
@@ -94,26 +76,27 @@ std::string StandardUnit(const NamedUnit& named, bool literal) {
     each->set_db(false);
     each->set_log(false);
   }
-  const std::string text = standard.prefixunit(false).ToUtf8();
+  const std::string text = UnitText(standard);
   const bool isLevel = named.unit.flags() != 0;
   return fmt::format("{}, 1 {} = {:.7g} {}", text,
-                     isLevel ? plain.prefixunit(false).ToUtf8() : Text({named.text, plain}, literal),
+                     isLevel ? UnitText(plain) : Text({named.text, plain}, literal),
                      StandardFactor(named.unit), text);
 }
 
 void Explain(const NamedUnit& named, bool literal) {
   const CMeasuringUnit& unit = named.unit;
-  Row("text", named.text);
-  Row("prints as", Text(named, literal));
-  Row("base unit", fmt::format("{} (number {})", unit.baseunit().ToUtf8(), unit.unit()));
-  Row("prefix", fmt::format("10^{}", unit.exponent()));
-  Row("power", fmt::format("{}", unit.power()));
-  Row("presentation", unit.is_db()    ? fmt::format("level in dB, reference {:g}", unit.logref())
-                      : unit.is_log() ? fmt::format("logarithm to base 10, reference {:g}", unit.logref())
-                                      : "plain");
-  Row("standard unit", StandardUnit(named, literal));
+  UnitRow("text", named.text);
+  UnitRow("prints as", Text(named, literal));
+  UnitRow("base unit", fmt::format("{} (number {})", unit.baseunit().ToUtf8(), unit.unit()));
+  UnitRow("prefix", fmt::format("10^{}", unit.exponent()));
+  UnitRow("power", fmt::format("{}", unit.power()));
+  UnitRow("presentation", unit.is_db()    ? fmt::format("level in dB, reference {:g}", unit.logref())
+                          : unit.is_log() ? fmt::format("logarithm to base 10, reference {:g}", unit.logref())
+                                          : "plain");
+  UnitRow("standard unit", StandardUnit(named, literal));
   if (literal && unit.exponent() != 0) {
-    Row("note",
+    UnitRow(
+        "note",
         "the library holds the prefix of a text with its exponent squared: k = 10^3 becomes 10^9; all above "
         "tells what is held");
   }
@@ -128,19 +111,13 @@ double Factor(const NamedUnit& from, const NamedUnit& to, bool literal) {
         "units",
         fromText, toText);
   }
-  const std::uint32_t standard = CMeasuringUnit::standard(a.unit());
-  const bool isOneKind =
-      a.unit() == b.unit() || (standard != 0 && standard == CMeasuringUnit::standard(b.unit()));
-  if (!isOneKind || a.power() != b.power()) {
+  const double factor = MeantUnit::Factor(a, b);
+  if (factor == 0 && a.matches(b) && CMeasuringUnit::standard(a.unit()) != CommonUnits::none) {
+    Fail("{} cannot be converted to {}: the factor is beyond the range of numbers", fromText, toText);
+  }
+  if (factor == 0) {
     Fail("{} cannot be converted to {}: they measure different things; give units of one kind and power",
          fromText, toText);
-  }
-  const auto ratio = static_cast<double>(CMeasuringUnit::std_fac(a.unit())) /
-                     static_cast<double>(CMeasuringUnit::std_fac(b.unit()));
-  const double factor =
-      (a.unit() == b.unit() ? 1.0 : std::pow(ratio, a.power())) * std::pow(10.0, a.exponent() - b.exponent());
-  if (!(factor > 0 && std::isfinite(factor))) {
-    Fail("{} cannot be converted to {}: the factor is beyond the range of numbers", fromText, toText);
   }
   return factor;
 }
@@ -153,8 +130,8 @@ void RunUnit(const UnitOptions& options) {
   if (!std::isfinite(value * factor))
     Fail("{:g} {} is beyond the range of numbers in {}", value, unit.text, to.text);
   Explain(unit, options.literal);
-  Row("conversion", fmt::format("{} {} = {:.7g} {}", value, Text(unit, options.literal), value * factor,
-                                Text(to, options.literal)));
+  UnitRow("conversion", fmt::format("{} {} = {:.7g} {}", value, Text(unit, options.literal), value * factor,
+                                    Text(to, options.literal)));
 }
 
 }  // namespace

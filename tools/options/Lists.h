@@ -5,7 +5,7 @@
 #include <string_view>
 #include <vector>
 
-#include "tools/output/NumberText.h"
+#include "umlauf_io/NumberText.h"
 
 namespace umlauf::tool {
 
@@ -14,7 +14,7 @@ inline std::vector<std::string> Listed(std::string_view text) {
   std::vector<std::string> parts;
   for (std::size_t begin = 0; begin <= text.size();) {
     const std::size_t end = std::min(text.find(',', begin), text.size());
-    parts.emplace_back(Trimmed(text.substr(begin, end - begin)));
+    parts.emplace_back(io::Trimmed(text.substr(begin, end - begin)));
     begin = end + 1;
   }
   return parts;

@@ -1,5 +1,5 @@
 
-#include "tools/BlockSource.h"
+#include "tools/RecordingInput.h"
 #include "tools/commands/Commands.h"
 
 namespace umlauf::tool {

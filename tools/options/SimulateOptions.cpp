@@ -9,7 +9,7 @@
 #include "tools/EncoderFormat.h"
 #include "tools/Error.h"
 #include "tools/commands/Commands.h"
-#include "tools/output/NumberText.h"
+#include "umlauf_io/NumberText.h"
 
 namespace umlauf::tool {
 namespace {
@@ -31,8 +31,8 @@ void ParseGaps(const std::string& text, WheelSettings& wheel) {
   std::vector<std::optional<unsigned>> first;
   ForEachPart(text, [&](std::string_view part) {
     const std::size_t at = std::min(part.find('@'), part.size());
-    const auto count = ParseCount(part.substr(0, at));
-    const auto tooth = at < part.size() ? ParseCount(part.substr(at + 1)) : std::nullopt;
+    const auto count = io::ParseCount(part.substr(0, at));
+    const auto tooth = at < part.size() ? io::ParseCount(part.substr(at + 1)) : std::nullopt;
     if (!count || (at < part.size() && (!tooth || *tooth < 1)))
       FailUsage("--missing {} is no COUNT[@TOOTH],...; give for example 2 or 2@15,1@36", text);
     missing.push_back(*count);
@@ -103,7 +103,69 @@ void DeclareDisturbances(CLI::App& command, SimulateOptions& options, const Numb
       1e9);
 }
 
+void DeclareVibration(CLI::App& command, SimulateOptions& options) {
+  const std::string group = "Vibration (a second channel)";
+  const auto text = [&](const char* name, std::string& target, const char* what, const char* form) {
+    command.add_option(name, target, what)->type_name(form)->group(group);
+  };
+  text("--orders", options.orders, "multiples of the speed", "ORDER:PEAK[:DEGREES],...");
+  text("--gear-mesh", options.gearMesh, "teeth that mesh, modulated by this part once in a revolution (0.3)",
+       "TEETH:PEAK[:PART]");
+  text("--resonance", options.resonance, "that all orders come through", "HZ:DAMPING");
+  text("--bearing", options.bearing,
+       "dent of a ring: impacts in a revolution, that ring at a frequency (3000)", "ORDER:PEAK[:HZ]");
+  command.add_option("--vibration-noise", options.vibration.noise, "standard deviation (0)")
+      ->check(Between(0.0, 1e9).description(""))
+      ->group(group);
+}
+
+/// Two or three numbers between colons, the first one above 0; the third one stays where it is not given.
+void ParseNumbers(const char* option, std::string_view text, double& first, double& second, double& third) {
+  std::vector<double> numbers;
+  for (std::string_view rest = text; numbers.size() < 3;) {
+    const std::size_t colon = std::min(rest.find(':'), rest.size());
+    const auto number = io::ParseNumber(rest.substr(0, colon));
+    if (!number || !std::isfinite(*number)) break;
+    numbers.push_back(*number);
+    if (colon == rest.size()) {
+      if (numbers.size() < 2 || !(numbers[0] > 0)) break;
+      first = numbers[0];
+      second = numbers[1];
+      if (numbers.size() > 2) third = numbers[2];
+      return;
+    }
+    rest.remove_prefix(colon + 1);
+  }
+  FailUsage("{}: \"{}\" is no list of numbers between colons; see the help", option, text);
+}
+
 }  // namespace
+
+void CheckVibration(SimulateOptions& options) {
+  VibrationSettings& vibration = options.vibration;
+  if (!options.orders.empty()) {
+    ForEachPart(options.orders, [&](std::string_view part) {
+      VibrationSettings::Order& order = vibration.orders.emplace_back();
+      ParseNumbers("--orders", part, order.order, order.amplitude, order.degrees);
+    });
+  }
+  if (!options.gearMesh.empty()) {
+    auto& mesh = vibration.gearMesh.emplace();
+    ParseNumbers("--gear-mesh", options.gearMesh, mesh.teeth, mesh.amplitude, mesh.modulation);
+  }
+  if (!options.resonance.empty()) {
+    auto& resonance = vibration.resonance.emplace();
+    double none = 0;
+    ParseNumbers("--resonance", options.resonance, resonance.frequency, resonance.damping, none);
+    if (!(resonance.damping > 0)) FailUsage("--resonance needs a damping above 0, part of the critical one");
+  }
+  if (!options.bearing.empty()) {
+    auto& fault = vibration.bearing.emplace();
+    ParseNumbers("--bearing", options.bearing, fault.order, fault.amplitude, fault.frequency);
+  }
+  if (vibration.Any() && options.encoder)
+    FailUsage("a vibration has no place in an encoder stream; leave out --encoder");
+}
 
 SpeedProfile ParseProfile(const SimulateOptions& options) {
   std::vector<SpeedProfile::Point> points;
@@ -112,8 +174,8 @@ SpeedProfile ParseProfile(const SimulateOptions& options) {
   } else {
     ForEachPart(options.profile, [&points](std::string_view part) {
       const std::size_t colon = std::min(part.find(':'), part.size());
-      const auto time = ParseNumber(part.substr(0, colon));
-      const auto rpm = colon < part.size() ? ParseNumber(part.substr(colon + 1)) : std::nullopt;
+      const auto time = io::ParseNumber(part.substr(0, colon));
+      const auto rpm = colon < part.size() ? io::ParseNumber(part.substr(colon + 1)) : std::nullopt;
       const bool good = time && rpm && std::isfinite(*time) && std::isfinite(*rpm) && *rpm >= 0 &&
                         (points.empty() ? *time == 0 : *time > points.back().time);
       if (!good)
@@ -187,6 +249,7 @@ void DeclareSimulateOptions(CLI::App& command, SimulateOptions& options) {
   };
   DeclareSensor(command, options, number);
   DeclareDisturbances(command, options, number);
+  DeclareVibration(command, options);
   command
       .add_option("--encoder", options.encoder, "write an encoder stream of this mode (see umlauf encoder)")
       ->transform(WholeNumber(1, 6))

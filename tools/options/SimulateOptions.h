@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "tools/simulate/SpeedProfile.h"
+#include "tools/simulate/VibrationSimulator.h"
 #include "tools/simulate/WheelSimulator.h"
 
 namespace umlauf::tool {
@@ -20,6 +21,8 @@ struct SimulateOptions {
   std::vector<double> clip;
   std::optional<unsigned> encoder;  ///< mode of an encoder stream in place of a sampled signal
   bool lowWord = false;
+  std::string orders, gearMesh, resonance, bearing;  ///< as text; complete when `CheckVibration` has passed
+  VibrationSettings vibration;                       ///< of a second channel, when it has any
 };
 
 /// Declares the options of `umlauf simulate` on its subcommand.
@@ -30,5 +33,8 @@ SpeedProfile ParseProfile(const SimulateOptions& options);
 
 /// Completes the wheel; refuses one that cannot be, and rates too low for it.
 void CheckWheel(SimulateOptions& options, const SpeedProfile& profile);
+
+/// Completes the vibration; refuses one that cannot be.
+void CheckVibration(SimulateOptions& options);
 
 }  // namespace umlauf::tool

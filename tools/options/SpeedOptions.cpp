@@ -6,9 +6,9 @@
 #include "tools/Error.h"
 #include "tools/commands/Commands.h"
 #include "tools/options/Lists.h"
-#include "tools/output/NumberText.h"
 #include "tools/output/OutputFile.h"
 #include "umlauf/platform/vekta/numeric.h"
+#include "umlauf_io/NumberText.h"
 
 namespace umlauf::tool {
 namespace {
@@ -25,8 +25,8 @@ SpikeFilter ParseSpikeFilter(const std::string& text) {
   for (std::size_t i = 0; i < 3; ++i) {
     const std::size_t comma = rest.find(',');
     const std::string_view part = rest.substr(0, comma);
-    const auto number = ParseNumber(part);
-    const auto count = ParseCount(part);
+    const auto number = io::ParseNumber(part);
+    const auto count = io::ParseCount(part);
     if (i == 0 ? !(number && *number > 0 && *number < 1e6) : !count) break;
     if (i == 0) filter.threshold = static_cast<float>(*number);
     if (i > 0) *counts[i - 1] = *count;
@@ -145,7 +145,7 @@ ChannelChoice ChosenChannels(const SpeedOptions& o) {
   if (!o.columns.empty()) choice.columns = Listed(o.columns);
   if (o.channels.empty()) return choice;
   for (const std::string& each : Listed(o.channels)) {
-    const auto number = ParseCount(each);
+    const auto number = io::ParseCount(each);
     if (!number || *number < 1 || *number > 65535) {
       FailUsage("--channel {}: give numbers from 1 to 65535, with commas between them, or all", o.channels);
     }

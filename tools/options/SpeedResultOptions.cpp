@@ -4,9 +4,9 @@
 
 #include "tools/Error.h"
 #include "tools/commands/Commands.h"
-#include "tools/output/NumberText.h"
 #include "tools/output/OutputFile.h"
 #include "tools/output/Plot.h"
+#include "umlauf_io/NumberText.h"
 
 namespace umlauf::tool {
 namespace {
@@ -20,7 +20,7 @@ void DeclareWheel(CLI::App& command, SpeedResultOptions& o) {
           "--pulses-per-rev",
           [&o](const std::string& text) {
             o.countTeeth = text == "auto";
-            if (!o.countTeeth) o.pulsesPerRev = ParseNumber(text).value_or(0);
+            if (!o.countTeeth) o.pulsesPerRev = io::ParseNumber(text).value_or(0);
           },
           "pulses of a revolution: the edges that count, so twice the teeth with --edges both; with --gap "
           "those of a wheel without the gap; auto with --gap auto: counted from gap to gap (1)")
@@ -75,7 +75,7 @@ void DeclareSpeedResults(CLI::App& command, SpeedResultOptions& options) {
 
 std::optional<double> SpeedResultOptions::gapLength() const {
   if (gap == "auto") return std::nullopt;
-  const auto length = ParseNumber(gap);
+  const auto length = io::ParseNumber(gap);
   if (!length || !(*length > 1 && *length < 1000)) {
     FailUsage("--gap {}: give the length of the gap in teeth (more than 1), or auto", gap);
   }

@@ -6,7 +6,7 @@
 #include <utility>
 #include <vector>
 
-#include "tools/BlockSource.h"
+#include "tools/RecordingInput.h"
 
 namespace umlauf::tool {
 

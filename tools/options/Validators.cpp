@@ -5,14 +5,14 @@
 #include <utility>
 
 #include "tools/commands/Commands.h"
-#include "tools/output/NumberText.h"
+#include "umlauf_io/NumberText.h"
 
 namespace umlauf::tool {
 
 CLI::Validator AboveZero() {
   return CLI::Validator(
       [](const std::string& text) -> std::string {
-        const auto number = ParseNumber(text);
+        const auto number = io::ParseNumber(text);
         return number && std::isfinite(*number) && *number > 0 ? "" : text + " is no number above 0";
       },
       "NUMBER > 0");
@@ -21,7 +21,7 @@ CLI::Validator AboveZero() {
 CLI::Validator Finite() {
   return CLI::Validator(
       [](const std::string& text) -> std::string {
-        const auto number = ParseNumber(text);
+        const auto number = io::ParseNumber(text);
         return number && std::isfinite(*number) ? "" : text + " is no number";
       },
       "NUMBER");
@@ -30,7 +30,7 @@ CLI::Validator Finite() {
 CLI::Validator Between(double low, double high) {
   return CLI::Validator(
       [low, high](const std::string& text) -> std::string {
-        const auto number = ParseNumber(text);
+        const auto number = io::ParseNumber(text);
         const bool good = number && *number >= low && *number <= high;
         return good ? "" : fmt::format("{} is no number from {} to {}", text, low, high);
       },

@@ -49,6 +49,10 @@ void WriteOut(std::string_view text) {
   CheckOut(std::fwrite(plain.data(), 1, plain.size(), stdout) == plain.size());
 }
 
+std::string RowText(std::string_view name, std::string_view text, int width) {
+  return fmt::format("{:<{}}{}\n", name, width, OnOneLine(text));
+}
+
 void FlushOut() {
   errno = EIO;
   CheckOut(std::fflush(stdout) == 0 && std::ferror(stdout) == 0);

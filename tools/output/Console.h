@@ -20,6 +20,11 @@ template <class... Args>
 void Print(fmt::format_string<Args...> format, Args&&... args) {
   WriteOut(fmt::format(format, std::forward<Args>(args)...));
 }
+/// A row of a table for people: its name in a column of `width` characters, its text on one line.
+std::string RowText(std::string_view name, std::string_view text, int width = 12);
+inline void Row(std::string_view name, std::string_view text, int width = 12) {
+  WriteOut(RowText(name, text, width));
+}
 /// Hands on what standard output still holds back. Throws ToolError when anything could not be written.
 void FlushOut();
 

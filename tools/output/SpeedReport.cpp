@@ -2,11 +2,11 @@
 
 #include <fmt/format.h>
 
-#include <iterator>
-#include <nlohmann/json.hpp>
 #include <vector>
 
-#include "tools/output/NumberText.h"
+#include "tools/output/Console.h"
+#include "tools/output/Json.h"
+#include "umlauf_io/NumberText.h"
 
 namespace umlauf::tool {
 namespace {
@@ -26,7 +26,7 @@ std::string WheelText(const PulseWheel& wheel) {
 }
 
 /// The shortest decimal number for a single-precision one: 3.7 for 3.7f, not the digits of its double.
-double Decimal(float value) { return ParseNumber(fmt::format("{}", value)).value_or(0); }
+double Decimal(float value) { return io::ParseNumber(fmt::format("{}", value)).value_or(0); }
 
 const char* PreparationName(SwingScale::Preparation preparation) {
   switch (preparation) {
@@ -104,20 +104,15 @@ std::string SpeedReport::Json() const {
                      {"mean_deviation_rpm", truth->MeanRpm()},
                      {"mean_deviation_percent", truth->MeanPercent()}};
   }
-  json["warnings"] = nlohmann::ordered_json::array();
-  for (const RecordingWarning& each : warnings) {
-    json["warnings"].push_back({{"code", each.code}, {"text", each.text.ToUtf8()}});
-  }
-  return json.dump(2, ' ', false, nlohmann::json::error_handler_t::replace) + "\n";
+  json["warnings"] = WarningsJson(warnings);
+  return JsonText(json);
 }
 
 std::string SpeedReport::Table() const {
   const SpeedSummary& speed = counts->Speed();
   const SpeedSummary& turns = revolutions->Speed();
   std::string text;
-  const auto row = [&text](std::string_view name, std::string_view value) {
-    fmt::format_to(std::back_inserter(text), "{:<12}{}\n", name, value);
-  };
+  const auto row = [&text](std::string_view name, std::string_view value) { text += RowText(name, value); };
   row("recording", recording);
   row("", list.empty() ? fmt::format("{}, {:g} samples/s, {:.3f} s", channel, sampleRate, duration)
                        : fmt::format("{}, {:.3f} s", channel, duration));

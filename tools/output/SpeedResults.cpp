@@ -3,9 +3,9 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <nlohmann/json.hpp>
 
 #include "tools/output/Console.h"
+#include "tools/output/Json.h"
 
 namespace umlauf::tool {
 namespace {
@@ -41,7 +41,7 @@ void SpeedResults::AddFailure(const std::string& recording, unsigned channelNumb
   if (json_) {
     const nlohmann::ordered_json json = {
         {"recording", recording}, {"channel", channelNumber}, {"error", why}};
-    objects_.push_back(Indented(json.dump(2, ' ', false, nlohmann::json::error_handler_t::replace) + "\n"));
+    objects_.push_back(Indented(JsonText(json)));
     return;
   }
   std::vector<std::string> row(SpeedReport::RowHeader().size());

@@ -15,11 +15,13 @@ namespace {
 constexpr auto kDemoFactor = std::bit_cast<float>(0x3EA0EA0Fu);
 constexpr wchar_t kXmlFiles[] = L"*.xml";
 
+void TellNoMemory() { PrWin::Output(PrWin::note, L"CAN decoder: out of memory\n"); }
+
 /// Runs what may allocate; false, with a note, when there was no memory.
 template <class Action>
 bool Allocates(Action action) {
   if (umlauf::HadMemory(action)) return true;
-  PrWin::Output(PrWin::note, L"CAN decoder: out of memory\n");
+  TellNoMemory();
   return false;
 }
 
@@ -42,12 +44,9 @@ void CCanMessageDecoderBase::AppSignalBekanntmachen(int id, const CString& name)
       appSignals_[entry->second].name = name;
       return;
     }
-    try {
-      appSignals_.push_back({id, name, false});
-    } catch (...) {
-      places_.erase(entry);
-      throw;
-    }
+    if (umlauf::HadMemory([&] { appSignals_.push_back({id, name, false}); })) return;
+    places_.erase(entry);
+    TellNoMemory();
   });
 }
 

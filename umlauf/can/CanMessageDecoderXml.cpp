@@ -11,6 +11,7 @@
 #include "umlauf/can/internal/CanDescription.h"
 #include "umlauf/can/internal/KcdReader.h"
 #include "umlauf/platform/framework/CFile.h"
+#include "umlauf/platform/memory/WithoutMemory.h"
 #include "umlauf/platform/tramsea/PrWin.h"
 
 using umlauf::can::Description;
@@ -102,22 +103,23 @@ void CCanMessageDecoderXml::ClearDescription() {
 /// Reads a description in place of an empty one.
 bool CCanMessageDecoderXml::Read(const void* bytes, std::size_t size, bool wide) {
   if (state_ == nullptr) return false;
-  try {
+  bool read = false;
+  const bool hadMemory = umlauf::HadMemory([&] {
     const KcdOptions options{wide ? KcdEncoding::wide : KcdEncoding::declared, Meaning(bigEndianOffset_),
                              bus_};
-    if (!ReadKcd(bytes, size, options, state_->description)) return false;
+    read = ReadKcd(bytes, size, options, state_->description);
+    if (!read) return;
 
     const std::vector<MessageDescription>& messages = state_->description.messages();
     for (std::size_t m = 0; m < messages.size(); ++m) {
       for (std::size_t s = 0; s < messages[m].signals.size(); ++s) state_->signals.emplace_back(m, s);
     }
     Bind(false);
-    return true;
-  } catch (const std::bad_alloc&) {
-    NoteNoMemory();
-    ClearDescription();
-    return false;
-  }
+  });
+  if (hadMemory) return read;
+  NoteNoMemory();
+  ClearDescription();
+  return false;
 }
 
 void CCanMessageDecoderXml::StartDecoderSession() {
@@ -126,12 +128,9 @@ void CCanMessageDecoderXml::StartDecoderSession() {
   ClearResults();
   unknownMessages_ = 0;
   if (state_ == nullptr) return;
-  try {
-    Bind(true);
-  } catch (const std::bad_alloc&) {
-    NoteNoMemory();
-    state_->bound.clear();
-  }
+  if (umlauf::HadMemory([this] { Bind(true); })) return;
+  NoteNoMemory();
+  state_->bound.clear();
 }
 
 /// Looks up which described signals the application signals ask for.

@@ -9,13 +9,6 @@
 namespace ZeroPhase {
 namespace {
 
-/// Samples of the continuation at each end.
-std::uint64_t Margin(const SosSections& sections, std::uint64_t n) {
-  std::uint64_t taps = 2 * sections.Count() + 1;
-  for (const SosSection& section : sections) taps -= section.IsFirstOrder() ? 1 : 0;
-  return std::min(3 * taps, n - 1);
-}
-
 void Run(CSosFilter& filter, double* samples, std::uint64_t n) {
   filter.Settle(samples[0]);
   filter.Process(samples, samples, n);
@@ -24,9 +17,15 @@ void Run(CSosFilter& filter, double* samples, std::uint64_t n) {
 
 }  // namespace
 
+std::uint64_t Margin(const SosSections& sections) {
+  std::uint64_t taps = 2 * sections.Count() + 1;
+  for (const SosSection& section : sections) taps -= section.IsFirstOrder() ? 1 : 0;
+  return 3 * taps;
+}
+
 bool Filter(const SosSections& sections, float* samples, std::uint64_t n) {
   if (n == 0) return true;
-  const std::uint64_t margin = Margin(sections, n);
+  const std::uint64_t margin = std::min(Margin(sections), n - 1);
   CAlignedMem<double> work;
   if (!work.alloc(n + 2 * margin)) return false;
   double* middle = work.data() + margin;

@@ -3,11 +3,12 @@
 #include <array>
 #include <cstddef>
 #include <cstring>
-#include <exception>
+#include <new>
 #include <span>
 
 #include "umlauf/pairs/SigPairs.h"
 #include "umlauf/platform/framework/CMemFile.h"
+#include "umlauf/platform/memory/WithoutMemory.h"
 #include "umlauf/signal/SigCurveArray.h"
 #include "umlauf/signal/SigCurveExt.h"
 
@@ -16,6 +17,7 @@ namespace {
 using Magic = std::array<char, 8>;
 constexpr Magic kMagic = {'U', 'M', 'L', 'A', 'U', 'F', '\r', '\n'};
 constexpr std::uint32_t kContainerVersion = 1;
+constexpr wchar_t kNoMemory[] = L"there is no memory for it";
 
 struct Header {
   Magic magic;
@@ -98,27 +100,27 @@ std::unique_ptr<CSignal> CSignalFile::Fail(const wchar_t* why) {
 
 bool CSignalFile::Write(const CSignal& signal, CFile& file, Samples samples) {
   failure_.Empty();
-  try {
-    if (KindOf(signal.SigId()) == nullptr) {
-      failure_.Format(L"signals of type %d are not known", signal.SigId());
-      return false;
-    }
-    std::unique_ptr<CSignal> copy;
+  if (KindOf(signal.SigId()) == nullptr) {
+    failure_.Format(L"signals of type %d are not known", signal.SigId());
+    return false;
+  }
+  std::unique_ptr<CSignal> copy;
+  const unsigned version = CSignal::CurrentFileVersion();
+  bool written = false;
+  const bool hadMemory = umlauf::HadMemory([&] {
     const CSignal* stored = Compressed(signal, samples == Samples::quantised, copy);
-    const unsigned version = CSignal::CurrentFileVersion();
     const std::uint64_t size = stored != nullptr ? RecordSize(*stored, version) : 0;
-    if (size == 0) {
-      Fail(L"there is no memory for it");
-      return false;
-    }
+    if (size == 0) throw std::bad_alloc();  // every record has a length
     const Header header{kMagic, kContainerVersion, signal.SigId(), version, 0, size};
     file.Write(&header, sizeof header);
-    if (stored->WriteToFile(file, version) && !file.Failed()) return true;
+    written = stored->WriteToFile(file, version) && !file.Failed();
+  });
+  if (!hadMemory) {
+    Fail(kNoMemory);
+  } else if (!written) {
     Fail(L"there is no room for it, or the file is not open for writing");
-  } catch (const std::exception&) {
-    Fail(L"there is no memory for it");
   }
-  return false;
+  return hadMemory && written;
 }
 
 bool CSignalFile::Write(const CSignal& signal, const CString& path, Samples samples) {
@@ -135,23 +137,24 @@ bool CSignalFile::Write(const CSignal& signal, const CString& path, Samples samp
 
 std::unique_ptr<CSignal> CSignalFile::Read(CFile& file) {
   failure_.Empty();
-  try {
-    if (file.GetLength() != 0 || !file.IsOpen()) return ReadSized(file);
-    CMemFile gathered;
-    std::array<std::byte, 65536> block;
-    while (const std::size_t n = file.Read(block.data(), block.size())) {
-      gathered.Write(block.data(), n);
-      // No more is taken of what is no signal file.
-      const std::span<const std::byte> start = gathered.Bytes();
-      if (start.size() >= kMagic.size() && std::memcmp(start.data(), kMagic.data(), kMagic.size()) != 0)
-        break;
-      if (gathered.Failed()) return Fail(L"there is no memory for it");
-    }
-    gathered.Seek(0, CFile::begin);
-    return ReadSized(gathered);
-  } catch (const std::exception&) {
-    return Fail(L"there is no memory for it");
+  std::unique_ptr<CSignal> signal;
+  if (!umlauf::HadMemory([&] { signal = ReadAny(file); })) return Fail(kNoMemory);
+  return signal;
+}
+
+std::unique_ptr<CSignal> CSignalFile::ReadAny(CFile& file) {
+  if (file.GetLength() != 0 || !file.IsOpen()) return ReadSized(file);
+  CMemFile gathered;
+  std::array<std::byte, 65536> block;
+  while (const std::size_t n = file.Read(block.data(), block.size())) {
+    gathered.Write(block.data(), n);
+    // No more is taken of what is no signal file.
+    const std::span<const std::byte> start = gathered.Bytes();
+    if (start.size() >= kMagic.size() && std::memcmp(start.data(), kMagic.data(), kMagic.size()) != 0) break;
+    if (gathered.Failed()) return Fail(kNoMemory);
   }
+  gathered.Seek(0, CFile::begin);
+  return ReadSized(gathered);
 }
 
 std::unique_ptr<CSignal> CSignalFile::ReadSized(CFile& file) {

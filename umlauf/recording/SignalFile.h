@@ -13,7 +13,7 @@
 /// Curves (plain and extended), curve arrays and point pairs are known. Nothing throws: what cannot be done
 /// gives false or nothing, and `Failure` says why. A file that is cut, too long or of another kind is
 /// refused, and no more memory is asked for than the file has bytes. One object is used by one thread at a
-/// time; besides, signals must not be read or written on two threads at once (see CSignal).
+/// time.
 class UMLAUF_API CSignalFile {
  public:
   /// How the samples of a curve are stored: as they are, or in 8 bits each (a quarter of the size, 1/255 of
@@ -39,6 +39,7 @@ class UMLAUF_API CSignalFile {
 
  private:
   std::unique_ptr<CSignal> Fail(const wchar_t* why);
+  std::unique_ptr<CSignal> ReadAny(CFile& file);
   std::unique_ptr<CSignal> ReadSized(CFile& file);
 
   CString failure_;

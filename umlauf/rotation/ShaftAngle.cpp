@@ -5,6 +5,7 @@
 #include <limits>
 
 #include "umlauf/platform/memory/WithoutMemory.h"
+#include "umlauf/platform/vekta/numeric.h"
 
 namespace {
 
@@ -19,8 +20,8 @@ double EdgeSpeed(double lengthBefore, double before, double lengthBehind, double
 
 }  // namespace
 
-CShaftAngle::CShaftAngle(const CPulseTrain& pulses, double pulsesPerRevolution) {
-  const bool enough = umlauf::HadMemory([&] { AddEdges(pulses, pulsesPerRevolution); });
+CShaftAngle::CShaftAngle(const CPulseTrain& pulses, double pulsesPerRevolution, double origin) {
+  const bool enough = umlauf::HadMemory([&] { AddEdges(pulses, pulsesPerRevolution, origin); });
   if (!enough || knots_.size() < 2) {
     knots_.clear();
   } else {
@@ -28,16 +29,16 @@ CShaftAngle::CShaftAngle(const CPulseTrain& pulses, double pulsesPerRevolution) 
   }
 }
 
-void CShaftAngle::AddEdges(const CPulseTrain& pulses, double pulsesPerRevolution) {
+void CShaftAngle::AddEdges(const CPulseTrain& pulses, double pulsesPerRevolution, double origin) {
   if (!(pulsesPerRevolution > 0)) return;
   knots_.reserve(pulses.size() + 1);
   double pitches = 0;
   for (std::size_t i = 0; i < pulses.size(); ++i) {
     const CPulseTrain::Pulse pulse = pulses[i];
     if (pulse.Is(CPulseTrain::first)) continue;
-    if (knots_.empty()) knots_.push_back({pulse.begin, 0, 0});
+    if (knots_.empty()) knots_.push_back({pulse.begin, origin, 0});
     pitches += pulse.pitches;
-    const double angle = pitches / pulsesPerRevolution;
+    const double angle = origin + pitches / pulsesPerRevolution;
     // Several edges at one place are one.
     if (pulse.end > knots_.back().position) {
       knots_.push_back({pulse.end, angle, 0});
@@ -150,4 +151,54 @@ double CShaftAngle::Solve(std::size_t segment, double angle) const {
     if (std::abs(step) <= 1e-15 * std::abs(at)) break;
   }
   return at;
+}
+
+std::size_t CShaftAngle::Passings(double step, double from, std::size_t most, Passing* out) const {
+  if (!Valid() || !(step > 0) || std::isnan(from) || from >= End()) return 0;
+  from = std::max(from, Begin());
+  std::size_t n = 0;
+  for (std::size_t segment = SegmentAt(from); segment + 1 < knots_.size() && n < most; ++segment) {
+    n += PassingsIn(segment, step, from, most - n, out + n);
+    from = knots_[segment + 1].position;
+  }
+  return n;
+}
+
+/// Each place is predicted from the one before with speed and acceleration; a Newton step or two settle it.
+std::size_t CShaftAngle::PassingsIn(std::size_t segment, double step, double from, std::size_t most,
+                                    Passing* out) const {
+  constexpr double near = 1e-4;
+  const Knot& a = knots_[segment];
+  const Knot& b = knots_[segment + 1];
+  const double length = b.position - a.position, begin = In(segment, from);
+  const double turn = b.angle < begin ? -1 : 1;
+  const double first = std::floor(turn * begin / step + near) + 1;
+  const double last = std::floor(turn * b.angle / step + near);
+  if (!(first <= last)) return 0;
+  const double mean = (b.angle - a.angle) / length;
+  const double c2 = (3 * mean - 2 * a.speed - b.speed) / length;
+  const double c3 = (a.speed + b.speed - 2 * mean) / (length * length);
+  double u = from - a.position, at = begin;
+  std::size_t n = 0;
+  for (double k = first; k <= last && n < most; ++k, ++n) {
+    const double angle = turn * k * step;
+    double speed = a.speed + u * (2 * c2 + u * 3 * c3);
+    const double ahead = (angle - at) / speed;
+    u += ahead * (1 - ahead * (c2 + 3 * c3 * u) / speed);
+    double change = 0;
+    for (int i = 0; i < 4; ++i) {
+      speed = a.speed + u * (2 * c2 + u * 3 * c3);
+      change = (a.angle - angle + u * (a.speed + u * (c2 + u * c3))) / speed;
+      u -= change;
+      if (std::abs(change) <= 1e-7) break;
+    }
+    if (!(std::abs(change) <= 1e-7 && u >= 0 && u <= length)) {
+      u = Solve(segment, std::clamp(angle, std::min(a.angle, b.angle), std::max(a.angle, b.angle))) -
+          a.position;
+      speed = a.speed + u * (2 * c2 + u * 3 * c3);
+    }
+    at = angle;
+    out[n] = {a.position + u, speed, numeric::trunc_sat<std::int64_t>(turn * k)};
+  }
+  return n;
 }

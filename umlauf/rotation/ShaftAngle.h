@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <vector>
 
 #include "umlauf/Export.h"
@@ -17,8 +18,9 @@
 class UMLAUF_API CShaftAngle {
  public:
   /// `pulsesPerRevolution`: edges of a revolution of the wheel without its gaps; those of the train must be
-  /// corrected. The train is not referred to afterwards. Not `Valid` without two edges or memory.
-  CShaftAngle(const CPulseTrain& pulses, double pulsesPerRevolution);
+  /// corrected. The train is not referred to afterwards. `origin` [rev] is the angle of the first edge, for
+  /// trains that are part of a longer one. Not `Valid` without two edges or memory.
+  CShaftAngle(const CPulseTrain& pulses, double pulsesPerRevolution, double origin = 0);
 
   bool Valid() const { return knots_.size() > 1; }
   /// [samples] of the first and the last edge; 0 unless valid.
@@ -38,6 +40,18 @@ class UMLAUF_API CShaftAngle {
   /// unless valid.
   double PositionOf(double angle) const;
 
+  /// A place where the shaft passes a multiple of some angle.
+  struct Passing {
+    double position = 0;     ///< [samples]
+    double speed = 0;        ///< [rev/sample] there, negative backward
+    std::int64_t count = 0;  ///< which multiple
+  };
+  /// Writes the places behind `from` [samples] where the shaft passes whole multiples of `step` [rev] > 0, in
+  /// the order in which it passes them, from the first to the last edge: to and fro where it turns so, none
+  /// where it stands. What lies within 0.0001 of a step is passed already, so that a call that begins at the
+  /// last place of the one before goes on from there. Returns their number, `most` at most.
+  std::size_t Passings(double step, double from, std::size_t most, Passing* out) const;
+
  private:
   struct Knot {
     double position;  ///< [samples]
@@ -45,11 +59,12 @@ class UMLAUF_API CShaftAngle {
     double speed;     ///< [rev/sample]
   };
 
-  void AddEdges(const CPulseTrain& pulses, double pulsesPerRevolution);
+  void AddEdges(const CPulseTrain& pulses, double pulsesPerRevolution, double origin);
   void SetSpeeds();
   std::size_t SegmentAt(double position) const;
   double In(std::size_t segment, double position) const;
   double Solve(std::size_t segment, double angle) const;
+  std::size_t PassingsIn(std::size_t segment, double step, double from, std::size_t most, Passing* out) const;
 
   std::vector<Knot> knots_;
   bool oneWay_ = true;

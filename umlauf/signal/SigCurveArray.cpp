@@ -116,6 +116,13 @@ CSigCurveArray::CurvePtr CSigCurveArray::Remove(std::size_t i) {
   return curve;
 }
 
+void CSigCurveArray::TakeCurves(CSigCurveArray& from) {
+  if (&from == this) return;
+  curves_.clear();
+  if (!from.IsEmpty()) TakeUnits(*from.curves_.front());
+  curves_.swap(from.curves_);
+}
+
 void CSigCurveArray::Sort() {
   const auto isNumber = [](const CurvePtr& curve) { return !std::isnan(curve->Date()); };
   if (std::all_of(curves_.begin(), curves_.end(), isNumber) &&

@@ -49,6 +49,8 @@ class UMLAUF_API CSigCurveArray : public CSignal {
   /// Takes curve i out and hands it over; null when there is none.
   CurvePtr Remove(std::size_t i);
   void Clear() { curves_.clear(); }
+  /// Takes all curves of another array, which has none afterwards, in place of its own.
+  void TakeCurves(CSigCurveArray& from);
   /// Restores the order after dates were changed; those that are NaN go to the end.
   void Sort();
 

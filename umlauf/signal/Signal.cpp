@@ -102,7 +102,7 @@ void CSignal::AppendToName(const wchar_t* text) {
 
 const char* CSignal::NameA() const {
   if (name_.empty()) return "";
-  static std::array<char, kConversionBuffer> buffer;
+  thread_local std::array<char, kConversionBuffer> buffer;
   const std::string utf8 =
       umlauf::WithMemory(std::string(), [this] { return umlauf::codepages::WideToUtf8(name_); });
   const std::string_view whole = CutUtf8(utf8, buffer.size() - 1);

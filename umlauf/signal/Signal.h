@@ -20,9 +20,7 @@ struct CViewable {
 /// colour, ids, timestamp, an optional attached object, and the first section of the signal's file record.
 ///
 /// Abstract; the concrete classes are CSigCurve, CSigCurveExt and CSigPairs. The signal owns its samples
-/// unless a buffer was borrowed (`SetBuffer`). One object is used by one thread at a time; besides, `NameA`,
-/// `SetNameA` and `ReadFromFile`/`WriteToFile` share process-wide conversion buffers and must not run on two
-/// threads at once.
+/// unless a buffer was borrowed (`SetBuffer`). One object is used by one thread at a time.
 class UMLAUF_API CSignal : public CSigRaw, public CViewable {
   UMLAUF_DECLARE_DYNAMIC(CSignal)
 
@@ -55,8 +53,8 @@ class UMLAUF_API CSignal : public CSigRaw, public CViewable {
   const wchar_t* Name() const { return name_.c_str(); }
   void SetName(const wchar_t* name);
   void AppendToName(const wchar_t* text);
-  /// The name as UTF-8 in a process-wide buffer of 500 bytes, valid until the next call on any signal; a
-  /// longer name is cut at a whole character.
+  /// The name as UTF-8 in a buffer of 500 bytes that all signals of a thread share: valid until its next call;
+  /// a longer name is cut at a whole character.
   const char* NameA() const;
   /// Sets the name from UTF-8. A text of 500 or more characters is not converted: the name becomes empty.
   void SetNameA(const char* utf8);

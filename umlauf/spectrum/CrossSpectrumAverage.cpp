@@ -25,7 +25,7 @@ struct CCrossSpectrumAverage::Engine {
   spectrum::SegmentSpectrum x, y;
   spectrum::SegmentFeed<2> feed;
   spectrum::LongSum xx, yy, xy;
-  std::uint64_t segments = 0;
+  std::uint64_t segments = 0, leftOut = 0;
   bool valid = false;
 };
 
@@ -45,6 +45,10 @@ void CCrossSpectrumAverage::Process(const float* x, const float* y, std::uint64_
   e.feed.Process({x, y}, n, [&e](const auto& segment) {
     const float* a = e.x.Of(segment[0]);
     const float* b = e.y.Of(segment[1]);
+    if (!spectrum::IsFinite(a) || !spectrum::IsFinite(b)) {
+      ++e.leftOut;
+      return;
+    }
     QVL::AddComplexPowers(e.xx.Recent(), a, e.x.Bins());
     QVL::AddComplexPowers(e.yy.Recent(), b, e.x.Bins());
     QVL::AddCrossPowers(e.xy.Recent(), a, b, e.x.Bins());
@@ -55,11 +59,13 @@ void CCrossSpectrumAverage::Process(const float* x, const float* y, std::uint64_
 
 std::uint64_t CCrossSpectrumAverage::Segments() const { return IsValid() ? engine_->segments : 0; }
 
+std::uint64_t CCrossSpectrumAverage::LeftOut() const { return IsValid() ? engine_->leftOut : 0; }
+
 void CCrossSpectrumAverage::Restart() {
   if (!IsValid()) return;
   engine_->feed.Restart();
   for (auto* sum : {&engine_->xx, &engine_->yy, &engine_->xy}) sum->Clear();
-  engine_->segments = 0;
+  engine_->segments = engine_->leftOut = 0;
 }
 
 template <class Value>

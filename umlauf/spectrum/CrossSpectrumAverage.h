@@ -16,8 +16,9 @@
 ///  - transfer function H1 = Sxy / Sxx, for noise on the response, H2 = Syy / Syx, for noise on the
 ///  excitation
 ///
-/// A quotient by 0 is 0. Blocks of any size give the same results to the bit; memory does not grow with the
-/// signals. Source: J. S. Bendat, A. G. Piersol, "Random Data: Analysis and Measurement Procedures".
+/// A quotient by 0 is 0. Segments with samples that are no finite numbers are left out. Blocks of any size
+/// give the same results to the bit; memory does not grow with the signals. Source: J. S. Bendat, A. G.
+/// Piersol, "Random Data: Analysis and Measurement Procedures".
 ///
 /// Movable. One object is used by one thread at a time. `Process` allocates nothing.
 class UMLAUF_API CCrossSpectrumAverage {
@@ -35,6 +36,8 @@ class UMLAUF_API CCrossSpectrumAverage {
   /// Takes n simultaneous samples more of both signals.
   void Process(const float* x, const float* y, std::uint64_t n);
   std::uint64_t Segments() const;
+  /// Segments that were left out.
+  std::uint64_t LeftOut() const;
   void Restart();
 
   // Results, from 0 Hz to half the sample rate. False, with empty curves, before the first segment is

@@ -23,7 +23,7 @@ struct CSpectrumAverage::Engine {
   spectrum::SegmentSpectrum segment;
   spectrum::SegmentFeed<1> feed;
   spectrum::LongSum powers;
-  std::uint64_t segments = 0;
+  std::uint64_t segments = 0, leftOut = 0;
   bool valid = false;
 };
 
@@ -41,7 +41,12 @@ void CSpectrumAverage::Process(const float* x, std::uint64_t n) {
   if (!IsValid()) return;
   Engine& e = *engine_;
   e.feed.Process({x}, n, [&e](const auto& segment) {
-    QVL::AddComplexPowers(e.powers.Recent(), e.segment.Of(segment[0]), e.segment.Bins());
+    const float* bins = e.segment.Of(segment[0]);
+    if (!spectrum::IsFinite(bins)) {
+      ++e.leftOut;
+      return;
+    }
+    QVL::AddComplexPowers(e.powers.Recent(), bins, e.segment.Bins());
     e.powers.Added();
     ++e.segments;
   });
@@ -49,11 +54,13 @@ void CSpectrumAverage::Process(const float* x, std::uint64_t n) {
 
 std::uint64_t CSpectrumAverage::Segments() const { return IsValid() ? engine_->segments : 0; }
 
+std::uint64_t CSpectrumAverage::LeftOut() const { return IsValid() ? engine_->leftOut : 0; }
+
 void CSpectrumAverage::Restart() {
   if (!IsValid()) return;
   engine_->feed.Restart();
   engine_->powers.Clear();
-  engine_->segments = 0;
+  engine_->segments = engine_->leftOut = 0;
 }
 
 bool CSpectrumAverage::Spectrum(SpectrumScaling scaling, CSigCurve& out, const CMeasuringUnit& unit) const {

@@ -9,7 +9,8 @@
 #include "umlauf/spectrum/SpectrumSettings.h"
 
 /// Power spectrum of a signal of any length, averaged over overlapping segments. Blocks of any size give the
-/// same spectrum to the bit. Memory does not grow with the signal.
+/// same spectrum to the bit. Memory does not grow with the signal. Segments with samples that are no finite
+/// numbers are left out.
 ///
 /// Source: P. D. Welch, "The use of fast Fourier transform for the estimation of power spectra", IEEE Trans.
 /// Audio Electroacoust. 15 (1967).
@@ -29,6 +30,8 @@ class UMLAUF_API CSpectrumAverage {
   void Process(const float* x, std::uint64_t n);
   /// Segments so far. What does not fill a segment at the end does not count.
   std::uint64_t Segments() const;
+  /// Segments that were left out.
+  std::uint64_t LeftOut() const;
   /// Starts a new signal.
   void Restart();
 

@@ -129,7 +129,7 @@ CString CMeasuringUnitInterface::prefixunit(bool longForm) const {
 }
 
 const char* CMeasuringUnitInterface::prefixunitA(bool longForm) const {
-  static std::array<char, kAnsiBuffer> buffer;
+  thread_local std::array<char, kAnsiBuffer> buffer;
   const std::string text = prefixunit(longForm).ToAnsi();
   buffer[text.copy(buffer.data(), buffer.size() - 1)] = '\0';
   return buffer.data();

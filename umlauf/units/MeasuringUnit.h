@@ -102,8 +102,8 @@ class UMLAUF_API CMeasuringUnitInterface : public CPODHolder<SMeasuringUnitPOD>,
   /// The text for people: `prefixstring`, within "dB(...)" for dB units, and for logarithmic ones "10^ ..."
   /// when `longForm`, else "log(...)". dB wins over logarithmic. Empty when the power is 0.
   CString prefixunit(bool longForm) const;
-  /// `prefixunit` in code page 1252, cut to 255 bytes, in one static buffer: the next call, by any thread
-  /// and for any unit, overwrites it. Not for concurrent use.
+  /// `prefixunit` in code page 1252, cut to 255 bytes, in one buffer of the thread: its next call, for
+  /// any unit, overwrites it.
   const char* prefixunitA(bool longForm) const;
   /// The name alone, without prefix or power.
   CString baseunit() const { return UnitString(unit()); }

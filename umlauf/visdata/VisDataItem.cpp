@@ -86,7 +86,7 @@ wchar_t* CVisDataItem::DataTypeName(int dataType) {
 }
 
 wchar_t* CVisDataItem::DisplayModeName(int modes) {
-  static wchar_t text[100];
+  thread_local wchar_t text[100];
   static constexpr std::pair<int, const wchar_t*> names[] = {
       {DmBackground, L"Bg"},   {DmForeground, L"|Fg"}, {DmThreshold, L"|Th"},
       {DmHighlighted, L"|Hg"}, {DmSidebands, L"|Sb"},  {DmStairs, L"|St"},

@@ -88,8 +88,10 @@ std::size_t ByteStream::Read(void* to, std::size_t count) {
 
 bool ByteStream::Seek(std::uint64_t position) {
   if (!seekable_) return false;
-  // What the buffered start holds is read from there; the file stands behind it then.
-  if (!SeekTo(file_.get(), std::max<std::uint64_t>(position, startSize_))) return false;
+  // What the buffered start holds is read from there; the file stands behind it then. Nothing is read behind
+  // the end, however far away a header places it.
+  const std::uint64_t end = std::max<std::uint64_t>(length_.value_or(0), startSize_);
+  if (!SeekTo(file_.get(), std::clamp<std::uint64_t>(position, startSize_, end))) return false;
   position_ = position;
   return true;
 }

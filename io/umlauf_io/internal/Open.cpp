@@ -22,6 +22,13 @@ bool LooksLikeUtf16(std::string_view start) {
   return half >= 4 && ((zeros[0] == 0 && zeros[1] == half) || (zeros[1] == 0 && zeros[0] == half));
 }
 
+/// The eleven set bits that a frame begins with, or the tag before the first one. The decoder of libsndfile
+/// takes any bytes behind them for sound and writes to standard error by itself.
+bool LooksLikeMpeg(std::string_view start) {
+  const auto byte = [&](std::size_t i) { return static_cast<unsigned char>(start[i]); };
+  return start.starts_with("ID3") || (start.size() >= 2 && byte(0) == 0xFF && byte(1) >= 0xE0);
+}
+
 }  // namespace
 
 void CheckFormat(const RecordingFormat& format) {
@@ -66,6 +73,12 @@ std::unique_ptr<FrameReader> OpenFrames(const std::filesystem::path& path, const
   }
   if (format.rate) {
     Fail(Kind::wrongOption, "{} tells its own sample rate; one can be given for raw samples and tables",
+         stream->name());
+  }
+  if (LooksLikeMpeg(start)) {
+    Fail(Kind::unknownFormat,
+         "cannot read {}: no recording in a known format (MPEG sound, if it is that, has lost the shape of "
+         "edges)",
          stream->name());
   }
   return OpenSoundFile(std::move(stream));

@@ -81,7 +81,7 @@ class RawReader final : public FrameReader {
   bool SkipsFast() const override { return frames_.has_value(); }
 
  private:
-  static constexpr std::size_t bufferSamples = std::size_t{1} << 22;
+  static constexpr std::size_t bufferSamples = std::size_t{1} << 18;
 
   std::size_t Counted(std::size_t n) {
     if (n == 0) WarnOfOddBytes();

@@ -1,10 +1,14 @@
 #include <sndfile.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <cmath>
+#include <cstdio>
+#include <cstring>
 
 #include "umlauf/platform/vekta/QVL.h"
 #include "umlauf/platform/vekta/numeric.h"
+#include "umlauf_io/internal/ByteStream.h"
 #include "umlauf_io/internal/Error.h"
 #include "umlauf_io/internal/FrameWriter.h"
 
@@ -12,6 +16,43 @@ namespace umlauf::io {
 namespace {
 
 constexpr double largestWav = 4e9;  ///< [bytes]
+
+/// The file that libsndfile writes through. It remembers that a write failed: the encoder of FLAC does not
+/// tell.
+struct Sink {
+  FilePointer file;
+  bool failed = false;
+};
+
+// What libsndfile writes through.
+
+sf_count_t Tell(void* user) { return std::ftell(static_cast<Sink*>(user)->file.get()); }
+
+// Seeking writes what is still buffered, and so can fail on a full disk.
+sf_count_t Seek(sf_count_t offset, int whence, void* user) {
+  auto* const sink = static_cast<Sink*>(user);
+  const bool good = std::fseek(sink->file.get(), static_cast<long>(offset), whence) == 0;
+  sink->failed |= !good;
+  return good ? Tell(user) : -1;
+}
+
+sf_count_t Length(void* user) {
+  const sf_count_t here = Tell(user), length = Seek(0, SEEK_END, user);
+  Seek(here, SEEK_SET, user);
+  return length;
+}
+
+sf_count_t Read(void* to, sf_count_t count, void* user) {
+  return static_cast<sf_count_t>(
+      std::fread(to, 1, static_cast<std::size_t>(count), static_cast<Sink*>(user)->file.get()));
+}
+
+sf_count_t Write(const void* from, sf_count_t count, void* user) {
+  auto* const sink = static_cast<Sink*>(user);
+  const auto n = std::fwrite(from, 1, static_cast<std::size_t>(count), sink->file.get());
+  sink->failed |= n < static_cast<std::size_t>(count);
+  return static_cast<sf_count_t>(n);
+}
 
 class SoundFileWriter final : public FrameWriter {
  public:
@@ -31,7 +72,7 @@ class SoundFileWriter final : public FrameWriter {
       Fail(Kind::unwritable, "{}: a file tells no rate of {:g} samples/s; keep at least 1", name_,
            shape.rate);
     }
-    file_.reset(sf_open(out.Temporary().string().c_str(), SFM_WRITE, &info));
+    Open(out, info);
     if (!file_) {
       Fail(Kind::unwritable, "cannot write {} with {} channels at {} samples/s: {}; name it .wav or .w64",
            name_, channels_, info.samplerate, sf_strerror(nullptr));
@@ -50,12 +91,24 @@ class SoundFileWriter final : public FrameWriter {
   }
 
   void Close() override {
-    if (sf_close(file_.release()) != 0) {
+    bool good = sf_close(file_.release()) == 0 && !sink_.failed;
+    if (sink_.file) good = std::fclose(sink_.file.release()) == 0 && good;
+    if (!good) {
       Fail(Kind::unwritable, "cannot write {}: the disk may be full", name_);
     }
   }
 
  private:
+  void Open(COutputFile& out, SF_INFO& info) {
+    const std::string path = out.Temporary().string();
+    // Only libsndfile itself knows how to write to what cannot be sought in.
+    if (out.IsDirect()) return file_.reset(sf_open(path.c_str(), SFM_WRITE, &info));
+    sink_.file.reset(OpenFile(path, "wb+"));
+    if (!sink_.file) Fail(Kind::unwritable, "cannot write {}: {}", name_, std::strerror(errno));
+    SF_VIRTUAL_IO io{Length, io::Seek, io::Read, io::Write, Tell};
+    file_.reset(sf_open_virtual(&io, SFM_WRITE, &info, &sink_));
+  }
+
   void CheckRange(const float* samples, std::uint64_t frames) const {
     float min = 0, max = 0;
     QVL::VectorMinMax(samples, frames * channels_, 1, min, max);
@@ -68,6 +121,7 @@ class SoundFileWriter final : public FrameWriter {
 
   std::string name_;
   unsigned channels_;
+  Sink sink_;               ///< outlives the file that writes to it
   bool fullScale_ = false;  ///< numbers beyond -1 ... 1 cannot be written
   std::unique_ptr<SNDFILE, int (*)(SNDFILE*)> file_{nullptr, sf_close};
 };

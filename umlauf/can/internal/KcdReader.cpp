@@ -5,7 +5,6 @@
 #include <cmath>
 #include <cstddef>
 #include <limits>
-#include <new>
 #include <optional>
 #include <pugixml.hpp>
 #include <string>
@@ -13,6 +12,7 @@
 #include <system_error>
 #include <utility>
 
+#include "umlauf/platform/memory/WithoutMemory.h"
 #include "umlauf/platform/tramsea/PrWin.h"
 
 namespace umlauf::can {
@@ -319,17 +319,17 @@ bool ReadDocument(std::string_view text, bool utf8, const KcdOptions& options, D
 
 bool ReadKcd(const void* bytes, std::size_t size, const KcdOptions& options, Description& description) {
   description = Description();
-  try {
+  bool read = false;
+  const bool hadMemory = HadMemory([&] {
     const bool wide = options.encoding == KcdEncoding::wide;
     const std::string text =
         wide ? CString(static_cast<const wchar_t*>(bytes), size / sizeof(wchar_t)).ToUtf8() : std::string();
     const std::string_view given(static_cast<const char*>(bytes), wide ? 0 : size);
-    if (ReadDocument(wide ? text : given, wide, options, description)) return true;
-  } catch (const std::bad_alloc&) {
-    PrWin::Output(PrWin::note, L"CAN description: out of memory\n");
-  }
-  description = Description();
-  return false;
+    read = ReadDocument(wide ? text : given, wide, options, description);
+  });
+  if (!hadMemory) PrWin::Output(PrWin::note, L"CAN description: out of memory\n");
+  if (!hadMemory || !read) description = Description();
+  return hadMemory && read;
 }
 
 }  // namespace umlauf::can

@@ -17,7 +17,7 @@ bool FrequencyCurve(CSigCurve& out, std::size_t length, double rate) {
 }
 
 CMeasuringUnit ScaledUnit(SpectrumScaling scaling, const CMeasuringUnit& unit) {
-  if (scaling == SpectrumScaling::Amplitude || scaling == SpectrumScaling::Effective) return unit;
+  if (IsRoot(scaling)) return unit;
   const CMeasuringUnit power = UnitAlgebra::Power(unit, 2);
   return scaling == SpectrumScaling::Power
              ? power

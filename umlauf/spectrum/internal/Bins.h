@@ -20,11 +20,16 @@ inline double OneSided(std::size_t bin, std::size_t length) {
   return bin == 0 || 2 * bin == length ? 1.0 : 2.0;
 }
 
+/// Whether scaled values go with the root of powers.
+inline bool IsRoot(SpectrumScaling scaling) {
+  return scaling == SpectrumScaling::Amplitude || scaling == SpectrumScaling::Effective;
+}
+
 /// From powers |X|² of a transform to scaled values.
 class PowerScale {
  public:
   PowerScale(SpectrumScaling scaling, const CSpectrumWindow& window, double rate)
-      : root_(scaling == SpectrumScaling::Amplitude || scaling == SpectrumScaling::Effective),
+      : root_(umlauf::spectrum::IsRoot(scaling)),
         squareSides_(scaling == SpectrumScaling::Amplitude),
         factor_(scaling == SpectrumScaling::Density ? 1.0 / (rate * window.SumSquares())
                                                     : 1.0 / (window.Sum() * window.Sum())) {}

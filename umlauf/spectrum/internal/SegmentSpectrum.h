@@ -1,11 +1,15 @@
 #pragma once
 
+#include <cmath>
 #include <complex>
 
 #include "umlauf/spectrum/RealTransform.h"
 #include "umlauf/spectrum/SpectrumSettings.h"
 
 namespace umlauf::spectrum {
+
+/// Whether all samples of a spectrum were finite numbers: any other one is in every bin.
+inline bool IsFinite(const float* bins) { return std::isfinite(bins[0]); }
 
 /// The windowed, detrended spectrum of one segment.
 class SegmentSpectrum {

@@ -106,7 +106,12 @@ bool TakePower(const CExpression& tree, CExpression::Node& root, std::int16_t& p
   return true;
 }
 
-bool ParseExpression(std::wstring_view text, SMeasuringUnitPOD& unit, CString& reason) {
+std::uint32_t Lookup(std::wstring_view name, std::optional<bool> registering) {
+  return UnitStrings::Instance().Lookup(name, registering, registering ? std::optional(false) : std::nullopt);
+}
+
+bool ParseExpression(std::wstring_view text, SMeasuringUnitPOD& unit, CString& reason,
+                     std::optional<bool> registering) {
   const CArithExpression expression(WithCarets(text));
   if (!expression.valid()) {
     reason = expression.reason();
@@ -122,13 +127,14 @@ bool ParseExpression(std::wstring_view text, SMeasuringUnitPOD& unit, CString& r
   if (rest.IsEmpty()) throw std::bad_alloc();  // every tree has a text
   std::wstring_view prefixed = rest.view();
   unit.exponent = TakePrefix(prefixed);
-  unit.unit = UnitStrings::Instance().Lookup(WithSuperscripts(prefixed));
+  unit.unit = Lookup(WithSuperscripts(prefixed), registering);
   return true;
 }
 
 }  // namespace
 
-bool ParseUnit(std::wstring_view text, SMeasuringUnitPOD& unit, CString& reason) {
+bool ParseUnit(std::wstring_view text, SMeasuringUnitPOD& unit, CString& reason,
+               std::optional<bool> registering) {
   unit = SMeasuringUnitPOD();
   // As expressions these would begin with the prefixes "k" and "m".
   if (text == L"km/h" || text == L"mph") {
@@ -137,9 +143,9 @@ bool ParseUnit(std::wstring_view text, SMeasuringUnitPOD& unit, CString& reason)
   }
   if (TakeDecibel(text)) unit.flags |= CommonUnits::flag_db;
   if (TakeLogarithm(text)) unit.flags |= CommonUnits::flag_log;
-  if (text != L"-" && !IsSingleName(text)) return ParseExpression(text, unit, reason);
+  if (text != L"-" && !IsSingleName(text)) return ParseExpression(text, unit, reason, registering);
   unit.exponent = TakePrefix(text);
-  unit.unit = UnitStrings::Instance().Lookup(text);
+  unit.unit = Lookup(text, registering);
   return true;
 }
 

@@ -1,0 +1,14 @@
+#pragma once
+
+#include <nanobind/nanobind.h>
+
+namespace umlauf::python {
+
+void BindLog(nanobind::module_& module);
+void BindUnits(nanobind::module_& module);
+void BindCurves(nanobind::module_& module);
+void BindPairs(nanobind::module_& module);
+void BindCurveArrays(nanobind::module_& module);
+void BindSignalFiles(nanobind::module_& module);
+
+}  // namespace umlauf::python

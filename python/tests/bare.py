@@ -1,0 +1,18 @@
+"""Runs with nothing but what the wheel asks for: no test framework, no file formats."""
+
+import subprocess
+import sys
+
+import umlauf
+
+assert umlauf.Unit("km/h").factor("m/s") > 0.27
+assert "/site-packages/" in umlauf.__file__, umlauf.__file__
+
+# At its best of three: other work on the machine does not count.
+code = "import time; t = time.perf_counter(); import umlauf; print(time.perf_counter() - t)"
+best = min(float(subprocess.check_output([sys.executable, "-I", "-c", code])) for _ in range(3))
+assert best < 0.1, f"import takes {best:.3f} s"
+modules = subprocess.check_output(
+    [sys.executable, "-I", "-c", "import sys, umlauf; print(*sys.modules)"], text=True
+)
+assert "numpy" not in modules.split(), "import loads numpy before it is needed"

@@ -1,0 +1,88 @@
+#include <cmath>
+#include <nlohmann/json.hpp>
+
+#include "tools/Tool.h"
+
+namespace {
+
+class OrdersTool : public Tool {
+ protected:
+  void Simulate(const std::string& options = "") const {
+    Good("simulate run.wav --rate 25600 --profile 0:900,6:4500 --orders 1:1:30,2.5:0.4,9:0.1 " + options);
+  }
+  nlohmann::json Orders(const std::string& arguments) const {
+    return nlohmann::json::parse(Good("orders " + arguments + " --pulses-per-rev 60 --json"), nullptr, false);
+  }
+  static void ExpectAmplitudes(const nlohmann::json& track, double amplitude, double share) {
+    ASSERT_GT(track["amplitude"].size(), 20u);
+    for (const double each : track["amplitude"]) EXPECT_NEAR(each, amplitude, share * amplitude);
+  }
+};
+
+TEST_F(OrdersTool, FollowsTheSimulatedOrders) {
+  Simulate();
+  const nlohmann::json json = Orders("run.wav --gap auto --max-order 20 --tracks 1,2.5,9");
+  ASSERT_EQ(json["tracks"].size(), 3u);
+  const double amplitudes[] = {1, 0.4, 0.1};
+  for (std::size_t i = 0; i < 3; ++i) ExpectAmplitudes(json["tracks"][i], amplitudes[i], 0.005);
+  const nlohmann::json& first = json["tracks"][0];
+  EXPECT_EQ(first["order"], 1);
+  for (std::size_t i = 0; i < first["rpm"].size(); ++i) {
+    EXPECT_NEAR(first["rpm"][i], 900 + 600 * first["time_s"][i].get<double>(), 10);
+    // The origin is the first edge that was found, within two teeth of the start.
+    EXPECT_NEAR(first["phase_deg"][i], 30 + 6, 6.5);
+  }
+  const nlohmann::json rms = Orders("run.wav --gap 3 --max-order 20 --tracks 1 --scale rms --over speed");
+  ExpectAmplitudes(rms["tracks"][0], std::sqrt(0.5), 0.005);
+}
+
+TEST_F(OrdersTool, TachoAndVibrationMayBeApart) {
+  Simulate();
+  // The vibration begins a second later in its own file, at half the rate.
+  Good("simulate tacho.wav --rate 25600 --profile 0:900,6:4500");
+  Good("downsample run.wav half.wav --channel 2 --rate 12800 --from 1");
+  const nlohmann::json json =
+      Orders("half.wav --tacho-file tacho.wav --offset=-1 --gap auto --max-order 20 --tracks 2.5");
+  ExpectAmplitudes(json["tracks"][0], 0.4, 0.01);
+  const double begin = json["tracks"][0]["time_s"][0], rpm = json["tracks"][0]["rpm"][0];
+  EXPECT_NEAR(rpm, 900 + 600 * (begin + 1), 10);
+  // A shaft that the tacho's drives: order 2.5 of the one is 5 of the other.
+  const nlohmann::json geared =
+      Orders("run.wav --gap auto --gear 20/40 --max-order 40 --tracks 5 --bandwidth 0.5");
+  ExpectAmplitudes(geared["tracks"][0], 0.4, 0.01);
+}
+
+TEST_F(OrdersTool, WritesPicturesTablesAndSignals) {
+  Simulate("--gear-mesh 15:0.2 --resonance 400:0.1 --bearing 3.58:0.1 --vibration-noise 0.01");
+  const std::string text = Good(
+      "orders run.wav --pulses-per-rev 60 --gap auto --pitch-errors --max-order 20 --tracks 1,2.5 --unit "
+      "m/s² "
+      "--map map.svg --frequency-map f.png --spectrum s.svg --plot tracks.svg --average a.usig --csv t.csv "
+      "--signal map.usig");
+  EXPECT_NE(text.find("order 2.5"), std::string::npos) << text;
+  EXPECT_NE(text.find("residual"), std::string::npos) << text;
+  EXPECT_NE(Text("map.svg").find("level in dB re 1e-06 m/s²"), std::string::npos);
+  EXPECT_NE(Text("tracks.svg").find("order 2.5"), std::string::npos);
+  EXPECT_TRUE(Text("t.csv").starts_with("channel,order,time_s,revolution,rpm,amplitude,phase_deg\n1,1,"));
+  EXPECT_NE(Good("info a.usig").find("rev"), std::string::npos);
+  EXPECT_EQ(Files().count("map.usig") + Files().count("f.png") + Files().count("s.svg"), 3u);
+  // The shaft of the simulation turns evenly: what is left is the wheel's jitter.
+  const nlohmann::json torsion = Orders("run.wav --gap auto --torsional --max-order 20 --tracks 3");
+  for (const double each : torsion["tracks"][0]["amplitude"]) EXPECT_LT(each, 5);
+}
+
+TEST_F(OrdersTool, RefusesWhatCannotBe) {
+  Simulate();
+  Bad("orders run.wav --plot x.svg", 2, "name their orders with --tracks");
+  Bad("orders run.wav --map x.bmp", 2, "a picture is .svg or .png");
+  Bad("orders run.wav --map x.svg --spectrum x.svg", 2, "name the same file");
+  Bad("orders run.wav --gear 3/0", 2, "is no ratio");
+  Bad("orders run.wav --channel 3 --pulses-per-rev 60 --gap auto", 1, "run.wav has no channel 3");
+  Bad("orders run.wav --pulses-per-rev 60 --gap auto --max-order 20 --tracks 30", 1, "orders to follow");
+  Bad("orders run.wav --pulses-per-rev 60 --gap auto --resolution 0.001", 1, "not turn long enough");
+  Bad("orders run.wav --pulses-per-rev 60 --gap auto --torsional", 1, "half the pulses");
+  Bad("simulate x.wav --orders 1", 2, "no list of numbers");
+  Bad("simulate x.wav --resonance 100:0 --orders 1:1", 2, "damping above 0");
+}
+
+}  // namespace

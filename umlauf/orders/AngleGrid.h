@@ -1,0 +1,23 @@
+#pragma once
+
+#include "umlauf/Export.h"
+
+/// Equal steps of the angle of a shaft, and the orders (multiples of its speed) that they carry.
+struct UMLAUF_API AngleGrid {
+  double maxOrder = 60;             ///< highest order that counts, above 0
+  double stepsPerRevolution = 160;  ///< at least 2 maxOrder; from 2.56 maxOrder on filters are short
+  /// [rpm] Slower than this the filters stay as long as they are here: what lies above the highest order may
+  /// then come back below it. Memory grows with 1 / slowest.
+  double slowest = 60;
+
+  /// Whether the numbers are in their ranges.
+  bool IsValid() const;
+  /// End of the band that is flat to 0.01 dB, as an order: maxOrder where there are 2.56 steps for it, less
+  /// down to 0.8 of it with fewer.
+  double FlatTo() const;
+
+  /// A grid for order spectra of this resolution: at least 2.56 steps for the highest order, and so many that
+  /// a segment of 1 / resolution revolutions is a fast transform. Where that is a whole number of
+  /// revolutions, the steps of one are a whole number, too.
+  static AngleGrid ForSpectra(double maxOrder, double resolution);
+};

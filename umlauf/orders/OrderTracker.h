@@ -1,0 +1,70 @@
+#pragma once
+
+#include <cstddef>
+#include <memory>
+#include <span>
+#include <vector>
+
+#include "umlauf/Export.h"
+#include "umlauf/orders/OrderMap.h"
+#include "umlauf/orders/ShaftPlace.h"
+#include "umlauf/spectrum/SpectrumWindow.h"
+
+/// Which orders are followed, and how.
+struct OrderTrackSettings {
+  std::vector<double> orders = {};  ///< above 0, at least half a bandwidth apart, fractions allowed
+  double bandwidth = 0.25;          ///< [orders] noise bandwidth: narrow ones take many revolutions
+  double overlap = 0.75;            ///< share of a segment in common with the next one, 0 to 0.99
+  WindowShape window = WindowShape::Hann;
+  double kaiserBeta = 8.6;
+};
+
+/// Amplitude and phase of given orders over time and speed, from frames over equal steps of the angle.
+///
+/// In each windowed segment of noise bandwidth · revolutions the orders and a constant are fitted together by
+/// least squares, so that they do not leak into each other however short the segment is, as with the
+/// orthogonality compensation of J. R. Blough, D. L. Brown, H. Vold, "The time variant discrete Fourier
+/// transform as an order tracking method", SAE 972006 (1997). On steps of angle the equations are the same
+/// for all segments, and are solved once. What turns with other orders is held back by the window.
+///
+/// Segments in which the shaft turns back are left out. One object is used by one thread at a time.
+class UMLAUF_API COrderTracker {
+ public:
+  struct Point {
+    ShaftPlace place;      ///< middle of the segment; the speed is that of the revolution around it
+    double amplitude = 0;  ///< peak
+    /// [°] −180 to 180: that of cos(2π order · revolution + phase), revolutions from the origin of the angle.
+    double phase = 0;
+  };
+
+  /// For frames of 1 to 64 channels on this grid, from the angle of these pulses.
+  COrderTracker(const OrderTrackSettings& settings, const AngleGrid& grid, unsigned channels,
+                const CPulseTrain& pulses);
+  ~COrderTracker();
+  COrderTracker(COrderTracker&& other) noexcept;
+  COrderTracker& operator=(COrderTracker&& other) noexcept;
+
+  /// False for settings that cannot be used (orders beyond the highest one of the grid, too) and without
+  /// memory; all functions then do nothing.
+  bool IsValid() const { return engine_ != nullptr; }
+  /// Takes the next n frames [n, channels] with their places.
+  void Take(const float* frames, const CShaftAngle::Passing* places, std::size_t n);
+  /// False when there was no memory to keep a point.
+  bool Complete() const;
+
+  /// Revolutions of a segment.
+  double SegmentRevolutions() const;
+  /// Points of order i of the settings in channel c; empty when there is no such track.
+  std::span<const Point> Track(unsigned c, std::size_t i) const;
+  /// A track as points over time, revolutions or speed: amplitude in `unit`, or phase [°]. Over speed the
+  /// points come as they were measured. False, with no points, when there are none and without memory.
+  enum class Quantity { amplitude, phase };
+  bool Pairs(unsigned c, std::size_t i, MapAxis::Kind axis, Quantity quantity, const CMeasuringUnit& unit,
+             CSigPairs& out) const;
+  /// The amplitudes of all orders of a channel as curves over revolutions, by rising order.
+  bool Curves(unsigned c, const CMeasuringUnit& unit, CSigCurveArray& out) const;
+
+ private:
+  struct Engine;
+  std::unique_ptr<Engine> engine_;
+};
