@@ -38,6 +38,7 @@ class ProgressSource final : public CBlockSource {
     progress_.reset();
     return source_.Rewind();
   }
+  bool Seek(std::uint64_t frame) override { return source_.Seek(frame); }
 
  private:
   CBlockSource& source_;

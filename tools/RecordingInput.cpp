@@ -68,6 +68,8 @@ RecordingFormat FormatOf(const RecordingOptions& options) {
   format.rewindable = options.rewindable;
   if (options.channel) format.channels = {*options.channel};
   if (options.column) format.columns = {*options.column};
+  if (!options.channelList.empty()) format.channels = options.channelList;
+  if (!options.columnList.empty()) format.columns = options.columnList;
   return format;
 }
 

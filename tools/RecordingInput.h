@@ -19,12 +19,14 @@ struct RecordingOptions {
   std::optional<RawSamples> raw;      ///< set: the file is headerless samples
   std::optional<double> rate;         ///< [samples/s]; must be given for raw, replaces the time column of CSV
   std::optional<unsigned> channels;   ///< raw; 1 when not given
-  bool allChannels = false;           ///< blocks hold every channel, unless one was asked for above
-  const char* rateOption = "--rate";  ///< what the option for `rate` is called, for messages
-  std::optional<double> from, to;     ///< [s] only this part
-  double scale = 1, offset = 0;       ///< samples become sample * scale + offset
-  std::string unit;                   ///< of the samples
-  bool rewindable = true;             ///< pipes go through a temporary file, to be read again
+  std::vector<unsigned> channelList;  ///< in place of the one above, where not empty
+  std::vector<std::string> columnList;  ///< likewise
+  bool allChannels = false;             ///< blocks hold every channel, unless one was asked for above
+  const char* rateOption = "--rate";    ///< what the option for `rate` is called, for messages
+  std::optional<double> from, to;       ///< [s] only this part
+  double scale = 1, offset = 0;         ///< samples become sample * scale + offset
+  std::string unit;                     ///< of the samples
+  bool rewindable = true;               ///< pipes go through a temporary file, to be read again
 };
 
 /// Throws ToolError when the part ends before it begins.

@@ -27,6 +27,7 @@ struct CRecordingSource::State {
     Choose(format.channels, format.firstChannelOnly && format.columns.empty());
   }
 
+  void Seek(std::uint64_t frame);
   void Choose(const std::vector<unsigned>& wanted, bool firstOnly);
   SampleBlock Read(std::size_t count);
   void Gather(SampleBlock& block);
@@ -72,6 +73,18 @@ SampleBlock CRecordingSource::State::Read(std::size_t count) {
     Gather(block);
   }
   return block;
+}
+
+void CRecordingSource::State::Seek(std::uint64_t frame) {
+  frame = std::min(frame, section.length());
+  if (!begun || frame < position) {
+    if (!reader->Rewind()) Fail(Kind::unreadable, "cannot read {} twice", reader->name());
+    reader->Skip(section.first());
+    begun = true;
+    position = 0;
+  }
+  reader->Skip(frame - position);
+  position = frame;
 }
 
 void CRecordingSource::State::Gather(SampleBlock& block) {
@@ -124,6 +137,11 @@ bool CRecordingSource::Rewind() {
   state_->begun = false;
   state_->failure = {};
   return true;
+}
+
+bool CRecordingSource::Seek(std::uint64_t frame) {
+  if (!state_->reader->SkipsFast() || state_->failure) return false;
+  return Guard(state_->failure, [&] { state_->Seek(frame); });
 }
 
 CString CRecordingSource::Failure() const { return state_->failure.text; }

@@ -29,6 +29,7 @@ class UMLAUF_IO_API CRecordingSource final : public CBlockSource {
   CString ChannelName(unsigned c) const override;
   SampleBlock Read(std::size_t count) override;
   bool Rewind() override;
+  bool Seek(std::uint64_t frame) override;
   CString Failure() const override;
 
   /// Channels of the recording, also those that were not asked for.

@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <numeric>
 #include <span>
@@ -41,6 +42,27 @@ class RecordingSource : public TestFolder {
   }
   std::vector<float> ramp_;
 };
+
+TEST_F(RecordingSource, SeeksInPartsOfAnyFormat) {
+  for (const char* name : {"r.wav", "r.w64", "r.f32"}) {
+    Save(name, 2);
+    RecordingFormat format = std::string(name) == "r.f32" ? Raw(2) : RecordingFormat();
+    format.from = 0.5;
+    auto source = Open(name, format);
+    // 450 frames lie from there to the end.
+    for (const std::uint64_t frame : {100u, 3u, 3u, 449u, 450u, 1000u, 0u}) {
+      ASSERT_TRUE(source->Seek(frame)) << name;
+      const SampleBlock block = source->Read(1000);
+      ASSERT_EQ(block.count, 450 - std::min<std::uint64_t>(frame, 450)) << name << frame;
+      const float first = block.count > 0 ? block.samples[0] : 0;
+      EXPECT_EQ(first, block.count > 0 ? ramp_[2 * (frame + 50)] : 0) << name << frame;
+    }
+    ASSERT_TRUE(source->Rewind());
+    EXPECT_EQ(source->Read(1).samples[0], ramp_[100]) << name;
+  }
+  Save("r.csv", 2);
+  EXPECT_FALSE(Open("r.csv", RecordingFormat())->Seek(10));
+}
 
 TEST_F(RecordingSource, ChannelsSectionsAndScales) {
   for (const char* name : {"r.wav", "r.flac", "r.csv", "r.f32"}) {

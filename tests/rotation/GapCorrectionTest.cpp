@@ -85,6 +85,23 @@ std::vector<double> Revolution(const std::vector<std::pair<int, double>>& gaps) 
   return lengths;
 }
 
+/// A tooth of the run-up takes as long as a gap, but does not come back; one gap alone is believed.
+TEST(GapCorrection, AGivenLengthIsFoundAmongAllGapsToo) {
+  for (const int turns : {1, 5}) {
+    std::vector<double> lengths = Wheel(turns, 57, {3});
+    if (turns > 1) lengths.insert(lengths.begin(), {100, 100, 100, 100, 100, 100, 100, 300});
+    if (turns > 1) lengths.insert(lengths.begin() + 8, 20, 100);
+    lengths.insert(lengths.end(), 10, 100);
+    CGapCorrection gaps(3, 60);
+    CPulseTrain corrected(1000);
+    gaps.Take(Train(lengths, 60), corrected);
+    ASSERT_TRUE(gaps.Finish(corrected));
+    EXPECT_EQ(gaps.Gaps(), static_cast<std::size_t>(turns));
+    ASSERT_EQ(gaps.Wheel().gaps.size(), 1u);
+    EXPECT_EQ(gaps.Wheel().gaps[0].length, 3);
+  }
+}
+
 TEST(GapCorrection, TheWheelIsFoundFromAllGapsTogether) {
   const struct {
     const char* what;

@@ -113,4 +113,49 @@ TEST(Levels, FollowADrift) {
   EXPECT_NEAR(static_cast<double>(rotation.Pulses().size()), 1800, 1);
 }
 
+/// As a recording in memory, but without seeking.
+class WithoutSeeking : public CMemorySource {
+ public:
+  using CMemorySource::CMemorySource;
+  bool Seek(std::uint64_t) override { return false; }
+};
+
+/// Long recordings are looked at in part, and found out where that part does not tell.
+TEST(Levels, OfALongRecordingServeForAllOfIt) {
+  constexpr std::size_t n = 5'000'000;
+  const struct {
+    const char* what;
+    std::size_t from, to;  // samples that differ
+    double size, level;    // of these
+    bool scaled;
+  } cases[] = {
+      {"the same everywhere", 0, 0, 1, 0, false},
+      // Between two stretches that are looked at.
+      {"far away between", 40'000, 60'000, 1, 10, true},
+      {"tiny between", 40'000, 60'000, 0.3, 0, true},
+      {"at rest between", 40'000, 60'000, 0.001, 0, false},
+      {"at rest but for the end", 0, 4'000'000, 0.001, 0, false},
+  };
+  for (const auto& c : cases) {
+    std::vector<float> samples(n);
+    std::size_t teeth = 0;
+    for (std::size_t i = 0; i < n; ++i) {
+      const bool within = i >= c.from && i < c.to;
+      const double sine = std::sin(2 * std::numbers::pi * (static_cast<double>(i) + 0.5) / 50);
+      samples[i] = static_cast<float>(within ? c.level + c.size * sine : sine);
+      if (i % 50 == 0 && (!within || c.size > 0.1)) ++teeth;
+    }
+    CRotation part, whole;
+    CMemorySource seeking(samples, kRate);
+    WithoutSeeking other(samples.data(), n, 1, 1, kRate);
+    ASSERT_TRUE(part.Analyse(seeking)) << c.what;
+    ASSERT_TRUE(whole.Analyse(other)) << c.what;
+    EXPECT_EQ(part.Levels().scale.has_value(), c.scaled) << c.what;
+    EXPECT_EQ(whole.Levels().scale.has_value(), c.scaled) << c.what;
+    EXPECT_NEAR(static_cast<double>(part.Pulses().size()), static_cast<double>(teeth), 3) << c.what;
+    EXPECT_NEAR(part.Speed().Mean(kRate), whole.Speed().Mean(kRate), 1e-3 * whole.Speed().Mean(kRate))
+        << c.what;
+  }
+}
+
 }  // namespace

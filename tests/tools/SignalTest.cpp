@@ -143,6 +143,17 @@ TEST_F(SignalTool, TablesMakeTheSameSignalsAgain) {
   Bad("import both.csv -o new --x 3 --column 4 --as curve", 1, "evenly");
 }
 
+TEST_F(SignalTool, SeveralColumnsMakeSeveralSignals) {
+  Write("two.csv", "t [s],a [V],u [s],b\n0,1,0,5\n1,2,3,6\n2,4,4,7\n");
+  Good("import two.csv -o '{name}.usig' --column 2,4 --x 1,3");
+  EXPECT_NE(Good("info a.usig").find("equidistant curve"), std::string::npos);
+  EXPECT_NE(Good("info b.usig").find("point pairs"), std::string::npos);
+  Good("import two.csv -o 'c{column}.usig' --column a,b");
+  EXPECT_EQ(Good("export c2.usig -o -"), Good("export a.usig -o -"));
+  Bad("import two.csv -o c.usig --column 2,4", 2, "put {column} or {name} into -o");
+  Bad("import two.csv -o '{name}.usig' --column 2,4 --x 1,2,3", 2, "one for each");
+}
+
 TEST_F(SignalTool, SettingsAreKeptInTheDatabase) {
   const std::string file = " --file s.db ";
   Bad("settings list" + file, 1, "no settings");

@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <cmath>
 
 #include "tools/Tool.h"
@@ -142,6 +143,68 @@ TEST_F(SpeedTool, JsonKeysAndSettingsTakeTheRunAgain) {
   const std::string again = Good("speed run.wav --json --pulses-per-rev 60 --settings '" + settings + "'");
   EXPECT_EQ(Number(again, "pulses"), Number(json, "pulses"));
   EXPECT_NEAR(Number(again, "mean"), Number(json, "mean"), 1e-3);
+}
+
+/// Three channels in one call give what each gives alone; one that is no tacho does not stop the others.
+TEST_F(SpeedTool, SeveralChannelsAndRecordingsAreFoundTogether) {
+  Good("simulate a.wav --profile 0:600,1:3000 --seed 1");
+  Good("simulate b.wav --profile 0:2000,1:1000 --teeth 36 --missing 0 --seed 2");
+  const std::vector<float> a = WavSamples("a.wav"), b = WavSamples("b.wav");
+  std::vector<float> frames;
+  for (std::size_t i = 0; i < a.size(); ++i) frames.insert(frames.end(), {a[i], 0.0f, b[i]});
+  WriteRaw("three.f32", frames);
+  const std::string raw = "speed three.f32 --raw f32 --rate 50000 --channels 3 --pulses-per-rev 60 ";
+  const Result together = Run(raw + "--json --channel all --csv {name}-{channel}.csv");
+  EXPECT_EQ(together.code, 1);
+  EXPECT_NE(together.err.find("channel 2: no pulses found"), std::string::npos) << together.err;
+  EXPECT_NE(together.out.find("\"error\": \"no pulses found"), std::string::npos) << together.out;
+  for (const char* channel : {"1", "3"}) {
+    Doubtful(raw + "--channel " + channel + " --csv alone.csv");
+    EXPECT_EQ(Text(std::string("three-") + channel + ".csv"), Text("alone.csv"));
+  }
+  const Result files = Run("speed a.wav b.wav --pulses-per-rev 60 --gap auto --csv {name}.out");
+  EXPECT_EQ(files.code, 0) << files.err;
+  EXPECT_EQ(std::count(files.out.begin(), files.out.end(), '\n'), 3) << files.out;
+  EXPECT_FALSE(Text("a.out").empty() || Text("b.out").empty());
+  Bad("speed a.wav b.wav --csv out.csv", 2, "put {name} or {channel} into it");
+  Bad("speed three.f32 --raw f32 --rate 50000 --channels 3 --channel 1,x", 2, "with commas between them");
+}
+
+TEST_F(SpeedTool, TeethAreCountedFromGapToGap) {
+  Good("simulate run.wav --teeth 36 --missing 2,1 --profile 0:1200,1:1800");
+  const std::string known = Good("speed run.wav --pulses-per-rev 36 --gap auto --json");
+  const std::string counted = Good("speed run.wav --pulses-per-rev auto --gap auto --json");
+  EXPECT_EQ(Number(counted, "pitches"), 36) << counted;
+  for (const char* key : {"mean", "gap_corrected", "last"}) {
+    EXPECT_NEAR(Number(counted, key), Number(known, key), 1e-6 * Number(known, key)) << key;
+  }
+  Good("simulate full.wav --missing 0");
+  Bad("speed full.wav --pulses-per-rev auto --gap auto", 1, "give --pulses-per-rev N");
+  Bad("speed run.wav --pulses-per-rev auto", 2, "give --gap auto");
+}
+
+/// The edges of a recording as lists give its speed, gap and all.
+TEST_F(SpeedTool, ListsOfEdgesGiveTheSpeedOfTheirRecording) {
+  Good("simulate run.wav --shape ttl --noise 0 --profile 0:600,2:3000");
+  const std::string samples = Good("speed run.wav --pulses-per-rev 60 --gap auto --json --csv run.pulses");
+  std::string edges = "# counter card\n", levels = "time;Level [V]\n0;0\n";
+  for (const Row& row : Rows(Text("run.pulses"))) {
+    edges += std::to_string(row.time) + "\n";
+    levels += std::to_string(row.time) + ";5\n" + std::to_string(row.time + 5e-5) + ";0\n";
+  }
+  Write("edges.csv", edges);
+  Write("levels.csv", levels);
+  for (const std::string name : {"edges.csv", "levels.csv", "edges.csv --list edges"}) {
+    const std::string json = Good("speed " + name + " --pulses-per-rev 60 --gap auto --json");
+    EXPECT_EQ(Number(json, "pulses"), Number(samples, "pulses") - 1) << json;
+    EXPECT_EQ(Number(json, "gap_corrected"), Number(samples, "gap_corrected")) << json;
+    EXPECT_NEAR(Number(json, "mean"), Number(samples, "mean"), 1e-3 * Number(samples, "mean")) << json;
+  }
+  EXPECT_NE(Good("info levels.csv").find("list of level changes"), std::string::npos);
+  Good("plot edges.csv -o edges.svg");
+  Bad("speed edges.csv --upper 1", 2, "--upper is for samples");
+  Write("back.csv", "1\n2\n1.5\n3\n");
+  Bad("speed back.csv", 1, "line 3: the times of edges must rise");
 }
 
 }  // namespace

@@ -33,7 +33,9 @@ void AddUnitCommand(CLI::App& app);
 void AddSimulateCommand(CLI::App& app);
 
 struct RecordingOptions;
-/// Declares the options that tell how a recording is to be read.
+/// Declares the options that choose a channel.
+void DeclareChannel(CLI::App& command, RecordingOptions& recording);
+/// Declares those that tell how a recording is to be read.
 void DeclareRecordingFormat(CLI::App& command, RecordingOptions& recording);
 /// Those that choose a part of it, and those that say what its samples mean.
 void DeclareSection(CLI::App& command, RecordingOptions& recording);

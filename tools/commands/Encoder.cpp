@@ -4,6 +4,7 @@
 #include <string>
 #include <utility>
 
+#include "tools/EdgeWarnings.h"
 #include "tools/EncoderFormat.h"
 #include "tools/Error.h"
 #include "tools/LibraryNotes.h"
@@ -26,6 +27,7 @@ struct EncoderOptions : SpeedResultOptions {
 };
 
 void CheckEncoderOptions(const EncoderOptions& o) {
+  if (o.countTeeth) FailUsage("--pulses-per-rev auto is for umlauf speed; give those of the encoder");
   CheckSpeedResults(o);
   const EncoderFormat format(o.mode);
   if (o.pulsesPerRev != std::floor(o.pulsesPerRev) || o.pulsesPerRev > 1e6) {
@@ -75,6 +77,9 @@ void RunEncoder(EncoderOptions options) {
                              numeric::trunc_sat<unsigned>(options.pulsesPerRev));
   SpeedOutputs outputs(options, finder.EdgesPerRevolution(), rate, source.startTime(), source.frames());
   CPulseTrain pulses = outputs.NewTrain();
+  CDzPulsDetektor edges;
+  edges.PulsTeilerSetzen(options.divider);
+  CPulseJudge judge(PulseLevels(), edges);
   Progress progress("pulses", source.frames());
   const LibraryNotes notes;
   std::uint64_t samples = 0;
@@ -85,6 +90,7 @@ void RunEncoder(EncoderOptions options) {
     if (!notes.empty()) {
       Fail("cannot decode {}: {}; check --rate and --mode", options.recording.path.string(), notes.text());
     }
+    if (!format.counts()) judge.Take(pulses);
     outputs.Take(pulses);
     samples += frames;
     progress.Advance(frames);
@@ -95,9 +101,12 @@ void RunEncoder(EncoderOptions options) {
     Fail("no pulses found in {} (edges: {}); check --mode, --low-word and --channel",
          options.recording.path.string(), outputs.counts().Pulses());
   }
-  PrintWarnings(source.warnings());
   SpeedReport report;
   report.warnings = source.warnings();
+  // What a counter counts may go backward and is no pulse by itself.
+  for (const RecordingWarning& each : format.counts() ? RecordingWarnings() : WarningsOfEdges(judge))
+    report.warnings.push_back(each);
+  PrintWarnings(report.warnings);
   report.channel = source.channelName();
   report.channelNumber = source.channel() + 1;
   report.channels = source.channels();

@@ -10,6 +10,7 @@
 #include "tools/LibraryNotes.h"
 #include "tools/SignalFile.h"
 #include "tools/commands/Commands.h"
+#include "tools/options/Lists.h"
 #include "tools/output/Console.h"
 #include "tools/output/OutputFile.h"
 #include "umlauf/signal/SigCurveArray.h"
@@ -197,10 +198,8 @@ void SetUnits(CSignal& signal, const Column& x, const Column& y, const std::stri
   if (!notes.empty()) PrintNote("{}; the signal has no such unit, give --x-unit or --y-unit", notes.text());
 }
 
-void RunImport(const ImportOptions& options) {
-  if (options.output == "-") FailUsage("-o writes a binary file; name one");
-  if (options.arrayUnit && options.kind != Kind::array) FailUsage("--array-unit is for --as array");
-  CheckOutputPath("-o", options.output, options.input);
+/// What is made of a column, or of all for a curve array; `taken` are the files that were.
+void ImportColumn(const ImportOptions& options, std::vector<std::string>& taken) {
   CCsvReader reader;
   if (!reader.Open(options.input)) Fail("{}", reader.Failure().text.ToUtf8());
   Column x = FindColumn(reader, options.x, options), y;
@@ -217,22 +216,55 @@ void RunImport(const ImportOptions& options) {
     }
     signal = options.kind == Kind::pairs || !even ? MakePairs(x, y) : MakeCurve(x, y);
   }
-  signal->SetName(CString::FromUtf8(options.name.value_or(y.name)));
+  const std::string name = options.name.value_or(y.name), column = std::to_string(y.index + 1);
+  const std::string output =
+      Replaced(Replaced(options.output, "{column}", column), "{name}", name.empty() ? column : name);
+  CheckOutputPath("-o", output, options.input);
+  if (std::find(taken.begin(), taken.end(), output) != taken.end()) {
+    FailUsage("-o {} would be written twice; put {{column}} into it", output);
+  }
+  taken.push_back(output);
+  signal->SetName(CString::FromUtf8(name));
   SetUnits(*signal, x, y, arrayUnit, options);
-  OutputFile out(options.output);
+  OutputFile out(output);
   WriteSignalFile(*signal, out);
   out.Commit();
+}
+
+void RunImport(ImportOptions options) {
+  if (options.output == "-") FailUsage("-o writes a binary file; name one");
+  if (options.arrayUnit && options.kind != Kind::array) FailUsage("--array-unit is for --as array");
+  const std::vector<std::string> columns = Listed(options.y), xs = Listed(options.x);
+  if (xs.size() != 1 && xs.size() != columns.size()) {
+    FailUsage("--x {} and --column {} do not go together; give one x, or one for each", options.x, options.y);
+  }
+  if (columns.size() > 1 && options.input == "-") {
+    FailUsage("standard input is read once; give one --column, or a file");
+  }
+  const bool named = options.output.find("{column}") != std::string::npos ||
+                     options.output.find("{name}") != std::string::npos;
+  if (columns.size() > 1 && !named) FailUsage("each signal is a file; put {{column}} or {{name}} into -o");
+  std::vector<std::string> taken;
+  for (std::size_t i = 0; i < columns.size(); ++i) {
+    options.y = columns[i];
+    options.x = xs.size() > 1 ? xs[i] : xs.front();
+    ImportColumn(options, taken);
+  }
 }
 
 }  // namespace
 
 void AddImportCommand(CLI::App& app) {
   auto options = std::make_shared<ImportOptions>();
-  CLI::App* command = app.add_subcommand("import", "Makes a signal file of two columns of a table");
+  CLI::App* command = app.add_subcommand("import", "Makes signal files of columns of a table");
   command->add_option("table", options->input, "CSV file; - is standard input")->required();
-  command->add_option("-o,--output", options->output, "signal file to write")->required()->type_name("FILE");
-  command->add_option("--column", options->y, "values: number from 1, or name in the header (2)");
-  command->add_option("--x", options->x, "where they lie, likewise (1)");
+  command
+      ->add_option("-o,--output", options->output, "signal file to write; {column} and {name} are replaced")
+      ->required()
+      ->type_name("FILE");
+  command->add_option("--column", options->y,
+                      "values: number from 1, or name in the header; several with commas (2)");
+  command->add_option("--x", options->x, "where they lie, likewise; one for all, or one for each (1)");
   command->add_option("--name", options->name, "name of the signal (that of the column)");
   command->add_option("--x-unit", options->xUnit, "unit of x (that in the header: \"time [s]\")");
   command->add_option("--y-unit", options->yUnit, "unit of the values, likewise");

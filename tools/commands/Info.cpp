@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <limits>
 #include <memory>
 #include <string>
 #include <vector>
@@ -11,10 +12,12 @@
 #include "tools/output/Console.h"
 #include "tools/output/UnitText.h"
 #include "umlauf/rotation/Levels.h"
-#include "umlauf/rotation/PulseFinder.h"
+#include "umlauf/rotation/PulseTrain.h"
 #include "umlauf/rotation/RecordingStatistics.h"
+#include "umlauf/rotation/TachoPulses.h"
 #include "umlauf/signal/SigCurveArray.h"
 #include "umlauf/signal/SigCurveExt.h"
+#include "umlauf_io/EdgeListSource.h"
 
 namespace umlauf::tool {
 namespace {
@@ -93,18 +96,30 @@ std::string Swings(ProgressSource& source, unsigned channel) {
   CDzPulsDetektor detector;
   detector.PulsMinLenSetzen(0);
   CLevelFinder finder(detector);
+  finder.Part(true);
   source.Purpose("levels");
   if (!finder.Find(source, channel)) return "";
-  const PulseLevels& levels = finder.Levels();
-  detector.SchrankenSetzen(levels.upper, levels.lower);
+  PulseLevels levels = finder.Levels();
   source.Purpose("swings");
-  source.Rewind();
-  CPulseFinder pulses(source, channel, detector);
-  CPulseTrain train(source.SampleRate());
-  std::size_t edges = 0;
-  while (pulses.Next(train)) edges += train.size();
-  return fmt::format("{} from below {:g} to above {:g}{}", edges, levels.lower, levels.upper,
-                     levels.certain ? "" : ", doubtful");
+  while (true) {
+    source.Rewind();
+    CTachoPulses tacho(levels, detector);
+    CPulseTrain train(source.SampleRate());
+    std::size_t edges = 0;
+    for (SampleBlock block = Read(source, 65536); block.count > 0; block = Read(source, 65536)) {
+      if (!tacho.Take(block.samples + channel, block.count, block.stride, train)) return "";
+      edges += train.size();
+    }
+    tacho.Finish(train);
+    edges += train.size();
+    if (!tacho.LevelsServed()) {
+      levels = tacho.Levels();
+      continue;
+    }
+    return fmt::format("{} from below {:g} to above {:g}{}{}", edges, levels.lower, levels.upper,
+                       levels.scale ? " on the scale of each swing, 0 to 1" : "",
+                       tacho.Warnings().empty() ? "" : ", doubtful");
+  }
 }
 
 void ChannelRows(ProgressSource& source, const CRecordingSource& recording,
@@ -146,6 +161,32 @@ void RunRecordingInfo(RecordingOptions options) {
   PrintWarnings(recording->Warnings());
 }
 
+void RunListInfo(const RecordingOptions& options, EdgeListKind kind) {
+  CheckSection(options);
+  CEdgeListSource source;
+  source.Open(options.path, kind, options.from, options.to);
+  std::uint64_t rising = 0, all = 0;
+  double first = 0, last = 0, shortest = std::numeric_limits<double>::infinity(), longest = 0;
+  for (auto edges = source.Read(65536); !edges.empty(); edges = source.Read(65536)) {
+    for (const RecordedEdge& edge : edges) {
+      rising += edge.rising ? 1 : 0;
+      if (all++ == 0) first = last = edge.time;
+      if (all == 1) continue;
+      shortest = std::min(shortest, edge.time - last);
+      longest = std::max(longest, edge.time - last);
+      last = edge.time;
+    }
+  }
+  if (!source.Failure().IsEmpty()) Fail("{}", source.Failure().ToUtf8());
+  const bool levels = kind == EdgeListKind::levels;
+  Row("file", options.path.string());
+  Row("type", levels ? "list of level changes" : "list of edges");
+  Row("edges", levels ? fmt::format("{} rising, {} falling", rising, all - rising) : fmt::format("{}", all));
+  if (all == 0) return;
+  Row("time", fmt::format("{:.9g} ... {:.9g} s", first, last));
+  if (all > 1) Row("distances", fmt::format("{:.6g} ... {:.6g} s", shortest, longest));
+}
+
 }  // namespace
 
 void AddInfoCommand(CLI::App& app) {
@@ -155,7 +196,10 @@ void AddInfoCommand(CLI::App& app) {
   DeclareScaling(*command, *options);
   command->callback([options] {
     const std::string path = options->path.string();
-    IsSignalFile(path) ? RunInfo(path) : RunRecordingInfo(*options);
+    if (IsSignalFile(path)) return RunInfo(path);
+    const bool samples = options->raw || options->rate;
+    const auto list = samples ? std::nullopt : CEdgeListSource::KindOf(options->path);
+    list ? RunListInfo(*options, *list) : RunRecordingInfo(*options);
   });
 }
 

@@ -19,6 +19,7 @@
 #include "umlauf/signal/SigCurveArray.h"
 #include "umlauf/signal/SigCurveExt.h"
 #include "umlauf/spectrum/SpectrumLevels.h"
+#include "umlauf_io/EdgeListSource.h"
 
 namespace umlauf::tool {
 namespace {
@@ -146,7 +147,8 @@ Source ReadRecording(const PlotOptions& options, const std::string& path) {
   source.name = fmt::format("{}, {}", source.file, samples->ChannelName(0).ToUtf8());
   source.xUnit = "s";
   source.xLabel = "time in s";
-  source.yLabel = "sample value";
+  source.yLabel = recording.unit.empty() ? "sample value" : "sample value in " + recording.unit;
+  source.yUnit = recording.unit;
   source.recording = true;
   if (samples->Frames()) {
     TakeRecording(*samples, source);
@@ -154,6 +156,43 @@ Source ReadRecording(const PlotOptions& options, const std::string& path) {
     TakeUnknownLength(*samples, source);
   }
   return source;
+}
+
+/// Levels as they step; of edges of one kind how fast they follow each other.
+Source ReadList(const PlotOptions& options, const std::string& path, EdgeListKind kind) {
+  CEdgeListSource list;
+  list.Open(path, kind, options.recording.from, options.recording.to);
+  const bool levels = kind == EdgeListKind::levels;
+  PlotTrace trace;
+  bool any = false;
+  double last = 0;
+  for (auto edges = list.Read(65536); !edges.empty(); edges = list.Read(65536)) {
+    for (const RecordedEdge& edge : edges) {
+      if (levels) trace.Add(edge.time, edge.rising ? 0 : 1);
+      if (levels) trace.Add(edge.time, edge.rising ? 1 : 0);
+      if (!levels && any) trace.Add((last + edge.time) / 2, 1 / (edge.time - last));
+      last = edge.time;
+      any = true;
+    }
+  }
+  if (!list.Failure().IsEmpty()) Fail("{}", list.Failure().ToUtf8());
+  Source source;
+  source.file = std::filesystem::path(path).filename().string();
+  source.name = source.file;
+  source.xUnit = "s";
+  source.xLabel = "time in s";
+  source.yLabel = levels ? "level" : "edges per second";
+  source.yUnit = levels ? "" : "1/s";
+  source.recording = levels;
+  TakeTrace(trace, source);
+  return source;
+}
+
+/// A recording: samples, or a list of edges.
+Source ReadSamples(const PlotOptions& options, const std::string& path) {
+  const bool samples = options.recording.raw || options.recording.rate;
+  const auto list = samples ? std::nullopt : CEdgeListSource::KindOf(path);
+  return list ? ReadList(options, path, *list) : ReadRecording(options, path);
 }
 
 Source TakeSignal(const PlotOptions& options, CSignal& signal, const std::string& path) {
@@ -256,7 +295,7 @@ void RunPlot(const PlotOptions& options) {
       if (auto* array = dynamic_cast<CSigCurveArray*>(signal.get())) return DrawArray(options, *array, input);
       sources.push_back(TakeSignal(options, *signal, input));
     } else {
-      sources.push_back(ReadRecording(options, input));
+      sources.push_back(ReadSamples(options, input));
     }
     if (FullRange(sources.back().series.points).empty()) {
       Fail("cannot draw {}: it holds no samples{}", input,
@@ -280,9 +319,11 @@ void AddPlotCommand(CLI::App& app) {
   CLI::App* command =
       app.add_subcommand("plot", "Draws signal files and recordings, several over each other");
   command->add_option("files", options->inputs, "signal files and recordings")->required();
+  DeclareChannel(*command, options->recording);
   DeclareRecordingFormat(*command, options->recording);
   command->add_option("-o,--output", options->output, "picture")->required()->type_name("FILE.svg|.png");
   DeclareSection(*command, options->recording);
+  DeclareScaling(*command, options->recording);
   command->add_flag("--all-values", options->allValues, "also values that stand alone set the scale");
   const std::string group = "Curve arrays";
   command->add_flag("--waterfall", options->waterfall, "lines one behind the other instead of colours")

@@ -1,107 +1,134 @@
+#include <algorithm>
 #include <memory>
 #include <optional>
 #include <utility>
+#include <vector>
 
+#include "tools/ChannelSpeed.h"
+#include "tools/EdgeListSpeed.h"
 #include "tools/Error.h"
-#include "tools/ProgressSource.h"
 #include "tools/commands/Commands.h"
-#include "tools/options/SpeedOptions.h"
 #include "tools/output/Console.h"
-#include "tools/output/SpeedOutputs.h"
-#include "umlauf/rotation/Levels.h"
-#include "umlauf/rotation/PulseFinder.h"
-#include "umlauf/rotation/PulseJudge.h"
-#include "umlauf/rotation/RecordingStatistics.h"
-#include "umlauf/rotation/SwingSource.h"
+#include "tools/output/SpeedResults.h"
+#include "umlauf/platform/vekta/QVL.h"
 
 namespace umlauf::tool {
 namespace {
 
-/// Levels of the recording: those that were given, the others from the whole of it. Sets them.
-PulseLevels FindLevels(const SpeedOptions& options, ProgressSource& source, CDzPulsDetektor& detector) {
-  const bool line = !options.settings.empty();
-  const auto given = [line](std::optional<double> level, float ofLine) {
-    if (line) return std::optional(ofLine);
-    return level ? std::optional(static_cast<float>(*level)) : std::nullopt;
-  };
-  CLevelFinder finder(detector);
-  finder.Given(given(options.upper, detector.ObereSchranke()),
-               given(options.lower, detector.UntereSchranke()));
-  finder.BlockSize(options.block);
-  source.Purpose("thresholds");
-  const bool found = finder.Find(source, 0);
+/// One channel of several, which may fail without the others.
+struct Job {
+  std::unique_ptr<ChannelSpeed> speed;
+  std::optional<ToolError> failure;
+
+  template <class Work>
+  void Try(bool alone, Work work) {
+    if (failure) return;
+    if (alone) return work();
+    try {
+      work();
+    } catch (const ToolError& error) {
+      if (error.code() == ToolError::usage) throw;
+      failure = error;
+    }
+  }
+};
+
+/// Reads the recording once for all of these.
+void ReadOnce(ProgressSource& source, std::vector<Job*>& jobs, std::size_t blockSize, bool alone) {
+  const unsigned channels = source.Channels();
+  std::vector<std::vector<float>> planes(channels > 1 ? channels : 0);
+  std::vector<float*> columns;
+  // What is split stays in the processor's cache.
+  if (channels > 1) blockSize = std::clamp<std::size_t>(131072 / channels, 1024, blockSize);
+  for (std::vector<float>& each : planes) columns.emplace_back((each.resize(blockSize), each.data()));
+  for (Job* job : jobs) job->Try(alone, [&] { job->speed->Begin(); });
+  source.Purpose("pulses");
+  source.Rewind();
+  for (SampleBlock block = source.Read(blockSize); block.count > 0; block = source.Read(blockSize)) {
+    const bool split = channels > 1 && block.stride == channels;
+    if (split) QVL::Deinterleave(columns.data(), block.samples, channels, block.count);
+    for (Job* job : jobs) {
+      const unsigned c = job->speed->channel();
+      job->Try(alone, [&] {
+        split ? job->speed->Take(columns[c], block.count, 1)
+              : job->speed->Take(block.samples + c, block.count, block.stride);
+      });
+    }
+  }
   source.Check();
-  // The levels of a settings line may lie upside down; they are taken as they are.
-  if (!found && !line) Fail("{}", finder.Failure().ToUtf8());
-  if (!line) detector.SchrankenSetzen(finder.Levels().upper, finder.Levels().lower);
-  return finder.Levels();
 }
 
-[[noreturn]] void FailWithoutPulses(const SpeedOptions& options, ProgressSource& source,
-                                    const CDzPulsDetektor& detector, std::uint64_t edges) {
-  CRecordingStatistics statistics;
-  const std::string name = options.recording.path.string();
-  source.Purpose("range");
-  if (!source.Rewind()) {
-    Fail(
-        "no pulses found in {} (edges: {}) with the thresholds upper {:g}, lower {:g}; put it into a file "
-        "and "
-        "look at it with umlauf info",
-        name, edges, detector.ObereSchranke(), detector.UntereSchranke());
+void FindSpeeds(ProgressSource& source, std::vector<Job>& jobs, std::size_t blockSize, bool alone) {
+  std::vector<Job*> open;
+  for (Job& job : jobs) {
+    job.Try(alone, [&] { job.speed->FindLevels(source); });
+    if (!job.failure) open.push_back(&job);
   }
-  statistics.Add(source, 0, options.block);
-  source.Check();
-  if (statistics.Count() == 0) Fail("no pulses found in {}: it holds no samples; check the recording", name);
-  Fail(
-      "no pulses found in {} (edges: {}): its samples range from {:g} to {:g}, the thresholds are "
-      "upper {:g}, lower {:g}; set --upper and --lower within the swing of the pulses, and check --channel "
-      "and --min-pulse",
-      name, edges, statistics.Min(), statistics.Max(), detector.ObereSchranke(), detector.UntereSchranke());
+  while (!open.empty()) {
+    ReadOnce(source, open, blockSize, alone);
+    std::erase_if(open, [&](Job* job) {
+      bool done = true;
+      job->Try(alone, [&] { done = job->speed->Finish(); });
+      return done;
+    });
+  }
+}
+
+/// All wanted channels of one recording.
+void RunRecording(const SpeedOptions& options, bool alone, SpeedResults& results) {
+  if (const auto list = ListKind(options)) return RunEdgeList(options, *list, alone, results);
+  const std::unique_ptr<CRecordingSource> file = OpenRecording(options.recording);
+  ProgressSource source(*file);
+  std::vector<Job> jobs;
+  for (unsigned c = 0; c < file->Channels(); ++c) {
+    jobs.emplace_back().speed = std::make_unique<ChannelSpeed>(options, *file, c, file->Channels());
+  }
+  FindSpeeds(source, jobs, options.block, alone);
+  for (Job& job : jobs) {
+    const unsigned number = file->ChannelNumber(job.speed->channel());
+    const std::string about =
+        alone ? "" : fmt::format("{}, channel {}: ", options.recording.path.string(), number);
+    job.Try(alone, [&] {
+      const SpeedReport report = job.speed->Complete(source);
+      for (const RecordingWarning& each : report.warnings) PrintNote("{}{}", about, each.text.ToUtf8());
+      alone ? job.speed->Print(report) : results.Add(report);
+      job.speed->CheckTolerance();
+    });
+    if (!job.failure) continue;
+    PrintNote("{}{}", about, job.failure->what());
+    results.AddFailure(options.recording.path.string(), number, job.failure->what());
+  }
 }
 
 void RunSpeed(SpeedOptions options) {
   CheckSpeedOptions(options);
+  const ChannelChoice choice = ChosenChannels(options);
+  options.recording.allChannels = choice.all;
+  options.recording.channelList = choice.channels;
+  options.recording.columnList = choice.columns;
+  if (!choice.channels.empty()) options.recording.channel = choice.channels.front();
+  if (!choice.columns.empty()) options.recording.column = choice.columns.front();
+  const bool alone = options.paths.size() == 1 && choice.atLeast() == 1;
   // Levels are found in a pass of their own; without it a pipe is read as it comes.
   options.recording.rewindable = options.settings.empty() && !(options.upper && options.lower);
-  const std::unique_ptr<CRecordingSource> file = OpenRecording(options.recording);
-  ProgressSource source(*file);
-  CDzPulsDetektor detector = ConfiguredDetector(options);
-  const PulseLevels levels = FindLevels(options, source, detector);
-  SpeedOutputs outputs(options, options.pulsesPerRev, file->SampleRate(), file->StartTime(),
-                       file->Frames().value_or(0));
-  source.Purpose("pulses");
-  source.Rewind();
-  CSwingSource scaled(source, 0, levels.scale.value_or(SwingScale()));
-  CPulseFinder finder(levels.scale ? static_cast<CBlockSource&>(scaled) : source, 0, detector, options.block);
-  CPulseJudge judge(levels, detector);
-  CPulseTrain pulses = outputs.NewTrain();
-  while (finder.Next(pulses)) {
-    judge.Take(pulses);
-    outputs.Take(pulses);
+  SpeedResults results(options.json);
+  for (const std::filesystem::path& path : options.paths) {
+    options.recording.path = path;
+    if (alone) {
+      RunRecording(options, true, results);
+      continue;
+    }
+    try {
+      RunRecording(options, false, results);
+    } catch (const ToolError& error) {
+      if (error.code() == ToolError::usage) throw;
+      PrintNote("{}", error.what());
+      results.AddFailure(path.string(), 0, error.what());
+    }
   }
-  source.Check();
-  if (!finder.Failure().IsEmpty()) Fail("{}", finder.Failure().ToUtf8());
-  outputs.Finish();
-  if (outputs.counts().Speed().count == 0) {
-    FailWithoutPulses(options, source, detector, outputs.counts().Pulses());
-  }
-  SpeedReport report;
-  report.warnings = file->Warnings();
-  report.channel = file->ChannelName(0).ToUtf8();
-  report.channelNumber = file->ChannelNumber(0);
-  report.channels = file->RecordingChannels();
-  report.duration = static_cast<double>(finder.Samples()) / file->SampleRate();
-  for (const RotationWarning& each : judge.Finish()) {
-    report.warnings.push_back({std::string(each.code), each.text});
-  }
-  PrintWarnings(report.warnings);
-  report.thresholds = SpeedReport::Thresholds{detector.ObereSchranke(),
-                                              detector.UntereSchranke(),
-                                              levels.automaticUpper,
-                                              levels.automaticLower,
-                                              detector.SettingsStringBilden().ToUtf8(),
-                                              levels.scale};
-  outputs.Publish(std::move(report));
+  if (alone) return;
+  results.Print();
+  if (results.Failures() > 0) Fail("{} of {} results failed", results.Failures(), results.Count());
 }
 
 }  // namespace

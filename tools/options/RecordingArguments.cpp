@@ -4,16 +4,20 @@
 
 namespace umlauf::tool {
 
-void DeclareRecordingFormat(CLI::App& command, RecordingOptions& recording) {
+void DeclareChannel(CLI::App& command, RecordingOptions& recording) {
   const std::string group = "Recording";
-  const Choices<RawSamples> rawFormats = {
-      {"f32", RawSamples::f32}, {"i16", RawSamples::i16}, {"i32", RawSamples::i32}, {"u32", RawSamples::u32}};
   command.add_option("--channel", recording.channel, "channel of a sound or raw file, from 1")
       ->transform(WholeNumber(1, 65535))
       ->group(group);
   command
       .add_option("--column", recording.column, "column of a CSV file, number from 1 (1 is the time) or name")
       ->group(group);
+}
+
+void DeclareRecordingFormat(CLI::App& command, RecordingOptions& recording) {
+  const std::string group = "Recording";
+  const Choices<RawSamples> rawFormats = {
+      {"f32", RawSamples::f32}, {"i16", RawSamples::i16}, {"i32", RawSamples::i32}, {"u32", RawSamples::u32}};
   command.add_option("--raw", recording.raw, "headerless little-endian samples: f32, i16, i32 or u32")
       ->transform(OneOf(rawFormats))
       ->type_name("FORMAT")
@@ -57,6 +61,7 @@ void DeclareRecording(CLI::App& command, RecordingOptions& recording) {
       .add_option("recording", recording.path,
                   "WAV, FLAC, W64, RF64, MAT ..., CSV or raw samples; - is standard input")
       ->required();
+  DeclareChannel(command, recording);
   DeclareRecordingFormat(command, recording);
   DeclareSection(command, recording);
 }

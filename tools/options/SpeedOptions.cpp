@@ -5,6 +5,8 @@
 
 #include "tools/Error.h"
 #include "tools/commands/Commands.h"
+#include "tools/options/Lists.h"
+#include "tools/output/OutputFile.h"
 #include "umlauf/platform/vekta/numeric.h"
 #include "umlauf_io/NumberText.h"
 
@@ -69,7 +71,29 @@ void DeclareDetector(CLI::App& command, SpeedOptions& o) {
 }  // namespace
 
 void DeclareSpeedOptions(CLI::App& command, SpeedOptions& options) {
-  DeclareRecording(command, options.recording);
+  command
+      .add_option("recording", options.paths,
+                  "WAV, FLAC, W64, RF64, MAT ..., CSV or raw samples, one or several; - is standard input")
+      ->required();
+  command
+      .add_option("--channel", options.channels,
+                  "channel of a sound or raw file, from 1; several with commas, or all (1)")
+      ->type_name("N,...")
+      ->group("Recording");
+  command
+      .add_option(
+          "--column", options.columns,
+          "column of a CSV file, number from 1 (1 is the time) or name; several with commas, or all (2)")
+      ->type_name("COLUMN,...")
+      ->group("Recording");
+  DeclareRecordingFormat(command, options.recording);
+  command
+      .add_option("--list", options.list,
+                  "the CSV file is a list of edges (their times) or levels (times, levels from there on); by "
+                  "itself where it has one column, or a second one called level")
+      ->check(OneOf({"edges", "levels"}))
+      ->group("Recording");
+  DeclareSection(command, options.recording);
   DeclareScaling(command, options.recording);
   DeclareDetector(command, options);
   DeclareSpeedResults(command, options);
@@ -80,12 +104,72 @@ void DeclareSpeedOptions(CLI::App& command, SpeedOptions& options) {
   }
 }
 
+namespace {
+
+/// Each recording and channel has outputs of its own.
+void CheckOutputs(const SpeedOptions& o) {
+  const ChannelChoice choice = ChosenChannels(o);
+  OutputNames seen;
+  for (const std::filesystem::path& path : o.paths) {
+    for (std::size_t c = 0; c < choice.atLeast(); ++c) {
+      const std::string channel = c < choice.columns.size()    ? choice.columns[c]
+                                  : c < choice.channels.size() ? std::to_string(choice.channels[c])
+                                                               : std::to_string(c + 1);
+      const SpeedOptions each = OptionsFor(o, path, channel);
+      CheckSpeedResults(each);
+      for (const auto& [option, name] : NamesOfOutputs(each)) {
+        const auto same = [&name](const auto& other) { return other.second == name; };
+        if (std::any_of(seen.begin(), seen.end(), same)) {
+          FailUsage("{} {} would be written several times; put {{name}} or {{channel}} into it", option,
+                    name);
+        }
+        for (const std::filesystem::path& input : o.paths) CheckOutputPath(option, name, input);
+        seen.emplace_back(option, name);
+      }
+    }
+  }
+}
+
+}  // namespace
+
+ChannelChoice ChosenChannels(const SpeedOptions& o) {
+  ChannelChoice choice;
+  if (!o.channels.empty() && !o.columns.empty()) {
+    FailUsage("--channel is for sound and raw files, --column for CSV files; give one of them");
+  }
+  if (!o.columns.empty() && o.recording.raw) {
+    FailUsage("--column is for CSV files; use --channel with --raw");
+  }
+  choice.all = o.channels == "all" || o.columns == "all";
+  if (choice.all) return choice;
+  if (!o.columns.empty()) choice.columns = Listed(o.columns);
+  if (o.channels.empty()) return choice;
+  for (const std::string& each : Listed(o.channels)) {
+    const auto number = io::ParseCount(each);
+    if (!number || *number < 1 || *number > 65535) {
+      FailUsage("--channel {}: give numbers from 1 to 65535, with commas between them, or all", o.channels);
+    }
+    choice.channels.push_back(*number);
+  }
+  return choice;
+}
+
+SpeedOptions OptionsFor(const SpeedOptions& o, const std::filesystem::path& path,
+                        const std::string& channel) {
+  SpeedOptions options = o;
+  options.recording.path = path;
+  const std::string name = path == "-" ? "stdin" : path.stem().string();
+  for (std::string* each : {&options.csv, &options.curve, &options.pairs, &options.plot, &options.truth})
+    *each = Replaced(Replaced(*each, "{name}", name), "{channel}", channel);
+  return options;
+}
+
 void CheckSpeedOptions(const SpeedOptions& o) {
   if (o.upper && o.lower && *o.lower > *o.upper) {
     FailUsage("--lower {} lies above --upper {}; exchange them", *o.lower, *o.upper);
   }
   if (!o.spikeFilter.empty()) ParseSpikeFilter(o.spikeFilter);
-  CheckSpeedResults(o);
+  CheckOutputs(o);
   if (!o.gap.empty()) {
     const CDzPulsDetektor detector = ConfiguredDetector(o);
     if (detector.BeideFlankenSuchen() || detector.PulsTeiler() > 1) {

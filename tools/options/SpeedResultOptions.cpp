@@ -1,6 +1,5 @@
 #include "tools/options/SpeedResultOptions.h"
 
-#include <array>
 #include <utility>
 
 #include "tools/Error.h"
@@ -14,12 +13,19 @@ namespace {
 
 void DeclareWheel(CLI::App& command, SpeedResultOptions& o) {
   const std::string group = "Wheel";
+  CLI::Validator number([](std::string& text) { return text == "auto" ? std::string() : AboveZero()(text); },
+                        "");
   command
-      .add_option(
-          "--pulses-per-rev", o.pulsesPerRev,
+      .add_option_function<std::string>(
+          "--pulses-per-rev",
+          [&o](const std::string& text) {
+            o.countTeeth = text == "auto";
+            if (!o.countTeeth) o.pulsesPerRev = io::ParseNumber(text).value_or(0);
+          },
           "pulses of a revolution: the edges that count, so twice the teeth with --edges both; with --gap "
-          "those of a wheel without the gap (1)")
-      ->check(AboveZero().description(""))
+          "those of a wheel without the gap; auto with --gap auto: counted from gap to gap (1)")
+      ->check(number)
+      ->type_name("N|auto")
       ->group(group);
   command
       .add_option("--gap", o.gap,
@@ -76,8 +82,20 @@ std::optional<double> SpeedResultOptions::gapLength() const {
   return length;
 }
 
+OutputNames NamesOfOutputs(const SpeedResultOptions& o) {
+  OutputNames names;
+  for (const auto& [option, name] : {std::pair("--csv", &o.csv), std::pair("--curve", &o.curve),
+                                     std::pair("--pairs", &o.pairs), std::pair("--plot", &o.plot)}) {
+    if (!name->empty()) names.emplace_back(option, *name);
+  }
+  return names;
+}
+
 void CheckSpeedResults(const SpeedResultOptions& o) {
-  if (!o.gap.empty()) {
+  if (o.countTeeth && o.gap != "auto") {
+    FailUsage("--pulses-per-rev auto counts the teeth from gap to gap; give --gap auto with it");
+  }
+  if (!o.gap.empty() && !o.countTeeth) {
     const auto length = o.gapLength();
     if (o.pulsesPerRev < 4 || (length && *length >= o.pulsesPerRev)) {
       FailUsage(
@@ -90,15 +108,13 @@ void CheckSpeedResults(const SpeedResultOptions& o) {
     FailUsage("--csv - and --json both write to standard output; name a file for --csv");
   if (o.curve == "-") FailUsage("--curve writes a binary file; name one");
   if (o.pairs == "-") FailUsage("--pairs writes a binary file; name one");
-  const std::array<std::pair<const char*, const std::string*>, 4> outputs = {
-      {{"--csv", &o.csv}, {"--curve", &o.curve}, {"--pairs", &o.pairs}, {"--plot", &o.plot}}};
+  const OutputNames outputs = NamesOfOutputs(o);
   for (std::size_t i = 0; i < outputs.size(); ++i) {
     const auto& [option, name] = outputs[i];
-    if (name->empty()) continue;
-    CheckOutputPath(option, *name, o.recording.path);
-    if (!o.truth.empty()) CheckOutputPath(option, *name, o.truth);
+    CheckOutputPath(option, name, o.recording.path);
+    if (!o.truth.empty()) CheckOutputPath(option, name, o.truth);
     for (std::size_t k = 0; k < i; ++k) {
-      if (*outputs[k].second == *name) FailUsage("{} and {} name the same file", outputs[k].first, option);
+      if (outputs[k].second == name) FailUsage("{} and {} name the same file", outputs[k].first, option);
     }
   }
 }

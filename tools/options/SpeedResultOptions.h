@@ -3,6 +3,8 @@
 #include <CLI/CLI.hpp>
 #include <optional>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "tools/RecordingInput.h"
 
@@ -14,7 +16,8 @@ struct SpeedResultOptions {
   RecordingOptions recording;
 
   double pulsesPerRev = 1;
-  std::string gap;  ///< REL or "auto"; empty = none
+  bool countTeeth = false;  ///< in place of that number: those from gap to gap
+  std::string gap;          ///< REL or "auto"; empty = none
   std::size_t block = 65536;
 
   std::string csv, curve, pairs, plot;  ///< output files; empty = none
@@ -32,5 +35,9 @@ void DeclareSpeedResults(CLI::App& command, SpeedResultOptions& options);
 
 /// Refuses options that contradict each other, and outputs that would overwrite an input or each other.
 void CheckSpeedResults(const SpeedResultOptions& options);
+
+/// Names of output files, with the options that gave them.
+using OutputNames = std::vector<std::pair<std::string, std::string>>;
+OutputNames NamesOfOutputs(const SpeedResultOptions& options);
 
 }  // namespace umlauf::tool

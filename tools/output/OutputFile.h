@@ -33,6 +33,11 @@ class OutputFile {
     fmt::format_to(std::back_inserter(pending_), format, std::forward<Args>(args)...);
     if (pending_.size() >= flushSize) FlushPending();
   }
+  /// As `Print`, of text that is ready.
+  void Add(std::string_view text) {
+    pending_.append(text.data(), text.data() + text.size());
+    if (pending_.size() >= flushSize) FlushPending();
+  }
   /// Writes out what is pending and gives the file its name.
   void Commit();
 

@@ -1,5 +1,11 @@
 #include "tools/output/SpeedOutputs.h"
 
+#include <fmt/compile.h>
+
+#include <algorithm>
+#include <array>
+#include <filesystem>
+#include <system_error>
 #include <utility>
 #include <vector>
 
@@ -15,22 +21,29 @@ namespace {
 /// A curve longer than this is a mistake in its step.
 constexpr double longestCurve = 2e8;
 
+/// Until the wheel is known.
+constexpr std::size_t pulsesHeld = 262144, leastPulsesHeld = 16384;
+
 void WritePulses(OutputFile& csv, const CPulseTrain& pulses) {
   const double rate = pulses.SampleRate();
+  std::array<char, 256> row;  // numbers have 24 characters at most
   for (std::size_t i = 0; i < pulses.size(); ++i) {
     const CPulseTrain::Pulse pulse = pulses[i];
-    const double time = pulses.Time(pulse.end);
-    std::string_view edge = pulse.Is(CPulseTrain::rising) ? "rising" : "falling";
-    const std::string_view mark = pulse.Is(CPulseTrain::first)          ? " first"
-                                  : pulse.Is(CPulseTrain::gapCorrected) ? " gap"
-                                  : pulse.Is(CPulseTrain::held)         ? " held"
-                                                                        : "";
+    char* end = fmt::format_to(row.data(), FMT_COMPILE("{},"), pulses.Time(pulse.end));
     if (pulse.HasSpeed()) {
-      csv.Print("{},{},{},{},{}{}\n", time, pulse.Rpm(rate), pulse.revolutionTime / rate, pulse.samples, edge,
-                mark);
+      end = fmt::format_to(end, FMT_COMPILE("{},{},"), pulse.Rpm(rate), pulse.revolutionTime / rate);
     } else {
-      csv.Print("{},nan,nan,{},{}{}\n", time, pulse.samples, edge, mark);
+      end = fmt::format_to(end, FMT_COMPILE("nan,nan,"));
     }
+    end = fmt::format_to(end, FMT_COMPILE("{}"), pulse.samples);
+    const std::string_view edge = pulse.Is(CPulseTrain::rising) ? ",rising" : ",falling";
+    const std::string_view mark = pulse.Is(CPulseTrain::first)          ? " first\n"
+                                  : pulse.Is(CPulseTrain::gapCorrected) ? " gap\n"
+                                  : pulse.Is(CPulseTrain::held)         ? " held\n"
+                                                                        : "\n";
+    end = std::copy(edge.begin(), edge.end(), end);
+    end = std::copy(mark.begin(), mark.end(), end);
+    csv.Add({row.data(), static_cast<std::size_t>(end - row.data())});
   }
 }
 
@@ -59,12 +72,11 @@ CSpeedComparison ReadTruth(const std::filesystem::path& path) {
 }  // namespace
 
 SpeedOutputs::SpeedOutputs(const SpeedResultOptions& options, double edgesPerRev, double sampleRate,
-                           double startTime, std::uint64_t frames)
+                           double startTime, std::uint64_t frames, std::size_t channels)
     : options_(options),
       sampleRate_(sampleRate),
       startTime_(startTime),
       name_(options.recording.path.filename().string()),
-      revolutions_(!options.gap.empty(), edgesPerRev),
       curve_(options.curveStep),
       corrected_(sampleRate, startTime) {
   if (!options.curve.empty() && static_cast<double>(frames) / sampleRate / options.curveStep > longestCurve) {
@@ -77,7 +89,13 @@ SpeedOutputs::SpeedOutputs(const SpeedResultOptions& options, double edgesPerRev
   }
   if (plotFile_) picture_.emplace(sampleRate, startTime);
   if (!options.truth.empty()) truth_ = ReadTruth(options.truth);
-  if (!options.gap.empty()) gap_.emplace(options.gapLength(), edgesPerRev);
+  if (options.countTeeth) {
+    gap_.emplace(std::nullopt, std::nullopt);
+  } else {
+    revolutions_.emplace(!options.gap.empty(), edgesPerRev);
+    if (!options.gap.empty()) gap_.emplace(options.gapLength(), edgesPerRev);
+  }
+  if (gap_ && channels > 1) gap_->Horizon(std::max(pulsesHeld / channels, leastPulsesHeld));
   if (csv_) csv_->Print("time_s,rpm,revolution_time_s,samples,flags\n");
 }
 
@@ -93,7 +111,7 @@ void SpeedOutputs::Take(const CPulseTrain& pulses) {
 
 void SpeedOutputs::TakeCorrected(const CPulseTrain& pulses) {
   counts_.Take(pulses);
-  revolutions_.Take(pulses);
+  TakeRevolutions(pulses);
   if (csv_) WritePulses(*csv_, pulses);
   if (curveFile_) curve_.Take(pulses);
   if (pairsFile_) pairs_.Take(pulses);
@@ -101,11 +119,16 @@ void SpeedOutputs::TakeCorrected(const CPulseTrain& pulses) {
   if (!pulses.Complete()) Fail("there is no memory for the pulses of one block; make --block smaller");
   if (picture_) {
     picture_->Take(pulses);
-    picture_->Take(revolutions_);
+    if (revolutions_) picture_->Take(*revolutions_);
     if (truth_) picture_->Take(*truth_);
   }
-  revolutions_.Forget();
+  if (revolutions_) revolutions_->Forget();
   if (truth_) truth_->Forget();
+}
+
+void SpeedOutputs::TakeRevolutions(const CPulseTrain& pulses) {
+  if (!revolutions_ && !gap_->Wheel().gaps.empty()) revolutions_.emplace(true, gap_->Wheel().pitches);
+  if (revolutions_) revolutions_->Take(pulses);
 }
 
 void SpeedOutputs::Finish() {
@@ -113,16 +136,33 @@ void SpeedOutputs::Finish() {
   corrected_.Clear();
   if (!gap_->Finish(corrected_)) Fail("there is no memory to look for the gaps of the wheel");
   TakeCorrected(corrected_);
+  if (options_.countTeeth && gap_->Wheel().gaps.empty()) {
+    Fail(
+        "cannot count the teeth of the wheel in {}: no gap comes back in every revolution; give "
+        "--pulses-per-rev N",
+        options_.recording.path.string());
+  }
 }
 
-void SpeedOutputs::Publish(SpeedReport report) {
+bool SpeedOutputs::CanBeginAgain(const SpeedResultOptions& options) {
+  for (const auto& [option, name] : NamesOfOutputs(options)) {
+    std::error_code error;
+    const auto status = std::filesystem::status(name, error);
+    if (name == "-" || (std::filesystem::exists(status) && !std::filesystem::is_regular_file(status)))
+      return false;
+  }
+  return true;
+}
+
+void SpeedOutputs::Write(SpeedReport& report) {
   if (truth_ && truth_->Count() == 0) {
     Fail("{} tells no speed above 0 for the time of the recording; check its seconds", options_.truth);
   }
   report.recording = options_.recording.path.string();
   report.sampleRate = sampleRate_;
   report.counts = &counts_;
-  report.revolutions = &revolutions_;
+  if (!revolutions_) revolutions_.emplace(true, 1);
+  report.revolutions = &*revolutions_;
   report.gap = gap_ ? &*gap_ : nullptr;
   report.truth = truth_ ? &*truth_ : nullptr;
 
@@ -133,11 +173,23 @@ void SpeedOutputs::Publish(SpeedReport report) {
   for (std::optional<OutputFile>* each : {&csv_, &curveFile_, &pairsFile_, &plotFile_}) {
     if (*each) (*each)->Commit();
   }
+}
+
+void SpeedOutputs::Publish(SpeedReport report) {
+  Write(report);
+  Print(report);
+  CheckTolerance();
+}
+
+void SpeedOutputs::Print(const SpeedReport& report) const {
   if (options_.json) {
-    Print("{}", report.Json());
+    WriteOut(report.Json());
   } else if (options_.csv != "-") {
-    Print("{}", report.Table());
+    WriteOut(report.Table());
   }
+}
+
+void SpeedOutputs::CheckTolerance() const {
   if (truth_ && options_.tolerance && truth_->MaxPercent() > *options_.tolerance) {
     Fail("the speed deviates by up to {:.4g} % from {}, more than the tolerance of {:g} %",
          truth_->MaxPercent(), options_.truth, *options_.tolerance);

@@ -64,7 +64,9 @@ std::string SpeedReport::Json() const {
   json["channel"] = nullptr;
   if (channelNumber > 0) json["channel"] = channelNumber;
   json["channels"] = channels;
-  json["sample_rate_hz"] = sampleRate;
+  json["sample_rate_hz"] = nullptr;
+  if (list.empty()) json["sample_rate_hz"] = sampleRate;
+  if (!list.empty()) json["list"] = list;
   if (thresholds) {
     json["thresholds_automatic"] = {{"upper", thresholds->automaticUpper},
                                     {"lower", thresholds->automaticLower}};
@@ -112,7 +114,8 @@ std::string SpeedReport::Table() const {
   std::string text;
   const auto row = [&text](std::string_view name, std::string_view value) { text += RowText(name, value); };
   row("recording", recording);
-  row("", fmt::format("{}, {:g} samples/s, {:.3f} s", channel, sampleRate, duration));
+  row("", list.empty() ? fmt::format("{}, {:g} samples/s, {:.3f} s", channel, sampleRate, duration)
+                       : fmt::format("{}, {:.3f} s", channel, duration));
   if (thresholds) {
     row("thresholds", fmt::format("upper {:g}{}, lower {:g}{}", thresholds->upper,
                                   thresholds->automaticUpper ? " (automatic)" : "", thresholds->lower,
@@ -147,6 +150,27 @@ std::string SpeedReport::Table() const {
                                  truth->Count()));
   }
   return text;
+}
+
+std::vector<std::string> SpeedReport::RowHeader() {
+  return {"recording", "channel",     "pulses",   "mean rpm", "least",
+          "greatest",  "revolutions", "last rpm", "doubts"};
+}
+
+std::vector<std::string> SpeedReport::Row() const {
+  const SpeedSummary& speed = counts->Speed();
+  const SpeedSummary& turns = revolutions->Speed();
+  std::string doubts;
+  for (const RecordingWarning& each : warnings) doubts += (doubts.empty() ? "" : ", ") + each.code;
+  return {recording,
+          fmt::format("{}", channelNumber),
+          fmt::format("{}", counts->Pulses()),
+          fmt::format("{:.2f}", speed.Mean(sampleRate)),
+          fmt::format("{:.2f}", speed.min),
+          fmt::format("{:.2f}", speed.max),
+          fmt::format("{}", turns.count),
+          turns.count > 0 ? fmt::format("{:.2f}", turns.last) : "",
+          doubts};
 }
 
 }  // namespace umlauf::tool

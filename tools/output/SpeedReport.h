@@ -38,6 +38,7 @@ struct SpeedReport {
   double duration = 0;         ///< [s]
   std::optional<Thresholds> thresholds;
   std::optional<Encoder> encoder;
+  std::string list;  ///< "edges" or "levels": no samples, but a list of such; empty = samples
   const CPulseCounts* counts = nullptr;
   const CRevolutions* revolutions = nullptr;
   const CGapCorrection* gap = nullptr;      ///< null without --gap
@@ -48,6 +49,9 @@ struct SpeedReport {
   std::string Json() const;
   /// A short table for people.
   std::string Table() const;
+  /// A row of a table of several.
+  std::vector<std::string> Row() const;
+  static std::vector<std::string> RowHeader();
 };
 
 }  // namespace umlauf::tool

@@ -3,3 +3,5 @@
 CBlockSource::~CBlockSource() = default;
 
 CString CBlockSource::ChannelName(unsigned) const { return CString(); }
+
+bool CBlockSource::Seek(std::uint64_t) { return false; }

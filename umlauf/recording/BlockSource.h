@@ -16,8 +16,8 @@ struct SampleBlock {
 };
 
 /// A recording, read from start to end block by block, so that memory does not grow with its length. An
-/// application implements it for what it has: three functions suffice for a stream, `Rewind` beside them for
-/// what can be read again.
+/// application implements it for what it has: two functions suffice for a stream, `Rewind` beside them for
+/// what can be read again, and `Seek` for what need not be read in between.
 ///
 /// Not for several threads at once. Nothing throws: what cannot be read ends the recording, and `Failure`
 /// says why.
@@ -40,6 +40,9 @@ class UMLAUF_API CBlockSource {
   virtual SampleBlock Read(std::size_t count) = 0;
   /// Back to the first frame. False where that is not possible; the source then stays where it is.
   virtual bool Rewind() { return false; }
+  /// Goes to frame `frame` [from 0], at most that behind the last one, without reading what lies before.
+  /// False where that is not possible, or no faster than reading; the source then stays where it is.
+  virtual bool Seek(std::uint64_t frame);
 
   /// Why reading ended before the end, in one sentence for people; empty when nothing went wrong.
   virtual CString Failure() const { return CString(); }

@@ -13,3 +13,8 @@ bool CMemorySource::Rewind() {
   at_ = 0;
   return true;
 }
+
+bool CMemorySource::Seek(std::uint64_t frame) {
+  at_ = std::min(frame, frames_);
+  return true;
+}

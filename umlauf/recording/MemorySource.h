@@ -29,6 +29,7 @@ class UMLAUF_API CMemorySource : public CBlockSource {
   double StartTime() const override { return startTime_; }
   SampleBlock Read(std::size_t count) override;
   bool Rewind() override;
+  bool Seek(std::uint64_t frame) override;
 
  private:
   const float* samples_;

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <iterator>
 #include <limits>
 
 #include "umlauf/platform/memory/WithoutMemory.h"
@@ -24,15 +25,22 @@ void CGapCorrection::Take(const CPulseTrain& pulses, CPulseTrain& corrected) {
   const std::size_t from = begins ? 1 : 0;
   held_.Append(pulses, from, pulses.size() - from);
   complete_ = complete_ && held_.Complete() && umlauf::HadMemory([&] {
-                while (pitchLengths_.size() < held_.size()) {
-                  const Pulse pulse = held_[pitchLengths_.size()];
-                  pitchLengths_.push_back(pulse.Length() / pulse.pitches);
-                }
+                AddPitchLengths();
                 while (held_.size() - next_ > reach) JudgeNext();
               });
   if (!complete_) return;
   if (!decided_ && held_.size() >= horizon_) Decide(false);
   if (decided_) Release(false, false, corrected);
+}
+
+void CGapCorrection::AddPitchLengths() {
+  std::size_t i = pitchLengths_.size();
+  pitchLengths_.resize(held_.size());
+  const auto edges = held_.Edges(), pitches = held_.Pitches();
+  for (; i < pitchLengths_.size(); ++i) {
+    const double length = edges[i + 1] - edges[i];
+    pitchLengths_[i] = pitches[i] == 1 ? length : length / pitches[i];
+  }
 }
 
 bool CGapCorrection::Finish(CPulseTrain& corrected) {
@@ -46,7 +54,7 @@ bool CGapCorrection::Finish(CPulseTrain& corrected) {
   if (!complete_) return false;
   if (!decided_) Decide(cut);
   Release(true, cut, corrected);
-  if (relLength_ && gaps_ > 0) {
+  if (eachForItself_ && gaps_ > 0) {
     wheel_.gaps.clear();
     if (finder_.Find(accepted_)) {
       wheel_ = finder_.Wheel();
@@ -63,6 +71,9 @@ bool CGapCorrection::LikeNeighbours(std::size_t i) const {
   if (ordinaryEnd < reach || i + reach >= pitchLengths_.size()) return false;
   const double enough = pitchLengths_[i] / longPulse;
   const double *before = &pitchLengths_[ordinaryEnd - reach], *behind = &pitchLengths_[i + 1];
+  // As most do: the nearest three.
+  static_assert(2 * 3 >= reach);
+  if (before[reach - 1] >= enough && before[reach - 2] >= enough && before[reach - 3] >= enough) return true;
   std::size_t likeBefore = 0, likeBehind = 0;
   for (std::size_t k = 0; k < reach; ++k) {
     likeBefore += before[k] >= enough ? 1 : 0;
@@ -109,7 +120,7 @@ void CGapCorrection::JudgeNext() {
       overlong_ = true;
     }
   } else {
-    EndRun();
+    if (runSize_ > 0) EndRun();
     overlong_ = ratio > longPulse;
   }
   edge_ += held_.Pitches()[next_];
@@ -130,13 +141,26 @@ void CGapCorrection::EndRun() {
 void CGapCorrection::Decide(bool lastIsCut) {
   decided_ = true;
   // The length of a gap that the end of the recording cuts is not whole.
-  finder_.Find(std::span(found_).first(found_.size() - (lastIsCut ? 1 : 0)));
+  const std::span<const LongPulses> whole = std::span(found_).first(found_.size() - (lastIsCut ? 1 : 0));
+  if (!relLength_) {
+    finder_.Find(whole);
+  } else {
+    std::vector<LongPulses> fitting;
+    const bool enough = umlauf::HadMemory([&] {
+      std::ranges::copy_if(whole, std::back_inserter(fitting),
+                           [this](const auto& each) { return Fits(each); });
+    });
+    eachForItself_ = !enough || !finder_.Find(fitting);
+  }
   wheel_ = finder_.Wheel();
+  if (relLength_) {
+    for (PulseWheel::Gap& each : wheel_.gaps) each.length = *relLength_;
+  }
   if (!pulsesPerRevolution_) pulsesPerRevolution_ = scale_ = wheel_.pitches;
 }
 
 void CGapCorrection::Release(bool atEnd, bool lastIsCut, CPulseTrain& corrected) {
-  const std::int64_t ahead = relLength_ ? 0 : finder_.Edges() + CWheelFinder::mostGlitch;
+  const std::int64_t ahead = eachForItself_ ? 0 : finder_.Edges() + CWheelFinder::mostGlitch;
   for (; decidedUpon_ < found_.size(); ++decidedUpon_) {
     const LongPulses& gap = found_[decidedUpon_];
     if (!atEnd && edge_ <= static_cast<double>(gap.edge + gap.pulses + ahead)) break;
@@ -149,14 +173,18 @@ void CGapCorrection::Release(bool atEnd, bool lastIsCut, CPulseTrain& corrected)
   ForgetEmitted();
 }
 
+/// Whether long pulses are about as long as a gap is given to be.
+bool CGapCorrection::Fits(const LongPulses& each) const {
+  const double expected = each.pulses - 1 + *relLength_;
+  return std::abs(each.length - expected) <= misfit * expected;
+}
+
 /// Pitches that long pulses stand for; 0 when they are no gap.
 double CGapCorrection::PitchesOf(std::size_t i, bool cut) const {
   const LongPulses& gap = found_[i];
-  if (cut) return (relLength_ ? TurnsAfterAnother(gap) : finder_.ComesBack(found_, i)) ? gap.length : 0;
-  if (relLength_) {
-    const double expected = gap.pulses - 1 + *relLength_;
-    return std::abs(gap.length - expected) <= misfit * expected ? expected : 0;
-  }
+  if (cut) return (eachForItself_ ? TurnsAfterAnother(gap) : finder_.ComesBack(found_, i)) ? gap.length : 0;
+  if (relLength_ && !Fits(gap)) return 0;
+  if (eachForItself_) return gap.pulses - 1 + *relLength_;
   const int place = finder_.GapAt(found_, i);
   return place < 0 ? 0 : gap.pulses - 1 + wheel_.gaps[static_cast<std::size_t>(place)].length;
 }
@@ -203,7 +231,7 @@ void CGapCorrection::EmitGap(const LongPulses& gap, double pitches, bool cut, CP
   if (cut) return;
   ++gaps_;
   lengths_ += pitches - gap.pulses + 1;
-  if (!relLength_) return;
+  if (!eachForItself_) return;
   if (accepted_.size() == mostAccepted)
     accepted_.erase(accepted_.begin(), accepted_.begin() + mostAccepted / 2);
   complete_ &= umlauf::HadMemory([&] { accepted_.push_back({gap.edge, gap.pulses, pitches}); });

@@ -18,15 +18,15 @@
 /// together have the right length. A gap of n pulses stands for n - 1 + relLength pitches of the wheel. All
 /// its pulses get the revolution time of the gap as a whole.
 ///
-/// Without a relative length all gaps of the recording together decide which of them are gaps of the wheel,
-/// and how many teeth each lacks (CWheelFinder); a run-up or a tooth that was missed does not come back after
-/// a revolution and is left as it is. With one, each gap decides for itself: it is left when it is 35 % off.
-/// One that the end of the recording cuts keeps its speed, when it comes a revolution after another. A
-/// recording that begins in a gap has one wrong pulse there.
+/// All gaps of the recording together decide which of them are gaps of the wheel, and how many teeth each
+/// lacks (CWheelFinder); a run-up or a tooth that was missed does not come back after a revolution and is
+/// left as it is. With a relative length only those count that are less than 35 % off, and each decides for
+/// itself where none of them comes back. One that the end of the recording cuts keeps its speed, when it
+/// comes a revolution after another. A recording that begins in a gap has one wrong pulse there.
 ///
-/// Works train after train in bounded memory. With a relative length 6 pulses and a gap are held back.
-/// Without, everything is, up to the end of the recording or to `Horizon` pulses, 41 bytes each; from there
-/// on a revolution is. One object serves one recording and one thread at a time.
+/// Works train after train in bounded memory: everything is held back up to the end of the recording or to
+/// `Horizon` pulses, 41 bytes each; from there on a revolution is. One object serves one recording and one
+/// thread at a time.
 class UMLAUF_API CGapCorrection {
  public:
   /// `relLength` is the length of the gaps in pitches (3 for two missing teeth); nothing: they are measured.
@@ -58,6 +58,7 @@ class UMLAUF_API CGapCorrection {
   static constexpr std::size_t reach = 6;  ///< pulses on either side that are compared with
   static constexpr unsigned longestGap = 4;
 
+  void AddPitchLengths();
   bool LikeNeighbours(std::size_t i) const;
   double Median(std::size_t begin, std::size_t end) const;
   double OrdinaryPitch() const;
@@ -66,6 +67,7 @@ class UMLAUF_API CGapCorrection {
   void Decide(bool lastIsCut);
   void Release(bool atEnd, bool lastIsCut, CPulseTrain& corrected);
   double PitchesOf(std::size_t i, bool cut) const;
+  bool Fits(const LongPulses& each) const;
   bool TurnsAfterAnother(const LongPulses& each) const;
   void Emit(std::size_t end, CPulseTrain& corrected);
   void EmitGap(const LongPulses& gap, double pitches, bool cut, CPulseTrain& corrected);
@@ -76,7 +78,8 @@ class UMLAUF_API CGapCorrection {
   PulseWheel wheel_{pulsesPerRevolution_.value_or(1), {}};
   double scale_ = 1;  ///< of the revolution times
   std::size_t horizon_ = 262144;
-  bool decided_ = relLength_.has_value();
+  bool decided_ = false;
+  bool eachForItself_ = false;  ///< the relative length is given, and none comes back
   bool complete_ = true;
 
   CPulseTrain held_;                  ///< what is not yet emitted, and some pulses before it

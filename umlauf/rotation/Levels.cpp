@@ -8,9 +8,11 @@
 #include "umlauf/platform/vekta/QVL.h"
 #include "umlauf/rotation/internal/Blocks.h"
 #include "umlauf/rotation/internal/LevelSearch.h"
+#include "umlauf/rotation/internal/RangeParts.h"
 
 namespace {
 
+using umlauf::rotation::RangeParts;
 using umlauf::rotation::Share;
 using umlauf::rotation::Stretch;
 using umlauf::rotation::Stretches;
@@ -21,20 +23,6 @@ bool Serve(const Swings& swings, float upper, float lower) {
   const float room = 0.1f * (swings.lowestHigh - swings.highestLow);
   return upper < swings.lowestHigh - room && lower > swings.highestLow + room &&
          upper - lower >= swings.scale.smallest;
-}
-
-/// Whether all parts of the recording pass both levels, or rest; a part may hold less than a tooth, so it is
-/// looked at together with its neighbours.
-bool ServeEverywhere(const std::vector<Share::Range>& ranges, float smallest, float upper, float lower) {
-  for (std::size_t i = 0; i + 3 <= ranges.size(); ++i) {
-    float low = ranges[i].low, high = ranges[i].high;
-    for (std::size_t k = i + 1; k < i + 3; ++k) {
-      low = std::min(low, ranges[k].low);
-      high = std::max(high, ranges[k].high);
-    }
-    if (high - low > 2 * smallest && (low > lower || high < upper)) return false;
-  }
-  return true;
 }
 
 /// Levels in the middle between all highs and all lows, half the way from the noise to these apart.
@@ -71,6 +59,17 @@ double ClippedShare(const Stretches& stretches) {
 }
 
 }  // namespace
+
+void PulseLevels::Follow(const SwingScale& swings) {
+  scale = swings;
+  otherwise.reset();
+  upper = SwingScale::upper;
+  lower = SwingScale::lower;
+}
+
+CLevelFinder::CLevelFinder(const CDzPulsDetektor& detector) : detector_(detector) {}
+
+CLevelFinder::~CLevelFinder() = default;
 
 void CLevelFinder::Given(std::optional<float> upper, std::optional<float> lower) {
   upper_ = upper;
@@ -112,24 +111,70 @@ bool CLevelFinder::Find(CBlockSource& source, unsigned channel) {
 
 void CLevelFinder::Look(CBlockSource& source, unsigned channel) {
   const bool given = upper_ && lower_;
-  Share share;
+  Share share(source.Frames() ? Share::Interval(*source.Frames()) : 1);
+  if ((given || part_) && !share.IsAll()) {
+    if (LookAtPart(source, channel, share)) {
+      seen_ = Seen::part;
+      const Swings swings = TakeShare(share);
+      if (given || swings.AreRegular()) return TakeLevels(swings);
+    }
+    // Without regular swings the levels come from the range of all samples.
+    if (!Rewound(source)) return;
+  }
+  Share whole;
+  LookAtAll(source, channel, whole);
+  seen_ = whole.IsAll() ? Seen::all : Seen::stretches;
+  TakeLevels(TakeShare(whole));
+}
+
+/// The share of a long recording alone; false where it cannot seek.
+bool CLevelFinder::LookAtPart(CBlockSource& source, unsigned channel, Share& share) {
+  const std::uint64_t distance = Share::stretch * share.Interval(*source.Frames());
+  for (std::uint64_t begin = 0; begin < *source.Frames(); begin += distance) {
+    if (!source.Seek(begin)) return false;
+    std::uint64_t at = begin;
+    while (at < begin + Share::stretch) {
+      const SampleBlock block = source.Read(static_cast<std::size_t>(begin + Share::stretch - at));
+      if (block.count == 0) break;
+      statistics_.Add(block.samples + channel, block.count, block.stride);
+      share.TakeAt(at, block.samples + channel, block.count, block.stride);
+      at += block.count;
+    }
+  }
+  return true;
+}
+
+/// All of the recording; where both levels are given, as much of its begin as a share holds.
+void CLevelFinder::LookAtAll(CBlockSource& source, unsigned channel, Share& share) {
+  const bool given = upper_ && lower_;
+  statistics_ = CRecordingStatistics();
+  ranges_ = given ? nullptr : std::make_unique<RangeParts>();
   std::uint64_t frames = 0;
   for (SampleBlock block = source.Read(blockSize_); block.count > 0; block = source.Read(blockSize_)) {
     const float* samples = block.samples + channel;
-    if (!given) statistics_.Add(samples, block.count, block.stride);
     share.Take(samples, block.count, block.stride);
     frames += block.count;
     if (given && frames >= Share::most) break;
+    if (given) continue;
+    statistics_.Add(samples, block.count, block.stride);
+    ranges_->Take(samples, block.count, block.stride);
   }
+}
+
+Swings CLevelFinder::TakeShare(Share& share) {
   const Stretches stretches = share.Finish();
-  const Swings swings = umlauf::rotation::FindSwings(stretches);
-  for (std::size_t i = 0; i < swings.counts.size(); ++i) {
+  Swings swings = umlauf::rotation::FindSwings(stretches);
+  levels_.counts.clear();
+  for (std::size_t i = 0; i < swings.counts.size() && swings.AreRegular(); ++i) {
     levels_.counts.push_back(
         {stretches[i].begin, stretches[i].begin + stretches[i].samples.size(), swings.counts[i]});
   }
   levels_.clipped = ClippedShare(stretches);
-  if (!swings.AreRegular()) levels_.counts.clear();
-  if (given) {
+  return swings;
+}
+
+void CLevelFinder::TakeLevels(const Swings& swings) {
+  if (upper_ && lower_) {
     if (swings.scale.preparation == SwingScale::Preparation::unwrapped) {
       levels_.warnings.push_back(
           {"wrapped",
@@ -144,7 +189,7 @@ void CLevelFinder::Look(CBlockSource& source, unsigned channel) {
   if (upper_ || lower_) {
     TakeOther(swings);
   } else if (swings.AreRegular()) {
-    Take(swings, share);
+    Take(swings);
   } else {
     levels_.upper = std::max(detector_.ObereSchranke(), detector_.UntereSchranke());
     levels_.lower = std::min(detector_.ObereSchranke(), detector_.UntereSchranke());
@@ -155,20 +200,17 @@ void CLevelFinder::Look(CBlockSource& source, unsigned channel) {
   }
 }
 
-void CLevelFinder::Take(const Swings& swings, const Share& share) {
+void CLevelFinder::Take(const Swings& swings) {
   const bool plain = swings.scale.preparation == SwingScale::Preparation::none;
   if (plain && swings.HaveCommonLevels() && !swings.Wander()) {
     levels_.upper = detector_.ObereSchranke();
     levels_.lower = detector_.UntereSchranke();
     if (!Serve(swings, levels_.upper, levels_.lower)) TakeMiddle(swings, levels_);
-    if (share.IsAll() ||
-        ServeEverywhere(share.Ranges(), swings.scale.smallest, levels_.upper, levels_.lower)) {
+    if (seen_ == Seen::part) levels_.otherwise = swings.scale;
+    if (seen_ != Seen::stretches || ranges_->Pass(levels_.upper, levels_.lower, swings.scale.smallest))
       return;
-    }
   }
-  levels_.scale = swings.scale;
-  levels_.upper = SwingScale::upper;
-  levels_.lower = SwingScale::lower;
+  levels_.Follow(swings.scale);
 }
 
 void CLevelFinder::TakeOther(const Swings& swings) {

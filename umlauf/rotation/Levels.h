@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <vector>
 
@@ -15,12 +16,13 @@
 class CBlockSource;
 
 namespace umlauf::rotation {
+class RangeParts;
 class Share;
 struct Swings;
 }  // namespace umlauf::rotation
 
 /// Levels (thresholds) for the pulses of a recording.
-struct PulseLevels {
+struct UMLAUF_API PulseLevels {
   /// Swings of a part of the recording, counted without levels.
   struct SwingCount {
     std::uint64_t begin = 0, end = 0;  ///< [samples]
@@ -32,10 +34,16 @@ struct PulseLevels {
   /// Set where no two levels serve for the whole recording: the levels are then to be used on the scale that
   /// a CSwingSource brings it to.
   std::optional<SwingScale> scale;
+  /// Set where the levels were found in a part of the recording: the scale to use where they do not serve for
+  /// the rest (see CTachoPulses).
+  std::optional<SwingScale> otherwise;
   bool certain = true;                    ///< no reason for doubt so far; the pulses are still to be judged
   std::vector<RotationWarning> warnings;  ///< reasons for doubt, and what to try
   std::vector<SwingCount> counts;         ///< for CPulseJudge
   double clipped = 0;                     ///< share of the samples that lie at the ends of a clipped range
+
+  /// Uses a scale of its own for every swing.
+  void Follow(const SwingScale& swings);
 };
 
 /// Finds levels for a whole recording.
@@ -47,16 +55,22 @@ struct PulseLevels {
 /// would move the edges, each swing gets a scale of its own (see CSwingSource). Wild samples and steps are
 /// taken out of the signal when that makes its swings more regular.
 ///
-/// Reads the recording once (where two levels are given, its first two million samples), so the source must
-/// be able to rewind unless both are. Takes up to 40 MB. Nothing throws. One object is used by one thread at
-/// a time.
+/// Reads the recording once, so the source must be able to rewind unless both levels are given; then, and
+/// where a part is to do, it reads up to two million samples. Takes up to 40 MB. Nothing throws. One object
+/// is used by one thread at a time.
 class UMLAUF_API CLevelFinder {
  public:
   /// For a detector with these settings, of which only the TTL correction counts.
-  explicit CLevelFinder(const CDzPulsDetektor& detector) : detector_(detector) {}
+  explicit CLevelFinder(const CDzPulsDetektor& detector);
+  ~CLevelFinder();
+  CLevelFinder(const CLevelFinder&) = delete;
+  CLevelFinder& operator=(const CLevelFinder&) = delete;
 
   /// Levels that are known; the other one is found around it.
   void Given(std::optional<float> upper, std::optional<float> lower);
+  /// Looks at a part of a long recording only, where its source can seek: whoever uses the levels then has to
+  /// see whether they serve for all of it, as CTachoPulses does. Off by default.
+  void Part(bool suffices) { part_ = suffices; }
   /// Samples that are read at a time.
   void BlockSize(std::size_t samples) { blockSize_ = samples > 0 ? samples : 1; }
 
@@ -65,20 +79,27 @@ class UMLAUF_API CLevelFinder {
   bool Find(CBlockSource& source, unsigned channel);
 
   const PulseLevels& Levels() const { return levels_; }
-  /// Of the channel; empty when both levels were given.
-  const CRecordingStatistics& Statistics() const { return statistics_; }
   const CString& Failure() const { return failure_; }
 
  private:
+  enum class Seen { part, stretches, all };
+
   bool Rewound(CBlockSource& source);
   void Look(CBlockSource& source, unsigned channel);
-  void Take(const umlauf::rotation::Swings& swings, const umlauf::rotation::Share& share);
+  bool LookAtPart(CBlockSource& source, unsigned channel, umlauf::rotation::Share& share);
+  void LookAtAll(CBlockSource& source, unsigned channel, umlauf::rotation::Share& share);
+  umlauf::rotation::Swings TakeShare(umlauf::rotation::Share& share);
+  void TakeLevels(const umlauf::rotation::Swings& swings);
+  void Take(const umlauf::rotation::Swings& swings);
   void TakeOther(const umlauf::rotation::Swings& swings);
 
   CDzPulsDetektor detector_;
   std::optional<float> upper_, lower_;
   std::size_t blockSize_ = 65536;
+  bool part_ = false;
+  Seen seen_ = Seen::all;
   PulseLevels levels_;
   CRecordingStatistics statistics_;
+  std::unique_ptr<umlauf::rotation::RangeParts> ranges_;  ///< of all of the recording
   CString failure_;
 };

@@ -28,14 +28,50 @@ CPulseAssembler::CPulseAssembler(const PulseForm& form)
     : form_(form), lastEdge_(form.kind == PulseForm::Kind::samples ? -1 : 0) {}
 
 void CPulseAssembler::Take(const CDzPulsListe& list, CPulseTrain& pulses) {
-  for (std::size_t i = 0; i < list.size(); ++i) {
-    const PulsEntry& entry = list[i];
+  std::span<const PulsEntry> entries(list.data(), list.size());
+  if (form_.kind == PulseForm::Kind::samples && !form_.merges) entries = TakeSampled(entries, pulses);
+  for (const PulsEntry& entry : entries) {
     if (entry.IsOpen()) {
       carried_ += entry.NrSamples();
     } else {
       pulses.Append(Close(entry));
     }
   }
+}
+
+/// Most pulses of a sampled signal, from the second one on: as `Close`, all columns at once. Returns those
+/// that are left.
+std::span<const PulsEntry> CPulseAssembler::TakeSampled(std::span<const PulsEntry> entries,
+                                                        CPulseTrain& pulses) {
+  std::size_t count = entries.size();
+  while (count > 0 && entries[count - 1].IsOpen()) --count;
+  if (!any_ || count == 0) return entries;
+  const CPulseTrain::Columns columns = pulses.Extend(count, std::max(lastEdge_, 0.0));
+  double lastEdge = lastEdge_;
+  std::uint64_t position = position_, carried = carried_;
+  for (std::size_t i = 0; i < count; ++i) {
+    const PulsEntry& entry = entries[i];
+    const std::uint64_t samples = carried + entry.NrSamples();
+    carried = 0;
+    position += samples;
+    const auto whole = static_cast<double>(static_cast<std::int64_t>(samples));
+    const auto value = static_cast<double>(entry.Value());
+    const double length = value * form_.edgesPerPulse / form_.edgesPerRev;
+    const bool held = !(std::abs(length - whole) <= 1 + 1e-6 * whole);
+    const double lastSample = static_cast<double>(static_cast<std::int64_t>(position)) - 1;
+    const double edge = held ? lastSample - 0.5 : lastEdge + length;
+    lastEdge = std::clamp(edge, lastSample - 1, lastSample);
+    columns.ends[i] = lastEdge;
+    columns.revolutionTimes[i] = value;
+    columns.pitches[i] = form_.edgesPerPulse;
+    columns.samples[i] = samples;
+    columns.flags[i] = static_cast<std::uint8_t>((entry.IsLoFlank() ? 0 : CPulseTrain::rising) |
+                                                 (held ? CPulseTrain::held : 0));
+  }
+  lastEdge_ = lastEdge;
+  position_ = position;
+  carried_ = carried;
+  return entries.subspan(pulses.Complete() ? count : entries.size());
 }
 
 CPulseTrain::Pulse CPulseAssembler::Close(const PulsEntry& entry) {

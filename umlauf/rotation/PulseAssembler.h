@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <span>
 
 #include "umlauf/Export.h"
 #include "umlauf/encoder/DzPulsTisDetector.h"
@@ -50,6 +51,7 @@ class UMLAUF_API CPulseAssembler {
   void Take(const CDzPulsListe& list, CPulseTrain& pulses);
 
  private:
+  std::span<const PulsEntry> TakeSampled(std::span<const PulsEntry> entries, CPulseTrain& pulses);
   CPulseTrain::Pulse Close(const PulsEntry& entry);
   void PlaceSampled(CPulseTrain::Pulse& pulse) const;
   void PlaceDigital(CPulseTrain::Pulse& pulse) const;

@@ -11,7 +11,9 @@ CPulseFinder::CPulseFinder(CBlockSource& source, unsigned channel, const CDzPuls
       blockSize_(std::max<std::size_t>(blockSize, 1)),
       detector_(detector),
       assembler_(PulseForm::Of(detector)),
-      failure_(umlauf::rotation::CheckSource(source, channel)) {}
+      failure_(umlauf::rotation::CheckSource(source, channel)) {
+  detector_.StatistikAktivieren(false);
+}
 
 bool CPulseFinder::Next(CPulseTrain& pulses) {
   pulses.Clear();

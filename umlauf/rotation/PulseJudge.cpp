@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 
 #include "umlauf/platform/memory/WithoutMemory.h"
 #include "umlauf/rotation/PulseTrain.h"
@@ -27,14 +28,21 @@ struct CPulseJudge::State {
   double divider = 1;
   bool bothEdges = false, comparable = true;
   std::size_t stretch = 0;
+  double stretchBegin = 0, stretchEnd = 0;
   umlauf::rotation::Regularity regularity;
   double lastEdge = -1;
 
   void Take(double edge, double pitches, double length) {
-    while (stretch < counts.size() && edge >= static_cast<double>(counts[stretch].end)) ++stretch;
-    if (stretch < counts.size() && edge >= static_cast<double>(counts[stretch].begin))
-      found[stretch] += pitches;
+    if (edge >= stretchEnd) NextStretch(edge);
+    if (edge >= stretchBegin) found[stretch] += pitches;
     if (length > 0) regularity.Take(length);
+  }
+  void NextStretch(double edge) {
+    while (stretch < counts.size() && edge >= static_cast<double>(counts[stretch].end)) ++stretch;
+    const bool none = stretch == counts.size();
+    stretchBegin =
+        none ? std::numeric_limits<double>::infinity() : static_cast<double>(counts[stretch].begin);
+    stretchEnd = none ? std::numeric_limits<double>::infinity() : static_cast<double>(counts[stretch].end);
   }
 };
 
@@ -64,7 +72,8 @@ void CPulseJudge::Take(const CPulseTrain& pulses) {
     for (std::size_t i = 0; i < flags.size(); ++i) {
       const bool first = (flags[i] & CPulseTrain::first) != 0;
       if (!s.bothEdges) {
-        s.Take(edges[i + 1], pitches[i], first ? 0 : (edges[i + 1] - edges[i]) / pitches[i]);
+        const double length = edges[i + 1] - edges[i];
+        s.Take(edges[i + 1], pitches[i], first ? 0 : pitches[i] == 1 ? length : length / pitches[i]);
       } else if ((flags[i] & CPulseTrain::rising) != 0) {
         // From rising edge to rising edge: the duty does not matter.
         s.Take(edges[i + 1], 1, s.lastEdge < 0 ? 0 : edges[i + 1] - s.lastEdge);

@@ -17,6 +17,23 @@ bool CPulseTrain::Reserve(std::size_t pulses) {
   return grown;
 }
 
+CPulseTrain::Columns CPulseTrain::Extend(std::size_t& count, double begin) {
+  const std::size_t from = size(), pulses = from + count;
+  if (pulses > room_ && !Reserve(std::max({pulses, 2 * room_, std::size_t{1024}}))) {
+    complete_ = false;
+    count = 0;
+    return {};
+  }
+  if (edges_.empty()) edges_.push_back(begin);
+  edges_.resize(pulses + 1);
+  revolutionTimes_.resize(pulses);
+  pitches_.resize(pulses);
+  samples_.resize(pulses);
+  flags_.resize(pulses);
+  return {edges_.data() + from + 1, revolutionTimes_.data() + from, pitches_.data() + from,
+          samples_.data() + from, flags_.data() + from};
+}
+
 void CPulseTrain::Append(const CPulseTrain& other, std::size_t from, std::size_t count) {
   complete_ = complete_ && other.complete_;
   count = std::min(count, other.size() - std::min(from, other.size()));

@@ -94,6 +94,16 @@ class UMLAUF_API CPulseTrain {
     samples_.push_back(pulse.samples);
     flags_.push_back(pulse.flags);
   }
+  /// Where pulses that are appended together are to be filled in: a value of each for every column, edges
+  /// being those that end them.
+  struct Columns {
+    double *ends, *revolutionTimes, *pitches;
+    std::uint64_t* samples;
+    std::uint8_t* flags;
+  };
+  /// Appends `count` pulses, the first of which begins at `begin` where the train is empty, for the caller to
+  /// fill in at once. Without memory `count` becomes 0.
+  Columns Extend(std::size_t& count, double begin);
   /// Appends the pulses of another train (also of this one).
   void Append(const CPulseTrain& other) { Append(other, 0, other.size()); }
   /// Appends `count` pulses of another train from pulse `from` on.

@@ -6,20 +6,21 @@
 #include "umlauf/platform/memory/WithoutMemory.h"
 
 void CRevolutions::Take(const CPulseTrain& pulses) {
-  for (std::size_t i = 0; i < pulses.size(); ++i) {
-    const CPulseTrain::Pulse pulse = pulses[i];
-    if (pulse.Is(CPulseTrain::first)) continue;
+  const auto edges = pulses.Edges(), pitches = pulses.Pitches();
+  const auto flags = pulses.Flags();
+  for (std::size_t i = 0; i < flags.size(); ++i) {
+    if ((flags[i] & CPulseTrain::first) != 0) continue;
     if (gapToGap_) {
-      if (pulse.Is(CPulseTrain::gapStart)) TakeGap(pulse, pulses.SampleRate());
-      pitches_ += pulse.pitches;
+      if ((flags[i] & CPulseTrain::gapStart) != 0) TakeGap(pulses[i], pulses.SampleRate());
+      pitches_ += pitches[i];
       continue;
     }
-    if (!started_) begin_ = pulse.begin;
+    if (!started_) begin_ = edges[i];
     started_ = true;
-    pitches_ += pulse.pitches;
+    pitches_ += pitches[i];
     if (std::abs(pitches_) >= pulsesPerRevolution_ - 1e-6) {
-      Close(pulse.end, pitches_ / pulsesPerRevolution_, pulses.SampleRate());
-      begin_ = pulse.end;
+      Close(edges[i + 1], pitches_ / pulsesPerRevolution_, pulses.SampleRate());
+      begin_ = edges[i + 1];
       pitches_ = 0;
     }
   }

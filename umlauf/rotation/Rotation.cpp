@@ -4,9 +4,8 @@
 
 #include "umlauf/recording/BlockSource.h"
 #include "umlauf/rotation/GapCorrection.h"
-#include "umlauf/rotation/PulseFinder.h"
-#include "umlauf/rotation/PulseJudge.h"
 #include "umlauf/rotation/SpeedSignals.h"
+#include "umlauf/rotation/TachoPulses.h"
 
 CRotation::CRotation() { detector_.PulsMinLenSetzen(0); }
 
@@ -64,39 +63,49 @@ bool CRotation::Find(CBlockSource& recording, unsigned channel) {
   CLevelFinder finder(detector_);
   finder.Given(upper_, lower_);
   finder.BlockSize(blockSize_);
+  finder.Part(true);
   const bool found = finder.Find(recording, channel);
   levels_ = finder.Levels();
   failure_ = finder.Failure();
   if (!found) return false;
+  while (!FindPulses(recording, channel)) {
+  }
+  return failure_.IsEmpty();
+}
 
+/// False when it has to be done again, with other levels.
+bool CRotation::FindPulses(CBlockSource& recording, unsigned channel) {
   CDzPulsDetektor detector = detector_;
-  detector.SchrankenSetzen(levels_.upper, levels_.lower);
   detector.QuellenPulseProUmdr(static_cast<float>(pulsesPerRevolution_));
-  recording.Rewind();  // where it cannot, it is read from where it stands
-  CSwingSource scaled(recording, channel, levels_.scale.value_or(SwingScale()));
-  CPulseFinder pulses(levels_.scale ? static_cast<CBlockSource&>(scaled) : recording,
-                      levels_.scale ? 0 : channel, detector, blockSize_);
-  CPulseJudge judge(levels_, detector);
+  CTachoPulses tacho(levels_, detector);
   CGapCorrection gap(gapLength_, pulsesPerRevolution_);
   CPulseTrain block(recording.SampleRate(), recording.StartTime());
-  bool complete = true;
-  while (pulses.Next(block) && pulses_.Complete()) {
-    judge.Take(block);
-    if (gap_) {
-      gap.Take(block, pulses_);
-    } else {
-      pulses_.Append(block);
-    }
+  const auto keep = [&] { gap_ ? gap.Take(block, pulses_) : pulses_.Append(block); };
+  pulses_.Clear();
+  recording.Rewind();  // where it cannot, it is read from where it stands
+  while (pulses_.Complete()) {
+    const SampleBlock samples = recording.Read(blockSize_);
+    if (samples.count == 0) break;
+    if (!tacho.Take(samples.samples + channel, samples.count, samples.stride, block)) break;
+    keep();
   }
+  tacho.Finish(block);
+  keep();
+  bool complete = true;
   if (gap_) {
     complete = gap.Finish(pulses_);
     wheel_ = gap.Wheel();
   }
-  levels_.warnings = judge.Finish();
-  samples_ = pulses.Samples();
-  failure_ = pulses.Failure();
+  samples_ = tacho.Samples();
+  failure_ = recording.Failure();
+  if (failure_.IsEmpty()) failure_ = tacho.Failure();
   if (!complete || !pulses_.Complete()) failure_ = L"there is no memory for all pulses of the recording";
-  return failure_.IsEmpty();
+  if (failure_.IsEmpty() && !tacho.LevelsServed()) {
+    levels_ = tacho.Levels();
+    return false;
+  }
+  levels_.warnings = tacho.Warnings();
+  return true;
 }
 
 void CRotation::FailWithoutPulses() {

@@ -101,6 +101,7 @@ class UMLAUF_API CRotation {
  private:
   bool SettingsFit();
   bool Find(CBlockSource& recording, unsigned channel);
+  bool FindPulses(CBlockSource& recording, unsigned channel);
   void FailWithoutPulses();
 
   double pulsesPerRevolution_ = 1;

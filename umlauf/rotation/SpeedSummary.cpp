@@ -14,13 +14,18 @@ void SpeedSummary::Add(double addedTurns, double addedSamples, double sampleRate
 }
 
 void CPulseCounts::Take(const CPulseTrain& pulses) {
-  for (std::size_t i = 0; i < pulses.size(); ++i) {
-    const CPulseTrain::Pulse pulse = pulses[i];
-    ++pulses_;
-    if (pulse.Is(CPulseTrain::gapStart)) ++correctedGaps_;
-    if (pulse.Is(CPulseTrain::held)) ++held_;
-    if (pulse.HasSpeed() && pulse.Length() > 0) {
-      speed_.Add(pulse.Turns(), pulse.Length(), pulses.SampleRate());
-    }
+  const auto edges = pulses.Edges(), times = pulses.RevolutionTimes();
+  const auto flags = pulses.Flags();
+  const double rate = pulses.SampleRate();
+  SpeedSummary speed = speed_;  // in registers
+  pulses_ += flags.size();
+  for (std::size_t i = 0; i < flags.size(); ++i) {
+    const unsigned flag = flags[i];
+    correctedGaps_ += (flag & CPulseTrain::gapStart) != 0 ? 1 : 0;
+    held_ += (flag & CPulseTrain::held) != 0 ? 1 : 0;
+    const double length = edges[i + 1] - edges[i];
+    if ((flag & CPulseTrain::first) == 0 && times[i] != 0 && length > 0)
+      speed.Add(length / times[i], length, rate);
   }
+  speed_ = speed;
 }

@@ -53,10 +53,14 @@ void FilterTtl(float* out, const float* in, std::size_t stride, std::size_t n, f
 
 }  // namespace
 
-CDzPulsDetektor::CDzPulsDetektor(const CDzPulsDetektor& other) : settings_(other.settings_) { Neustart(); }
+CDzPulsDetektor::CDzPulsDetektor(const CDzPulsDetektor& other)
+    : settings_(other.settings_), keepsStatistics_(other.keepsStatistics_) {
+  Neustart();
+}
 
 CDzPulsDetektor& CDzPulsDetektor::operator=(const CDzPulsDetektor& other) {
   settings_ = other.settings_;
+  keepsStatistics_ = other.keepsStatistics_;
   Neustart();
   return *this;
 }
@@ -89,11 +93,11 @@ void CDzPulsDetektor::PulseSuchen(const float* samples, std::uint64_t count, CDz
       x = buffer.data();
     }
     done += n;
-    AddChunk(x, n, count - done);
+    if (keepsStatistics_) AddChunk(x, n, count - done);
     SearchChunk(x, n, samplesSincePulse, list);
     run_.previous = x[n - 1];
   }
-  if (count != 0) PublishStatistics();
+  if (count != 0 && keepsStatistics_) PublishStatistics();
 
   list.CompletePulsList(samplesSincePulse);
   list.SetPulseProUmdr(settings_.sourcePulsesReal * settings_.dividerReciprocal);

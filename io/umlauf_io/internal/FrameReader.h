@@ -42,6 +42,8 @@ class FrameReader {
   virtual bool Rewind() = 0;
   /// Passes over frames.
   virtual void Skip(std::uint64_t frames);
+  /// Whether that is faster than to read them.
+  virtual bool SkipsFast() const { return false; }
 
  protected:
   explicit FrameReader(std::string name) : name_(std::move(name)) {}

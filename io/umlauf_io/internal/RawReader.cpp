@@ -78,6 +78,7 @@ class RawReader final : public FrameReader {
   void Skip(std::uint64_t frames) override {
     if (!file_.Skip(frames)) FrameReader::Skip(frames);
   }
+  bool SkipsFast() const override { return frames_.has_value(); }
 
  private:
   static constexpr std::size_t bufferSamples = std::size_t{1} << 18;

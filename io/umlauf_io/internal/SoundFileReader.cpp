@@ -120,6 +120,7 @@ class SoundFileReader final : public FrameReader {
     }
     position_ = target;
   }
+  bool SkipsFast() const override { return true; }
 
  private:
   static constexpr std::size_t bufferSamples = std::size_t{1} << 22;

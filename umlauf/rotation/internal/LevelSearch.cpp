@@ -4,6 +4,7 @@
 #include <array>
 #include <cmath>
 #include <limits>
+#include <span>
 
 #include "umlauf/rotation/internal/Zigzag.h"
 
@@ -19,22 +20,37 @@ constexpr double wandering = 0.1;  ///< of a swing, within four
 constexpr double evenShare = 0.7;  ///< a gap takes two pulses of a revolution
 constexpr std::size_t mostPlateaus = 8;
 
-Stretches Prepared(const Stretches& stretches, const SwingScale& scale) {
-  Stretches prepared;
-  for (const Stretch& each : stretches) {
-    SamplePreparation step(scale);
-    Stretch& out = prepared.emplace_back(Stretch{each.begin, {}});
-    out.samples.reserve(each.samples.size());
-    step.Take(each.samples.data(), each.samples.size(), 1, out.samples);
-    step.Finish(out.samples);
+/// Stretches as they are to be followed; those that need no preparation are not copied.
+class PreparedStretches {
+ public:
+  PreparedStretches(const Stretches& stretches, const SwingScale& scale) {
+    own_.reserve(stretches.size());
+    for (const Stretch& each : stretches) {
+      std::span<const float> samples = each.samples;
+      if (scale.preparation != Preparation::none || !AreFinite(samples)) {
+        SamplePreparation step(scale);
+        std::vector<float>& out = own_.emplace_back();
+        out.reserve(samples.size());
+        step.Take(samples.data(), samples.size(), 1, out);
+        step.Finish(out);
+        samples = out;
+      }
+      stretches_.push_back(samples);
+    }
   }
-  return prepared;
-}
+
+  auto begin() const { return stretches_.begin(); }
+  auto end() const { return stretches_.end(); }
+
+ private:
+  std::vector<std::vector<float>> own_;
+  std::vector<std::span<const float>> stretches_;
+};
 
 /// Follows one stretch.
 class Follower {
  public:
-  Follower(Swings& swings, const std::vector<float>& samples)
+  Follower(Swings& swings, std::span<const float> samples)
       : swings_(swings), zigzag_(swings.scale.smallest), samples_(samples) {}
 
   void Run() {
@@ -84,28 +100,31 @@ class Follower {
 
   Swings& swings_;
   Zigzag zigzag_;
-  const std::vector<float>& samples_;
+  std::span<const float> samples_;
   std::array<float, 3> last_{};
   std::array<float, 8> middles_{};  ///< of the last four swings up and down
   std::uint64_t turns_ = 0;
   std::size_t lastRise_ = 0;
 };
 
-Swings FollowPrepared(const Stretches& stretches, const SwingScale& scale) {
+Swings FollowPrepared(const PreparedStretches& stretches, const SwingScale& scale) {
   Swings swings;
   swings.scale = scale;
   swings.highestLow = -std::numeric_limits<float>::infinity();
   swings.lowestHigh = std::numeric_limits<float>::infinity();
-  for (const Stretch& each : stretches) Follower(swings, each.samples).Run();
+  for (const std::span<const float> each : stretches) {
+    if (!swings.counts.empty()) swings.regularity.Break();
+    Follower(swings, each).Run();
+  }
   swings.regularity.Finish();
   return swings;
 }
 
 /// The best of one preparation.
 Swings Best(const Stretches& stretches, SwingScale scale) {
-  const Stretches prepared = Prepared(stretches, scale);
+  const PreparedStretches prepared(stretches, scale);
   SwingHistogram histogram;
-  for (const Stretch& each : prepared) histogram.Add(each.samples.data(), each.samples.size());
+  for (const std::span<const float> each : prepared) histogram.Add(each.data(), each.size());
   std::vector<Plateau> plateaus = FindPlateaus(histogram);
   // From small to great, of the widest ones.
   if (plateaus.size() > mostPlateaus) {
@@ -145,10 +164,6 @@ double Swings::Badness() const {
   const auto pulses = static_cast<double>(regularity.Pulses());
   const double uneven = std::max(0.0, evenShare - regularity.EvenShare());
   return (regularity.Odd() + dwarfs + 0.5) / std::max(pulses, 1.0) + 2 * uneven;
-}
-
-Swings FollowSwings(const Stretches& stretches, const SwingScale& scale) {
-  return FollowPrepared(Prepared(stretches, scale), scale);
 }
 
 Swings FindSwings(const Stretches& stretches) {

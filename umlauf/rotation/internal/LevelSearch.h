@@ -30,9 +30,6 @@ struct Swings {
   double Badness() const;
 };
 
-/// Follows all swings of at least this size.
-Swings FollowSwings(const Stretches& stretches, const SwingScale& scale);
-
 /// Finds the swings that teeth make: those whose number is the same over a range of smallest swings, and
 /// which are regular; in the samples as they are, or prepared where that makes them fit better.
 Swings FindSwings(const Stretches& stretches);

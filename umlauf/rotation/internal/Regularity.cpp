@@ -29,37 +29,67 @@ void Regularity::Take(double length) {
   if (calm_ > window) {
     // Most pulses: nothing odd can be within reach.
     for (std::uint64_t& each : even_) ++each;
-    lengths_[pulses_++ % window] = length;
+    Keep(length);
     skip_ = false;
     return;
   }
   Compare(length);
-  lengths_[pulses_++ % window] = length;
-  if (pulses_ >= window) Judge();
+  Keep(length);
+  if (inPart_ >= window) Judge();
 }
 
-void Regularity::Finish() {
-  if (pulses_ < window) return;
-  // Beyond the end it goes on evenly.
+void Regularity::Keep(double length) {
+  const std::size_t at = pulses_ % window;
+  lengths_[at] = lengths_[at + window] = length;
+  ++pulses_;
+  ++inPart_;
+}
+
+void Regularity::Break() {
+  JudgeRest();
+  inPart_ = 0;
+  calm_ = 0;
+  skip_ = false;
+  ++parts_;
+}
+
+void Regularity::Finish() { JudgeRest(); }
+
+/// Beyond the end it goes on evenly.
+void Regularity::JudgeRest() {
+  if (inPart_ < window) return;
   const std::uint64_t pulses = pulses_;
   for (std::size_t i = 0; i < reach; ++i) {
-    const double length = Before(1);
-    lengths_[pulses_++ % window] = length;
+    Keep(Before(1));
     Judge();
   }
   pulses_ = pulses;
 }
 
 void Regularity::Compare(double length) {
-  for (std::size_t pattern = 1; pattern <= longestPattern && pattern <= pulses_; ++pattern) {
-    const double before = Before(pattern);
-    if (length <= even * before && before <= even * length) ++even_[pattern - 1];
+  const double* const behind = Last() + window;
+  const std::size_t patterns = std::min<std::uint64_t>(longestPattern, inPart_);
+  for (std::size_t pattern = 1; pattern <= patterns; ++pattern) {
+    const double before = *(behind - pattern);
+    even_[pattern - 1] += (length <= even * before) & (before <= even * length) ? 1 : 0;
   }
 }
 
 double Regularity::EvenShare() const {
   const auto most = static_cast<double>(*std::max_element(even_.begin(), even_.end()));
-  return pulses_ > 2 ? std::min(1.0, most / static_cast<double>(pulses_ - 2)) : 0;
+  const std::uint64_t without = 2 * parts_;
+  return pulses_ > without ? std::min(1.0, most / static_cast<double>(pulses_ - without)) : 0;
+}
+
+/// Whether the pulse in the middle of the window is plainly neither too short nor too long, as most are: the
+/// pitch is not much more than it, by three of its neighbours, and one beside it is about as long.
+bool Regularity::Fits() const {
+  const double* const at = Last();
+  const double longest = at[reach] * (0.999 / part);
+  std::size_t shorter = 0;
+  for (std::size_t i = 0; i < reach; ++i)
+    shorter += (at[i] <= longest ? 1u : 0u) + (at[reach + 1 + i] <= longest ? 1u : 0u);
+  return shorter >= reach && at[reach] < longBesides * std::max(at[reach - 1], at[reach + 1]);
 }
 
 void Regularity::Judge() {
@@ -67,12 +97,12 @@ void Regularity::Judge() {
     skip_ = false;
     return;
   }
-  std::array<double, window> at;
-  for (std::size_t i = 0; i < window; ++i) at[i] = Before(window - i);
+  if (Fits()) return;
+  const double* const at = Last();
   // The pitch by the neighbours, of which long ones may be gaps.
   std::array<double, 2 * reach> others;
-  std::copy_n(at.begin(), reach, others.begin());
-  std::copy_n(at.begin() + reach + 1, reach, others.begin() + reach);
+  std::copy_n(at, reach, others.begin());
+  std::copy_n(at + reach + 1, reach, others.begin() + reach);
   std::nth_element(others.begin(), others.begin() + reach - 1, others.end());
   const double reference = others[reach - 1];
   const double before = at[reach - 1], length = at[reach], next = at[reach + 1];
@@ -87,9 +117,11 @@ void Regularity::Judge() {
   if (length > standstill * reference && (slows || speedsUp)) {
     ++standstills_;
   } else if (longs_.size() < mostLongs) {
-    longs_.push_back({pulses_, std::round(length / reference)});
+    longs_.push_back({pulses_, std::round(length / reference), parts_});
   }
 }
+
+bool Regularity::SamePart(std::size_t a, std::size_t b) const { return longs_[a].part == longs_[b].part; }
 
 bool Regularity::IsPattern() const {
   const auto n = static_cast<double>(pulses_);
@@ -106,7 +138,9 @@ double Regularity::Lost() const {
 /// With g gaps a revolution every g-th long pulse comes after the same number of pulses.
 double Regularity::Lost(std::size_t gaps) const {
   std::map<std::uint64_t, std::size_t> distances;
-  for (std::size_t i = gaps; i < longs_.size(); ++i) ++distances[longs_[i].index - longs_[i - gaps].index];
+  for (std::size_t i = gaps; i < longs_.size(); ++i) {
+    if (SamePart(i, i - gaps)) ++distances[longs_[i].index - longs_[i - gaps].index];
+  }
   std::uint64_t usual = 0;
   std::size_t most = 1;  // once is no rule
   for (const auto& [distance, times] : distances) {
@@ -114,10 +148,14 @@ double Regularity::Lost(std::size_t gaps) const {
   }
   double lost = 0, breaks = 0;
   for (std::size_t i = 0; i < longs_.size(); ++i) {
-    const bool fromBefore = i >= gaps && longs_[i].index - longs_[i - gaps].index == usual;
-    const bool toNext = i + gaps < longs_.size() && longs_[i + gaps].index - longs_[i].index == usual;
-    if (!fromBefore && !toNext) lost += std::max(1.0, longs_[i].pitches - 1);
-    if (!fromBefore && i >= gaps) breaks += 1.0 / static_cast<double>(gaps);
+    const bool hasBefore = i >= gaps && SamePart(i, i - gaps);
+    const bool hasNext = i + gaps < longs_.size() && SamePart(i, i + gaps);
+    const bool fromBefore = hasBefore && longs_[i].index - longs_[i - gaps].index == usual;
+    const bool toNext = hasNext && longs_[i + gaps].index - longs_[i].index == usual;
+    // One part of several may be too short to tell.
+    const bool alone = parts_ > 1 && usual > 0 && !hasBefore && !hasNext;
+    if (!fromBefore && !toNext && !alone) lost += std::max(1.0, longs_[i].pitches - 1);
+    if (!fromBefore && hasBefore) breaks += 1.0 / static_cast<double>(gaps);
   }
   // At a standstill one more or less may be counted.
   return std::max(lost, std::ceil(breaks - 0.01) - static_cast<double>(standstills_));

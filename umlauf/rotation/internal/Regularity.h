@@ -14,6 +14,8 @@ class Regularity {
  public:
   /// Takes the length of the next pulse, from one edge to the next one of its kind, in any unit.
   void Take(double length);
+  /// What follows lies elsewhere in the recording: it is not compared with what was.
+  void Break();
   /// Takes what is still held back; call once behind the last pulse.
   void Finish();
 
@@ -35,19 +37,27 @@ class Regularity {
   struct Long {
     std::uint64_t index;
     double pitches;
+    std::uint64_t part;  ///< of the recording; breaks lie between parts
   };
 
-  double Before(std::size_t pulses) const { return lengths_[(pulses_ - pulses) % window]; }
+  /// The last pulses, the oldest of them first.
+  const double* Last() const { return &lengths_[pulses_ % window]; }
+  double Before(std::size_t pulses) const { return Last()[window - pulses]; }
+  void Keep(double length);
   void Compare(double length);
   void Judge();
+  void JudgeRest();
+  bool Fits() const;
+  bool SamePart(std::size_t a, std::size_t b) const;
   double Lost(std::size_t gaps) const;
   /// Marks at uneven distances, the same in every revolution.
   bool IsPattern() const;
 
-  std::uint64_t pulses_ = 0;
+  std::uint64_t pulses_ = 0, parts_ = 1;
+  std::uint64_t inPart_ = 0;  ///< pulses since the last break
   std::array<std::uint64_t, longestPattern> even_{};
-  std::array<double, window> lengths_{};  ///< pulse i at i % window
-  std::size_t calm_ = 0;                  ///< pulses much like the one before, in succession
+  std::array<double, 2 * window> lengths_{};  ///< pulse i at i % window, and once more a window behind
+  std::size_t calm_ = 0;                      ///< pulses much like the one before, in succession
   bool skip_ = false;
   double extra_ = 0;
   std::uint64_t standstills_ = 0;

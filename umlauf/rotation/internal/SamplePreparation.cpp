@@ -1,6 +1,7 @@
 #include "umlauf/rotation/internal/SamplePreparation.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 
 #include "umlauf/platform/vekta/QVL.h"
@@ -12,6 +13,8 @@ constexpr double ownShare = 0.995;  ///< of all steps that belong to the signal 
 constexpr float wholeRange = 0.8f;
 constexpr double fewWraps = 3, mostJumps = 0.5;
 constexpr float beyondOwn = 1.7f;
+
+constexpr std::size_t steps = 1024;  ///< that are looked at together
 
 float Median(float a, float b, float c) { return std::max(std::min(a, b), std::min(std::max(a, b), c)); }
 
@@ -51,13 +54,31 @@ void SamplePreparation::Finish(std::vector<float>& out) {
   if (any_ && preparation_ == Preparation::median) out.push_back(last_);
 }
 
+bool AreFinite(std::span<const float> samples) {
+  for (std::size_t i = 0; i < samples.size(); i += steps) {
+    const QVL::Moments moments = QVL::VectorMoments(samples.data() + i, std::min(steps, samples.size() - i));
+    if (!std::isfinite(moments.sumSquares)) return false;
+  }
+  return true;
+}
+
 float WrapRange(const std::vector<float>& samples) {
   if (samples.empty()) return 0;
   float low = 0, high = 0;
   QVL::VectorMinMax(samples.data(), samples.size(), 1, low, high);
   const float range = high - low;
   std::size_t jumps = 0, wraps = 0;
+  std::array<float, steps> differences;
   for (std::size_t i = 2; i + 1 < samples.size(); ++i) {
+    // Most blocks hold no jump.
+    if ((i - 2) % steps == 0) {
+      const std::size_t n = std::min(steps, samples.size() - 1 - i);
+      QVL::SubVectors(differences.data(), samples.data() + i, samples.data() + i - 1, n);
+      if (!(QVL::VectorMaxMagnitude(differences.data(), n) > wholeRange * range)) {
+        i += n - 1;
+        continue;
+      }
+    }
     const float step = samples[i] - samples[i - 1];
     if (!(std::abs(step) > wholeRange * range)) continue;
     ++jumps;

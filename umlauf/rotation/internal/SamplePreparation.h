@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <span>
 #include <vector>
 
 #include "umlauf/rotation/SwingSource.h"
@@ -27,6 +28,9 @@ class SamplePreparation {
   float before_ = 0, last_ = 0;
   double level_ = 0;
 };
+
+/// Whether all samples are finite numbers; false also where their squares are none.
+bool AreFinite(std::span<const float> samples);
 
 /// The range of a converter that went round in these samples; 0: none did.
 float WrapRange(const std::vector<float>& samples);

@@ -14,33 +14,31 @@ struct Stretch {
 using Stretches = std::vector<Stretch>;
 
 /// Keeps a share of a recording of any length: all of it up to two million samples, of a longer one stretches
-/// at even distances, half to all of that number. Also the range of every part of it, share or not.
+/// at even distances, half to all of that number.
 class Share {
  public:
-  struct Range {
-    float low, high;
-  };
   static constexpr std::size_t most = 1 << 21;
+  static constexpr std::size_t stretch = 32768, mostStretches = most / stretch;
+
+  /// Keeps every so many stretches one, or fewer of a longer recording.
+  explicit Share(std::uint64_t interval = 1) : interval_(interval) {}
 
   void Take(const float* samples, std::size_t n, std::size_t stride);
+  /// As above, from a place of the recording on that is a multiple of `stretch`.
+  void TakeAt(std::uint64_t begin, const float* samples, std::size_t n, std::size_t stride);
   /// The share, neighbours joined; call once, at the end.
   Stretches Finish();
   bool IsAll() const { return interval_ == 1; }
-  /// Of successive parts of equal length.
-  const std::vector<Range>& Ranges() const { return ranges_; }
+
+  /// For a recording of so many samples.
+  static std::uint64_t Interval(std::uint64_t samples);
 
  private:
-  static constexpr std::size_t stretch = 32768, mostStretches = most / stretch;
-  static constexpr std::size_t part = 4096, mostRanges = 32768;
-
-  void TakeRange(const float* samples, std::size_t n);
+  void Thin();
 
   Stretches stretches_;
   std::uint64_t at_ = 0;
-  std::uint64_t interval_ = 1;  ///< every so many stretches one is kept
-  std::vector<Range> ranges_;
-  std::uint64_t rangeParts_ = 1, partsInRange_ = 0;
-  std::size_t inPart_ = 0;
+  std::uint64_t interval_;
 };
 
 }  // namespace umlauf::rotation

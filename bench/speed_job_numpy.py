@@ -1,0 +1,33 @@
+"""Processor seconds of the usual NumPy form: the speed of each pulse of a raw float file between two levels.
+
+speed_job_numpy.py FILE RATE PULSES_PER_REVOLUTION UPPER LOWER RUNS; prints the least of so many runs, without and
+with reading the file, and the number of pulses."""
+
+import sys
+import time
+
+import numpy as np
+
+
+def speeds(x, rate, pulses_per_revolution, upper, lower):
+    above = x > upper
+    outside = np.flatnonzero(above | (x < lower))
+    high = above[outside]
+    edges = outside[1:][high[1:] & ~high[:-1]]
+    before = x[edges - 1]
+    positions = edges - 1 + (upper - before) / (x[edges] - before)
+    rpm = 60 * rate / (np.diff(positions) * pulses_per_revolution)
+    return len(rpm), rpm.min(), rpm.max(), rpm.mean()
+
+
+path, (rate, wheel, upper, lower), runs = sys.argv[1], map(float, sys.argv[2:6]), int(sys.argv[6])
+in_memory, from_file = [], []
+for _ in range(runs):
+    begin = time.process_time()
+    samples = np.fromfile(path, np.float32)
+    middle = time.process_time()
+    found = speeds(samples, rate, wheel, np.float32(upper), np.float32(lower))
+    end = time.process_time()
+    in_memory.append(end - middle)
+    from_file.append(end - begin)
+print(min(in_memory), min(from_file), found[0])

@@ -1,0 +1,25 @@
+#include "tools/EdgeWarnings.h"
+
+namespace umlauf::tool {
+
+RecordingWarnings WarningsOfEdges(CPulseJudge& judge) {
+  RecordingWarnings warnings;
+  for (const RotationWarning& each : judge.Finish()) {
+    RecordingWarning& warning = warnings.emplace_back();
+    warning.code = each.code;
+    if (each.code == "few-pulses") {
+      warning.text = L"only a few pulses were found; check channel and format of the recording";
+    } else if (each.code == "irregular") {
+      warning.text =
+          L"the pulses do not follow each other regularly; check channel and format of the recording";
+    } else if (each.code == "extra-pulses") {
+      warning.text = L"there are pulses that are far too short, as from a disturbed line; check the sensor";
+    } else {
+      warning.text =
+          L"pulses seem to be missing: tell the gap of the wheel if it has one, or check the sensor";
+    }
+  }
+  return warnings;
+}
+
+}  // namespace umlauf::tool

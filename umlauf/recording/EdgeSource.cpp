@@ -1,0 +1,3 @@
+#include "umlauf/recording/EdgeSource.h"
+
+CEdgeSource::~CEdgeSource() = default;
