@@ -253,8 +253,8 @@ TEST_P(QVLKernels, StepsOfTransformsEqualTheScalarLoopToTheBit) {
     FillWild(x, 8 * n, random_);
     FillWild(twiddles, 6 * n, random_);
     const auto old = x.copy();
-    const auto number = [](const auto& from, std::size_t i) { return Number{from[2 * i], from[2 * i + 1]}; };
-    const auto check = [&](const auto& result, std::size_t i, Number expected, const char* what) {
+    const auto number = [](auto& from, std::size_t i) { return Number{from[2 * i], from[2 * i + 1]}; };
+    const auto check = [&](auto& result, std::size_t i, Number expected, const char* what) {
       ASSERT_TRUE(SameBits(result[2 * i], expected.re) && SameBits(result[2 * i + 1], expected.im))
           << what << " " << i << " of " << n;
     };
