@@ -3,6 +3,7 @@
 // SciPy's, each from its best run; above 1 is faster.
 
 #include <benchmark/benchmark.h>
+#include <sys/resource.h>
 
 #include <algorithm>
 #include <csignal>
@@ -161,6 +162,38 @@ void Transform(benchmark::State& state) {
   state.SetItemsProcessed(state.iterations());
 }
 
+long PeakMemory() {
+  rusage usage{};
+  getrusage(RUSAGE_SELF, &usage);
+  return usage.ru_maxrss;
+}
+
+/// A long signal through all streams, block by block: their speed together, and by how much the greatest
+/// memory of the program [KB] grows behind the first hundredth.
+void LongStream(benchmark::State& state) {
+  const std::vector<float> block = Noise(1 << 16);
+  const auto blocks = static_cast<std::uint64_t>(state.range(0)) / block.size();
+  const SosSections sections = Butterworth::LowPass(4, 1000, kRate);
+  for (auto _ : state) {
+    CSpectrumAverage average(kHalf, kRate);
+    CSpectrogramBuilder builder(kThreeQuarters, kRate, SpectrumScaling::Density, 200);
+    CSosFilter filter(sections);
+    CZeroPhaseStream stream(sections);
+    std::vector<float> out(stream.MaxOutput(block.size()));
+    long before = 0;
+    for (std::uint64_t i = 0; i < blocks; ++i) {
+      average.Process(block.data(), block.size());
+      builder.Process(block.data(), block.size());
+      filter.Process(out.data(), block.data(), block.size());
+      stream.Process(out.data(), block.data(), block.size());
+      if (i == blocks / 100) before = PeakMemory();
+    }
+    benchmark::DoNotOptimize(out.data());
+    state.counters["grown_KB"] = static_cast<double>(PeakMemory() - before);
+  }
+  state.SetItemsProcessed(static_cast<std::int64_t>(blocks * block.size()) * state.iterations());
+}
+
 constexpr std::int64_t kSamples = 1 << 20;
 
 BENCHMARK(Welch)->Arg(kSamples)->UseManualTime()->Iterations(25);
@@ -171,6 +204,7 @@ BENCHMARK(SosFilter)->Arg(kSamples)->UseManualTime()->Iterations(25);
 BENCHMARK(WithoutPhase)->Arg(kSamples)->UseManualTime()->Iterations(25);
 BENCHMARK(StreamWithoutPhase)->Arg(kSamples)->UseManualTime()->Iterations(25);
 BENCHMARK(Peaks)->Arg(kSamples)->UseManualTime()->Iterations(15);
+BENCHMARK(LongStream)->Arg(100'000'000)->Iterations(1)->Unit(benchmark::kSecond);
 BENCHMARK(Transform)->Arg(1024)->Arg(4096)->Arg(5000)->Arg(65536);
 
 }  // namespace

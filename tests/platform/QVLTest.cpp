@@ -236,6 +236,51 @@ TEST_P(QVLKernels, ComplexNumbersEqualTheScalarLoopToTheBit) {
   }
 }
 
+struct Number {
+  float re, im;
+  Number operator+(Number b) const { return {re + b.re, im + b.im}; }
+  Number operator-(Number b) const { return {re - b.re, im - b.im}; }
+  Number operator*(Number b) const { return {re * b.re - im * b.im, re * b.im + im * b.re}; }
+  Number TimesMinusJ() const { return {im, -re}; }
+  Number Half() const { return {0.5f * re, 0.5f * im}; }
+  Number Conjugate() const { return {re, -im}; }
+};
+
+TEST_P(QVLKernels, StepsOfTransformsEqualTheScalarLoopToTheBit) {
+  for (const std::size_t n : Lengths()) {
+    if (n == 0) continue;
+    Exact<float> x(8 * n, n % 3), twiddles(6 * n, (n + 1) % 3), out(2 * n + 2, 1);
+    FillWild(x, 8 * n, random_);
+    FillWild(twiddles, 6 * n, random_);
+    const auto old = x.copy();
+    const auto number = [](auto& from, std::size_t i) { return Number{from[2 * i], from[2 * i + 1]}; };
+    const auto check = [&](auto& result, std::size_t i, Number expected, const char* what) {
+      ASSERT_TRUE(SameBits(result[2 * i], expected.re) && SameBits(result[2 * i + 1], expected.im))
+          << what << " " << i << " of " << n;
+    };
+    QVL::SplitTransform(out.data(), x.data(), twiddles.data(), n);
+    check(out, 0, {old[0] + old[1], 0.0f}, "split");
+    check(out, n, {old[0] - old[1], 0.0f}, "split");
+    for (std::size_t k = 1; 2 * k < n; ++k) {
+      const Number a = number(old, k), b = number(old, n - k).Conjugate();
+      const Number sum = a + b, turned = (a - b) * number(twiddles, k);
+      check(out, k, (sum + turned).Half(), "split");
+      check(out, n - k, (sum - turned).Half().Conjugate(), "split");
+    }
+    if (n % 2 == 0) check(out, n / 2, number(old, n / 2).Conjugate(), "split");
+    QVL::CombineTransforms(x.data(), twiddles.data(), n);
+    for (std::size_t k = 0; k < n; ++k) {
+      const Number a = number(old, k), b = number(old, n + k) * number(twiddles, k);
+      const Number c = number(old, 2 * n + k) * number(twiddles, n + k);
+      const Number d = number(old, 3 * n + k) * number(twiddles, 2 * n + k);
+      check(x, k, (a + c) + (b + d), "combined");
+      check(x, n + k, (a - c) + (b - d).TimesMinusJ(), "combined");
+      check(x, 2 * n + k, (a + c) - (b + d), "combined");
+      check(x, 3 * n + k, (a - c) - (b - d).TimesMinusJ(), "combined");
+    }
+  }
+}
+
 TEST_P(QVLKernels, VeryLongResultsAreComplete) {
   constexpr std::size_t million = 1u << 20;
   std::vector<float> in(13 * million), out(16 * million + 8);

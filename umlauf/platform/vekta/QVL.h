@@ -86,6 +86,14 @@ UMLAUF_API void AddComplexPowers(float* sum, const float* x, std::size_t n);
 UMLAUF_API void AddCrossPowers(float* sum, const float* a, const float* b, std::size_t n);
 /// out[i] = a[i] * b[i], all complex.
 UMLAUF_API void MulComplex(float* out, const float* a, const float* b, std::size_t n);
+/// Four Fourier transforms of n numbers each, one behind the other, of every fourth number from the 1st, 2nd,
+/// 3rd and 4th on, become that of all 4 n numbers, in place. The twiddles are w^k, then w^2k, then w^3k for
+/// k < n, with w = exp(−2πj / 4n): 3 n complex numbers.
+UMLAUF_API void CombineTransforms(float* x, const float* twiddles, std::size_t n);
+/// From the transform z of n >= 1 complex numbers, which are pairs of successive real ones, to the bins 0 to
+/// n of the transform of these 2 n: n + 1 complex numbers, which do not overlap z. The twiddles are exp(−πj
+/// (k/n + 1/2)) for k < (n + 1) / 2.
+UMLAUF_API void SplitTransform(float* out, const float* z, const float* twiddles, std::size_t n);
 
 // Copies
 

@@ -1,11 +1,15 @@
-// The seam with kissfft: the transform of half the size for even sizes, the complex one for odd sizes.
+// The seam with kissfft: transforms of parts of half the size for even sizes, the complex one for odd sizes.
 
 #include <kiss_fft.h>
 #include <kiss_fftr.h>
 
+#include <cmath>
+#include <complex>
 #include <new>
+#include <numbers>
 
 #include "umlauf/platform/basis/CAlignedMem.h"
+#include "umlauf/platform/vekta/QVL.h"
 #include "umlauf/spectrum/internal/TransformBackend.h"
 
 namespace umlauf::spectrum {
@@ -19,24 +23,77 @@ struct PlanDeleter {
 template <class Config>
 using Plan = std::unique_ptr<std::remove_pointer_t<Config>, PlanDeleter>;
 
+/// exp(−2πj part), for a whole part of turns more or less.
+std::complex<float> Turned(double part) {
+  const std::complex<double> value = std::polar(1.0, -2.0 * std::numbers::pi * part);
+  return {static_cast<float>(value.real()), static_cast<float>(value.imag())};
+}
+
+/// Transform of n real samples as one of n/2 complex numbers. That is made of transforms of every fourth,
+/// sixteenth ... number, as long as these do not get too short; kissfft does those, QVL the steps around
+/// them.
 class EvenTransform : public TransformBackend {
  public:
-  EvenTransform(std::size_t n, bool withInverse)
-      : forward_(kiss_fftr_alloc(static_cast<int>(n), 0, nullptr, nullptr)) {
+  EvenTransform(std::size_t n, bool withInverse) : half_(n / 2), short_(half_) {
+    while (short_ % 4 == 0 && short_ / 4 >= kShortest && steps_ < kMostSteps) {
+      short_ /= 4;
+      ++steps_;
+    }
+    forward_.reset(kiss_fft_alloc(static_cast<int>(short_), 0, nullptr, nullptr));
     if (withInverse) inverse_.reset(kiss_fftr_alloc(static_cast<int>(n), 1, nullptr, nullptr));
-    complete_ = forward_ != nullptr && (inverse_ != nullptr || !withInverse);
+    complete_ = forward_ != nullptr && (inverse_ != nullptr || !withInverse) && packed_.alloc(half_) &&
+                MakeTwiddles();
   }
   bool IsComplete() const { return complete_; }
   bool HasInverse() const override { return inverse_ != nullptr; }
   void Forward(const float* samples, std::complex<float>* spectrum) override {
-    kiss_fftr(forward_.get(), samples, reinterpret_cast<kiss_fft_cpx*>(spectrum));
+    Transform(reinterpret_cast<const kiss_fft_cpx*>(samples), packed_.data(), half_, steps_);
+    QVL::SplitTransform(reinterpret_cast<float*>(spectrum), &packed_[0].r, &halves_[0].r, half_);
   }
   void Inverse(std::complex<float>* spectrum, float* samples) override {
     kiss_fftri(inverse_.get(), reinterpret_cast<const kiss_fft_cpx*>(spectrum), samples);
   }
 
  private:
-  Plan<kiss_fftr_cfg> forward_, inverse_;
+  static constexpr std::size_t kShortest = 32;
+  static constexpr unsigned kMostSteps = 12;
+
+  /// Those of all steps, the shortest first: behind a step from n to 4 n numbers stand its 3 n.
+  bool MakeTwiddles() {
+    if (!quarters_.alloc(half_ - short_ + 1) || !halves_.alloc((half_ + 1) / 2)) return false;
+    kiss_fft_cpx* next = quarters_.data();
+    for (std::size_t n = short_; n < half_; n *= 4) {
+      for (std::size_t q = 1; q <= 3; ++q) {
+        for (std::size_t k = 0; k < n; ++k, ++next) {
+          const std::complex<float> w = Turned(static_cast<double>(q * k) / static_cast<double>(4 * n));
+          *next = {w.real(), w.imag()};
+        }
+      }
+    }
+    for (std::size_t k = 0; k < halves_.size(); ++k) {
+      const std::complex<float> w = Turned((static_cast<double>(k) / static_cast<double>(half_) + 0.5) / 2);
+      halves_[k] = {w.real(), w.imag()};
+    }
+    return true;
+  }
+
+  /// The n numbers that lie half_ / n apart.
+  void Transform(const kiss_fft_cpx* in, kiss_fft_cpx* out, std::size_t n, unsigned steps) {
+    const std::size_t stride = half_ / n;
+    if (steps == 0) {
+      kiss_fft_stride(forward_.get(), in, out, static_cast<int>(stride));
+      return;
+    }
+    const std::size_t quarter = n / 4;
+    for (std::size_t q = 0; q < 4; ++q) Transform(in + q * stride, out + q * quarter, quarter, steps - 1);
+    QVL::CombineTransforms(&out->r, &quarters_[quarter - short_].r, quarter);
+  }
+
+  std::size_t half_, short_;
+  unsigned steps_ = 0;
+  CAlignedMem<kiss_fft_cpx> packed_, quarters_, halves_;
+  Plan<kiss_fft_cfg> forward_;
+  Plan<kiss_fftr_cfg> inverse_;
   bool complete_ = false;
 };
 
