@@ -6,6 +6,7 @@
 #include <random>
 
 #include "orders/OrderSupport.h"
+#include "umlauf/orders/ShaftTrains.h"
 #include "umlauf/orders/TorsionalVibration.h"
 #include "umlauf/recording/MemorySource.h"
 
@@ -196,7 +197,8 @@ TEST(OrderAnalysis, TellsWhatItCannotDo) {
                                       {.resolution = std::nan("")},
                                       {.overlap = 1},
                                       {.axis = {MapAxis::Kind::time, -1}},
-                                      {.steps = 30}}) {
+                                      {.steps = 30},
+                                      {.maxOrder = 1, .resolution = 2, .steps = 3}}) {
     bad.map = map;
     EXPECT_THAT(failure(bad), testing::HasSubstr("no order map of such settings"));
   }
@@ -205,6 +207,12 @@ TEST(OrderAnalysis, TellsWhatItCannotDo) {
     bad.tracks.orders = orders;
     EXPECT_THAT(failure(bad), testing::HasSubstr("orders to follow"));
   }
+  // Angles that nothing can be counted by.
+  CMemorySource recording(frames.data(), frames.size() / 2, 2, 2, kRate);
+  COrderAnalysis odd(good);
+  EXPECT_FALSE(odd.Analyse(recording, ShaftTrains::Geared(pulses, 1e300), 60));
+  EXPECT_FALSE(odd.Analyse(recording, ShaftTrains::Geared(pulses, 1e-300), 60));
+  EXPECT_FALSE(odd.Analyse(recording, pulses, std::nan("")));
   bad = good;
   bad.map.resolution = 0.01;  // takes 100 revolutions
   EXPECT_THAT(failure(bad), testing::HasSubstr("not turn long enough"));

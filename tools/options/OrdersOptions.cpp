@@ -169,7 +169,7 @@ double OrdersOptions::ratio() const {
   const auto in = io::ParseNumber(std::string_view(gear).substr(0, slash));
   const auto out =
       slash < gear.size() ? io::ParseNumber(std::string_view(gear).substr(slash + 1)) : std::optional(1.0);
-  if (!in || !out || *in == 0 || *out == 0 || !std::isfinite(*in / *out)) {
+  if (!in || !out || !(std::abs(*in / *out) >= 1e-4 && std::abs(*in / *out) <= 1e4)) {
     FailUsage("--gear {} is no ratio; give for example 17/43", gear);
   }
   return *in / *out;

@@ -7,7 +7,7 @@ struct UMLAUF_API AngleGrid {
   double maxOrder = 60;             ///< highest order that counts, above 0
   double stepsPerRevolution = 160;  ///< at least 2 maxOrder; from 2.56 maxOrder on filters are short
   /// [rpm] Slower than this the filters stay as long as they are here: what lies above the highest order may
-  /// then come back below it. Memory grows with 1 / slowest.
+  /// then come back below it. Memory grows with 1 / slowest; they never span more than 600,000 samples.
   double slowest = 60;
 
   /// Whether the numbers are in their ranges.

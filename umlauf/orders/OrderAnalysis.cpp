@@ -104,10 +104,12 @@ bool COrderAnalysis::Read(CBlockSource& recording, CAngleResampler& resampler, c
   for (SampleBlock block = recording.Read(kBlock); block.count > 0; block = recording.Read(kBlock)) {
     const float* frames = block.samples + first;
     if (frequencies_) frequencies_->Take(angle, frames, block.count, block.stride);
-    for (std::size_t at = 0; at < block.count;) {
+    for (std::size_t at = 0, idle = 0; at < block.count;) {
       const std::size_t put = resampler.Put(frames + at * block.stride, block.count - at, block.stride);
       take();
       at += put;
+      idle = put > 0 ? 0 : idle + 1;
+      if (idle > 2) return Fail(L"the angle of the shaft is none that a recording can be resampled over");
     }
   }
   failure_ = recording.Failure();

@@ -108,7 +108,8 @@ COrderMap::COrderMap(const OrderMapSettings& settings, unsigned channels, const 
       std::max(1.0, std::round(static_cast<double>(segments.length) * (1 - settings.overlap))));
   segments.window = settings.window;
   segments.kaiserBeta = settings.kaiserBeta;
-  if (!segments.IsValid()) return;
+  constexpr std::size_t shortest = 8;
+  if (!segments.IsValid() || segments.length < shortest) return;
   umlauf::HadMemory([&] { engine_ = std::make_unique<Engine>(settings, segments, channels, pulses); });
   if (engine_ != nullptr && !engine_->valid) engine_.reset();
 }

@@ -9,6 +9,7 @@
 
 namespace {
 
+constexpr double kMost = 1e15;  ///< [rev or steps] beyond, one is lost in the last digit
 constexpr double kNone = std::numeric_limits<double>::quiet_NaN();
 
 /// Speed at an edge between two pulses of the given lengths and speeds; 0 where the direction changes.
@@ -39,6 +40,10 @@ void CShaftAngle::AddEdges(const CPulseTrain& pulses, double pulsesPerRevolution
     if (knots_.empty()) knots_.push_back({pulse.begin, origin, 0});
     pitches += pulse.pitches;
     const double angle = origin + pitches / pulsesPerRevolution;
+    if (!(std::abs(angle) < kMost)) {
+      knots_.clear();
+      return;
+    }
     // Several edges at one place are one.
     if (pulse.end > knots_.back().position) {
       knots_.push_back({pulse.end, angle, 0});
@@ -155,6 +160,7 @@ double CShaftAngle::Solve(std::size_t segment, double angle) const {
 
 std::size_t CShaftAngle::Passings(double step, double from, std::size_t most, Passing* out) const {
   if (!Valid() || !(step > 0) || std::isnan(from) || from >= End()) return 0;
+  if (!(std::max(std::abs(knots_.front().angle), std::abs(knots_.back().angle)) < kMost * step)) return 0;
   from = std::max(from, Begin());
   std::size_t n = 0;
   for (std::size_t segment = SegmentAt(from); segment + 1 < knots_.size() && n < most; ++segment) {

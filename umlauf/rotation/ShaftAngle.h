@@ -19,7 +19,8 @@ class UMLAUF_API CShaftAngle {
  public:
   /// `pulsesPerRevolution`: edges of a revolution of the wheel without its gaps; those of the train must be
   /// corrected. The train is not referred to afterwards. `origin` [rev] is the angle of the first edge, for
-  /// trains that are part of a longer one. Not `Valid` without two edges or memory.
+  /// trains that are part of a longer one. Not `Valid` without two edges or memory, or
+  /// with angles beyond 1e15 rev.
   CShaftAngle(const CPulseTrain& pulses, double pulsesPerRevolution, double origin = 0);
 
   bool Valid() const { return knots_.size() > 1; }

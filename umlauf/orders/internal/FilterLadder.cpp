@@ -12,12 +12,14 @@ namespace umlauf::orders {
 namespace {
 
 constexpr double kRungsPerOctave = 8;
+constexpr double kWidest = 65536;
 constexpr double kPhases = 256;  ///< rows in an output step: mixing two is then exact to 95 dB
 
 }  // namespace
 
 FilterLadder::FilterLadder(double pass, double stop, double narrowest, double widest) {
   const double step = std::exp2(1 / kRungsPerOctave);
+  widest = std::min(widest, kWidest);
   const bool had = HadMemory([&] {
     // The ratio may grow by a rung, and with it what the filter stops, before the next one has taken over.
     const KaiserSinc kernel(pass, stop / step);

@@ -27,7 +27,8 @@ class FilterLadder {
 
   FilterLadder() = default;
   /// Passes up to `pass` and stops from `stop` on, 0 < pass < stop, both in cycles per output step, for
-  /// ratios from `narrowest` to `widest`. Empty when there is no memory.
+  /// ratios from `narrowest` to `widest`, 65536 at most: filters of as many samples and more are a mistake.
+  /// Empty when there is no memory.
   FilterLadder(double pass, double stop, double narrowest, double widest);
   FilterLadder(FilterLadder&&) noexcept = default;  // a copy's rungs would refer to the original's taps
   FilterLadder& operator=(FilterLadder&&) noexcept = default;

@@ -7,13 +7,14 @@
 
 #include "umlauf/orders/ShaftPlace.h"
 #include "umlauf/platform/memory/WithoutMemory.h"
+#include "umlauf/platform/vekta/numeric.h"
 
 namespace umlauf::orders {
 
 /// The speed over the revolution around a place, or as much of it as a segment has: free of what the teeth of
 /// a wheel do to single pulses.
 inline std::size_t HalfTurn(double steps, std::size_t length) {
-  return std::max<std::size_t>(1, std::min(static_cast<std::size_t>(steps / 2), length / 2));
+  return std::max<std::size_t>(1, std::min(numeric::trunc_sat<std::size_t>(steps / 2), length / 2));
 }
 inline double SpeedBetween(const ShaftAxis& shaft, const CShaftAngle::Passing& a,
                            const CShaftAngle::Passing& b) {
