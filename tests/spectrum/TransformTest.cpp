@@ -19,8 +19,8 @@ void FillRandom(CRealTransform& t, std::mt19937& random) {
 
 TEST(RealTransform, AgreesWithTheDefinitionAndComesBack) {
   std::mt19937 random(5);
-  for (const std::size_t n :
-       {1u, 2u, 3u, 4u, 5u, 7u, 8u, 12u, 15u, 30u, 31u, 64u, 77u, 128u, 225u, 250u, 256u, 520u, 1000u, 2048u}) {
+  for (const std::size_t n : {1u,  2u,  3u,  4u,   5u,   7u,   8u,   12u,  15u,   30u,
+                              31u, 64u, 77u, 128u, 225u, 250u, 256u, 520u, 1000u, 2048u}) {
     CRealTransform t(n, true);
     ASSERT_TRUE(t.IsValid());
     FillRandom(t, random);
