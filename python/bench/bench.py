@@ -62,7 +62,10 @@ def main(millions: float) -> None:
     print(f"two recordings on two threads: {best(two) / one:.2f} x the time of one")
     few, unit = samples[:64], umlauf.Unit("rpm")
     stream = umlauf.Downsampler(2)
-    for name, call in [("Unit.factor", lambda: unit.factor("Hz")), ("Downsampler.process", lambda: stream.process(few))]:
+    for name, call in [
+        ("Unit.factor", lambda: unit.factor("Hz")),
+        ("Downsampler.process", lambda: stream.process(few)),
+    ]:
         print(f"{name} of little: {best(lambda call=call: [call() for _ in range(1000)]) * 1e3:.2f} us a call")
 
 
