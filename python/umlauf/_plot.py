@@ -51,7 +51,7 @@ def plot_map(curves: CurveArray, ax: Any, name: str) -> Any:
     if ax is None:
         _, ax = need("matplotlib.pyplot", "plot", "draws pictures").subplots(figsize=(9, 5), layout="constrained")
     values = curves.values
-    low, high = np.percentile(values, [5, 99.9]) if values.size else (0, 1)
+    low, high = (np.percentile(values, 5), values.max()) if values.size else (0, 1)
     mesh = ax.pcolormesh(curves[0].x, curves.positions, values, shading="nearest", vmin=low, vmax=high, rasterized=True)
     ax.set(xlabel="order", ylabel=f"{_quantity(str(curves.position_unit))} in {curves.position_unit}")
     ax.set_title(f"Orders of {name}" if name else "Orders")
