@@ -35,7 +35,7 @@ void BindLog(nb::module_& module) {
   // Lines that come when Python has gone would find no logger.
   nb::module_::import_("atexit").attr("register")(
       nb::cpp_function([] { PrWin::SetSink([](int, int, const CString&) {}); }));
-  module.attr("__version__") = UMLAUF_VERSION;
+  module.attr("version") = UMLAUF_VERSION;
 }
 
 }  // namespace umlauf::python

@@ -17,4 +17,10 @@ NB_MODULE(_core, module) {
   BindCurves(module);
   BindCurveArrays(module);
   BindSignalFiles(module);
+  BindRecordings(module);
+  BindSpeeds(module);
+  BindEncoders(module);
+  BindOrders(module);
+  BindRates(module);
+  BindCan(module);
 }

@@ -77,7 +77,7 @@ A value: it does not change. Prefixes are meant as people write them: km² is 10
       .def("__str__", [](const CMeasuringUnit& unit) { return MeantUnit::Write(unit); })
       .def("__repr__",
            [](const CMeasuringUnit& unit) { return CString(L"Unit('") + MeantUnit::Write(unit) + L"')"; })
-      .def("__eq__", IsSame, nb::is_operator())
+      .def("__eq__", IsSame, nb::is_operator(), nb::sig("def __eq__(self, other: object, /) -> bool"))
       .def("__hash__",
            [](const CMeasuringUnit& unit) {
              return std::hash<std::string>()(MeantUnit::Write(unit).ToUtf8());

@@ -6,7 +6,7 @@ from pathlib import Path
 import pytest
 from hypothesis import settings
 
-settings.register_profile("tests", max_examples=60, deadline=None, derandomize=True)
+settings.register_profile("tests", max_examples=25, deadline=None, derandomize=True)
 settings.load_profile("tests")
 
 

@@ -49,9 +49,7 @@ def test_units_refuse_what_is_none():
     assert Unit("m") / Unit("s") == Unit("m/s") and Unit("V") ** 2 == Unit("V²")
 
 
-@pytest.mark.parametrize(
-    "kind", ["float32", "float64", "int16", "list", "reversed", "step", "unaligned", "masked"]
-)
+@pytest.mark.parametrize("kind", ["float32", "float64", "int16", "list", "reversed", "step", "unaligned", "masked"])
 def test_arrays_of_any_kind_come_in(kind):
     plain = np.arange(-3, 4, dtype=np.float32)
     given_array = {
@@ -118,9 +116,7 @@ def test_slices_go_by_x_and_resampling_keeps_the_shape():
 
 
 @given(
-    hnp.arrays(np.float32, st.integers(2, 30), elements=st.floats(0, 100, width=32), unique=True).map(
-        np.sort
-    ),
+    hnp.arrays(np.float32, st.integers(2, 30), elements=st.floats(0, 100, width=32), unique=True).map(np.sort),
     st.floats(-50, 150, width=32),
 )
 def test_points_look_up_as_numpy_does(x, at):

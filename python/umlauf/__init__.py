@@ -1,9 +1,70 @@
 """Speeds, signals and units from the recordings of rotating machinery."""
 
-from ._core import Curve, CurveArray, Error, Pairs, Unit, __version__, read_signal, write_signal
+from . import can
+from ._core import (
+    Curve,
+    CurveArray,
+    Downsampler,
+    Error,
+    Pairs,
+    ShaftAngle,
+    Unit,
+    read_signal,
+    write_signal,
+)
+from ._core import version as __version__
+from ._orders import Orders, OrderTrack, SynchronousAverage, orders, torsional
+from ._rate import downsample
+from ._recording import Recording
+from ._speed import (
+    PulseFlag,
+    Revolutions,
+    Speed,
+    SpeedBlock,
+    SpeedStream,
+    Thresholds,
+    Warning,
+    Wheel,
+    WheelGap,
+    encoder,
+    speed,
+)
+from .files import channels, read
 
-__all__ = ["Curve", "CurveArray", "Error", "Pairs", "Unit", "__version__", "read_signal", "write_signal"]
+__all__ = [
+    "Curve",
+    "CurveArray",
+    "Downsampler",
+    "Error",
+    "OrderTrack",
+    "Orders",
+    "Pairs",
+    "PulseFlag",
+    "Recording",
+    "Revolutions",
+    "ShaftAngle",
+    "Speed",
+    "SpeedBlock",
+    "SpeedStream",
+    "SynchronousAverage",
+    "Thresholds",
+    "Unit",
+    "Warning",
+    "Wheel",
+    "WheelGap",
+    "__version__",
+    "can",
+    "channels",
+    "downsample",
+    "encoder",
+    "orders",
+    "read",
+    "read_signal",
+    "speed",
+    "torsional",
+    "write_signal",
+]
 
-for _each in (Curve, CurveArray, Error, Pairs, Unit):
+for _each in (Curve, CurveArray, Downsampler, Error, Pairs, ShaftAngle, Unit):
     _each.__module__ = __name__
 del _each

@@ -1,0 +1,32 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <vector>
+
+#include "umlauf/rotation/Levels.h"
+#include "umlauf/rotation/PulseTrain.h"
+#include "umlauf/rotation/Revolutions.h"
+#include "umlauf/rotation/RotationWarning.h"
+#include "umlauf/rotation/SpeedSummary.h"
+#include "umlauf/rotation/Wheel.h"
+
+namespace umlauf::python {
+
+/// What came out of a recording of a tacho or of an encoder. Does not change.
+struct Result {
+  CPulseTrain pulses;
+  double pulsesPerRevolution = 1;
+  std::uint64_t samples = 0;
+  PulseWheel wheel;
+  CPulseCounts counts;
+  CRevolutions revolutions{false, 1};
+  std::optional<PulseLevels> levels;
+  std::vector<RotationWarning> warnings;
+
+  /// Counts the pulses, once they are there. Throws std::bad_alloc where some are missing.
+  void Summarise(bool gap);
+};
+
+}  // namespace umlauf::python

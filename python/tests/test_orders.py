@@ -1,0 +1,62 @@
+"""Orders whose amplitude, phase and place are known."""
+
+import numpy as np
+import pytest
+
+import umlauf
+
+RATE = 20_000
+
+
+@pytest.fixture(scope="module")
+def run_up():
+    """Ten seconds from 600 to 1800 rpm, and a vibration of orders 1 (amplitude 2, 30 degrees) and 2.5 (0.5)."""
+    t = np.arange(10 * RATE) / RATE
+    turns = 10 * t + t * t
+    tacho = np.sin(2 * np.pi * 60 * turns).astype(np.float32)
+    speed = umlauf.speed(tacho, 60, rate=RATE)
+    # The angle counts from the first edge on.
+    angle = turns - np.interp(speed.edge_time[1], t, turns) + float(speed.angle(float(speed.edge_time[1])))
+    samples = 2 * np.cos(2 * np.pi * angle + np.deg2rad(30)) + 0.5 * np.cos(2 * np.pi * 2.5 * angle)
+    return speed, umlauf.Recording(samples, RATE, name="x", unit="m/s²")
+
+
+def test_tracks_have_the_amplitude_and_phase(run_up):
+    speed, vibration = run_up
+    found = umlauf.orders(vibration, speed, tracks=[1, 2.5], max_order=10)
+    for track, amplitude, phase in zip(found.tracks, [2, 0.5], [30, 0], strict=True):
+        np.testing.assert_allclose(track.amplitude, amplitude, rtol=0.005)
+        np.testing.assert_allclose(track.phase, phase, atol=1)
+        np.testing.assert_allclose(track.rpm, 600 + 120 * track.time, rtol=0.01)
+    with pytest.raises(ValueError, match="tracks="):
+        found.track(7)
+
+
+def test_maps_spectra_and_levels_belong_together(run_up):
+    speed, vibration = run_up
+    found = umlauf.orders(vibration, speed, max_order=10, axis="speed", step=100, average=1)
+    rows = found.map("amplitude")
+    assert rows.position_unit == umlauf.Unit("rpm") and rows.y_unit == umlauf.Unit("m/s²")
+    np.testing.assert_allclose(np.diff(rows.positions), 100, atol=1)
+    spectrum = found.spectrum("amplitude")
+    assert spectrum(1.0) == pytest.approx(2, rel=0.01) and spectrum(2.5) == pytest.approx(0.5, rel=0.01)
+    np.testing.assert_allclose(found.overall().y, np.sqrt(2 + 0.125), rtol=0.02)
+    level = found.spectrum("rms", reference=1e-6)
+    assert level.y_unit.is_level and level(1.0) == pytest.approx(20 * np.log10(np.sqrt(2) / 1e-6), abs=0.1)
+    # Order 2.5 does not come back after one revolution.
+    assert found.average.rms == pytest.approx(np.sqrt(2), rel=0.01)
+    assert found.average.residual_rms == pytest.approx(np.sqrt(0.125), rel=0.02)
+    assert found.plot().get_xlabel() == "order"
+
+
+def test_torsion_and_what_is_refused(run_up):
+    speed, vibration = run_up
+    turning = umlauf.torsional(speed, tracks=[2], max_order=5)
+    assert turning.track(2).amplitude.max() < 5 and turning.map().y_unit == umlauf.Unit("rpm")
+    for match, arguments in [("axis", {"axis": "angle"}), ("average=", {})]:
+        with pytest.raises(ValueError, match=match):
+            _ = umlauf.orders(vibration, speed, **arguments).average
+    with pytest.raises(ValueError, match="scaling"):
+        turning.map("loud")
+    with pytest.raises(umlauf.Error):
+        umlauf.orders(vibration, speed, max_order=-1)
