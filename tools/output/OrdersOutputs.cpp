@@ -13,6 +13,7 @@
 #include "tools/output/OrdersPictures.h"
 #include "tools/output/Plot.h"
 #include "tools/output/UnitText.h"
+#include "umlauf/orders/TorsionalVibration.h"
 
 namespace umlauf::tool {
 namespace {
@@ -25,7 +26,11 @@ void Check(bool had) {
   if (!had) Fail("there is no memory for the results");
 }
 
-double AmplitudeFactor(const OrdersOptions& options) { return options.rms ? std::sqrt(0.5) : 1; }
+/// Of the amplitude of a track; the speed from edge to edge shows those of a torsional vibration too small.
+double AmplitudeFactor(const OrdersOptions& options, double order) {
+  const double peak = options.torsional ? CTorsionalVibration(options.pulsesPerRev, 1).Gain(order) : 1;
+  return options.rms ? peak * std::sqrt(0.5) : peak;
+}
 
 void WriteCsv(const OrdersOptions& options, const COrderAnalysis& analysis, OutputFile& out) {
   out.Print("channel,order,time_s,revolution,rpm,amplitude,phase_deg\n");
@@ -34,7 +39,7 @@ void WriteCsv(const OrdersOptions& options, const COrderAnalysis& analysis, Outp
     for (std::size_t i = 0; i < orders.size(); ++i) {
       for (const COrderTracker::Point& point : analysis.Tracks()->Track(c, i)) {
         out.Print("{},{},{},{},{},{},{}\n", c + 1, orders[i], point.place.time, point.place.revolution,
-                  point.place.rpm, AmplitudeFactor(options) * point.amplitude, point.phase);
+                  point.place.rpm, AmplitudeFactor(options, orders[i]) * point.amplitude, point.phase);
       }
     }
   }
@@ -54,7 +59,7 @@ nlohmann::ordered_json TracksJson(const OrdersOptions& options, const COrderAnal
       for (const COrderTracker::Point& point : analysis.Tracks()->Track(c, i)) {
         track["time_s"].push_back(point.place.time);
         track["rpm"].push_back(point.place.rpm);
-        track["amplitude"].push_back(AmplitudeFactor(options) * point.amplitude);
+        track["amplitude"].push_back(AmplitudeFactor(options, orders[i]) * point.amplitude);
         track["phase_deg"].push_back(point.phase);
       }
       tracks.push_back(std::move(track));
@@ -123,7 +128,7 @@ std::string Table(const OrdersOptions& options, const COrderAnalysis& analysis,
       row(fmt::format("order {:g}", orders[i]),
           fmt::format("{}greatest {} {:.4g} at {:.0f} rpm, {:.2f} s",
                       about.channels.size() > 1 ? about.channels[c] + ": " : "", options.rms ? "rms" : "peak",
-                      AmplitudeFactor(options) * top.amplitude, top.place.rpm, top.place.time));
+                      AmplitudeFactor(options, orders[i]) * top.amplitude, top.place.rpm, top.place.time));
     }
   }
   for (unsigned c = 0; c < analysis.Channels() && analysis.Average() != nullptr; ++c) {
@@ -189,8 +194,9 @@ void OrdersOutputs::Publish(const COrderAnalysis& analysis, const About& about) 
     DrawPlot(SpectrumPicture(spectra, about.channels), *spectrum_);
   }
   if (plot_) {
-    DrawPlot(TracksPicture(*analysis.Tracks(), orders, about.channels, about.unit, AmplitudeFactor(options_)),
-             *plot_);
+    std::vector<double> factors;
+    for (const double order : orders) factors.push_back(AmplitudeFactor(options_, order));
+    DrawPlot(TracksPicture(*analysis.Tracks(), orders, about.channels, about.unit, factors), *plot_);
   }
   if (average_) DrawAverage(analysis, about, *average_);
   if (csv_) WriteCsv(options_, analysis, *csv_);

@@ -76,7 +76,8 @@ Plot SpectrumPicture(const std::vector<CSigCurve>& spectra, const std::vector<st
 }
 
 Plot TracksPicture(const COrderTracker& tracks, const std::vector<double>& orders,
-                   const std::vector<std::string>& channels, const CMeasuringUnit& unit, double factor) {
+                   const std::vector<std::string>& channels, const CMeasuringUnit& unit,
+                   const std::vector<double>& factors) {
   std::vector<PlotTransfer> transfers;
   for (unsigned c = 0; c < channels.size(); ++c) {
     for (std::size_t i = 0; i < orders.size(); ++i) {
@@ -84,7 +85,7 @@ Plot TracksPicture(const COrderTracker& tracks, const std::vector<double>& order
       transfer.title = fmt::format("order {:g}", orders[i]);
       if (channels.size() > 1) transfer.title += ", " + channels[c];
       for (const COrderTracker::Point& point : tracks.Track(c, i)) {
-        transfer.amplitude.push_back({point.place.rpm, factor * point.amplitude});
+        transfer.amplitude.push_back({point.place.rpm, factors[i] * point.amplitude});
         transfer.phase.push_back({point.place.rpm, point.phase});
       }
       transfers.push_back(std::move(transfer));

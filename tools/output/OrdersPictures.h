@@ -16,8 +16,9 @@ PlotMap MapPicture(const CSigCurveArray& map, const std::string& title, const st
 /// Order spectra of several channels.
 Plot SpectrumPicture(const std::vector<CSigCurve>& spectra, const std::vector<std::string>& channels);
 
-/// Amplitude and phase of all tracks of all channels over speed. `factor` is that of the amplitudes.
+/// Amplitude and phase of all tracks of all channels over speed. `factors` are those of their amplitudes.
 Plot TracksPicture(const COrderTracker& tracks, const std::vector<double>& orders,
-                   const std::vector<std::string>& channels, const CMeasuringUnit& unit, double factor);
+                   const std::vector<std::string>& channels, const CMeasuringUnit& unit,
+                   const std::vector<double>& factors);
 
 }  // namespace umlauf::tool
