@@ -11,7 +11,7 @@ endif()
 if(NOT wanted STREQUAL had)
   file(REMOVE_RECURSE "${full}")
   run("${PYTHON}" -m venv "${full}")
-  run("${full}/bin/pip" install --quiet --requirement "${requirements}")
+  run("${full}/bin/pip" install --quiet --no-compile --requirement "${requirements}")
   configure_file("${requirements}" "${full}/requirements.txt" COPYONLY)
 endif()
 
