@@ -79,7 +79,7 @@ TEST_F(RecordingTool, BadTablesAreToldByTheirLine) {
       {"0,1\n", "at least two rows"},
       {"t,x\n", "at least two rows"},
       {"\n\n", "no rows"},
-      {"0\n1\n2\n", "at least two columns"},
+      {"0\n2\n1\n", "must rise"},
       {"t,x\n0,1\n1,zwei\n", "line 3"},
       {"t,x\n0,1\n1\n", "line 3"},
       {"0;1,5\n1;2,5\n", "decimal point"},

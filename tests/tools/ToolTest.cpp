@@ -27,7 +27,7 @@ TEST_F(ProgramTool, ErrorsAreOneLineAndLeaveNothing) {
       {"speed noise.bin" + out, 1, "--raw"},
       {"speed empty" + out, 1, "is empty"},
       {"speed run.wav --channel 2" + out, 1, "channel 1; choose one with --channel"},
-      {"speed run.wav --channel 0" + out, 2, "whole number from 1 to 65535"},
+      {"speed run.wav --channel 0" + out, 2, "numbers from 1 to 65535"},
       {"speed run.csv --column 3" + out, 1,
        "column 2, also by the name from its header; choose one with --column"},
       {"speed run.csv --column speed" + out, 1, "name from its header"},

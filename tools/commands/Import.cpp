@@ -4,6 +4,8 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <tuple>
+#include <utility>
 #include <vector>
 
 #include "tools/Error.h"
@@ -36,10 +38,22 @@ struct Column {
   std::vector<double> values;  ///< as written: single precision would move the ends of an axis
 };
 
+/// "speed [rpm]" apart; all of it is the name where there is no unit.
+std::pair<std::string, std::string> NameAndUnit(const std::string& cell) {
+  const std::size_t bracket = cell.rfind('[');
+  if (bracket == std::string::npos || !cell.ends_with(']')) return {cell, ""};
+  return {std::string(io::Trimmed(std::string_view(cell).substr(0, bracket))),
+          cell.substr(bracket + 1, cell.size() - bracket - 2)};
+}
+
 Column FindColumn(const CCsvReader& reader, const std::string& wanted, const ImportOptions& options) {
   Column column;
   const std::vector<std::string>& header = reader.Header();
-  const auto named = std::find(header.begin(), header.end(), wanted);
+  auto named = std::find(header.begin(), header.end(), wanted);
+  if (named == header.end()) {
+    named = std::find_if(header.begin(), header.end(),
+                         [&](const std::string& cell) { return NameAndUnit(cell).first == wanted; });
+  }
   const auto number = io::ParseCount(wanted);
   if (named != header.end()) {
     column.index = static_cast<std::size_t>(named - header.begin());
@@ -50,12 +64,7 @@ Column FindColumn(const CCsvReader& reader, const std::string& wanted, const Imp
          header.empty() ? "" : ", or a name from its header");
   }
   if (column.index >= header.size()) return column;
-  column.name = header[column.index];
-  const std::size_t bracket = column.name.rfind('[');
-  if (bracket != std::string::npos && column.name.ends_with(']')) {
-    column.unit = column.name.substr(bracket + 1, column.name.size() - bracket - 2);
-    column.name = io::Trimmed(std::string_view(column.name).substr(0, bracket));
-  }
+  std::tie(column.name, column.unit) = NameAndUnit(header[column.index]);
   return column;
 }
 

@@ -10,8 +10,8 @@
 #include "tools/commands/Commands.h"
 #include "tools/output/Console.h"
 #include "tools/output/UnitText.h"
-#include "umlauf/units/MeasuringUnit.h"
 #include "umlauf/units/MeantUnit.h"
+#include "umlauf/units/MeasuringUnit.h"
 
 namespace umlauf::tool {
 namespace {

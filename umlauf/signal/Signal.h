@@ -53,8 +53,8 @@ class UMLAUF_API CSignal : public CSigRaw, public CViewable {
   const wchar_t* Name() const { return name_.c_str(); }
   void SetName(const wchar_t* name);
   void AppendToName(const wchar_t* text);
-  /// The name as UTF-8 in a buffer of 500 bytes that all signals of a thread share: valid until its next call;
-  /// a longer name is cut at a whole character.
+  /// The name as UTF-8 in a buffer of 500 bytes that all signals of a thread share: valid until its next
+  /// call; a longer name is cut at a whole character.
   const char* NameA() const;
   /// Sets the name from UTF-8. A text of 500 or more characters is not converted: the name becomes empty.
   void SetNameA(const char* utf8);

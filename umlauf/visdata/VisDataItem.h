@@ -54,7 +54,8 @@ class UMLAUF_API CVisDataItem : public CObject, public VisDataTypes {
   void AddDisplayMode(Displaymode mode) { displayModes_ |= mode; }
   /// True when any bit of `mode` is set.
   bool HasDisplayMode(Displaymode mode) const { return (displayModes_ & mode) != 0; }
-  /// Short names of a set of modes, in one buffer of the thread that its next call overwrites. Intended: only "Bg" has no "|" in front, so the others begin with it.
+  /// Short names of a set of modes, in one buffer of the thread that its next call overwrites. Intended: only
+  /// "Bg" has no "|" in front, so the others begin with it.
   static wchar_t* DisplayModeName(int modes);
   int ColourCode() const { return colourCode_; }
   void SetColourCode(int code) { colourCode_ = code; }
