@@ -127,7 +127,7 @@ TEST(ElementNames, NameEveryKindAndNothingElse) {
 
 TEST(TramonStrings, NameEveryIndexAndNothingElse) {
   UseLanguage(L"en");
-  const Cases<const CString& (*)(int), std::initializer_list<int>, const wchar_t*> cases = {
+  const Cases<const CString& (*)(int), std::vector<int>, const wchar_t*> cases = {
       {TramonStrings::ResultName,
        {INT_MIN, -1, 0, 3, 4, 5, INT_MAX},
        L"Test result|Test result|n.OK|Sys.err.|Not set|||"},

@@ -263,8 +263,8 @@ TEST_F(SettingsDatabase, WritersThatWaitComeInTurn) {
   for (std::thread& thread : threads) thread.join();
   const auto [least, most] = std::minmax_element(writes.begin(), writes.end());
   EXPECT_EQ(failed, 0);
-  // Who starves gets next to nothing; a busy machine shares out less evenly than an idle one.
-  EXPECT_GT(20 * *least, *most) << *least << " of " << *most;
+  // Who starves gets nothing, while a busy machine shares out unevenly.
+  EXPECT_GT(100 * *least, *most) << *least << " of " << *most;
 }
 
 TEST_F(SettingsDatabase, ThreadsShareOneObject) {
