@@ -194,6 +194,8 @@ TEST_F(RecordingSource, FailuresSayWhatIsWrong) {
   Write("empty", "");
   Write("noise", std::string("\1\0\2\3", 4));
   Write("wide.txt", std::string("\xFF\xFEt\0,\0x\0\n\0", 10));
+  Write("sound.mp3", std::string("ID3\3\0\0\0\0\0\0", 10));
+  Write("frame.mp3", std::string("\xFF\xFB\x90\0", 4) + std::string(400, '\0'));
   Write("word.csv", "t,x\n0,1\n1,zwei\n");
   using Kind = RecordingFailure::Kind;
   RecordingFormat third, column, rated, backward, rateless;
@@ -214,6 +216,8 @@ TEST_F(RecordingSource, FailuresSayWhatIsWrong) {
       {"empty", {}, Kind::badContent, "is empty"},
       {"noise", {}, Kind::unknownFormat, "known format"},
       {"wide.txt", {}, Kind::unknownFormat, "UTF-16"},
+      {"sound.mp3", {}, Kind::unknownFormat, "MPEG"},
+      {"frame.mp3", {}, Kind::unknownFormat, "MPEG"},
       {"r.wav", third, Kind::noSuchChannel, "channel 1 to 2"},
       {"r.csv", column, Kind::noSuchChannel, "column 2 to 3"},
       {"r.csv", third, Kind::wrongOption, "columns instead"},
