@@ -36,7 +36,7 @@ void CDzPulsListe::Reset() {
 }
 
 void CDzPulsListe::SetEmpty() {
-  entries_.clear();
+  Clear();
   SetAverage(0.0f);
 }
 

@@ -56,7 +56,7 @@ class UMLAUF_API CFueGroeListeBasis : public CSerializable {
 ///
 /// Allocation failure never throws: `resize` and `read` report it and change nothing; `AddEntry` then returns
 /// a spare entry that belongs to the list and leaves the list as it is, so that what the caller sets on the
-/// entry is lost with it; a copy has no entries then.
+/// entry is lost with it; a copy has no entries then. `Complete` tells that entries are missing.
 template <class Entry>
 class UMLAUF_TEMPLATE_API CFueGroeListe : public CFueGroeListeBasis {
   static_assert(std::is_trivially_copyable_v<Entry>);
@@ -78,10 +78,12 @@ class UMLAUF_TEMPLATE_API CFueGroeListe : public CFueGroeListeBasis {
 
   /// Removes the entries; average and last value become 0.
   virtual void Reset() {
-    entries_.clear();
+    Clear();
     SetAverage(0.0f);
     InitLastValue(0.0f);
   }
+  /// False when there was no memory for all entries, until the list is emptied; some are then missing.
+  bool Complete() const { return complete_; }
   virtual bool empty() const { return entries_.empty(); }
   virtual std::uint64_t size() const { return entries_.size(); }
   /// Shortens the list or appends entries in their initial state. False when there is no memory for them.
@@ -133,17 +135,29 @@ class UMLAUF_TEMPLATE_API CFueGroeListe : public CFueGroeListeBasis {
 
   Entry& Append(std::uint64_t samples, float value) {
     const bool appended = umlauf::HadMemory([&] { entries_.emplace_back(samples, value); });
-    if (!appended) return spare_ = Entry(samples, value);
+    if (!appended) {
+      complete_ = false;
+      return spare_ = Entry(samples, value);
+    }
     InitLastValue(value);
     return entries_.back();
+  }
+
+  void Clear() {
+    entries_.clear();
+    complete_ = true;
   }
 
   Entries entries_;
 
  private:
   void CopyEntries(const CFueGroeListe& other) {
-    if (!umlauf::HadMemory([&] { entries_ = other.entries_; })) entries_.clear();
+    complete_ = other.complete_;
+    if (umlauf::HadMemory([&] { entries_ = other.entries_; })) return;
+    entries_.clear();
+    complete_ = false;
   }
 
+  bool complete_ = true;
   Entry spare_;
 };

@@ -4,7 +4,7 @@
 
 #include "umlauf/Export.h"
 #include "umlauf/platform/framework/CFile.h"
-#include "umlauf/platform/framework/CString.h"
+#include "umlauf/platform/framework/FailureText.h"
 #include "umlauf/signal/Signal.h"
 
 /// Reads and writes signal files (suffix .usig): one signal of the classic model with what its own record
@@ -32,7 +32,7 @@ class UMLAUF_API CSignalFile {
   std::unique_ptr<CSignal> Read(const CString& path);
 
   /// Why the last call failed, to follow "cannot read ...: "; empty after one that did not.
-  const CString& Failure() const { return failure_; }
+  const CString& Failure() const { return failure_.Text(); }
 
   /// Whether a file begins as a signal file; false when it cannot be read.
   static bool IsOne(const CString& path);
@@ -42,5 +42,5 @@ class UMLAUF_API CSignalFile {
   std::unique_ptr<CSignal> ReadAny(CFile& file);
   std::unique_ptr<CSignal> ReadSized(CFile& file);
 
-  CString failure_;
+  FailureText failure_;
 };

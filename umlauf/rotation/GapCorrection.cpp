@@ -27,10 +27,9 @@ void CGapCorrection::Take(const CPulseTrain& pulses, CPulseTrain& corrected) {
   complete_ = complete_ && held_.Complete() && umlauf::HadMemory([&] {
                 AddPitchLengths();
                 while (held_.size() - next_ > reach) JudgeNext();
+                if (!decided_ && held_.size() >= horizon_) Decide(false);
+                if (decided_) Release(false, false, corrected);
               });
-  if (!complete_) return;
-  if (!decided_ && held_.size() >= horizon_) Decide(false);
-  if (decided_) Release(false, false, corrected);
 }
 
 void CGapCorrection::AddPitchLengths() {
@@ -44,25 +43,26 @@ void CGapCorrection::AddPitchLengths() {
 }
 
 bool CGapCorrection::Finish(CPulseTrain& corrected) {
-  bool cut = false;
   complete_ = complete_ && umlauf::HadMemory([&] {
                 while (next_ < held_.size()) JudgeNext();
                 const std::size_t whole = found_.size();
                 EndRun();
-                cut = found_.size() > whole;
+                const bool cut = found_.size() > whole;
+                if (!decided_) Decide(cut);
+                Release(true, cut, corrected);
+                if (eachForItself_ && gaps_ > 0) TakeWheelOfAccepted();
               });
-  if (!complete_) return false;
-  if (!decided_) Decide(cut);
-  Release(true, cut, corrected);
-  if (eachForItself_ && gaps_ > 0) {
-    wheel_.gaps.clear();
-    if (finder_.Find(accepted_)) {
-      wheel_ = finder_.Wheel();
-    } else {
-      complete_ = umlauf::HadMemory([&] { wheel_.gaps.push_back({0, *relLength_}); });
-    }
-  }
   return complete_ && corrected.Complete();
+}
+
+/// The wheel of gaps whose length is given, from those that were corrected each for itself.
+void CGapCorrection::TakeWheelOfAccepted() {
+  wheel_.gaps.clear();
+  if (finder_.Find(accepted_)) {
+    wheel_ = finder_.Wheel();
+  } else {
+    wheel_.gaps.push_back({0, *relLength_});
+  }
 }
 
 /// Whether half of the pulses on either side, or on one of them, are hardly shorter: then a median is.

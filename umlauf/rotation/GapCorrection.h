@@ -65,6 +65,7 @@ class UMLAUF_API CGapCorrection {
   void JudgeNext();
   void EndRun();
   void Decide(bool lastIsCut);
+  void TakeWheelOfAccepted();
   void Release(bool atEnd, bool lastIsCut, CPulseTrain& corrected);
   double PitchesOf(std::size_t i, bool cut) const;
   bool Fits(const LongPulses& each) const;

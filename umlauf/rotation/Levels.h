@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "umlauf/Export.h"
-#include "umlauf/platform/framework/CString.h"
+#include "umlauf/platform/framework/FailureText.h"
 #include "umlauf/rotation/RecordingStatistics.h"
 #include "umlauf/rotation/RotationWarning.h"
 #include "umlauf/rotation/SwingSource.h"
@@ -79,7 +79,7 @@ class UMLAUF_API CLevelFinder {
   bool Find(CBlockSource& source, unsigned channel);
 
   const PulseLevels& Levels() const { return levels_; }
-  const CString& Failure() const { return failure_; }
+  const CString& Failure() const { return failure_.Text(); }
 
  private:
   enum class Seen { part, stretches, all };
@@ -101,5 +101,5 @@ class UMLAUF_API CLevelFinder {
   PulseLevels levels_;
   CRecordingStatistics statistics_;
   std::unique_ptr<umlauf::rotation::RangeParts> ranges_;  ///< of all of the recording
-  CString failure_;
+  FailureText failure_;
 };

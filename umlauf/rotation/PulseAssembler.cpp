@@ -28,6 +28,7 @@ CPulseAssembler::CPulseAssembler(const PulseForm& form)
     : form_(form), lastEdge_(form.kind == PulseForm::Kind::samples ? -1 : 0) {}
 
 void CPulseAssembler::Take(const CDzPulsListe& list, CPulseTrain& pulses) {
+  if (!list.Complete()) pulses.MarkIncomplete();
   std::span<const PulsEntry> entries(list.data(), list.size());
   if (form_.kind == PulseForm::Kind::samples && !form_.merges) entries = TakeSampled(entries, pulses);
   for (const PulsEntry& entry : entries) {

@@ -4,7 +4,7 @@
 #include <cstdint>
 
 #include "umlauf/Export.h"
-#include "umlauf/platform/framework/CString.h"
+#include "umlauf/platform/framework/FailureText.h"
 #include "umlauf/pulses/DzPulsListe.h"
 #include "umlauf/rotation/PulseAssembler.h"
 #include "umlauf/rotation/PulseTrain.h"
@@ -35,7 +35,7 @@ class UMLAUF_API CPulseFinder {
   /// Samples that were read so far.
   std::uint64_t Samples() const { return samples_; }
   /// Why it ended early; empty when nothing went wrong.
-  const CString& Failure() const { return failure_; }
+  const CString& Failure() const { return failure_.Text(); }
 
  private:
   CBlockSource& source_;
@@ -45,5 +45,5 @@ class UMLAUF_API CPulseFinder {
   CPulseAssembler assembler_;
   CDzPulsListe list_;
   std::uint64_t samples_ = 0;
-  CString failure_;
+  FailureText failure_;
 };

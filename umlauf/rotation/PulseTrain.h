@@ -79,6 +79,8 @@ class UMLAUF_API CPulseTrain {
   /// [size()]
   std::span<const std::uint8_t> Flags() const { return flags_; }
 
+  /// Pulses were lost on their way here: `Complete` becomes false.
+  void MarkIncomplete() { complete_ = false; }
   /// Room for so many pulses in all; false without memory.
   bool Reserve(std::size_t pulses);
   /// Appends a pulse. The first one sets where the train begins; each other one goes on from the edge before.

@@ -2,6 +2,7 @@
 
 #include <cmath>
 
+#include "umlauf/platform/memory/WithoutMemory.h"
 #include "umlauf/recording/BlockSource.h"
 #include "umlauf/rotation/GapCorrection.h"
 #include "umlauf/rotation/SpeedSignals.h"
@@ -46,12 +47,14 @@ bool CRotation::Analyse(CBlockSource& recording, unsigned channel) {
   samples_ = 0;
   counts_ = CPulseCounts();
   revolutions_ = CRevolutions(gap_, pulsesPerRevolution_);
-  if (SettingsFit() && Find(recording, channel)) {
+  const bool enough = umlauf::HadMemory([&] {
+    if (!SettingsFit() || !Find(recording, channel)) return;
     counts_.Take(pulses_);
     revolutions_.Take(pulses_);
     if (counts_.Speed().count == 0) FailWithoutPulses();
     if (!revolutions_.Complete()) failure_ = L"there is no memory for the revolutions";
-  }
+  });
+  if (!enough) failure_ = L"there is no memory for the results";
   if (failure_.IsEmpty()) return true;
   pulses_.Clear();
   counts_ = CPulseCounts();
@@ -101,7 +104,7 @@ bool CRotation::FindPulses(CBlockSource& recording, unsigned channel) {
   if (failure_.IsEmpty()) failure_ = tacho.Failure();
   if (!complete || !pulses_.Complete()) failure_ = L"there is no memory for all pulses of the recording";
   if (failure_.IsEmpty() && !tacho.LevelsServed()) {
-    levels_ = tacho.Levels();
+    levels_.Follow(*levels_.otherwise);
     return false;
   }
   levels_.warnings = tacho.Warnings();

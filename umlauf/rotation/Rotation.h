@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "umlauf/Export.h"
-#include "umlauf/platform/framework/CString.h"
+#include "umlauf/platform/framework/FailureText.h"
 #include "umlauf/rotation/Levels.h"
 #include "umlauf/rotation/PulseTrain.h"
 #include "umlauf/rotation/Revolutions.h"
@@ -67,7 +67,7 @@ class UMLAUF_API CRotation {
   /// results are then empty.
   bool Analyse(CBlockSource& recording, unsigned channel = 0);
   /// Why the last `Analyse` found nothing, in one sentence; empty after one that did.
-  const CString& Failure() const { return failure_; }
+  const CString& Failure() const { return failure_.Text(); }
   /// What is doubtful about the results; see CPulseJudge.
   const std::vector<RotationWarning>& Warnings() const { return levels_.warnings; }
 
@@ -111,7 +111,7 @@ class UMLAUF_API CRotation {
   CDzPulsDetektor detector_;
   std::size_t blockSize_ = 65536;
 
-  CString failure_;
+  FailureText failure_;
   PulseLevels levels_;
   PulseWheel wheel_;
   CPulseTrain pulses_;

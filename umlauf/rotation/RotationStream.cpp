@@ -82,7 +82,8 @@ bool CRotationStream::Learn() {
   } else if (finder.Levels().scale) {
     failure_ = L"no two levels serve for the start of the measurement; give them";
   }
-  levels_ = finder.Levels();
+  if (!umlauf::HadMemory([&] { levels_ = finder.Levels(); }))
+    failure_ = L"there is no memory for the levels that were found";
   detector_.SchrankenSetzen(levels_.upper, levels_.lower);
   return failure_.IsEmpty();
 }

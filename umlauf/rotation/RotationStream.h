@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "umlauf/Export.h"
-#include "umlauf/platform/framework/CString.h"
+#include "umlauf/platform/framework/FailureText.h"
 #include "umlauf/pulses/DzPulsListe.h"
 #include "umlauf/rotation/GapCorrection.h"
 #include "umlauf/rotation/Levels.h"
@@ -62,7 +62,7 @@ class UMLAUF_API CRotationStream {
   const PulseLevels& Levels() const { return levels_; }
   /// The wheel as far as it was seen.
   const PulseWheel& Wheel() const { return gap_.Wheel(); }
-  const CString& Failure() const { return failure_; }
+  const CString& Failure() const { return failure_.Text(); }
 
  private:
   bool HasGap() const { return settings_.gap || settings_.gapLength.has_value(); }
@@ -80,5 +80,5 @@ class UMLAUF_API CRotationStream {
   std::vector<float> held_;  ///< samples until there are levels
   bool learning_ = false;
   std::uint64_t samples_ = 0;
-  CString failure_;
+  FailureText failure_;
 };

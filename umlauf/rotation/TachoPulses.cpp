@@ -100,9 +100,11 @@ bool CTachoPulses::LevelsServed() const {
 
 PulseLevels CTachoPulses::Levels() const {
   if (!state_) return {};
-  PulseLevels levels = state_->levels;
-  if (!LevelsServed()) levels.Follow(*levels.otherwise);
-  return levels;
+  return umlauf::WithMemory(PulseLevels(), [&] {
+    PulseLevels levels = state_->levels;
+    if (!LevelsServed()) levels.Follow(*levels.otherwise);
+    return levels;
+  });
 }
 
 std::vector<RotationWarning> CTachoPulses::Warnings() {

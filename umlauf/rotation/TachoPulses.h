@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "umlauf/Export.h"
-#include "umlauf/platform/framework/CString.h"
+#include "umlauf/platform/framework/FailureText.h"
 #include "umlauf/rotation/Levels.h"
 #include "umlauf/rotation/RotationWarning.h"
 
@@ -46,12 +46,13 @@ class UMLAUF_API CTachoPulses {
   /// Whether levels that were found in a part of the recording served for all of it; call behind `Finish`.
   /// Where they did not, the pulses are to be found again, with `Levels`.
   bool LevelsServed() const;
-  /// Those to use: where the given ones did not serve, a scale for every swing.
+  /// Those to use: where the given ones did not serve, a scale for every swing. Without memory those of a new
+  /// object.
   PulseLevels Levels() const;
   /// What is doubtful; see CPulseJudge. Call once, behind `Finish`.
   std::vector<RotationWarning> Warnings();
   /// Why something was false; empty when nothing went wrong.
-  const CString& Failure() const { return failure_; }
+  const CString& Failure() const { return failure_.Text(); }
 
  private:
   struct State;
@@ -60,5 +61,5 @@ class UMLAUF_API CTachoPulses {
   bool Failed(const wchar_t* why);
 
   std::unique_ptr<State> state_;
-  CString failure_;
+  FailureText failure_;
 };

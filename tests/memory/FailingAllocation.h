@@ -1,0 +1,16 @@
+#pragma once
+
+#include <functional>
+
+#include "umlauf/signal/SigCurveExt.h"
+
+/// Runs `use` again and again, the k-th allocation failing for every k, alone and with all that follow it:
+/// nothing may be thrown, nothing may leak, and with memory back the same calls serve again.
+void EveryAllocationFails(const std::function<void()>& use);
+
+/// Texts that do not fit into the room that small texts have within their object.
+const CString& LongText();
+const CString& LongerText();
+
+/// 200 values with a long name and a unit.
+CSigCurveExt LongNamedCurve();
