@@ -19,7 +19,7 @@ class ProgressSource final : public CBlockSource {
   void Purpose(std::string what) { what_ = std::move(what); }
   /// Throws ToolError when the last pass ended early.
   void Check() const {
-    if (const CString failure = source_.Failure(); !failure.IsEmpty()) Fail("{}", failure.ToUtf8());
+    if (source_.HasFailed()) Fail("{}", source_.Failure().ToUtf8());
   }
 
   double SampleRate() const override { return source_.SampleRate(); }
@@ -28,6 +28,7 @@ class ProgressSource final : public CBlockSource {
   double StartTime() const override { return source_.StartTime(); }
   CString ChannelName(unsigned c) const override { return source_.ChannelName(c); }
   CString Failure() const override { return source_.Failure(); }
+  bool HasFailed() const override { return source_.HasFailed(); }
   SampleBlock Read(std::size_t count) override {
     if (!progress_) progress_.emplace(what_, source_.Frames().value_or(0));
     const SampleBlock block = source_.Read(count);

@@ -87,9 +87,7 @@ void PrintWarnings(const RecordingWarnings& warnings) {
 
 SampleBlock Read(CBlockSource& source, std::size_t count) {
   const SampleBlock block = source.Read(count);
-  if (block.count == 0) {
-    if (const CString failure = source.Failure(); !failure.IsEmpty()) Fail("{}", failure.ToUtf8());
-  }
+  if (block.count == 0 && source.HasFailed()) Fail("{}", source.Failure().ToUtf8());
   return block;
 }
 

@@ -53,10 +53,13 @@ bool COutputFile::Open(const fs::path& target, void (*announce)(const std::strin
 /// writers choose the format by it.
 bool COutputFile::OpenTemporary(void (*announce)(const std::string&)) {
   std::random_device random;
+  fs::path::string_type folder = target_.native();
+  folder.resize(folder.size() - target_.filename().native().size());
   for (int attempt = 0; attempt < 100 && file_ == nullptr; ++attempt) {
-    temporary_ = target_;
-    temporary_.replace_filename(
-        fmt::format(".{}.{:08x}.part{}", target_.stem().string(), random(), target_.extension().string()));
+    const std::string name =
+        fmt::format(".{}.{:08x}.part{}", target_.stem().string(), random(), target_.extension().string());
+    // Made as one text: changing a path in place breaks it where there is no memory.
+    temporary_ = fs::path(folder + fs::path(name).native());
     if (announce != nullptr) announce(temporary_.string());
     file_ = OpenFile(temporary_, "wbx");
     if (file_ == nullptr && errno != EEXIST) break;

@@ -146,6 +146,8 @@ bool CRecordingSource::Seek(std::uint64_t frame) {
 
 CString CRecordingSource::Failure() const { return state_->failure.text; }
 
+bool CRecordingSource::HasFailed() const { return static_cast<bool>(state_->failure); }
+
 unsigned CRecordingSource::RecordingChannels() const { return state_->reader->recordingChannels(); }
 
 unsigned CRecordingSource::ChannelNumber(unsigned c) const {

@@ -31,6 +31,7 @@ class UMLAUF_IO_API CRecordingSource final : public CBlockSource {
   bool Rewind() override;
   bool Seek(std::uint64_t frame) override;
   CString Failure() const override;
+  bool HasFailed() const override;
 
   /// Channels of the recording, also those that were not asked for.
   unsigned RecordingChannels() const;

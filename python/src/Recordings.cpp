@@ -47,7 +47,7 @@ std::vector<float> ReadAll(const FileChannel& channel) {
   for (SampleBlock block = source->Read(blockFrames); block.count > 0; block = source->Read(blockFrames)) {
     for (std::size_t i = 0; i < block.count; ++i) samples.push_back(block.samples[i * block.stride]);
   }
-  if (!source->Failure().IsEmpty()) throw Error(source->Failure());
+  if (source->HasFailed()) throw Error(source->Failure());
   return samples;
 }
 

@@ -77,10 +77,10 @@ void CLevelFinder::Given(std::optional<float> upper, std::optional<float> lower)
 }
 
 bool CLevelFinder::Rewound(CBlockSource& source) {
-  failure_ = source.Failure();
+  failure_.Take(source.HasFailed(), source.Failure());
   if (!failure_.IsEmpty()) return false;
   if (source.Rewind()) return true;
-  failure_ = source.Failure();
+  failure_.Take(source.HasFailed(), source.Failure());
   if (failure_.IsEmpty()) failure_ = L"the recording can be read only once; give both levels";
   return false;
 }
@@ -102,7 +102,7 @@ bool CLevelFinder::Find(CBlockSource& source, unsigned channel) {
   }
   if (!Rewound(source)) {
     // With both levels a stream is as good; it is judged by its pulses alone.
-    if (given && source.Failure().IsEmpty()) failure_.Empty();
+    if (given && !source.HasFailed()) failure_.Empty();
     return failure_.IsEmpty();
   }
   if (!umlauf::HadMemory([&] { Look(source, channel); })) failure_ = L"there is no memory to look for levels";

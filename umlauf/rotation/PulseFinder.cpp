@@ -20,7 +20,7 @@ bool CPulseFinder::Next(CPulseTrain& pulses) {
   if (!failure_.IsEmpty()) return false;
   const SampleBlock block = source_.Read(blockSize_);
   if (block.count == 0) {
-    failure_ = source_.Failure();
+    failure_.Take(source_.HasFailed(), source_.Failure());
     return false;
   }
   detector_.PulseSuchen(block.samples + channel_, block.count, list_, static_cast<unsigned>(block.stride));

@@ -100,7 +100,7 @@ bool CRotation::FindPulses(CBlockSource& recording, unsigned channel) {
     wheel_ = gap.Wheel();
   }
   samples_ = tacho.Samples();
-  failure_ = recording.Failure();
+  failure_.Take(recording.HasFailed(), recording.Failure());
   if (failure_.IsEmpty()) failure_ = tacho.Failure();
   if (!complete || !pulses_.Complete()) failure_ = L"there is no memory for all pulses of the recording";
   if (failure_.IsEmpty() && !tacho.LevelsServed()) {

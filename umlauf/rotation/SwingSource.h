@@ -48,6 +48,7 @@ class UMLAUF_API CSwingSource : public CBlockSource {
   SampleBlock Read(std::size_t count) override;
   bool Rewind() override;
   CString Failure() const override;
+  bool HasFailed() const override { return noMemory_ || source_.HasFailed(); }
 
  private:
   struct State;

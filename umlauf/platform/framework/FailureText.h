@@ -22,6 +22,11 @@ class UMLAUF_API FailureText {
     text_ = why;
     return *this;
   }
+  /// What another object says; its words may be lost, the failure is not.
+  void Take(bool failed, const CString& why) {
+    failed_ = failed;
+    text_ = why;
+  }
   template <class... Values>
   void Format(const wchar_t* format, const Values&... values) {
     failed_ = true;
