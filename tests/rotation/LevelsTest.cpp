@@ -95,6 +95,43 @@ TEST(Levels, FindTheTeethOrSayWhatIsWrong) {
   }
 }
 
+/// 10 marks a second over 0.3 of the turn, with hum between the edges of these: it is as regular as teeth.
+TEST(Levels, RippleBetweenMarksIsNoTooth) {
+  const struct {
+    double hum;
+    const char* code;
+  } cases[] = {{0, ""}, {0.02, ""}, {0.2, "levels-uncertain"}};
+  for (const auto& c : cases) {
+    std::vector<float> samples(20000);
+    for (std::size_t i = 0; i < samples.size(); ++i) {
+      const double time = static_cast<double>(i) / kRate;
+      const double mark = std::fmod(10 * time + 0.6, 1.0) < 0.3 ? 1 : -1;
+      samples[i] = static_cast<float>(mark + c.hum * std::sin(2 * std::numbers::pi * 50 * time));
+    }
+    CMemorySource recording(samples, kRate);
+    CRotation rotation;
+    ASSERT_TRUE(rotation.Analyse(recording)) << c.hum;
+    EXPECT_EQ(rotation.Pulses().size(), 20u) << c.hum;
+    EXPECT_EQ(rotation.Warnings().empty() ? "" : rotation.Warnings()[0].code, c.code) << c.hum;
+  }
+}
+
+/// Slow marks that the hum turns back on their way cannot be told from a shaft that runs out: that is said.
+TEST(Levels, WhatCouldBeTeethOrMarksIsDoubted) {
+  std::vector<float> samples(40000);
+  for (std::size_t i = 0; i < samples.size(); ++i) {
+    const double time = static_cast<double>(i) / kRate;
+    const double turn = std::fmod(4 * time, 1.0) - 0.5;
+    samples[i] =
+        static_cast<float>(std::exp(-turn * turn / 0.04) + 0.06 * std::sin(2 * std::numbers::pi * 50 * time));
+  }
+  CMemorySource recording(samples, kRate);
+  CRotation rotation;
+  ASSERT_TRUE(rotation.Analyse(recording));
+  ASSERT_FALSE(rotation.Warnings().empty());
+  EXPECT_EQ(rotation.Warnings()[0].code, "levels-uncertain");
+}
+
 /// 60 pulses in a revolution, 600 rpm, on a drift of three times the amplitude.
 TEST(Levels, FollowADrift) {
   std::vector<float> samples(30000);

@@ -201,6 +201,14 @@ void CLevelFinder::TakeLevels(const Swings& swings) {
 }
 
 void CLevelFinder::Take(const Swings& swings) {
+  if (swings.rivals > 0) {
+    CString text;
+    text.Format(
+        L"%.0f swings of the signal were taken for teeth, but %.0f %s ones are as regular; look at the "
+        L"recording, and if those are the teeth give both levels",
+        swings.count, swings.rivals, swings.rivals > swings.count ? L"smaller" : L"greater");
+    levels_.warnings.push_back({"levels-uncertain", text});
+  }
   const bool plain = swings.scale.preparation == SwingScale::Preparation::none;
   if (plain && swings.HaveCommonLevels() && !swings.Wander()) {
     levels_.upper = detector_.ObereSchranke();

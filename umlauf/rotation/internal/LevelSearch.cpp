@@ -5,6 +5,7 @@
 #include <cmath>
 #include <limits>
 #include <span>
+#include <utility>
 
 #include "umlauf/rotation/internal/Zigzag.h"
 
@@ -15,10 +16,13 @@ constexpr double bad = 0.02;       ///< of the badness
 constexpr float cutSwing = 0.85f;  ///< a swing at either end must be so much of the next one
 constexpr float dwarf = 0.15f;     ///< a swing so much smaller than those on both sides belongs to no tooth
 constexpr double irregular = 0.3;
-constexpr std::uint64_t fewPulses = 4;
+constexpr std::uint64_t fewPulses = 4, enoughPulses = 10;
 constexpr double wandering = 0.1;  ///< of a swing, within four
 constexpr double evenShare = 0.7;  ///< a gap takes two pulses of a revolution
 constexpr std::size_t mostPlateaus = 8;
+constexpr std::uint64_t fewMarks = 10;
+constexpr double highMarks = 5;       ///< times the swings that lie on them
+constexpr double mostCertain = 0.05;  ///< of a swing: so small is no tooth beside it
 
 /// Stretches as they are to be followed; those that need no preparation are not copied.
 class PreparedStretches {
@@ -120,6 +124,59 @@ Swings FollowPrepared(const PreparedStretches& stretches, const SwingScale& scal
   return swings;
 }
 
+/// What small swings are to great ones: edges are passed in one go, the rest is ripple.
+struct Ripple {
+  double edges = 0, flats = 0;  ///< flats: between two edges, with ripple on them
+  double others = 0, heights = 0;
+  double Height() const { return heights / std::max(others, 1.0); }
+};
+
+Ripple RippleBetween(const PreparedStretches& stretches, float smallest, double edge) {
+  Ripple ripple;
+  for (const std::span<const float> samples : stretches) {
+    Zigzag zigzag(smallest);
+    float last = samples.empty() ? 0 : samples[0];
+    bool rippled = false;
+    for (const float sample : samples) {
+      if (!zigzag.Take(sample)) continue;
+      const double swing = std::abs(zigzag.Value() - last);
+      last = zigzag.Value();
+      if (swing >= edge) {
+        ++ripple.edges;
+        ripple.flats += rippled ? 1 : 0;
+        rippled = false;
+      } else {
+        rippled = true;
+        ++ripple.others;
+        ripple.heights += swing;
+      }
+    }
+  }
+  return ripple;
+}
+
+/// Whether small swings are ripple on the flats between the edges of great ones (hum, ringing, a level that
+/// moves with the angle), how ever regular: the great ones go up and down in one go, or nearly so. Teeth that
+/// lie on a greater wave, of a shaft that runs out, turn many times on its way; where a shaft speeds up,
+/// small teeth come before great ones, not between them.
+bool AreRipple(const PreparedStretches& stretches, const Swings& small, Swings& great) {
+  const double height = great.sizes / (2 * great.count);
+  for (const auto& [edge, most] : {std::pair(0.6, 0.35), std::pair(0.25, 0.1)}) {
+    const Ripple ripple = RippleBetween(stretches, small.scale.smallest, edge * height);
+    if (ripple.edges < 0.9 * 2 * great.count || ripple.flats < 0.05 * ripple.edges) continue;
+    if (ripple.Height() > most * height) continue;
+    great.rivals = ripple.Height() > mostCertain * height ? small.count : 0;
+    return true;
+  }
+  return false;
+}
+
+/// Whether great swings, which small ones seem to lie on, could as well be the marks of a shaft under hum.
+bool CouldBeMarks(const Swings& small, const Swings& great) {
+  return great.regularity.Pulses() >= fewMarks && great.Badness() < irregular &&
+         3 * great.count < small.count && great.sizes / great.count > highMarks * small.sizes / small.count;
+}
+
 /// The best of one preparation.
 Swings Best(const Stretches& stretches, SwingScale scale) {
   const PreparedStretches prepared(stretches, scale);
@@ -144,9 +201,12 @@ Swings Best(const Stretches& stretches, SwingScale scale) {
     // the teeth, if they look like teeth.
     const bool alike = swings.count > 0.8 * best.count && best.Badness() < bad && swings.Badness() < bad;
     if (best.scale.smallest == 0 ||
-        (alike ? plateau.Width() > width : swings.Badness() < best.Badness() / 2)) {
+        (alike ? plateau.Width() > width : swings.Badness() < best.Badness() / 2) ||
+        (!alike && swings.AreRegular() && AreRipple(prepared, best, swings))) {
       best = std::move(swings);
       width = plateau.Width();
+    } else if (CouldBeMarks(best, swings)) {
+      best.rivals = swings.count;
     }
   }
   return best;
@@ -156,6 +216,11 @@ Swings Best(const Stretches& stretches, SwingScale scale) {
 
 bool Swings::AreRegular() const {
   return scale.smallest > 0 && regularity.Pulses() >= fewPulses && Badness() < irregular;
+}
+
+bool Swings::AreFlawless() const {
+  return AreRegular() && regularity.Pulses() >= enoughPulses && regularity.Odd() + dwarfs <= 0 &&
+         regularity.EvenShare() >= evenShare;
 }
 
 bool Swings::Wander() const { return wander > wandering * sizes; }
@@ -172,7 +237,10 @@ Swings FindSwings(const Stretches& stretches) {
   if (plain.limit > 0) plain.preparation = Preparation::unwrapped;
   Swings best = Best(stretches, plain);
   for (const auto kind : {Preparation::median, Preparation::jumps}) {
-    if (best.scale.smallest > 0 && best.regularity.Odd() <= 0 && best.Badness() < bad) break;
+    // A step is no edge only where edges do not make sense; a spike, which is gone in a median, may well come
+    // as regularly as a mark.
+    const bool good = best.regularity.Odd() <= 0 && best.Badness() < bad;
+    if (best.scale.smallest > 0 && (kind == Preparation::jumps ? good || best.AreFlawless() : good)) break;
     SwingScale scale{.preparation = kind};
     if (kind == Preparation::jumps) {
       scale.limit = std::numeric_limits<float>::infinity();

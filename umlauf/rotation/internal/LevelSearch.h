@@ -18,10 +18,13 @@ struct Swings {
   double dwarfs = 0;                     ///< of them far smaller than those around
   float highestLow = 0, lowestHigh = 0;  ///< levels between these two are passed by every swing
   double sizes = 0, wander = 0;          ///< sums: half swings, and how far their middles moved meanwhile
+  double rivals = 0;                     ///< others, smaller or greater, that could be the teeth as well
   Regularity regularity;
 
   /// Teeth, as far as can be told.
   bool AreRegular() const;
+  /// Nothing at all speaks against it; for few swings that is less than being far from bad.
+  bool AreFlawless() const;
   /// Two levels serve for all swings, far enough apart for the noise.
   bool HaveCommonLevels() const { return lowestHigh - highestLow >= scale.smallest; }
   /// The level moves so fast that edges at a fixed one would come early and late.
