@@ -55,12 +55,14 @@ double Peak(const CSigCurve& spectrum, double order) {
   return (static_cast<double>(top) + (a - c) / (2 * (a - 2 * b + c))) * step;
 }
 
-TEST(KnownOrders, AreWhereTheyAreAndAsLargeAsTheyAre) {
+class KnownOrders : public testing::TestWithParam<OrderTrackSettings::Method> {};
+
+TEST_P(KnownOrders, AreWhereTheyAreAndAsLargeAsTheyAre) {
   const std::vector<float> samples = Vibration();
   CMemorySource recording(samples, kRate);
   COrderAnalysis::Settings settings;
   settings.map = {.maxOrder = 20, .resolution = 0.1};
-  settings.tracks = {.orders = {1, 2.5, 16}, .bandwidth = 0.5};
+  settings.tracks = {.orders = {1, 2.5, 16}, .bandwidth = 0.5, .method = GetParam()};
   COrderAnalysis analysis(settings);
   ASSERT_TRUE(analysis.Analyse(recording, kShaft.Pulses(kRate, kSeconds, 60), 60))
       << analysis.Failure().ToUtf8();
@@ -92,5 +94,9 @@ TEST(KnownOrders, AreWhereTheyAreAndAsLargeAsTheyAre) {
     EXPECT_LT(place, 0.01) << kOrders[i].order;
   }
 }
+
+INSTANTIATE_TEST_SUITE_P(Methods, KnownOrders,
+                         testing::Values(OrderTrackSettings::Method::segments,
+                                         OrderTrackSettings::Method::voldKalman));
 
 }  // namespace

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <numbers>
 
 #include "umlauf/platform/vekta/numeric.h"
 #include "umlauf/spectrum/RealTransform.h"
@@ -22,6 +23,11 @@ bool AngleGrid::IsValid() const {
 double AngleGrid::FlatTo() const {
   const double stop = stepsPerRevolution - maxOrder;
   return std::clamp(stop - kTransition * stepsPerRevolution, 0.8 * maxOrder, maxOrder);
+}
+
+double AngleGrid::MeanGain(double order) const {
+  const double arc = std::numbers::pi * order / stepsPerRevolution;
+  return !stepMeans || arc == 0 ? 1 : arc / std::sin(arc);
 }
 
 AngleGrid AngleGrid::ForSpectra(double maxOrder, double resolution) {

@@ -45,7 +45,11 @@ bool COrderAnalysis::Prepare(const AngleGrid& grid, const CPulseTrain& pulses) {
     if (!settings_.tracks.orders.empty()) tracks_.emplace(settings_.tracks, grid, channels_, pulses);
   });
   if (!had || (tracks_ && !tracks_->IsValid())) {
-    return Fail(L"the orders to follow must lie above 0, half a bandwidth apart and up to the highest order");
+    return Fail(settings_.tracks.method == OrderTrackSettings::Method::segments
+                    ? L"the orders to follow must lie above 0, half a bandwidth apart and up to the highest "
+                      L"order"
+                    : L"the orders to follow must lie above 0, half a bandwidth apart and up to the highest "
+                      L"order; for a Vold-Kalman filter they may be too many, or their bandwidth too narrow");
   }
   average_.reset();
   if (settings_.averagedRevolutions == 0) return true;
@@ -55,6 +59,7 @@ bool COrderAnalysis::Prepare(const AngleGrid& grid, const CPulseTrain& pulses) {
 }
 
 bool COrderAnalysis::Finish() {
+  if (tracks_) tracks_->Finish();
   if (map_->Rows().empty()) return Fail(L"the shaft does not turn long enough for an order spectrum");
   if (!map_->Complete() || (tracks_ && !tracks_->Complete()) || (frequencies_ && !frequencies_->Complete())) {
     return Fail(L"there is no memory for all results");
@@ -128,9 +133,11 @@ bool COrderAnalysis::AnalyseTorsion(const CPulseTrain& pulses, double pulsesPerR
     return Fail(L"the highest order of a torsional vibration is half the pulses of a revolution");
   }
   const double steps = std::exchange(map.steps, pulsesPerRevolution);
+  map.stepMeans = true;
   const AngleGrid grid = map.Grid();
   const bool prepared = Prepare(grid, pulses);
   map.steps = steps;
+  map.stepMeans = false;
   if (!prepared) return false;
   Frames over(1);
   if (!over.IsValid()) return Fail(L"there is no memory");

@@ -45,7 +45,8 @@ class UMLAUF_API COrderAnalysis {
   /// False, with the reason in `Failure`, when it cannot; the results are then null.
   bool Analyse(CBlockSource& recording, const CPulseTrain& pulses, double pulsesPerRevolution,
                unsigned first = 0, unsigned channels = 0);
-  /// The same for the torsional vibration of the shaft itself: one channel, its speed [rpm].
+  /// The same for the torsional vibration of the shaft itself: one channel, its speed [rpm]. Maps and tracks
+  /// are those of the speed, and not of its means from edge to edge; the synchronous average is of those.
   bool AnalyseTorsion(const CPulseTrain& pulses, double pulsesPerRevolution);
   /// Why the last analysis failed, in one sentence; empty after one that did not.
   const CString& Failure() const { return failure_; }

@@ -42,6 +42,7 @@ CMeasuringUnit MapAxis::Unit() const {
 AngleGrid OrderMapSettings::Grid() const {
   AngleGrid grid = AngleGrid::ForSpectra(maxOrder, resolution);
   if (steps > 0) grid.stepsPerRevolution = steps;
+  grid.stepMeans = stepMeans;
   return grid;
 }
 
@@ -63,7 +64,12 @@ struct COrderMap::Engine {
     bins.unit = CMeasuringUnit(CMeasuringUnit::order);
     // A block has a segment's step at most, so that it completes one row.
     block = std::min<std::size_t>(step, 1024);
-    valid = samples.alloc(block) && row.alloc(length / 2 + 1);
+    valid = samples.alloc(block) && row.alloc(length / 2 + 1) && gains.alloc(bins.bins);
+    const AngleGrid grid = s.Grid();
+    for (std::size_t k = 0; k < gains.size(); ++k) {
+      const double gain = grid.MeanGain(bins.step * static_cast<double>(k));
+      gains[k] = static_cast<float>(gain * gain);
+    }
     for (unsigned c = 0; c < channels && valid; ++c) {
       spectra.emplace_back(segments, shaft.stepsPerRevolution, SpectrumScaling::Power);
       rows.emplace_back(bins, axis.step);
@@ -77,6 +83,7 @@ struct COrderMap::Engine {
     for (unsigned c = 0; c < channels; ++c) {
       QVL::Interleave(samples.data(), 1, frames + c, channels, n);
       const bool full = spectra[c].Process(row.data(), samples.data(), n) > 0;
+      if (full) QVL::MulVectors(row.data(), row.data(), gains.data(), gains.size());
       if (full && complete) complete = rows[c].Add(axis.Of(places.Found()[firstRow]), row.data());
       if (full) done = firstRow + 1;
     }
@@ -89,6 +96,7 @@ struct COrderMap::Engine {
   std::vector<CSpectrogramStream> spectra;
   std::vector<orders::MapRows> rows;
   CAlignedMem<float> samples, row;
+  CAlignedMem<float> gains;  ///< [bins] of powers
   orders::SegmentPlaces places;
   std::size_t done = 0;  ///< rows
   bool valid = false, complete = true;
@@ -128,6 +136,10 @@ void COrderMap::Take(const float* frames, const CShaftAngle::Passing* places, st
 const std::vector<ShaftPlace>& COrderMap::Rows() const {
   static const std::vector<ShaftPlace> none;
   return IsValid() ? engine_->places.Found() : none;
+}
+
+std::span<const float> COrderMap::RowPowers(unsigned c) const {
+  return IsValid() && c < engine_->channels ? engine_->rows[c].Powers() : std::span<const float>();
 }
 
 bool COrderMap::Complete() const { return IsValid() && engine_->complete; }

@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <memory>
+#include <span>
 #include <vector>
 
 #include "umlauf/Export.h"
@@ -36,6 +37,7 @@ struct UMLAUF_API OrderMapSettings {
   MapAxis axis = {};
   /// Steps of a revolution; 0: as many as it takes, with fast transforms (AngleGrid::ForSpectra).
   double steps = 0;
+  bool stepMeans = false;  ///< see AngleGrid
 
   /// The steps that the frames must have.
   AngleGrid Grid() const;
@@ -62,6 +64,8 @@ class UMLAUF_API COrderMap {
   void Take(const float* frames, const CShaftAngle::Passing* places, std::size_t n);
   /// Places of the rows so far, before any averaging; their speed is that of the revolution around them.
   const std::vector<ShaftPlace>& Rows() const;
+  /// Mean square of all orders up to the highest one together, for each of these rows in channel c [from 0].
+  std::span<const float> RowPowers(unsigned c) const;
   /// False when there was no memory to keep a row.
   bool Complete() const;
 

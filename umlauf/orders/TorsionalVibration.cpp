@@ -28,11 +28,6 @@ std::size_t CTorsionalVibration::Get(const CShaftAngle& angle, float* rpm, CShaf
   return found;
 }
 
-double CTorsionalVibration::Gain(double order) const {
-  const double arc = std::numbers::pi * order / steps_;
-  return arc == 0 ? 1 : arc / std::sin(arc);
-}
-
 double CTorsionalVibration::AngleOf(double speedAmplitude, double order, double rpm) {
   return speedAmplitude / (order * rpm) * 180 / std::numbers::pi;
 }

@@ -13,8 +13,7 @@
 /// wheel every frame is the exact mean speed from edge to edge.
 ///
 /// Frame k is the mean from step k to step k + 1. So orders appear smaller, by sin(πo/s)/(πo/s) with s steps
-/// of a revolution (`Gain` makes up for it), and their phases count from half a step behind the origin of the
-/// angle.
+/// of a revolution, and half a step early. Maps and tracks of a grid with `stepMeans` make up for both.
 ///
 /// One object is used by one thread at a time; nothing is allocated.
 class UMLAUF_API CTorsionalVibration {
@@ -26,8 +25,6 @@ class UMLAUF_API CTorsionalVibration {
   /// returns how many, `most` at most. 0: the angle ends.
   std::size_t Get(const CShaftAngle& angle, float* rpm, CShaftAngle::Passing* places, std::size_t most);
 
-  /// What the amplitude of an order is multiplied by, below `steps` / 2.
-  double Gain(double order) const;
   /// Amplitude [°] of the angle that belongs to one of the speed at an order and a mean speed, both in rpm.
   static double AngleOf(double speedAmplitude, double order, double rpm);
 

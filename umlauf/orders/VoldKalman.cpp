@@ -17,6 +17,8 @@ constexpr std::array<std::array<double, 4>, 4> kDifference = {
 /// Narrower bandwidths are lost in the last digits, by the number of poles.
 constexpr std::array<double, 4> kNarrowest = {0, 0.0001, 0.0003, 0.005};
 
+constexpr double kMostMemory = 512.0 * 1024 * 1024;
+
 }  // namespace
 
 /// A symmetric banded matrix, and the right side that becomes the solution. Row i holds the elements (i, i),
@@ -74,7 +76,8 @@ bool CVoldKalman::Solve(const float* samples, const double* phases, std::size_t 
   const std::size_t m = part.unknowns;
   std::fill(part.band.begin(), part.band.end(), 0.0);
   const auto& difference = kDifference[poles_];
-  std::array<double, 2 * mostOrders> base{};
+  std::array<double, 2 * mostOrders + 1> base{};
+  if (level_) base[m - 1] = 1;
   for (std::size_t i = 0; i < part.size; ++i) {
     for (std::size_t k = 0; k < m / 2; ++k) {
       const double phase = phases[k * stride + part.begin + i];
@@ -99,16 +102,29 @@ bool CVoldKalman::Solve(const float* samples, const double* phases, std::size_t 
   return part.Solve(part.size * m);
 }
 
+std::size_t CVoldKalman::Overlap() const {
+  return numeric::trunc_sat<std::size_t>(std::ceil(6 / bandwidth_));
+}
+
+std::size_t CVoldKalman::Kept(std::size_t orders) const {
+  if (!IsValid() || orders < 1 || orders > mostOrders) return 0;
+  const auto m = static_cast<double>(Unknowns(orders));
+  const double ofSample = sizeof(double) * m * (m * poles_ + 2);
+  for (const std::size_t kept : {std::max<std::size_t>(4 * Overlap(), 4096), Overlap()}) {
+    if (static_cast<double>(kept + 2 * Overlap()) * ofSample <= kMostMemory) return kept;
+  }
+  return 0;
+}
+
 bool CVoldKalman::Fit(const float* samples, std::size_t n, const double* phases, std::size_t orders) {
   envelopes_.clear();
   n_ = 0;
-  if (!IsValid() || n == 0 || orders < 1 || orders > mostOrders) return false;
-  const auto overlap = numeric::trunc_sat<std::size_t>(std::ceil(6 / bandwidth_));
-  const std::size_t kept = std::max<std::size_t>(4 * overlap, 4096);
+  const std::size_t overlap = Overlap(), kept = Kept(orders);
+  if (kept == 0 || n == 0) return false;
   bool solved = true;
   const bool had = umlauf::HadMemory([&] {
     envelopes_.resize(n * orders);
-    Part part(2 * orders, std::min(n, kept + 2 * overlap), poles_);
+    Part part(Unknowns(orders), std::min(n, kept + 2 * overlap), poles_);
     for (std::size_t begin = 0; begin < n && solved; begin += kept) {
       const std::size_t end = std::min(n, begin + kept);
       part.begin = begin > overlap ? begin - overlap : 0;

@@ -24,7 +24,8 @@
 ///
 /// Samples over equal steps of angle (CAngleResampler) give a bandwidth in orders: B · steps of a revolution.
 /// Long signals are solved in parts that overlap by six times 1 / B, so that memory grows with the envelopes
-/// only, 8 bytes for each sample and order. One object is used by one thread at a time.
+/// only, 8 bytes for each sample and order. A part takes 512 MiB at most. COrderTracker follows orders with
+/// it block by block. One object is used by one thread at a time.
 class UMLAUF_API CVoldKalman {
  public:
   static constexpr std::size_t mostOrders = 16;
@@ -35,8 +36,14 @@ class UMLAUF_API CVoldKalman {
   explicit CVoldKalman(double bandwidth, unsigned poles = 2);
 
   bool IsValid() const { return weight_ > 0; }
-  /// Finds the envelopes of `orders` orders (1 to 16) in n samples. `phases` [orders, n], cycles, row by row:
-  /// order · angle [rev]. False, without envelopes, for what cannot be and without memory.
+  /// Whether it can find so many orders: of narrow ones parts are long, and memory for them goes with the
+  /// square of the number of orders.
+  bool Fits(std::size_t orders) const { return Kept(orders) > 0; }
+  /// Finds a slowly changing level of the samples along with the orders (as a speed has): it is then part of
+  /// none of them.
+  void FollowLevel(bool along) { level_ = along; }
+  /// Finds the envelopes of `orders` orders (1 to 16, `Fits`) in n samples. `phases` [orders, n], cycles, row
+  /// by row: order · angle [rev]. False, without envelopes, for what cannot be and without memory.
   bool Fit(const float* samples, std::size_t n, const double* phases, std::size_t orders);
 
   std::size_t Orders() const { return n_ > 0 ? envelopes_.size() / n_ : 0; }
@@ -49,8 +56,13 @@ class UMLAUF_API CVoldKalman {
  private:
   struct Part;
   bool Solve(const float* samples, const double* phases, std::size_t stride, Part& part);
+  std::size_t Unknowns(std::size_t orders) const { return 2 * orders + (level_ ? 1 : 0); }
+  /// Samples on either side of a part that are solved again, and those of a part that are kept; 0: too many.
+  std::size_t Overlap() const;
+  std::size_t Kept(std::size_t orders) const;
 
   unsigned poles_;
+  bool level_ = false;
   double bandwidth_, weight_ = 0;
   std::size_t n_ = 0;
   std::vector<std::complex<float>> envelopes_;  ///< [orders, n]

@@ -7,7 +7,15 @@
 
 namespace umlauf::orders {
 
+/// Each bin takes in the noise of its neighbours, too.
+double MapRows::Together(const float* powers) const {
+  double sum = 0;
+  for (std::size_t k = 0; k < axis_.bins; ++k) sum += static_cast<double>(powers[k]);
+  return sum * axis_.step / axis_.width;
+}
+
 bool MapRows::Add(double place, const float* powers) {
+  if (!HadMemory([&] { powers_.push_back(static_cast<float>(Together(powers))); })) return false;
   if (std::isnan(place)) return true;
   return HadMemory([&] {
     const double key = step_ > 0 ? (std::floor(place / step_) + 0.5) * step_ : place;
@@ -74,10 +82,7 @@ bool MapRows::Overall(const MapScale& scale, const CMeasuringUnit& arrayUnit, CS
   out.SetYUnit(scale.ValueUnit(axis_.unit));
   bool complete = !rows_.empty() && scale.IsValid();
   for (auto row = rows_.begin(); complete && row != rows_.end(); ++row) {
-    double sum = 0;
-    for (const float each : row->second.sum) sum += static_cast<double>(each);
-    // Each bin takes in the noise of its neighbours, too.
-    const double power = sum / row->second.count * axis_.step / axis_.width;
+    const double power = Together(row->second.sum.data()) / row->second.count;
     complete = out.NeuesPaar(static_cast<float>(row->first),
                              static_cast<float>(scale.Value(power, axis_.width, false)));
   }

@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <map>
+#include <span>
 #include <vector>
 
 #include "umlauf/orders/MapScale.h"
@@ -27,7 +28,8 @@ class MapRows {
 
   /// Adds a row [bins]. False without memory; the row is then missing.
   bool Add(double place, const float* powers);
-  std::size_t Count() const { return rows_.size(); }
+  /// Of each row that was added, in this order: the mean square of all bins together.
+  std::span<const float> Powers() const { return powers_; }
 
   // Results. False, and the result is empty, without rows or memory
   bool Curves(const MapScale& scale, const CMeasuringUnit& arrayUnit, CSigCurveArray& out) const;
@@ -45,8 +47,11 @@ class MapRows {
   bool Fill(CSigCurve& curve, const MapScale& scale, Value power) const;
 
   BinAxis axis_;
+  double Together(const float* powers) const;
+
   double step_;
   std::map<double, Row> rows_;
+  std::vector<float> powers_;
 };
 
 }  // namespace umlauf::orders
