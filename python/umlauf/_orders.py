@@ -83,6 +83,11 @@ class Orders:
         """Time-synchronous average; ValueError unless it was asked for."""
         return SynchronousAverage(*self._data.average())
 
+    @property
+    def averaged(self) -> bool:
+        """Whether a time-synchronous average was asked for."""
+        return self._data.averaged
+
     def plot(self, ax: Any = None, scaling: Scaling = "rms", reference: float | None = None) -> Any:
         """Draws the map on matplotlib axes, with its units; returns the axes."""
         from ._plot import plot_map
