@@ -1,8 +1,11 @@
 """A running measurement: a thousand pulses a second, block by block.
 
-live.py prints one line for each half second.
+live.py PICTURE prints one line for each half second, and draws what came at the end.
 """
 
+import sys
+
+import matplotlib.pyplot as plt
 import numpy as np
 
 import umlauf
@@ -17,16 +20,21 @@ def blocks(seconds: float) -> list[np.ndarray]:
     return np.split(np.sin(2 * np.pi * 60 * turns).astype(np.float32), int(seconds * 100))
 
 
-def main() -> None:
+def main(picture: str) -> None:
     stream = umlauf.SpeedStream(RATE, 60, learning=RATE // 10)
-    latest: list[float] = []
+    figure, ax = plt.subplots(figsize=(9, 4), layout="constrained")
+    latest: list[umlauf.SpeedBlock] = []
     for number, block in enumerate(blocks(3.0), start=1):
-        latest.extend(stream.process(block).rpm)
+        latest.append(stream.process(block))
         if number % 50 == 0:
-            print(f"{number / 100:4.1f} s: {len(latest)} pulses, mean {np.nanmean(latest):7.2f} rpm")
+            time, rpm = (np.concatenate([getattr(each, name) for each in latest]) for name in ("time", "rpm"))
+            print(f"{number / 100:4.1f} s: {len(rpm)} pulses, mean {np.nanmean(rpm):7.2f} rpm")
+            ax.plot(time, rpm, ".", ms=2)
             latest.clear()
     print(f"levels {stream.levels[0]:.2f} and {stream.levels[1]:.2f}, {len(stream.finish().rpm)} pulses held back")
+    ax.set(xlabel="time in s", ylabel="speed in rpm", title="Half seconds of a running measurement")
+    figure.savefig(picture)
 
 
 if __name__ == "__main__":
-    main()
+    main(*sys.argv[1:])

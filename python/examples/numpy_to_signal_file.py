@@ -1,16 +1,17 @@
 """From NumPy to a signal file and back, with units.
 
-numpy_to_signal_file.py SIGNAL.usig
+numpy_to_signal_file.py SIGNAL.usig PICTURE
 """
 
 import sys
 
+import matplotlib.pyplot as plt
 import numpy as np
 
 import umlauf
 
 
-def main(path: str) -> None:
+def main(path: str, picture: str) -> None:
     time = np.arange(0, 2, 0.001)
     torque = umlauf.Curve(5 + np.sin(30 * time), dx=0.001, name="torque", x_unit="s", y_unit="Nm")
     umlauf.write_signal(torque, path)
@@ -21,6 +22,10 @@ def main(path: str) -> None:
     speed = umlauf.Pairs([0, 2], [100, 200], x_unit="s", y_unit="rad/s")
     power = back.to_pairs() * speed
     print(f"power from {power.y.min():.0f} to {power.y.max():.0f} {power.y_unit}")
+    figure, ax = plt.subplots(figsize=(9, 4), layout="constrained")
+    ax.plot(power.x, power.y)
+    ax.set(xlabel=f"time in {power.x_unit}", ylabel=f"power in {power.y_unit}", title="Torque times speed")
+    figure.savefig(picture)
 
 
 if __name__ == "__main__":

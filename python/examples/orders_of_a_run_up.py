@@ -1,6 +1,6 @@
-"""Orders of a vibration over a run-up, with a picture of the map.
+"""Orders of a vibration over a run-up, with a picture of the map and as waterfall.
 
-orders_of_a_run_up.py PICTURE
+orders_of_a_run_up.py PICTURE WATERFALL
 """
 
 import sys
@@ -12,7 +12,7 @@ import umlauf
 RATE = 20_000
 
 
-def main(picture: str) -> None:
+def main(picture: str, waterfall: str) -> None:
     # In place of two channels of a recording: a tacho, and a vibration whose order 2.5 meets a resonance.
     time = np.arange(8 * RATE) / RATE
     turns = 10 * time + 2 * time**2
@@ -28,6 +28,7 @@ def main(picture: str) -> None:
         print(f"order {track.order:g}: {track.amplitude[loudest]:.2f} m/s² at {track.rpm[loudest]:.0f} rpm")
     print(f"synchronous {orders.average.rms:.2f} m/s², residual {orders.average.residual_rms:.2f} m/s²")
     orders.plot().figure.savefig(picture)
+    orders.plot(kind="waterfall").figure.savefig(waterfall)
 
 
 if __name__ == "__main__":

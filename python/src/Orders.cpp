@@ -180,6 +180,9 @@ void BindOrders(nb::module_& module) {
       .def("spectrum", Spectrum, "scaling"_a, "reference"_a.none())
       .def("overall", Overall, "scaling"_a, "reference"_a.none())
       .def("track", Track, "order"_a)
+      .def_prop_ro(
+          "unit", [](const Orders& o) { return o.unit; }, "Of the samples.")
+      .def_prop_ro("averaged", [](const Orders& o) { return o.analysis.Average() != nullptr; })
       .def("average", Average, nb::sig("def average(self) -> tuple[Curve, float, float]"));
 }
 

@@ -51,6 +51,18 @@ std::vector<float> ReadAll(const FileChannel& channel) {
   return samples;
 }
 
+/// The channel of a sound file that is listed with this name.
+unsigned NumberOf(const std::filesystem::path& path, const std::string& name) {
+  RecordingFailure failure;
+  const auto source = OpenRecording(path, {}, failure);
+  if (source == nullptr) Raise(failure);
+  for (unsigned c = 0; c < source->Channels(); ++c) {
+    if (source->ChannelName(c) == CString::FromUtf8(name)) return c + 1;
+  }
+  RefuseValue("the channels of " + path.string() + " have no names; give a number from 1 to " +
+              std::to_string(source->RecordingChannels()));
+}
+
 std::vector<CString> Names(const std::filesystem::path& path) {
   RecordingFailure failure;
   const auto source = OpenRecording(path, {}, failure);
@@ -69,11 +81,7 @@ std::vector<CString> Names(const std::filesystem::path& path) {
 
 FileChannel::FileChannel(std::filesystem::path path, RecordingFormat how)
     : path_(std::move(path)), format_(std::move(how)) {
-  const std::unique_ptr<CRecordingSource> source = Open();
-  if (!format_.columns.empty() && format_.channels.empty() && source->FormatName() != L"text table") {
-    RefuseValue("the channels of " + path_.string() + " have no names; give a number from 1 to " +
-                std::to_string(source->RecordingChannels()));
-  }
+  const std::unique_ptr<CRecordingSource> source = OpenFirst();
   rate = source->SampleRate();
   startTime = source->StartTime();
   frames = source->Frames();
@@ -84,9 +92,34 @@ FileChannel::FileChannel(std::filesystem::path path, RecordingFormat how)
   channels = source->RecordingChannels();
 }
 
-std::unique_ptr<CRecordingSource> FileChannel::Open() const {
+std::unique_ptr<CRecordingSource> FileChannel::OpenFirst() {
   RecordingFailure failure;
   auto source = OpenRecording(path_, format_, failure);
+  if (source != nullptr || failure.kind != RecordingFailure::Kind::wrongOption || format_.raw)
+    return OrWhy(std::move(source), failure);
+  RecordingFormat other = format_;
+  if (!format_.channels.empty()) {  // of a table, channel 1 is the column behind the time
+    other.columns = {std::to_string(format_.channels[0] + 1)};
+    other.channels.clear();
+  } else if (!format_.columns.empty()) {  // its channels have no names but those that they are listed with
+    other.channels = {NumberOf(path_, format_.columns[0])};
+    other.columns.clear();
+  } else {
+    return OrWhy(nullptr, failure);
+  }
+  RecordingFailure second;
+  source = OpenRecording(path_, other, second);
+  format_ = std::move(other);
+  return OrWhy(std::move(source), second.kind == RecordingFailure::Kind::wrongOption ? failure : second);
+}
+
+std::unique_ptr<CRecordingSource> FileChannel::Open() const {
+  RecordingFailure failure;
+  return OrWhy(OpenRecording(path_, format_, failure), failure);
+}
+
+std::unique_ptr<CRecordingSource> FileChannel::OrWhy(std::unique_ptr<CRecordingSource> source,
+                                                     RecordingFailure& failure) const {
   if (source != nullptr) return source;
   if (failure.kind == RecordingFailure::Kind::noSuchChannel) failure.text += Columns(path_);
   Raise(failure);
@@ -103,9 +136,7 @@ void BindRecordings(nb::module_& module) {
             if (raw) format.raw = RawOf(*raw);
             format.rawChannels = rawChannels;
             format.rate = rate;
-            // Of a table, channel 1 is the column behind the time.
             if (channel) format.channels = {*channel};
-            if (channel) format.columns = {std::to_string(*channel + 1)};
             if (column) format.columns = {*column};
             format.firstChannelOnly = true;
             format.scale = scale;

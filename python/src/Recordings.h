@@ -25,6 +25,11 @@ class FileChannel {
   unsigned number = 0, channels = 0;
 
  private:
+  /// Finds out whether the file has channels or columns.
+  std::unique_ptr<CRecordingSource> OpenFirst();
+  std::unique_ptr<CRecordingSource> OrWhy(std::unique_ptr<CRecordingSource> source,
+                                          RecordingFailure& failure) const;
+
   std::filesystem::path path_;
   RecordingFormat format_;
 };

@@ -1,68 +1,37 @@
-"""The examples run as a user runs them, and their types are right."""
+"""The examples run as a user runs them, their page shows them as they are, and their types are right."""
 
+import re
 import subprocess
 import sys
-from pathlib import Path
 
-import numpy as np
 import pytest
 
-import umlauf
 
-
-@pytest.fixture(scope="module")
-def folder(program: str, tmp_path_factory: pytest.TempPathFactory) -> Path:
-    """Recordings for the examples."""
-    folder = tmp_path_factory.mktemp("examples")
-    for name, faster in [("run.wav", 1), ("fast.wav", 2.5)]:
-        speeds = ["--from", str(600 * faster), "--to", str(1200 * faster), "--duration", "2"]
-        subprocess.run([program, "simulate", folder / name, *speeds, "--teeth", "60", "--missing", "2"], check=True)
-
-    asammdf = pytest.importorskip("asammdf")
-    recording = umlauf.read(folder / "run.wav")
-    with asammdf.MDF(version="4.10") as file:
-        file.append(asammdf.Signal(recording.samples, recording.time, name="tacho", unit="V"))
-        file.save(folder / "run.mf4", overwrite=True)
-
-    edges = np.arange(100.3, 90_000, 50.0)
-    words = np.zeros(100_000, np.uint32)
-    words[edges.astype(int)] = ((edges % 1 / (50_000 * 7.8125e-08)).astype(np.uint32) << 8 | 0xA0) << 16
-    words.astype("<u4").tofile(folder / "edges.u32")
-    words = np.zeros(20_000, np.uint32)
-    for start in range(5000, 20_000, 5000):
-        words[start : start + 4] = [0xAA080055, 0x123, 2000, 0]
-    words.astype("<u4").tofile(folder / "traffic.u32")
-    (folder / "net.dbc").write_text(
-        'VERSION ""\nBU_: E\nBO_ 291 Engine: 8 E\n SG_ Speed : 0|16@1+ (0.5,0) [0|0] "rpm" E\n'
+def test_examples_run_and_their_page_is_true(program, sources, tmp_path):
+    subprocess.run([sys.executable, sources / "docs" / "make_examples.py", program, tmp_path], check=True)
+    made, kept = (
+        (each / "python-examples.md").read_text(encoding="utf-8") for each in (tmp_path, sources.parent / "docs")
     )
-    return folder
+    for expected in [
+        "58 teeth on 60 pitches",
+        "channels: tacho, bearing",
+        "order 2.5: 1.9",
+        "measured  1000.0 rpm, told  1000.0 rpm",
+        "3.0 s: ",
+        "ratio 2.4999",
+        "power from",
+    ]:
+        assert expected in made
+    printed = re.compile(r"^```\n.*?^```\n", re.DOTALL | re.MULTILINE)
+    assert printed.sub("", made) == printed.sub("", kept), "run python/docs/make_examples.py"
+    for picture in re.findall(r"images/python/[a-z-]+\.png", made):
+        assert 2000 < (tmp_path / picture).stat().st_size < 60_000 and (sources.parent / "docs" / picture).exists()
 
 
-@pytest.mark.parametrize(
-    ("example", "arguments", "expected"),
-    [
-        ("first_speed", ["run.wav", "speed.png"], "58 teeth on 60 pitches"),
-        ("measurement_file", ["run.mf4", "tacho", "speed.csv", "speed.usig"], "channels: tacho"),
-        ("orders_of_a_run_up", ["orders.png"], "order 2.5"),
-        ("encoder_and_can", ["edges.u32", "traffic.u32", "net.dbc"], "measured  1000.0 rpm, told  1000.0 rpm"),
-        ("live", [], "levels"),
-        ("gear_ratio", ["fast.wav", "run.wav"], "ratio 2."),
-        ("numpy_to_signal_file", ["torque.usig"], "torque"),
-    ],
-)
-def test_example(example, arguments, expected, folder, sources):
-    command = [sys.executable, sources / "examples" / f"{example}.py", *arguments]
-    run = subprocess.run(command, cwd=folder, capture_output=True, text=True, check=False)
-    assert run.returncode == 0, run.stderr
-    assert expected in run.stdout
-    for name in (each for each in arguments if "." in each):
-        assert (folder / name).stat().st_size > 0
-
-
-def test_types_are_right(sources, tmp_path):
+@pytest.mark.parametrize("what", [["-p", "umlauf"], ["examples"], ["docs"]], ids=["package", "examples", "docs"])
+def test_types_are_right(sources, tmp_path, what):
     config = sources.parent / "pyproject.toml"
     command = [sys.executable, "-m", "mypy", "--strict", "--config-file", config, f"--cache-dir={tmp_path}"]
-    run = subprocess.run([*command, "-p", "umlauf"], capture_output=True, text=True, cwd=tmp_path, check=False)
-    assert run.returncode == 0, run.stdout
-    run = subprocess.run([*command, sources / "examples"], capture_output=True, text=True, cwd=tmp_path, check=False)
+    what = what if what[0] == "-p" else [sources / what[0]]
+    run = subprocess.run([*command, *what], capture_output=True, text=True, cwd=tmp_path, check=False)
     assert run.returncode == 0, run.stdout

@@ -127,6 +127,25 @@ def test_uneven_times_are_refused_or_resampled(tmp_path, ending):
     np.testing.assert_allclose(resampled.samples[341:], VALUES[301:], atol=1e-5)
 
 
+def test_channels_of_sound_files_have_numbers(tmp_path):
+    from scipy.io import wavfile
+
+    path = tmp_path / "stereo.wav"
+    wavfile.write(path, int(RATE), np.stack([VALUES, OTHER], axis=1))
+    assert umlauf.channels(path) == ["channel 1 of 2", "channel 2 of 2"]
+    for channel, expected in [(None, VALUES), (1, VALUES), (2, OTHER), ("channel 2 of 2", OTHER)]:
+        recording = umlauf.read(path, channel)
+        np.testing.assert_array_equal(recording.samples, expected)
+        assert recording.name == f"stereo.wav, channel {2 if expected is OTHER else 1} of 2"
+    for match, arguments in [
+        ("no names", {"channel": "volt"}),
+        ("rate", {"channel": 1, "rate": 5}),
+        ("3", {"channel": 3}),
+    ]:
+        with pytest.raises(ValueError, match=match):
+            umlauf.read(path, **arguments)
+
+
 def test_plain_files_and_what_is_none(tmp_path):
     VALUES.tofile(tmp_path / "raw.f32")
     recording = umlauf.read(tmp_path / "raw.f32", raw="f32", rate=RATE, scale=2, unit="V")

@@ -60,3 +60,26 @@ def test_torsion_and_what_is_refused(run_up):
         turning.map("loud")
     with pytest.raises(umlauf.Error):
         umlauf.orders(vibration, speed, max_order=-1)
+
+
+def test_pictures_have_names_and_units(run_up):
+    speed, vibration = run_up
+    found = umlauf.orders(vibration, speed, tracks=[1, 2.5], max_order=10)
+    tracks = found.plot_tracks(over="speed")
+    assert (tracks.get_xlabel(), tracks.get_ylabel()) == ("speed in rpm", "amplitude in m/s²")
+    np.testing.assert_array_equal(tracks.lines[1].get_ydata(), found.track(2.5).amplitude)
+    waterfall = found.plot(kind="waterfall")
+    rows = found.map()
+    assert waterfall.get_ylabel() == "time in s" and len(waterfall.lines) == min(60, len(rows)) + 1
+    drawn, row = np.asarray(waterfall.lines[0].get_ydata()), rows[0].values
+    np.testing.assert_allclose(np.corrcoef(drawn, row)[0, 1], 1, rtol=1e-6)
+    for draw in [lambda: found.plot(kind="cube"), lambda: found.track(1).plot(over="angle")]:
+        with pytest.raises(ValueError, match="drawn"):
+            draw()
+    # What is doubtful stands above the picture, what was held is marked.
+    noise = np.random.default_rng(1).normal(0, 0.8, RATE)
+    noisy = np.sin(np.arange(RATE) / 8) + noise
+    doubtful = umlauf.speed(noisy, rate=RATE, upper=0.1, lower=-0.1, spike_filter=0.3)
+    axes = doubtful.plot()
+    assert doubtful.warnings and doubtful.warnings[0].text[:30] in axes.texts[0].get_text()
+    assert len(axes.lines[-1].get_xdata()) == doubtful.spike_held > 0

@@ -16,6 +16,7 @@ from ._core import version as __version__
 from ._orders import Orders, OrderTrack, SynchronousAverage, orders, torsional
 from ._rate import downsample
 from ._recording import Recording
+from ._report import report
 from ._speed import (
     PulseFlag,
     Revolutions,
@@ -60,6 +61,7 @@ __all__ = [
     "orders",
     "read",
     "read_signal",
+    "report",
     "speed",
     "torsional",
     "write_signal",

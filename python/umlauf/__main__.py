@@ -23,7 +23,9 @@ class Command(NamedTuple):
     """Has add_arguments(parser) and run(arguments); imported only when the command is called."""
 
 
-COMMANDS: tuple[Command, ...] = ()
+COMMANDS = (
+    Command("report", "One HTML page of the speed and the orders of a recording, to zoom in.", "umlauf._report"),
+)
 
 
 def main(argv: Sequence[str] | None = None) -> int:

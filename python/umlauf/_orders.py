@@ -34,6 +34,14 @@ class OrderTrack(NamedTuple):
     """[n] peak, in the unit of the samples"""
     phase: NDArray[numpy.float64]
     """[n] degrees, -180 to 180, of cos(2 pi order revolution + phase)"""
+    unit: str = ""
+    """of the amplitude"""
+
+    def plot(self, ax: Any = None, over: Axis = "time") -> Any:
+        """Draws the amplitude over time, revolution or speed on matplotlib axes; returns the axes."""
+        from ._plot import plot_tracks
+
+        return plot_tracks([self], over, ax, "")
 
 
 class SynchronousAverage(NamedTuple):
@@ -71,7 +79,8 @@ class Orders:
 
     def track(self, order: float) -> OrderTrack:
         """One of the orders that were named in `tracks`."""
-        return OrderTrack(order, *self._data.track(order).T)
+        time, revolution, rpm, amplitude, phase = self._data.track(order).T
+        return OrderTrack(order, time, revolution, rpm, amplitude, phase, str(self._data.unit))
 
     @property
     def tracks(self) -> tuple[OrderTrack, ...]:
@@ -83,11 +92,32 @@ class Orders:
         """Time-synchronous average; ValueError unless it was asked for."""
         return SynchronousAverage(*self._data.average())
 
-    def plot(self, ax: Any = None, scaling: Scaling = "rms", reference: float | None = None) -> Any:
-        """Draws the map on matplotlib axes, with its units; returns the axes."""
-        from ._plot import plot_map
+    @property
+    def averaged(self) -> bool:
+        """Whether a time-synchronous average was asked for."""
+        return self._data.averaged
 
-        return plot_map(self.map(scaling, reference), ax, self.name)
+    def plot(
+        self,
+        ax: Any = None,
+        scaling: Scaling = "rms",
+        reference: float | None = None,
+        *,
+        kind: Literal["map", "waterfall"] = "map",
+    ) -> Any:
+        """Draws the map on matplotlib axes, as colours or as lines one behind the other; returns the axes."""
+        from ._plot import plot_map, plot_waterfall
+
+        drawings = {"map": plot_map, "waterfall": plot_waterfall}
+        if kind not in drawings:
+            raise ValueError(f'maps are drawn as "map" or "waterfall", not "{kind}"')
+        return drawings[kind](self.map(scaling, reference), ax, self.name)
+
+    def plot_tracks(self, ax: Any = None, over: Axis = "time") -> Any:
+        """Draws the amplitudes of all tracks on matplotlib axes; returns the axes."""
+        from ._plot import plot_tracks
+
+        return plot_tracks(self.tracks, over, ax, self.name)
 
     def __repr__(self) -> str:
         return f"<Orders of {self.name!r}, tracks {list(self._tracks)}>"

@@ -227,7 +227,7 @@ class Speed:
         return pd.DataFrame({"rpm": self.rpm, "flags": self.flags, "pitches": self.pitches}, index=index)
 
     def plot(self, ax: Any = None) -> Any:
-        """Draws pulses and revolutions over time on matplotlib axes, warnings below the title; returns the axes."""
+        """Draws pulses and revolutions over time on matplotlib axes, with its warnings; returns the axes."""
         from ._plot import plot_speed
 
         return plot_speed(self, ax)

@@ -111,7 +111,9 @@ def _read_plain(
         offset=offset,
         unit=unit,
     )
-    name = channel if isinstance(channel, str) else f"{os.path.basename(path)}, {found.name}"
+    name = f"{os.path.basename(path)}, {found.name}"
+    if isinstance(channel, str) and channel != found.name:
+        name = channel
     return Recording(found, found.rate, name=name, unit=found.unit, start_time=found.start_time)
 
 
