@@ -6,9 +6,11 @@
 
 namespace {
 
+/// From none to more than four vectors, which have 64 lanes at most on ARM and 16 elsewhere, and longer ones.
 std::vector<std::size_t> Lengths(std::vector<std::size_t> more = {}) {
   more.insert(more.end(), {127, 128, 129, 200, 1023, 1024, 1025, 2051});
   for (std::size_t n = 0; n <= 70; ++n) more.push_back(n);
+  for (std::size_t n = 71; HWY_ARCH_ARM && n <= 260; n += 3) more.push_back(n);
   return more;
 }
 const std::vector<std::size_t> kLong{65536 + 70, 70001};  // walked at several places at once

@@ -37,7 +37,7 @@ HWY_INLINE void ReverseElements(D d, float* x, size_t n) {
     n -= 2 * N;
   }
   if constexpr (kCanHalve<D>) {
-    if (n > 1) ReverseElements(hn::Half<D>(), x, n);
+    if (n > 1) ReverseElements(Shorter<D>(), x, n);
   }
 }
 

@@ -27,7 +27,7 @@ HWY_INLINE void ExtendRange(D d, const float* x, size_t n, float& min, float& ma
   const size_t N = hn::Lanes(d);
   if (n < N) {
     if constexpr (kCanHalve<D>) {
-      if (n > 0) ExtendRange(hn::Half<D>(), x, n, min, max);
+      if (n > 0) ExtendRange(Shorter<D>(), x, n, min, max);
     }
     return;
   }
@@ -99,7 +99,7 @@ HWY_INLINE void ExtendMoments(D d, const float* x, size_t n, Moments& moments) {
   const size_t N = hn::Lanes(d);
   if (n < N) {
     if constexpr (kCanHalve<D>) {
-      if (n > 0) ExtendMoments(hn::Half<D>(), x, n, moments);
+      if (n > 0) ExtendMoments(Shorter<D>(), x, n, moments);
     }
     return;
   }

@@ -42,7 +42,7 @@ HWY_INLINE void CompareRest(D d, const float* x, size_t before, size_t count, fl
                             std::uint64_t& above, std::uint64_t& below) {
   const size_t N = hn::Lanes(d);
   if (before + count < N) {
-    if constexpr (kCanHalve<D>) CompareRest(hn::Half<D>(), x, before, count, upper, lower, above, below);
+    if constexpr (kCanHalve<D>) CompareRest(Shorter<D>(), x, before, count, upper, lower, above, below);
     return;
   }
   std::uint64_t a = 0, b = 0;
@@ -101,7 +101,7 @@ HWY_INLINE size_t CountElements(D d, const float* x, size_t n, float value) {
   const size_t N = hn::Lanes(d);
   if (n < N) {
     if constexpr (kCanHalve<D>) {
-      if (n > 0) return CountElements(hn::Half<D>(), x, n, value);
+      if (n > 0) return CountElements(Shorter<D>(), x, n, value);
     }
     return 0;
   }

@@ -16,34 +16,38 @@ namespace {
 using Floats = hn::ScalableTag<float>;
 using Lane = hn::CappedTag<float, 1>;
 
-// Products and sums round separately, so that every processor gives the same.
-template <class D>
-struct Complex {
-  hn::Vec<D> re, im;
+// Products and sums round separately, so that every processor gives the same. Real and imaginary parts are
+// vectors of their own throughout: those of scalable length cannot be members of a class.
 
-  HWY_INLINE Complex(hn::Vec<D> real, hn::Vec<D> imaginary) : re(real), im(imaginary) {}
-  HWY_INLINE Complex(D d, const float* from) { hn::LoadInterleaved2(d, from, re, im); }
-  HWY_INLINE void Store(D d, float* to) const { hn::StoreInterleaved2(re, im, d, to); }
-  HWY_INLINE Complex operator+(const Complex& b) const { return {hn::Add(re, b.re), hn::Add(im, b.im)}; }
-  HWY_INLINE Complex operator-(const Complex& b) const { return {hn::Sub(re, b.re), hn::Sub(im, b.im)}; }
-  HWY_INLINE Complex operator*(const Complex& b) const {
-    return {hn::Sub(hn::Mul(re, b.re), hn::Mul(im, b.im)), hn::Add(hn::Mul(re, b.im), hn::Mul(im, b.re))};
-  }
-  HWY_INLINE Complex TimesMinusJ() const { return {im, hn::Neg(re)}; }
-};
+/// re, im = the complex number at `from`, times re, im.
+template <class D, class V>
+HWY_INLINE void MultiplyBy(D d, const float* from, V& re, V& im) {
+  V ar, ai;
+  hn::LoadInterleaved2(d, from, ar, ai);
+  const V product = hn::Sub(hn::Mul(re, ar), hn::Mul(im, ai));
+  im = hn::Add(hn::Mul(re, ai), hn::Mul(im, ar));
+  re = product;
+}
 
 template <class D>
 HWY_INLINE void CombineAt(D d, float* x, const float* twiddles, size_t n, size_t k) {
-  using C = Complex<D>;
-  const C a(d, x + 2 * k);
-  const C b = C(d, x + 2 * (n + k)) * C(d, twiddles + 2 * k);
-  const C c = C(d, x + 2 * (2 * n + k)) * C(d, twiddles + 2 * (n + k));
-  const C e = C(d, x + 2 * (3 * n + k)) * C(d, twiddles + 2 * (2 * n + k));
-  const C even = a + c, odd = a - c, sum = b + e, turned = (b - e).TimesMinusJ();
-  (even + sum).Store(d, x + 2 * k);
-  (odd + turned).Store(d, x + 2 * (n + k));
-  (even - sum).Store(d, x + 2 * (2 * n + k));
-  (odd - turned).Store(d, x + 2 * (3 * n + k));
+  float *const x0 = x + 2 * k, *const x1 = x0 + 2 * n, *const x2 = x1 + 2 * n, *const x3 = x2 + 2 * n;
+  hn::Vec<D> ar, ai, br, bi, cr, ci, er, ei;
+  hn::LoadInterleaved2(d, x0, ar, ai);
+  hn::LoadInterleaved2(d, x1, br, bi);
+  hn::LoadInterleaved2(d, x2, cr, ci);
+  hn::LoadInterleaved2(d, x3, er, ei);
+  MultiplyBy(d, twiddles + 2 * k, br, bi);
+  MultiplyBy(d, twiddles + 2 * (n + k), cr, ci);
+  MultiplyBy(d, twiddles + 2 * (2 * n + k), er, ei);
+  const auto evenRe = hn::Add(ar, cr), evenIm = hn::Add(ai, ci), oddRe = hn::Sub(ar, cr),
+             oddIm = hn::Sub(ai, ci);
+  const auto sumRe = hn::Add(br, er), sumIm = hn::Add(bi, ei);
+  const auto turnedRe = hn::Sub(bi, ei), turnedIm = hn::Neg(hn::Sub(br, er));  // the difference times -j
+  hn::StoreInterleaved2(hn::Add(evenRe, sumRe), hn::Add(evenIm, sumIm), d, x0);
+  hn::StoreInterleaved2(hn::Add(oddRe, turnedRe), hn::Add(oddIm, turnedIm), d, x1);
+  hn::StoreInterleaved2(hn::Sub(evenRe, sumRe), hn::Sub(evenIm, sumIm), d, x2);
+  hn::StoreInterleaved2(hn::Sub(oddRe, turnedRe), hn::Sub(oddIm, turnedIm), d, x3);
 }
 
 void Combine(float* x, const float* twiddles, size_t n) {
@@ -56,16 +60,21 @@ void Combine(float* x, const float* twiddles, size_t n) {
 /// The bins from k on and their mirror images.
 template <class D>
 HWY_INLINE void SplitAt(D d, float* out, const float* z, const float* twiddles, size_t n, size_t k) {
-  using C = Complex<D>;
   const size_t mirror = n - k - (hn::Lanes(d) - 1);
   const auto half = hn::Set(d, 0.5f);
-  const C a(d, z + 2 * k), m(d, z + 2 * mirror);
-  const C b(hn::Reverse(d, m.re), hn::Neg(hn::Reverse(d, m.im)));
-  const C sum = a + b, turned = (a - b) * C(d, twiddles + 2 * k);
-  const C up = sum + turned, down = sum - turned;
-  C(hn::Mul(half, up.re), hn::Mul(half, up.im)).Store(d, out + 2 * k);
-  C(hn::Reverse(d, hn::Mul(half, down.re)), hn::Reverse(d, hn::Neg(hn::Mul(half, down.im))))
-      .Store(d, out + 2 * mirror);
+  hn::Vec<D> ar, ai, br, bi;
+  hn::LoadInterleaved2(d, z + 2 * k, ar, ai);
+  hn::LoadInterleaved2(d, z + 2 * mirror, br, bi);
+  br = hn::Reverse(d, br);
+  bi = hn::Neg(hn::Reverse(d, bi));
+  const auto sumRe = hn::Add(ar, br), sumIm = hn::Add(ai, bi);
+  auto turnedRe = hn::Sub(ar, br), turnedIm = hn::Sub(ai, bi);
+  MultiplyBy(d, twiddles + 2 * k, turnedRe, turnedIm);
+  const auto downRe = hn::Sub(sumRe, turnedRe), downIm = hn::Sub(sumIm, turnedIm);
+  hn::StoreInterleaved2(hn::Mul(half, hn::Add(sumRe, turnedRe)), hn::Mul(half, hn::Add(sumIm, turnedIm)), d,
+                        out + 2 * k);
+  hn::StoreInterleaved2(hn::Reverse(d, hn::Mul(half, downRe)), hn::Reverse(d, hn::Neg(hn::Mul(half, downIm))),
+                        d, out + 2 * mirror);
 }
 
 void Split(float* out, const float* z, const float* twiddles, size_t n) {

@@ -1,7 +1,7 @@
 // The loops that the kernels share, compiled once for every instruction set (no include guard but a toggle:
 // see hwy/foreach_target.h). Nothing here reads or writes behind the n-th element: a rest that does not fill
 // a vector is covered by one more vector that overlaps the one before, and inputs shorter than a vector go
-// through vectors of half the length, down to a single lane.
+// through shorter vectors, down to a single lane.
 
 #if defined(UMLAUF_QVL_LOOPS_INL) == defined(HWY_TARGET_TOGGLE)
 #ifdef UMLAUF_QVL_LOOPS_INL
@@ -27,6 +27,12 @@ using std::size_t;
 
 template <class D>
 constexpr bool kCanHalve = hn::MaxLanes(D()) > 1;
+
+/// At most half the lanes, down to a single one. Half of a vector of scalable length is not that: it is a
+/// share of a length that is known at run time only, so that a number of halvings ends above one lane or with
+/// none at all.
+template <class D>
+using Shorter = hn::CappedTag<hn::TFromD<D>, (hn::MaxLanes(D()) + 1) / 2>;
 
 /// Whether results bypass the caches: where a call passes over more memory than they hold, a line need not be
 /// read before it is overwritten, which is a third of the traffic of a copy. Below, the caches win.
@@ -66,7 +72,7 @@ HWY_INLINE void Map(D d, Op op, size_t n, Out* out, const In*... in) {
   const size_t N = hn::Lanes(d);
   if (n < N) {
     if constexpr (kCanHalve<D>) {
-      if (n > 0) Map(hn::Half<D>(), op, n, out, in...);
+      if (n > 0) Map(Shorter<D>(), op, n, out, in...);
     }
     return;
   }
@@ -113,7 +119,7 @@ HWY_INLINE float Accumulate(D d, Step step, size_t n, const In*... in) {
   const size_t N = hn::Lanes(d);
   if (n < N) {
     if constexpr (kCanHalve<D>) {
-      if (n > 0) return Accumulate(hn::Half<D>(), step, n, in...);
+      if (n > 0) return Accumulate(Shorter<D>(), step, n, in...);
     }
     return 0.0f;
   }
