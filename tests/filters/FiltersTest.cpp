@@ -87,13 +87,13 @@ TEST(SosFilter, AgreesWithTheReferenceForwardAndWithoutPhase) {
     CSosFilter filter(c.sections);
     filter.Process(out.data(), ReferenceX().data(), out.size());
     ExpectNear(EveryTenth(out).data(), 300, Reference(std::string("sosfilt_") + c.kind), c.kind);
-    // The low pass above has settled after the signal only.
-    const bool low = c.kind == std::string("lowpass");
-    const SosSections sections = low ? Butterworth::LowPass(5, 40, kReferenceRate) : c.sections;
     out = ReferenceX();
-    ASSERT_TRUE(ZeroPhase::Filter(sections, out.data(), out.size()));
+    ASSERT_TRUE(ZeroPhase::Filter(c.sections, out.data(), out.size()));
     ExpectNear(EveryTenth(out).data(), 300, Reference(std::string("sosfiltfilt_") + c.kind), c.kind);
   }
+  std::vector<float> out = ReferenceX();
+  ASSERT_TRUE(ZeroPhase::Filter(Butterworth::LowPass(5, 40, kReferenceRate), out.data(), out.size()));
+  ExpectNear(EveryTenth(out).data(), 300, Reference("sosfiltfilt_odd"), "of odd order");
 }
 
 TEST(SosFilter, BlocksOfAnySizeGiveTheSameOutputAndInPlace) {

@@ -52,6 +52,67 @@ TEST_F(OrdersTool, TachoAndVibrationMayBeApart) {
   ExpectAmplitudes(geared["tracks"][0], 0.4, 0.01);
 }
 
+TEST_F(OrdersTool, FollowsWithAVoldKalmanFilterAndTellsTheOverallLevel) {
+  Simulate();
+  // Orders that segments of this bandwidth could not tell apart, and one of them alone.
+  Good("simulate near.wav --rate 25600 --profile 0:900,6:4500 --orders 4:1,4.2:0.5");
+  for (const auto& [file, amplitude] : {std::pair("near.wav", 0.5), std::pair("run.wav", 0.0)}) {
+    const nlohmann::json json = Orders(
+        std::string(file) + " --gap auto --max-order 20 --tracks 4,4.2 --bandwidth 0.1 --method vold-kalman");
+    EXPECT_EQ(json["method"], "vold-kalman");
+    const nlohmann::json& track = json["tracks"][1]["amplitude"];
+    ASSERT_GT(track.size(), 20u);
+    // Half a segment and more from the ends, where the filter has samples on both sides.
+    for (std::size_t i = 4; i + 4 < track.size(); ++i) EXPECT_NEAR(track[i], amplitude, 0.005) << i;
+  }
+  const double all = std::sqrt((1 + 0.16 + 0.01) / 2);
+  const nlohmann::json json = Orders("run.wav --gap auto --max-order 20 --overall --unit m/s²");
+  EXPECT_EQ(json["reference"], 1e-6);
+  const nlohmann::json& overall = json["overall"][0];
+  ASSERT_GT(overall["rms"].size(), 20u);
+  for (std::size_t i = 0; i < overall["rms"].size(); ++i) {
+    EXPECT_NEAR(overall["rms"][i], all, 0.003);
+    EXPECT_NEAR(overall["level_db"][i], 20 * std::log10(all / 1e-6), 0.04);
+    EXPECT_NEAR(overall["rpm"][i], 900 + 600 * overall["time_s"][i].get<double>(), 10);
+  }
+  Good(
+      "orders run.wav --pulses-per-rev 60 --gap auto --max-order 20 --overall --tracks 1 --csv t.csv --plot "
+      "t.svg");
+  EXPECT_NE(Text("t.csv").find("\n1,,"), std::string::npos);
+  EXPECT_NE(Text("t.svg").find("all orders, rms"), std::string::npos);
+}
+
+TEST_F(OrdersTool, FindsTheSpeedWithoutATacho) {
+  Good(
+      "simulate run.wav --rate 25600 --profile 0:900,10:4500 --orders 1:0.5,2:0.7,4.5:0.4 --vibration-noise "
+      "0.3");
+  const std::string comb = "orders run.wav --channel 2 --max-order 10 --comb 1,2,4.5 ";
+  const nlohmann::json json =
+      nlohmann::json::parse(Good(comb + "--start-rpm 700,1200 --tracks 2 --json --speed s.svg"));
+  EXPECT_TRUE(json["warnings"].empty());
+  const nlohmann::json& speed = json["speed"];
+  ASSERT_GT(speed["rpm"].size(), 50u);
+  for (std::size_t i = 0; i < speed["rpm"].size(); ++i) {
+    const double known = 900 + 360 * speed["time_s"][i].get<double>();
+    EXPECT_NEAR(speed["rpm"][i].get<double>() / known, 1, 0.01) << i;
+  }
+  // The angle is not as exact as that of a tacho; the amplitude still is.
+  for (const double each : json["tracks"][0]["amplitude"]) EXPECT_NEAR(each, 0.7, 0.07);
+  EXPECT_NE(Text("s.svg").find("confidence"), std::string::npos);
+
+  // Nothing to follow, or too little to tell one speed from another.
+  Good("simulate still.wav --rate 25600 --profile 0:900,10:4500 --orders 1:0.001 --vibration-noise 0.3");
+  Bad("orders still.wav --channel 2 --max-order 10 --comb 1,2,4.5", 1, "no speed to be believed");
+  const Result wide = Run("orders run.wav --channel 2 --max-order 10 --comb 1");
+  EXPECT_THAT(wide.err, HasSubstr("another speed")) << wide.out;
+  Bad(comb + "--tacho 1", 2, "--tacho");
+  // Orders that are not there, but fit those that are at another speed.
+  EXPECT_THAT(Run("orders run.wav --channel 2 --max-order 10 --comb 3,5,7").err,
+              HasSubstr("order 5 of --comb"));
+  Bad(comb + "--rpm 300,300000", 1, "take a lower --rpm");
+  Bad(comb + "--start-rpm 1200,700", 2, "must be the lower one");
+}
+
 TEST_F(OrdersTool, WritesPicturesTablesAndSignals) {
   Simulate("--gear-mesh 15:0.2 --resonance 400:0.1 --bearing 3.58:0.1 --vibration-noise 0.01");
   const std::string text = Good(

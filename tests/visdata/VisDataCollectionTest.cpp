@@ -136,6 +136,42 @@ TEST(VisDataConversion, PairsArraysAndTimedPairs) {
   ASSERT_TRUE(VisData::Convert(timed, polygon));
   EXPECT_NEAR(polygon.X(0), 50.0f, 1e-3f);
   EXPECT_TRUE(polygon.XUnit() == L"s");
+  // Samples of timed points lie at seconds, as vectors and as rows.
+  timed.NeuesPaar(start + CTimeSpan(150), 5.0f);
+  ASSERT_TRUE(VisData::Convert(timed, vector, 3));
+  CVisDataIntVector integers;
+  ASSERT_TRUE(VisData::Convert(timed, integers, 3, 0.5f));
+  CVisDataArray rows;
+  CVisDataGrid rowsOfGrid;
+  ASSERT_TRUE(VisData::AppendRow(rows, timed, 3, 7));
+  ASSERT_TRUE(VisData::AppendRow(rowsOfGrid, timed, 3));
+  for (std::uint64_t i = 0; i < 3; ++i) {
+    const float x = 50.0f + 50.0f * static_cast<float>(i), y = 3.0f + static_cast<float>(i);
+    EXPECT_NEAR(vector.X(i), x, 1e-3f);
+    EXPECT_EQ(vector.Data()[i], y);
+    EXPECT_EQ(static_cast<float>(integers.Data()[i]) * integers.ScaleFactor(), y);
+    EXPECT_EQ(rows.Row(0)[i], y);
+    EXPECT_EQ(rowsOfGrid.Row(0)[i], y);
+  }
+  EXPECT_ALL(vector.XUnit() == L"s", integers.XUnit() == L"s", rows.XUnit() == L"s", rows.Z(0) == 7,
+             !VisData::AppendRow(rows, timed, 4, 8));
+  ASSERT_TRUE(VisData::AppendRow(rowsOfGrid, Points(), 5) == false);
+}
+
+TEST(VisDataConversion, SectionsOfCurveArrays) {
+  const CSigCurveArray array = Array();
+  CVisDataVector vector;
+  ASSERT_TRUE(VisData::Convert(array, vector, 30));
+  EXPECT_EQ(std::vector(vector.Data(), vector.Data() + 4), (std::vector<float>{2, 2.5f, 3, 3.5f}));
+  EXPECT_TRUE(vector.YUnit() == array.YUnit());
+  CVisDataIntVector integers;
+  ASSERT_TRUE(VisData::Convert(array, integers, 30, 0.5f));
+  EXPECT_EQ(integers.Data()[1], 5);
+  CVisDataPolygon polygon;
+  ASSERT_TRUE(VisData::Convert(array, polygon, array[0].XMin()));
+  ASSERT_EQ(polygon.Size(), array.Count());
+  EXPECT_ALL(polygon.X(2) == 40, polygon.Y(0) == array[0].FData()[0], polygon.XUnit() == L"rpm");
+  EXPECT_ALL(!VisData::Convert(CSigCurveArray(), vector, 1), vector.Empty());
 }
 
 }  // namespace

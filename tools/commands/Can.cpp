@@ -10,6 +10,7 @@
 #include "tools/CanStream.h"
 #include "tools/Error.h"
 #include "tools/commands/Commands.h"
+#include "tools/options/Outputs.h"
 #include "tools/output/Console.h"
 #include "tools/output/Json.h"
 #include "tools/output/OutputFile.h"
@@ -176,16 +177,10 @@ Plot MessagePlot(const std::string& title, const Identifiers& identifiers) {
 }
 
 void CheckCanOptions(const CanOptions& options) {
-  if (!options.plot.empty()) CheckPlotName("--plot", options.plot);
-  if (options.csv == "-" && options.json) {
-    FailUsage("--csv - and --json both write to standard output; name a file for --csv");
-  }
-  if (options.csv == options.plot && !options.csv.empty()) FailUsage("--csv and --plot name the same file");
-  for (const auto& [option, name] : {std::pair("--csv", &options.csv), std::pair("--plot", &options.plot)}) {
-    if (name->empty()) continue;
-    CheckOutputPath(option, *name, options.recording.path);
-    if (!options.description.kcd.empty()) CheckOutputPath(option, *name, options.description.kcd);
-  }
+  std::vector<std::filesystem::path> inputs = {options.recording.path};
+  if (!options.description.kcd.empty()) inputs.emplace_back(options.description.kcd);
+  CheckOutputs({{"--csv", options.csv, OutputKind::table}, {"--plot", options.plot, OutputKind::picture}},
+               options.json, inputs);
 }
 
 int SecondChannel(const CanOptions& options, const WordSource& source) {
@@ -287,11 +282,11 @@ void AddCanCommand(CLI::App& app) {
       ->needs(kcd)
       ->transform(OneOf(Offsets()))
       ->type_name("MEANING");
-  command->add_option("--csv", options->csv, "one line per message or value; - is standard output")
-      ->type_name("FILE");
-  command->add_option("--plot", options->plot, "signals, or messages by identifier, over time as picture")
-      ->type_name("FILE.svg|.png");
-  command->add_flag("--json", options->json, "results as one JSON object on standard output");
+  DeclareOutput(*command, "--csv", options->csv, OutputKind::table,
+                "one line per message or value; - is standard output");
+  DeclareOutput(*command, "--plot", options->plot, OutputKind::picture,
+                "signals, or messages by identifier, over time as picture");
+  DeclareJson(*command, options->json);
   command->callback([options] { RunCan(*options); });
 }
 

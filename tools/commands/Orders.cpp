@@ -1,3 +1,6 @@
+#include <fmt/format.h>
+
+#include <algorithm>
 #include <cmath>
 #include <memory>
 #include <utility>
@@ -40,8 +43,14 @@ std::unique_ptr<CRecordingSource> OpenChannels(RecordingOptions options, const s
   return source;
 }
 
-/// The pulses of the tacho on the time axis of the vibration. `frequencies` ends where the highest order
-/// does.
+/// The frequency map ends where the highest order does at the highest speed.
+void LimitFrequencies(OrdersOptions& options, double fastest) {
+  if (!options.analysis.frequencies || !(fastest > 0)) return;
+  options.analysis.frequencies->maxFrequency =
+      options.analysis.map.maxOrder * std::abs(options.ratio()) * fastest / 60;
+}
+
+/// The pulses of the tacho on the time axis of the vibration.
 CPulseTrain FindPulses(OrdersOptions& options, CRecordingSource& file, double startTime,
                        RecordingWarnings& warnings) {
   CRotation rotation;
@@ -58,10 +67,7 @@ CPulseTrain FindPulses(OrdersOptions& options, CRecordingSource& file, double st
   for (const RotationWarning& each : rotation.Warnings()) {
     warnings.push_back({std::string(each.code), each.text});
   }
-  if (options.analysis.frequencies && rotation.RevolutionSpeed().count > 0) {
-    const double fastest = std::abs(options.ratio()) * rotation.RevolutionSpeed().max / 60;
-    options.analysis.frequencies->maxFrequency = options.analysis.map.maxOrder * fastest;
-  }
+  if (rotation.RevolutionSpeed().count > 0) LimitFrequencies(options, rotation.RevolutionSpeed().max);
   CPulseTrain pulses(file.SampleRate(), startTime);
   pulses.Append(rotation.Pulses());
   if (options.pitchErrors) {
@@ -70,15 +76,78 @@ CPulseTrain FindPulses(OrdersOptions& options, CRecordingSource& file, double st
       Fail("--pitch-errors needs a whole number of pulses and three revolutions; leave it out");
     pulses = errors.Corrected(pulses);
   }
-  if (!options.gear.empty()) pulses = ShaftTrains::Geared(pulses, options.ratio());
-  if (!pulses.Complete()) Fail("there is no memory for the pulses");
   return pulses;
+}
+
+std::string LostTimes(const CCombSpeed::Trust& trust) {
+  constexpr std::size_t most = 4;
+  std::string text;
+  for (std::size_t i = 0; i < std::min(most, trust.lost.size()); ++i) {
+    text += fmt::format("{}{:.1f} to {:.1f}", i > 0 ? ", " : "", trust.lost[i].from, trust.lost[i].to);
+  }
+  return text + (trust.lost.size() > most ? " ..." : "") + " s";
+}
+
+void Judge(const CCombSpeed::Trust& trust, const std::vector<double>& orders, RecordingWarnings& warnings) {
+  constexpr double rival = 0.8, seldom = 0.3;
+  const auto warn = [&](const char* code, const std::string& text) {
+    warnings.push_back({code, CString::FromUtf8(text)});
+  };
+  if (trust.lostShare > 0.5) {
+    Fail(
+        "the orders of --comb stand out for {:.0f} % of the time only, so there is no speed to be believed; "
+        "look at --spectrogram of umlauf spectrum, name other orders or a wider --rpm",
+        100 * (1 - trust.lostShare));
+  }
+  if (!trust.lost.empty()) {
+    warn("track-lost", fmt::format("the orders of --comb do not stand out at {}: the speed there, and what "
+                                   "follows from it, is doubtful",
+                                   LostTimes(trust)));
+  }
+  for (std::size_t k = 0; k < trust.present.size(); ++k) {
+    if (trust.present[k] >= seldom) continue;
+    warn("order-missing", fmt::format("order {:g} of --comb stands out for {:.0f} % of the time only: if the "
+                                      "vibration does not have it, the speed may be a wrong one",
+                                      orders[k], 100 * trust.present[k]));
+  }
+  if (trust.rival > rival) {
+    warn("speed-ambiguous",
+         fmt::format("another speed, {:.0f} rpm at the start, fits the orders of --comb nearly as well; "
+                     "give --start-rpm or more orders",
+                     trust.rivalStart));
+  }
+}
+
+/// The shaft by the orders of its vibration, channel `first` of the source. One pulse of a revolution.
+CPulseTrain FollowComb(OrdersOptions& options, CRecordingSource& file, OrdersOutputs::About& about) {
+  CCombSpeed comb(options.comb, file.SampleRate());
+  if (options.comb.orders.size() > CCombSpeed::mostOrders)
+    FailUsage("--comb takes up to {} orders", CCombSpeed::mostOrders);
+  if (!comb.IsValid()) {
+    Fail("the orders of --comb up to {:g} rpm do not lie below half of {:g} samples/s; take a lower --rpm",
+         options.comb.highest, file.SampleRate());
+  }
+  ProgressSource source(file);
+  source.Purpose("speed");
+  std::vector<float> buffer;
+  for (SampleBlock block = source.Read(16384); block.count > 0; block = source.Read(16384)) {
+    comb.Take(Contiguous(block, 1, buffer), block.count);
+  }
+  source.Check();
+  OrdersOutputs::CombResult& result = about.comb.emplace();
+  if (!comb.Find(result.rpm, result.confidence, &result.trust)) {
+    Fail("there is no speed to follow: the recording is too short, or --start-rpm lies outside --rpm");
+  }
+  Judge(result.trust, options.comb.orders, about.warnings);
+  LimitFrequencies(options, static_cast<double>(*std::max_element(result.rpm.FData(),
+                                                                  result.rpm.FData() + result.rpm.DLen())));
+  return ShaftTrains::FromSpeed(result.rpm, file.SampleRate());
 }
 
 /// The vibration: the channels that were asked for, else the one behind the tacho.
 std::vector<std::string> VibrationChannels(const OrdersOptions& options) {
   if (!options.channels.empty() || options.torsional) return options.channels;
-  if (!options.tachoFile.empty()) return {"1"};
+  if (!options.tachoFile.empty() || !options.hasTacho()) return {"1"};
   const auto number = io::ParseCount(options.tacho);
   if (!number) FailUsage("--tacho {} is a name: name the vibration, too, with --channel", options.tacho);
   return {std::to_string(*number + 1)};
@@ -99,10 +168,11 @@ void Describe(const OrdersOptions& options, const CRecordingSource& source, unsi
 void RunOrders(OrdersOptions options) {
   CheckOrdersOptions(options);
   const std::string path = options.recording.path.string();
-  const bool apart = !options.tachoFile.empty();
+  const bool apart = !options.tachoFile.empty(), beside = options.hasTacho() && !apart;
   const std::vector<std::string> vibration = VibrationChannels(options);
-  // Beside the tacho: one source that is read twice.
-  std::vector<std::string> together = {options.tacho};
+  // Without a second file: one source that is read twice.
+  std::vector<std::string> together;
+  if (options.hasTacho()) together.push_back(options.tacho);
   if (!apart) together.insert(together.end(), vibration.begin(), vibration.end());
   OrdersOutputs outputs(options);
   const auto tacho = OpenChannels(options.recording, apart ? options.tachoFile : path, together);
@@ -111,20 +181,24 @@ void RunOrders(OrdersOptions options) {
 
   OrdersOutputs::About about;
   const double start = options.offset ? source.StartTime() + *options.offset : tacho->StartTime();
-  const CPulseTrain pulses = FindPulses(options, *tacho, start, about.warnings);
+  CPulseTrain pulses = options.hasTacho() ? FindPulses(options, *tacho, start, about.warnings)
+                                          : FollowComb(options, source, about);
+  const double pulsesPerRev = options.hasTacho() ? options.pulsesPerRev : 1;
+  if (!options.gear.empty()) pulses = ShaftTrains::Geared(pulses, options.ratio());
+  if (!pulses.Complete()) Fail("there is no memory for the pulses");
   COrderAnalysis analysis(options.analysis);
   bool done = false;
   if (options.torsional) {
-    done = analysis.AnalyseTorsion(pulses, options.pulsesPerRev);
+    done = analysis.AnalyseTorsion(pulses, pulsesPerRev);
   } else {
     ProgressSource reading(source);
     reading.Purpose("orders");
     if (!apart) Rewind(reading);
-    done = analysis.Analyse(reading, pulses, options.pulsesPerRev, apart ? 0 : 1);
+    done = analysis.Analyse(reading, pulses, pulsesPerRev, beside ? 1 : 0);
     reading.Check();
   }
   if (!done) Fail("{}", analysis.Failure().ToUtf8());
-  Describe(options, source, apart ? 0 : 1, about);
+  Describe(options, source, beside ? 1 : 0, about);
   const RecordingWarnings& read = tacho->Warnings();
   about.warnings.insert(about.warnings.begin(), read.begin(), read.end());
   PrintWarnings(about.warnings);

@@ -1,5 +1,4 @@
 #include <algorithm>
-#include <array>
 #include <cmath>
 #include <memory>
 #include <optional>
@@ -12,6 +11,7 @@
 #include "tools/RecordingInput.h"
 #include "tools/SignalFile.h"
 #include "tools/commands/Commands.h"
+#include "tools/options/Outputs.h"
 #include "tools/output/ArrayPicture.h"
 #include "tools/output/Console.h"
 #include "tools/output/Plot.h"
@@ -189,36 +189,16 @@ void WriteSpectrogram(CSpectrogramBuilder& builder, const SpectrumOptions& optio
   array.SetName(CString::FromUtf8(options.recording.path.filename().string()));
   if (!options.signal.empty()) WriteSignal(array, options.signal);
   if (options.spectrogram.empty()) return;
-  if (!options.reference) SpectrumLevels::Apply(array, options.scaling(), 1.0);
+  const double reference = options.reference.value_or(SpectrumLevels::StandardReference(unit));
+  if (!options.reference) SpectrumLevels::Apply(array, options.scaling(), reference);
   PlotMap map = ArrayPicture(array, {.arrayAxisRight = true, .deepest = deepest});
   SpectrumReport label = report;
   label.bandsPerOctave = 0;
-  label.reference = options.reference.value_or(1.0);
+  label.reference = reference;
   map.levelLabel = label.ValueLabel();
   OutputFile out(options.spectrogram);
   DrawPlot(map, out);
   out.Commit();
-}
-
-void CheckOutputs(const SpectrumOptions& o) {
-  if (o.csv == "-" && o.json)
-    FailUsage("--csv - and --json both write to standard output; name a file for --csv");
-  const std::array<std::pair<const char*, const std::string*>, 5> outputs = {
-      {{"--csv", &o.csv},
-       {"--curve", &o.curve},
-       {"--signal", &o.signal},
-       {"--plot", &o.plot},
-       {"--spectrogram", &o.spectrogram}}};
-  for (std::size_t i = 0; i < outputs.size(); ++i) {
-    const auto& [option, name] = outputs[i];
-    if (name->empty()) continue;
-    if (i > 0 && *name == "-") FailUsage("{} writes a binary file; name one", option);
-    if (i > 2) CheckPlotName(option, *name);
-    CheckOutputPath(option, *name, o.recording.path);
-    for (std::size_t k = 0; k < i; ++k) {
-      if (*outputs[k].second == *name) FailUsage("{} and {} name the same file", outputs[k].first, option);
-    }
-  }
 }
 
 void Publish(const SpectrumReport& report, const SpectrumOptions& options) {
@@ -246,7 +226,12 @@ void Publish(const SpectrumReport& report, const SpectrumOptions& options) {
 }
 
 void RunSpectrum(SpectrumOptions options) {
-  CheckOutputs(options);
+  CheckOutputs({{"--csv", options.csv, OutputKind::table},
+                {"--curve", options.curve, OutputKind::signal},
+                {"--signal", options.signal, OutputKind::signal},
+                {"--plot", options.plot, OutputKind::picture},
+                {"--spectrogram", options.spectrogram, OutputKind::picture}},
+               options.json, {options.recording.path});
   options.recording.rewindable = false;
   const std::unique_ptr<CRecordingSource> source = OpenRecording(options.recording);
   SpectrumReport report;
@@ -332,25 +317,18 @@ void DeclareValues(CLI::App& command, SpectrumOptions& options) {
       ->group(group);
 }
 
-void DeclareOutput(CLI::App& command, SpectrumOptions& options) {
-  const std::string group = "Output";
-  command.add_option("--csv", options.csv, "frequencies and values; - is standard output")
-      ->type_name("FILE")
-      ->group(group);
-  command.add_option("--curve", options.curve, "spectrum as signal file")->type_name("FILE")->group(group);
-  command.add_option("--plot", options.plot, "picture of the spectrum")
-      ->type_name("FILE.svg|.png")
-      ->group(group);
-  command.add_option("--spectrogram", options.spectrogram, "picture over time and frequency, in dB")
-      ->type_name("FILE.svg|.png")
-      ->group(group);
-  command.add_option("--signal", options.signal, "spectrogram as signal file: a curve array over time")
-      ->type_name("FILE")
-      ->group(group);
-  command.add_option("--curves", options.curves, "curves of a spectrogram at most (1440)")
+void DeclareOutputs(CLI::App& command, SpectrumOptions& o) {
+  DeclareOutput(command, "--csv", o.csv, OutputKind::table, "frequencies and values; - is standard output");
+  DeclareOutput(command, "--curve", o.curve, OutputKind::signal, "spectrum as signal file");
+  DeclareOutput(command, "--plot", o.plot, OutputKind::picture, "picture of the spectrum");
+  DeclareOutput(command, "--spectrogram", o.spectrogram, OutputKind::picture,
+                "picture over time and frequency, in dB");
+  DeclareOutput(command, "--signal", o.signal, OutputKind::signal,
+                "spectrogram as signal file: a curve array over time");
+  command.add_option("--curves", o.curves, "curves of a spectrogram at most (1440)")
       ->transform(WholeNumber(2, 1 << 20).description(""))
-      ->group(group);
-  command.add_flag("--json", options.json, "results as one JSON object on standard output")->group(group);
+      ->group("Output");
+  DeclareJson(command, o.json);
 }
 
 }  // namespace
@@ -362,7 +340,7 @@ void AddSpectrumCommand(CLI::App& app) {
   DeclareScaling(*command, options->recording);
   DeclareSegments(*command, *options);
   DeclareValues(*command, *options);
-  DeclareOutput(*command, *options);
+  DeclareOutputs(*command, *options);
   command->callback([options] { RunSpectrum(*options); });
 }
 

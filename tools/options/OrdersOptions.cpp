@@ -1,13 +1,11 @@
 #include "tools/options/OrdersOptions.h"
 
-#include <array>
 #include <cmath>
 #include <utility>
 
 #include "tools/Error.h"
 #include "tools/commands/Commands.h"
-#include "tools/output/OutputFile.h"
-#include "tools/output/Plot.h"
+#include "tools/options/Outputs.h"
 #include "umlauf_io/NumberText.h"
 
 namespace umlauf::tool {
@@ -75,6 +73,51 @@ void DeclareShaft(CLI::App& command, OrdersOptions& o) {
       ->group(group);
 }
 
+void DeclareComb(CLI::App& command, OrdersOptions& o) {
+  const std::string group = "Without a tacho";
+  CLI::Option* comb =
+      command
+          .add_option("--comb", o.comb.orders,
+                      "orders that the vibration is known to have: the speed is where they are loud")
+          ->delimiter(',')
+          ->check(AboveZero().description(""))
+          ->type_name("ORDER,...")
+          ->group(group);
+  const auto range = [&](const char* name, double& low, double& high, const char* text) {
+    command
+        .add_option_function<std::vector<double>>(
+            name,
+            [name, &low, &high](const std::vector<double>& ends) {
+              if (!(ends[0] < ends[1]))
+                FailUsage("{} {},{}: the first must be the lower one", name, ends[0], ends[1]);
+              low = ends[0];
+              high = ends[1];
+            },
+            text)
+        ->delimiter(',')
+        ->expected(2)
+        ->check(AboveZero().description(""))
+        ->needs(comb)
+        ->type_name("LOW,HIGH")
+        ->group(group);
+  };
+  range("--start-rpm", o.comb.startLow, o.comb.startHigh, "speed at the start (anywhere within --rpm)");
+  range("--rpm", o.comb.lowest, o.comb.highest, "lowest and highest speed (300,6000)");
+  command
+      .add_option("--steepest", o.comb.steepest, "greatest change of the speed, in rpm for a second (1000)")
+      ->check(AboveZero().description(""))
+      ->needs(comb)
+      ->type_name("RPM/S")
+      ->group(group);
+  for (const char* each :
+       {"--tacho", "--tacho-file", "--pulses-per-rev", "--gap", "--pitch-errors", "--torsional"}) {
+    comb->excludes(command.get_option(each));
+  }
+}
+
+const Choices<OrderTrackSettings::Method> methods = {{"segments", OrderTrackSettings::Method::segments},
+                                                     {"vold-kalman", OrderTrackSettings::Method::voldKalman}};
+
 void DeclareAnalysis(CLI::App& command, OrdersOptions& o) {
   const std::string group = "Analysis";
   OrderMapSettings& map = o.analysis.map;
@@ -110,51 +153,52 @@ void DeclareAnalysis(CLI::App& command, OrdersOptions& o) {
       ->type_name("ORDER,...")
       ->group(group);
   number("--bandwidth", o.analysis.tracks.bandwidth, "of a track, in orders (0.25)");
+  command
+      .add_option("--method", o.analysis.tracks.method,
+                  "how they are followed: segments (least squares) or vold-kalman (segments)")
+      ->transform(OneOf(methods))
+      ->type_name("METHOD")
+      ->group(group);
   command.add_option("--scale", "amplitudes of tracks: peak or rms (peak)")
       ->check(OneOf({"peak", "rms"}))
       ->each([&o](const std::string& text) { o.rms = text == "rms"; })
       ->group(group);
+  command.add_flag("--overall", o.overall, "all orders together beside the tracks, as effective value")
+      ->group(group);
 }
 
 void DeclareResults(CLI::App& command, OrdersOptions& o) {
-  const std::string group = "Output";
-  const auto file = [&](const char* name, std::string& target, const char* type, const char* text) {
-    command.add_option(name, target, text)->type_name(type)->group(group);
-  };
-  file("--map", o.map, "FILE.svg|.png", "order map as picture");
-  file("--frequency-map", o.frequencyMap, "FILE.svg|.png",
-       "frequencies over the same axis, with order lines");
-  file("--spectrum", o.spectrum, "FILE.svg|.png", "order spectrum over all revolutions as picture");
-  file("--plot", o.plot, "FILE.svg|.png", "amplitude and phase of the tracks over speed as picture");
-  file("--average", o.average, "FILE.svg|.png|.usig", "synchronous average over a revolution");
-  file("--csv", o.csv, "FILE", "tracks, one line per point; - is standard output");
-  file("--signal", o.signal, "FILE.usig", "order map as signal file (curve array)");
-  command.add_flag("--json", o.json, "results as one JSON object on standard output")->group(group);
+  DeclareOutput(command, "--map", o.map, OutputKind::picture, "order map as picture");
+  DeclareOutput(command, "--frequency-map", o.frequencyMap, OutputKind::picture,
+                "frequencies over the same axis, with order lines");
+  DeclareOutput(command, "--spectrum", o.spectrum, OutputKind::picture,
+                "order spectrum over all revolutions as picture");
+  DeclareOutput(command, "--plot", o.plot, OutputKind::picture,
+                "amplitude and phase of the tracks over speed as picture");
+  DeclareOutput(command, "--average", o.average, OutputKind::pictureOrSignal,
+                "synchronous average over a revolution");
+  DeclareOutput(command, "--speed", o.speed, OutputKind::pictureOrSignal,
+                "speed that --comb found, over time; the picture has its confidence");
+  DeclareOutput(command, "--csv", o.csv, OutputKind::table,
+                "tracks, one line per point; - is standard output");
+  DeclareOutput(command, "--signal", o.signal, OutputKind::signal, "order map as signal file (curve array)");
+  DeclareJson(command, o.json);
+  command.get_option("--speed")->needs(command.get_option("--comb"));
 }
 
-void CheckOutputs(const OrdersOptions& o) {
-  const std::array<std::pair<const char*, const std::string*>, 7> outputs = {
-      {{"--map", &o.map},
-       {"--frequency-map", &o.frequencyMap},
-       {"--spectrum", &o.spectrum},
-       {"--plot", &o.plot},
-       {"--average", &o.average},
-       {"--csv", &o.csv},
-       {"--signal", &o.signal}}};
-  for (std::size_t i = 0; i < outputs.size(); ++i) {
-    const auto& [option, name] = outputs[i];
-    if (name->empty()) continue;
-    if (i < 4 || (i == 4 && !name->ends_with(".usig"))) CheckPlotName(option, *name);
-    CheckOutputPath(option, *name, o.recording.path);
-    if (!o.tachoFile.empty()) CheckOutputPath(option, *name, o.tachoFile);
-    for (std::size_t k = 0; k < i; ++k) {
-      if (*outputs[k].second == *name) FailUsage("{} and {} name the same file", outputs[k].first, option);
-    }
-  }
-  if (o.csv == "-" && o.json)
-    FailUsage("--csv - and --json both write to standard output; name a file for --csv");
-  if (o.signal == "-") FailUsage("--signal writes a binary file; name one");
-  if (o.analysis.tracks.orders.empty() && !(o.plot.empty() && o.csv.empty())) {
+void CheckResults(const OrdersOptions& o) {
+  std::vector<std::filesystem::path> inputs = {o.recording.path};
+  if (!o.tachoFile.empty()) inputs.emplace_back(o.tachoFile);
+  CheckOutputs({{"--map", o.map, OutputKind::picture},
+                {"--frequency-map", o.frequencyMap, OutputKind::picture},
+                {"--spectrum", o.spectrum, OutputKind::picture},
+                {"--plot", o.plot, OutputKind::picture},
+                {"--average", o.average, OutputKind::pictureOrSignal},
+                {"--speed", o.speed, OutputKind::pictureOrSignal},
+                {"--csv", o.csv, OutputKind::table},
+                {"--signal", o.signal, OutputKind::signal}},
+               o.json, inputs);
+  if (o.analysis.tracks.orders.empty() && !o.overall && !(o.plot.empty() && o.csv.empty())) {
     FailUsage("--plot and --csv show tracks; name their orders with --tracks");
   }
   if (o.torsional && !o.frequencyMap.empty())
@@ -178,6 +222,7 @@ double OrdersOptions::ratio() const {
 void DeclareOrdersOptions(CLI::App& command, OrdersOptions& options) {
   DeclareInput(command, options);
   DeclareShaft(command, options);
+  DeclareComb(command, options);
   DeclareAnalysis(command, options);
   DeclareResults(command, options);
   command.get_option("--offset")->needs(command.get_option("--tacho-file"));
@@ -190,7 +235,7 @@ void CheckOrdersOptions(OrdersOptions& o) {
     FailUsage("--gap {}: give the length of the gap in teeth (more than 1), or auto", o.gap);
   }
   o.ratio();
-  CheckOutputs(o);
+  CheckResults(o);
   MapAxis& axis = o.analysis.map.axis;
   axis.kind = o.over == "speed"  ? MapAxis::Kind::speed
               : o.over == "time" ? MapAxis::Kind::time

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "tools/RecordingInput.h"
+#include "umlauf/orders/CombSpeed.h"
 #include "umlauf/orders/OrderAnalysis.h"
 
 namespace umlauf::tool {
@@ -24,17 +25,22 @@ struct OrdersOptions {
   std::string gear;  ///< IN/OUT teeth or a ratio; empty = the shaft of the tacho
   bool torsional = false;
 
+  CombSpeedSettings comb;  ///< with orders the speed comes from the vibration, without a tacho
+
   COrderAnalysis::Settings analysis;
   std::string over = "time";
   std::optional<double> step;       ///< of that axis; nothing: 25 rpm, or each row alone
   std::optional<double> reference;  ///< of levels; nothing: that of the unit
   bool rms = false;                 ///< tracks are effective values
+  bool overall = false;             ///< the level of all orders together beside the tracks
 
-  std::string map, frequencyMap, spectrum, plot, average, csv, signal;  ///< output files; empty = none
+  /// Output files; empty = none.
+  std::string map, frequencyMap, spectrum, plot, average, speed, csv, signal;
   bool json = false;
 
   /// Turns of the shaft whose orders are wanted for one of the tacho's. Throws for text that is no ratio.
   double ratio() const;
+  bool hasTacho() const { return comb.orders.empty(); }
 };
 
 void DeclareOrdersOptions(CLI::App& command, OrdersOptions& options);

@@ -107,9 +107,9 @@ void DeclareSpeedOptions(CLI::App& command, SpeedOptions& options) {
 namespace {
 
 /// Each recording and channel has outputs of its own.
-void CheckOutputs(const SpeedOptions& o) {
+void CheckAllOutputs(const SpeedOptions& o) {
   const ChannelChoice choice = ChosenChannels(o);
-  OutputNames seen;
+  std::vector<std::string> seen;
   for (const std::filesystem::path& path : o.paths) {
     for (std::size_t c = 0; c < choice.atLeast(); ++c) {
       const std::string channel = c < choice.columns.size()    ? choice.columns[c]
@@ -117,14 +117,14 @@ void CheckOutputs(const SpeedOptions& o) {
                                                                : std::to_string(c + 1);
       const SpeedOptions each = OptionsFor(o, path, channel);
       CheckSpeedResults(each);
-      for (const auto& [option, name] : NamesOfOutputs(each)) {
-        const auto same = [&name](const auto& other) { return other.second == name; };
-        if (std::any_of(seen.begin(), seen.end(), same)) {
+      for (const auto& [option, name, kind] : OutputsOf(each)) {
+        if (name.empty()) continue;
+        if (std::find(seen.begin(), seen.end(), name) != seen.end()) {
           FailUsage("{} {} would be written several times; put {{name}} or {{channel}} into it", option,
                     name);
         }
         for (const std::filesystem::path& input : o.paths) CheckOutputPath(option, name, input);
-        seen.emplace_back(option, name);
+        seen.push_back(name);
       }
     }
   }
@@ -169,7 +169,7 @@ void CheckSpeedOptions(const SpeedOptions& o) {
     FailUsage("--lower {} lies above --upper {}; exchange them", *o.lower, *o.upper);
   }
   if (!o.spikeFilter.empty()) ParseSpikeFilter(o.spikeFilter);
-  CheckOutputs(o);
+  CheckAllOutputs(o);
   if (!o.gap.empty()) {
     const CDzPulsDetektor detector = ConfiguredDetector(o);
     if (detector.BeideFlankenSuchen() || detector.PulsTeiler() > 1) {

@@ -4,8 +4,6 @@
 
 #include "tools/Error.h"
 #include "tools/commands/Commands.h"
-#include "tools/output/OutputFile.h"
-#include "tools/output/Plot.h"
 #include "umlauf_io/NumberText.h"
 
 namespace umlauf::tool {
@@ -38,22 +36,17 @@ void DeclareWheel(CLI::App& command, SpeedResultOptions& o) {
       ->group(group);
 }
 
-void DeclareOutput(CLI::App& command, SpeedResultOptions& o) {
+void DeclareOutputs(CLI::App& command, SpeedResultOptions& o) {
+  DeclareOutput(command, "--csv", o.csv, OutputKind::table, "one line per pulse; - is standard output");
+  DeclareOutput(command, "--curve", o.curve, OutputKind::signal, "speed over time as signal file");
+  DeclareOutput(command, "--pairs", o.pairs, OutputKind::signal,
+                "speed of each pulse as signal file of points");
   const std::string group = "Output";
-  command.add_option("--csv", o.csv, "one line per pulse; - is standard output")
-      ->type_name("FILE")
-      ->group(group);
-  command.add_option("--curve", o.curve, "speed over time as signal file")->type_name("FILE")->group(group);
-  command.add_option("--pairs", o.pairs, "speed of each pulse as signal file of points")
-      ->type_name("FILE")
-      ->group(group);
   command.add_option("--curve-step", o.curveStep, "step of that curve (0.01)")
       ->check(AboveZero().description(""))
       ->type_name("SECONDS")
       ->group(group);
-  command.add_option("--plot", o.plot, "speed over time as picture")
-      ->type_name("FILE.svg|.png")
-      ->group(group);
+  DeclareOutput(command, "--plot", o.plot, OutputKind::picture, "speed over time as picture");
   command.add_option("--truth", o.truth, "compare with a known speed: CSV of seconds and rpm")
       ->type_name("FILE")
       ->group(group);
@@ -61,14 +54,14 @@ void DeclareOutput(CLI::App& command, SpeedResultOptions& o) {
       ->check(AboveZero().description(""))
       ->type_name("PERCENT")
       ->group(group);
-  command.add_flag("--json", o.json, "results as one JSON object on standard output")->group(group);
+  DeclareJson(command, o.json);
 }
 
 }  // namespace
 
 void DeclareSpeedResults(CLI::App& command, SpeedResultOptions& options) {
   DeclareWheel(command, options);
-  DeclareOutput(command, options);
+  DeclareOutputs(command, options);
   command.get_option("--tolerance")->needs(command.get_option("--truth"));
   command.get_option("--curve-step")->needs(command.get_option("--curve"));
 }
@@ -82,13 +75,11 @@ std::optional<double> SpeedResultOptions::gapLength() const {
   return length;
 }
 
-OutputNames NamesOfOutputs(const SpeedResultOptions& o) {
-  OutputNames names;
-  for (const auto& [option, name] : {std::pair("--csv", &o.csv), std::pair("--curve", &o.curve),
-                                     std::pair("--pairs", &o.pairs), std::pair("--plot", &o.plot)}) {
-    if (!name->empty()) names.emplace_back(option, *name);
-  }
-  return names;
+std::vector<OutputChoice> OutputsOf(const SpeedResultOptions& o) {
+  return {{"--csv", o.csv, OutputKind::table},
+          {"--curve", o.curve, OutputKind::signal},
+          {"--pairs", o.pairs, OutputKind::signal},
+          {"--plot", o.plot, OutputKind::picture}};
 }
 
 void CheckSpeedResults(const SpeedResultOptions& o) {
@@ -103,20 +94,9 @@ void CheckSpeedResults(const SpeedResultOptions& o) {
           "--pulses-per-rev");
     }
   }
-  if (!o.plot.empty()) CheckPlotName("--plot", o.plot);
-  if (o.csv == "-" && o.json)
-    FailUsage("--csv - and --json both write to standard output; name a file for --csv");
-  if (o.curve == "-") FailUsage("--curve writes a binary file; name one");
-  if (o.pairs == "-") FailUsage("--pairs writes a binary file; name one");
-  const OutputNames outputs = NamesOfOutputs(o);
-  for (std::size_t i = 0; i < outputs.size(); ++i) {
-    const auto& [option, name] = outputs[i];
-    CheckOutputPath(option, name, o.recording.path);
-    if (!o.truth.empty()) CheckOutputPath(option, name, o.truth);
-    for (std::size_t k = 0; k < i; ++k) {
-      if (outputs[k].second == name) FailUsage("{} and {} name the same file", outputs[k].first, option);
-    }
-  }
+  std::vector<std::filesystem::path> inputs = {o.recording.path};
+  if (!o.truth.empty()) inputs.emplace_back(o.truth);
+  CheckOutputs(OutputsOf(o), o.json, inputs);
 }
 
 }  // namespace umlauf::tool

@@ -3,10 +3,10 @@
 #include <CLI/CLI.hpp>
 #include <optional>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include "tools/RecordingInput.h"
+#include "tools/options/Outputs.h"
 
 namespace umlauf::tool {
 
@@ -36,8 +36,6 @@ void DeclareSpeedResults(CLI::App& command, SpeedResultOptions& options);
 /// Refuses options that contradict each other, and outputs that would overwrite an input or each other.
 void CheckSpeedResults(const SpeedResultOptions& options);
 
-/// Names of output files, with the options that gave them.
-using OutputNames = std::vector<std::pair<std::string, std::string>>;
-OutputNames NamesOfOutputs(const SpeedResultOptions& options);
+std::vector<OutputChoice> OutputsOf(const SpeedResultOptions& options);
 
 }  // namespace umlauf::tool

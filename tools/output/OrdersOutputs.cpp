@@ -4,7 +4,9 @@
 
 #include <algorithm>
 #include <cmath>
+#include <initializer_list>
 #include <iterator>
+#include <span>
 
 #include "tools/Error.h"
 #include "tools/SignalFile.h"
@@ -13,7 +15,7 @@
 #include "tools/output/OrdersPictures.h"
 #include "tools/output/Plot.h"
 #include "tools/output/UnitText.h"
-#include "umlauf/orders/TorsionalVibration.h"
+#include "umlauf/spectrum/SpectrumLevels.h"
 
 namespace umlauf::tool {
 namespace {
@@ -26,11 +28,8 @@ void Check(bool had) {
   if (!had) Fail("there is no memory for the results");
 }
 
-/// Of the amplitude of a track; the speed from edge to edge shows those of a torsional vibration too small.
-double AmplitudeFactor(const OrdersOptions& options, double order) {
-  const double peak = options.torsional ? CTorsionalVibration(options.pulsesPerRev, 1).Gain(order) : 1;
-  return options.rms ? peak * std::sqrt(0.5) : peak;
-}
+/// From the peak of a track to what is wanted.
+double AmplitudeFactor(const OrdersOptions& options) { return options.rms ? std::sqrt(0.5) : 1; }
 
 void WriteCsv(const OrdersOptions& options, const COrderAnalysis& analysis, OutputFile& out) {
   out.Print("channel,order,time_s,revolution,rpm,amplitude,phase_deg\n");
@@ -39,10 +38,23 @@ void WriteCsv(const OrdersOptions& options, const COrderAnalysis& analysis, Outp
     for (std::size_t i = 0; i < orders.size(); ++i) {
       for (const COrderTracker::Point& point : analysis.Tracks()->Track(c, i)) {
         out.Print("{},{},{},{},{},{},{}\n", c + 1, orders[i], point.place.time, point.place.revolution,
-                  point.place.rpm, AmplitudeFactor(options, orders[i]) * point.amplitude, point.phase);
+                  point.place.rpm, AmplitudeFactor(options) * point.amplitude, point.phase);
       }
     }
+    if (!options.overall) continue;
+    const std::span<const float> powers = analysis.Map()->RowPowers(c);
+    for (std::size_t i = 0; i < powers.size(); ++i) {
+      const ShaftPlace& place = analysis.Map()->Rows()[i];
+      out.Print("{},,{},{},{},{},\n", c + 1, place.time, place.revolution, place.rpm, std::sqrt(powers[i]));
+    }
   }
+}
+
+nlohmann::ordered_json EmptyTrack(unsigned c, std::initializer_list<const char*> lists) {
+  nlohmann::ordered_json track;
+  track["channel"] = c + 1;
+  for (const char* list : lists) track[list] = nlohmann::ordered_json::array();
+  return track;
 }
 
 nlohmann::ordered_json TracksJson(const OrdersOptions& options, const COrderAnalysis& analysis) {
@@ -50,22 +62,48 @@ nlohmann::ordered_json TracksJson(const OrdersOptions& options, const COrderAnal
   const auto& orders = options.analysis.tracks.orders;
   for (unsigned c = 0; c < analysis.Channels() && analysis.Tracks() != nullptr; ++c) {
     for (std::size_t i = 0; i < orders.size(); ++i) {
-      nlohmann::ordered_json track;
+      auto track = EmptyTrack(c, {"order", "time_s", "rpm", "amplitude", "phase_deg"});
       track["order"] = orders[i];
-      track["channel"] = c + 1;
-      for (const char* list : {"time_s", "rpm", "amplitude", "phase_deg"}) {
-        track[list] = nlohmann::ordered_json::array();
-      }
       for (const COrderTracker::Point& point : analysis.Tracks()->Track(c, i)) {
         track["time_s"].push_back(point.place.time);
         track["rpm"].push_back(point.place.rpm);
-        track["amplitude"].push_back(AmplitudeFactor(options, orders[i]) * point.amplitude);
+        track["amplitude"].push_back(AmplitudeFactor(options) * point.amplitude);
         track["phase_deg"].push_back(point.phase);
       }
       tracks.push_back(std::move(track));
     }
   }
   return tracks;
+}
+
+nlohmann::ordered_json OverallJson(const COrderAnalysis& analysis, const MapScale& scale) {
+  auto channels = nlohmann::ordered_json::array();
+  for (unsigned c = 0; c < analysis.Channels(); ++c) {
+    auto track = EmptyTrack(c, {"time_s", "rpm", "rms", "level_db"});
+    const std::span<const float> powers = analysis.Map()->RowPowers(c);
+    for (std::size_t i = 0; i < powers.size(); ++i) {
+      track["time_s"].push_back(analysis.Map()->Rows()[i].time);
+      track["rpm"].push_back(analysis.Map()->Rows()[i].rpm);
+      track["rms"].push_back(std::sqrt(powers[i]));
+      track["level_db"].push_back(scale.Value(static_cast<double>(powers[i]), 1, false));
+    }
+    channels.push_back(std::move(track));
+  }
+  return channels;
+}
+
+nlohmann::ordered_json CombJson(const OrdersOutputs::CombResult& comb) {
+  nlohmann::ordered_json json;
+  for (const char* list : {"time_s", "rpm", "confidence"}) json[list] = nlohmann::ordered_json::array();
+  for (std::size_t i = 0; i < comb.rpm.DLen(); ++i) {
+    json["time_s"].push_back(comb.rpm.GetPoint(static_cast<std::int64_t>(i)));
+    json["rpm"].push_back(comb.rpm.FData()[i]);
+    json["confidence"].push_back(comb.confidence.FData()[i]);
+  }
+  json["lost"] = nlohmann::ordered_json::array();
+  for (const auto& each : comb.trust.lost) json["lost"].push_back({each.from, each.to});
+  json["rival"] = comb.trust.rival;
+  return json;
 }
 
 struct SpeedRange {
@@ -78,7 +116,7 @@ struct SpeedRange {
   }
 };
 
-std::string Json(const OrdersOptions& options, const COrderAnalysis& analysis,
+std::string Json(const OrdersOptions& options, const COrderAnalysis& analysis, const MapScale& scale,
                  const OrdersOutputs::About& about) {
   nlohmann::ordered_json json;
   const std::vector<ShaftPlace>& rows = analysis.Map()->Rows();
@@ -91,7 +129,14 @@ std::string Json(const OrdersOptions& options, const COrderAnalysis& analysis,
   json["spectra"] = rows.size();
   json["rpm"] = {{"min", speed.low}, {"max", speed.high}};
   json["amplitude"] = options.rms ? "rms" : "peak";
+  json["method"] =
+      options.analysis.tracks.method == OrderTrackSettings::Method::segments ? "segments" : "vold-kalman";
   json["tracks"] = TracksJson(options, analysis);
+  if (options.overall) {
+    json["reference"] = *scale.reference;
+    json["overall"] = OverallJson(analysis, scale);
+  }
+  if (about.comb) json["speed"] = CombJson(*about.comb);
   if (analysis.Average() != nullptr) {
     json["average"] = nlohmann::ordered_json::array();
     for (unsigned c = 0; c < analysis.Channels(); ++c) {
@@ -128,8 +173,16 @@ std::string Table(const OrdersOptions& options, const COrderAnalysis& analysis,
       row(fmt::format("order {:g}", orders[i]),
           fmt::format("{}greatest {} {:.4g} at {:.0f} rpm, {:.2f} s",
                       about.channels.size() > 1 ? about.channels[c] + ": " : "", options.rms ? "rms" : "peak",
-                      AmplitudeFactor(options, orders[i]) * top.amplitude, top.place.rpm, top.place.time));
+                      AmplitudeFactor(options) * top.amplitude, top.place.rpm, top.place.time));
     }
+  }
+  for (unsigned c = 0; c < analysis.Channels() && options.overall; ++c) {
+    const std::span<const float> powers = analysis.Map()->RowPowers(c);
+    const auto top =
+        static_cast<std::size_t>(std::max_element(powers.begin(), powers.end()) - powers.begin());
+    row("all orders", fmt::format("{}greatest rms {:.4g} at {:.0f} rpm, {:.2f} s",
+                                  about.channels.size() > 1 ? about.channels[c] + ": " : "",
+                                  std::sqrt(powers[top]), rows[top].rpm, rows[top].time));
   }
   for (unsigned c = 0; c < analysis.Channels() && analysis.Average() != nullptr; ++c) {
     row(c == 0 ? "average" : "",
@@ -157,6 +210,11 @@ void DrawAverage(const COrderAnalysis& analysis, const OrdersOutputs::About& abo
   DrawPlot(plot, out);
 }
 
+void DrawSpeed(const OrdersOutputs::CombResult& comb, OutputFile& out) {
+  if (out.target().extension() == ".usig") return WriteSignalFile(comb.rpm, out);
+  DrawPlot(CombPicture(comb.rpm, comb.confidence), out);
+}
+
 }  // namespace
 
 OrdersOutputs::OrdersOutputs(const OrdersOptions& options) : options_(options) {
@@ -165,6 +223,7 @@ OrdersOutputs::OrdersOutputs(const OrdersOptions& options) : options_(options) {
   Open(spectrum_, options.spectrum);
   Open(plot_, options.plot);
   Open(average_, options.average);
+  Open(speed_, options.speed);
   Open(csv_, options.csv);
   Open(signal_, options.signal);
 }
@@ -172,7 +231,7 @@ OrdersOutputs::OrdersOutputs(const OrdersOptions& options) : options_(options) {
 void OrdersOutputs::Publish(const COrderAnalysis& analysis, const About& about) {
   MapScale scale;
   scale.unit = about.unit;
-  scale.reference = options_.reference.value_or(MapScale::StandardReference(about.unit));
+  scale.reference = options_.reference.value_or(SpectrumLevels::StandardReference(about.unit));
   const std::vector<double>& orders = options_.analysis.tracks.orders;
   const MapAxis& axis = options_.analysis.map.axis;
   const std::vector<ShaftPlace>& places = analysis.Map()->Rows();
@@ -194,18 +253,18 @@ void OrdersOutputs::Publish(const COrderAnalysis& analysis, const About& about) 
     DrawPlot(SpectrumPicture(spectra, about.channels), *spectrum_);
   }
   if (plot_) {
-    std::vector<double> factors;
-    for (const double order : orders) factors.push_back(AmplitudeFactor(options_, order));
-    DrawPlot(TracksPicture(*analysis.Tracks(), orders, about.channels, about.unit, factors), *plot_);
+    const TracksLook look{about.channels, about.unit, AmplitudeFactor(options_), options_.overall};
+    DrawPlot(TracksPicture(analysis, orders, look), *plot_);
   }
   if (average_) DrawAverage(analysis, about, *average_);
+  if (speed_) DrawSpeed(*about.comb, *speed_);
   if (csv_) WriteCsv(options_, analysis, *csv_);
   for (std::optional<OutputFile>* each :
-       {&map_, &frequencyMap_, &spectrum_, &plot_, &average_, &csv_, &signal_}) {
+       {&map_, &frequencyMap_, &spectrum_, &plot_, &average_, &speed_, &csv_, &signal_}) {
     if (*each) (*each)->Commit();
   }
   if (options_.csv == "-") return;
-  WriteOut(options_.json ? Json(options_, analysis, about) : Table(options_, analysis, about));
+  WriteOut(options_.json ? Json(options_, analysis, scale, about) : Table(options_, analysis, about));
 }
 
 }  // namespace umlauf::tool

@@ -18,18 +18,24 @@ class OrdersOutputs {
   OrdersOutputs(const OrdersOutputs&) = delete;
   OrdersOutputs& operator=(const OrdersOutputs&) = delete;
 
+  /// The speed of a shaft without a tacho.
+  struct CombResult {
+    CSigCurve rpm, confidence;
+    CCombSpeed::Trust trust;
+  };
   /// What is known of the recording beside the analysis.
   struct About {
     std::vector<std::string> channels;  ///< names for people
     CMeasuringUnit unit;
     RecordingWarnings warnings;
+    std::optional<CombResult> comb;
   };
   /// Writes all files and prints to standard output.
   void Publish(const COrderAnalysis& analysis, const About& about);
 
  private:
   const OrdersOptions& options_;
-  std::optional<OutputFile> map_, frequencyMap_, spectrum_, plot_, average_, csv_, signal_;
+  std::optional<OutputFile> map_, frequencyMap_, spectrum_, plot_, average_, speed_, csv_, signal_;
 };
 
 }  // namespace umlauf::tool

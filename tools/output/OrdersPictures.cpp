@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include <cmath>
+#include <span>
 
 #include "tools/output/UnitText.h"
 #include "tools/plot/AmplitudePhase.h"
@@ -75,23 +76,45 @@ Plot SpectrumPicture(const std::vector<CSigCurve>& spectra, const std::vector<st
   return plot;
 }
 
-Plot TracksPicture(const COrderTracker& tracks, const std::vector<double>& orders,
-                   const std::vector<std::string>& channels, const CMeasuringUnit& unit,
-                   const std::vector<double>& factors) {
+Plot TracksPicture(const COrderAnalysis& analysis, const std::vector<double>& orders,
+                   const TracksLook& look) {
   std::vector<PlotTransfer> transfers;
-  for (unsigned c = 0; c < channels.size(); ++c) {
+  for (unsigned c = 0; c < look.channels.size(); ++c) {
+    const std::string of = look.channels.size() > 1 ? ", " + look.channels[c] : "";
     for (std::size_t i = 0; i < orders.size(); ++i) {
-      PlotTransfer transfer;
-      transfer.title = fmt::format("order {:g}", orders[i]);
-      if (channels.size() > 1) transfer.title += ", " + channels[c];
-      for (const COrderTracker::Point& point : tracks.Track(c, i)) {
-        transfer.amplitude.push_back({point.place.rpm, factors[i] * point.amplitude});
+      PlotTransfer transfer{fmt::format("order {:g}{}", orders[i], of), {}, {}};
+      for (const COrderTracker::Point& point : analysis.Tracks()->Track(c, i)) {
+        transfer.amplitude.push_back({point.place.rpm, look.factor * point.amplitude});
         transfer.phase.push_back({point.place.rpm, point.phase});
       }
       transfers.push_back(std::move(transfer));
     }
+    if (!look.overall) continue;
+    PlotTransfer all{"all orders, rms" + of, {}, {}};
+    const std::span<const float> powers = analysis.Map()->RowPowers(c);
+    for (std::size_t i = 0; i < powers.size(); ++i) {
+      all.amplitude.push_back({analysis.Map()->Rows()[i].rpm, std::sqrt(static_cast<double>(powers[i]))});
+    }
+    transfers.push_back(std::move(all));
   }
-  return AmplitudePhasePlot("", "speed in rpm", AxisLabel(unit, "amplitude"), transfers);
+  Plot plot = AmplitudePhasePlot("", "speed in rpm", AxisLabel(look.unit, "amplitude"), transfers);
+  if (orders.empty()) plot.panels.pop_back();  // what all orders are together has no phase
+  return plot;
+}
+
+Plot CombPicture(const CSigCurve& rpm, const CSigCurve& confidence) {
+  const auto series = [](const CSigCurve& curve) {
+    PlotSeries line;
+    for (std::size_t i = 0; i < curve.DLen(); ++i) {
+      line.points.push_back({static_cast<double>(curve.GetPoint(static_cast<std::int64_t>(i))),
+                             static_cast<double>(curve.FData()[i])});
+    }
+    return line;
+  };
+  PlotPanel sure{"confidence", {series(confidence)}};
+  sure.range = PlotRange{0, 1};
+  sure.tickStep = 0.5;
+  return {"speed by the orders of the vibration", "time in s", {{"speed in rpm", {series(rpm)}}, sure}};
 }
 
 }  // namespace umlauf::tool

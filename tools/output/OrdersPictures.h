@@ -16,9 +16,17 @@ PlotMap MapPicture(const CSigCurveArray& map, const std::string& title, const st
 /// Order spectra of several channels.
 Plot SpectrumPicture(const std::vector<CSigCurve>& spectra, const std::vector<std::string>& channels);
 
-/// Amplitude and phase of all tracks of all channels over speed. `factors` are those of their amplitudes.
-Plot TracksPicture(const COrderTracker& tracks, const std::vector<double>& orders,
-                   const std::vector<std::string>& channels, const CMeasuringUnit& unit,
-                   const std::vector<double>& factors);
+/// How tracks are drawn.
+struct TracksLook {
+  const std::vector<std::string>& channels;
+  CMeasuringUnit unit;
+  double factor = 1;     ///< of the amplitudes
+  bool overall = false;  ///< the effective value of all orders beside them
+};
+/// Amplitude and phase of all tracks of all channels over speed.
+Plot TracksPicture(const COrderAnalysis& analysis, const std::vector<double>& orders, const TracksLook& look);
+
+/// Speed that was found without a tacho, and its confidence, over time.
+Plot CombPicture(const CSigCurve& rpm, const CSigCurve& confidence);
 
 }  // namespace umlauf::tool

@@ -145,7 +145,8 @@ void SpeedOutputs::Finish() {
 }
 
 bool SpeedOutputs::CanBeginAgain(const SpeedResultOptions& options) {
-  for (const auto& [option, name] : NamesOfOutputs(options)) {
+  for (const auto& [option, name, kind] : OutputsOf(options)) {
+    if (name.empty()) continue;
     std::error_code error;
     const auto status = std::filesystem::status(name, error);
     if (name == "-" || (std::filesystem::exists(status) && !std::filesystem::is_regular_file(status)))

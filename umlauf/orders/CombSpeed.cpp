@@ -1,6 +1,7 @@
 #include "umlauf/orders/CombSpeed.h"
 
 #include <algorithm>
+#include <bit>
 #include <cmath>
 
 #include "umlauf/platform/basis/CAlignedMem.h"
@@ -13,6 +14,8 @@ namespace {
 
 constexpr std::size_t kNeighbours = 24;  ///< bins on either side whose median a line is compared with
 constexpr double kStandsOut = 6;         ///< [dB]
+constexpr double kSame = 0.05;           ///< closer speeds are one course
+constexpr float kNever = -1e30f;         ///< score of what a course does not pass
 constexpr double kHighest = 30;          ///< [dB] that no line counts more than: one must not be the comb
 
 }  // namespace
@@ -62,19 +65,28 @@ struct CCombSpeed::Engine {
   void Row() {
     Whiten();
     for (std::size_t i = 0; i < speeds; ++i) {
-      double sum = 0, outstanding = 0;
-      for (const double order : settings.orders) {
-        const double level = Line(order * Rpm(static_cast<double>(i)) / 60);
+      double sum = 0;
+      std::uint16_t outstanding = 0;
+      for (std::size_t k = 0; k < settings.orders.size(); ++k) {
+        const double level = Line(settings.orders[k] * Rpm(static_cast<double>(i)) / 60);
         if (level > 0) sum += level / (1 + level / kHighest);
-        outstanding += level >= kStandsOut ? 1 : 0;
+        if (level >= kStandsOut) outstanding = static_cast<std::uint16_t>(outstanding | 1u << k);
       }
-      const auto lines = static_cast<double>(settings.orders.size());
-      scores.push_back(static_cast<float>(sum / lines));
-      shares.push_back(numeric::trunc_sat<std::uint8_t>(255 * outstanding / lines));
+      scores.push_back(static_cast<float>(sum / static_cast<double>(settings.orders.size())));
+      lines.push_back(outstanding);
     }
   }
 
-  bool Follow(std::vector<std::uint32_t>& path) const;
+  using Path = std::vector<std::uint32_t>;
+  std::size_t Rows() const { return scores.size() / speeds; }
+  bool Follow(Path& path, const Path* other = nullptr) const;
+  double Score(const Path& path) const;
+  /// The part of the lines that stand out at the speed of a segment.
+  double Share(const Path& path, std::size_t r) const {
+    return std::popcount(lines[r * speeds + path[r]]) / static_cast<double>(settings.orders.size());
+  }
+  void Judge(const Path& path, Trust& trust) const;
+  void FindLost(const Path& path, Trust& trust) const;
 
   CombSpeedSettings settings;
   std::size_t step;
@@ -86,51 +98,121 @@ struct CCombSpeed::Engine {
   CAlignedMem<float> row, levels;
   std::vector<float> neighbours;
   std::vector<float> scores;         ///< [segments, speeds]
-  std::vector<std::uint8_t> shares;  ///< of the lines that stand out
+  std::vector<std::uint16_t> lines;  ///< likewise: a bit for each that stands out
   bool valid = false, complete = true;
 };
 
-/// The best course that ends at each speed, segment by segment; then back from the best end.
-bool CCombSpeed::Engine::Follow(std::vector<std::uint32_t>& path) const {
-  const std::size_t rows = scores.size() / speeds;
+namespace {
+
+/// The place of the greatest of the values within `reach` of i, for rising i.
+class Greatest {
+ public:
+  Greatest(const std::vector<float>& values, std::size_t reach) : values_(values), reach_(reach) {
+    places_.resize(values.size());
+  }
+  std::size_t Around(std::size_t i) {
+    for (const std::size_t end = std::min(values_.size(), i + reach_ + 1); taken_ < end; ++taken_) {
+      while (size_ > first_ && values_[places_[size_ - 1]] <= values_[taken_]) --size_;
+      places_[size_++] = taken_;
+    }
+    while (places_[first_] + reach_ < i) ++first_;
+    return places_[first_];
+  }
+
+ private:
+  const std::vector<float>& values_;
+  std::size_t reach_, taken_ = 0, first_ = 0, size_ = 0;
+  std::vector<std::size_t> places_;  ///< [first, size) of falling values
+};
+
+}  // namespace
+
+/// The best course that ends at each speed, segment by segment; then back from the best end. With `other`,
+/// the best one that stays off that.
+bool CCombSpeed::Engine::Follow(Path& path, const Path* other) const {
+  const std::size_t rows = Rows();
   if (rows == 0) return false;
   const double perRow = settings.steepest * static_cast<double>(step) / rate / grid;
-  const auto reach = static_cast<std::ptrdiff_t>(numeric::trunc_sat<std::int32_t>(std::ceil(perRow)));
+  const auto reach = numeric::trunc_sat<std::size_t>(std::ceil(perRow));
   std::vector<float> best(speeds), next(speeds);
   std::vector<std::int16_t> moves(rows * speeds);
   const bool anywhere = !(settings.startHigh > 0);
+  const auto score = [&](std::size_t r, std::size_t i) {
+    const double rpm = Rpm(static_cast<double>(i));
+    const bool taken = other != nullptr && std::abs(rpm / Rpm((*other)[r]) - 1) < kSame;
+    return taken ? kNever : scores[r * speeds + i];
+  };
   for (std::size_t i = 0; i < speeds; ++i) {
     const double rpm = Rpm(static_cast<double>(i));
     const bool start = anywhere || (rpm >= settings.startLow - grid && rpm <= settings.startHigh + grid);
-    best[i] = start ? scores[i] : -1e30f;
+    best[i] = start ? score(0, i) : kNever;
   }
-  const auto last = static_cast<std::ptrdiff_t>(speeds) - 1;
   for (std::size_t r = 1; r < rows; ++r) {
-    for (std::ptrdiff_t i = 0; i <= last; ++i) {
-      std::ptrdiff_t from = i;
-      for (std::ptrdiff_t j = std::max<std::ptrdiff_t>(0, i - reach); j <= std::min(last, i + reach); ++j) {
-        if (best[static_cast<std::size_t>(j)] > best[static_cast<std::size_t>(from)]) from = j;
-      }
-      const std::size_t at = r * speeds + static_cast<std::size_t>(i);
-      next[static_cast<std::size_t>(i)] = best[static_cast<std::size_t>(from)] + scores[at];
-      moves[at] = static_cast<std::int16_t>(from - i);
+    Greatest greatest(best, reach);
+    for (std::size_t i = 0; i < speeds; ++i) {
+      const std::size_t from = greatest.Around(i);
+      next[i] = std::max(best[from] + score(r, i), kNever);
+      moves[r * speeds + i] =
+          static_cast<std::int16_t>(static_cast<std::ptrdiff_t>(from) - static_cast<std::ptrdiff_t>(i));
     }
     best.swap(next);
   }
   path.resize(rows);
   auto at = std::max_element(best.begin(), best.end()) - best.begin();
+  const bool found = best[static_cast<std::size_t>(at)] > kNever / 2;
   for (std::size_t r = rows; r-- > 0;) {
     path[r] = static_cast<std::uint32_t>(at);
     at += moves[r * speeds + static_cast<std::size_t>(at)];
   }
-  return true;
+  return found;
+}
+
+double CCombSpeed::Engine::Score(const Path& path) const {
+  double sum = 0;
+  for (std::size_t r = 0; r < path.size(); ++r) sum += static_cast<double>(scores[r * speeds + path[r]]);
+  return sum / static_cast<double>(path.size());
+}
+
+void CCombSpeed::Engine::Judge(const Path& path, Trust& trust) const {
+  trust = {};
+  FindLost(path, trust);
+  for (std::size_t k = 0; k < settings.orders.size(); ++k) {
+    std::size_t there = 0;
+    for (std::size_t r = 0; r < path.size(); ++r) there += lines[r * speeds + path[r]] >> k & 1u;
+    trust.present.push_back(static_cast<double>(there) / static_cast<double>(path.size()));
+  }
+  Path rival;
+  if (!Follow(rival, &path)) return;
+  trust.rival = Score(rival) / Score(path);
+  trust.rivalStart = Rpm(rival.front());
+}
+
+/// By the mean of the segments within a quarter of a second: one alone has few lines.
+void CCombSpeed::Engine::FindLost(const Path& path, Trust& trust) const {
+  const auto reach = numeric::trunc_sat<std::size_t>(0.25 * rate / static_cast<double>(step));
+  std::size_t begin = 0, lost = 0;
+  for (std::size_t r = 0; r <= path.size(); ++r) {
+    bool out = false;
+    if (r < path.size()) {
+      const std::size_t from = r > reach ? r - reach : 0, to = std::min(path.size(), r + reach + 1);
+      double sum = 0;
+      for (std::size_t k = from; k < to; ++k) sum += Share(path, k);
+      out = sum < 0.499 * static_cast<double>(to - from);
+    }
+    lost += out ? 1 : 0;
+    if (out) continue;
+    if (r >= begin + std::max<std::size_t>(1, 2 * reach))
+      trust.lost.push_back({spectra.RowTime(begin), spectra.RowTime(r - 1)});
+    begin = r + 1;
+  }
+  trust.lostShare = static_cast<double>(lost) / static_cast<double>(path.size());
 }
 
 CCombSpeed::CCombSpeed(const CombSpeedSettings& s, double rate) {
   const double length = rate / s.resolution;
   bool good = length >= 64 && length <= static_cast<double>(CRealTransform::kMaxSize) / 2 && s.lowest > 0 &&
               s.highest > s.lowest && s.steepest > 0 && s.overlap >= 0 && s.overlap <= 0.95 &&
-              s.startLow <= s.startHigh && !s.orders.empty();
+              s.startLow <= s.startHigh && !s.orders.empty() && s.orders.size() <= mostOrders;
   for (const double order : s.orders) good = good && order > 0 && order * s.highest / 60 < rate / 2;
   if (!good) return;
   SpectrumSettings segments;
@@ -157,10 +239,14 @@ void CCombSpeed::Take(const float* samples, std::size_t n) {
   }
 }
 
-bool CCombSpeed::Find(CSigCurve& rpm, CSigCurve& confidence) const {
+bool CCombSpeed::Find(CSigCurve& rpm, CSigCurve& confidence, Trust* trust) const {
   std::vector<std::uint32_t> path;
-  const bool found = IsValid() && engine_->complete &&
-                     umlauf::WithMemory(false, [&] { return engine_->Follow(path); }) &&
+  const auto follow = [&] {
+    if (!engine_->Follow(path)) return false;
+    if (trust != nullptr) engine_->Judge(path, *trust);
+    return true;
+  };
+  const bool found = IsValid() && engine_->complete && umlauf::WithMemory(false, follow) &&
                      rpm.Resize(path.size()) && confidence.Resize(path.size());
   if (!found) {
     rpm.Free();
@@ -178,7 +264,7 @@ bool CCombSpeed::Find(CSigCurve& rpm, CSigCurve& confidence) const {
       if (a + c < 2 * b) shift = std::clamp((a - c) / (2 * (a - 2 * b + c)), -0.5, 0.5);
     }
     rpm.FData()[r] = static_cast<float>(e.Rpm(static_cast<double>(path[r]) + shift));
-    confidence.FData()[r] = static_cast<float>(e.shares[at]) / 255;
+    confidence.FData()[r] = static_cast<float>(e.Share(path, r));
   }
   const double begin = e.spectra.RowTime(0), length = static_cast<double>(e.step) / e.rate;
   for (CSigCurve* each : {&rpm, &confidence}) {

@@ -9,7 +9,7 @@
 
 /// What is known of a shaft without a tacho.
 struct CombSpeedSettings {
-  std::vector<double> orders = {};      ///< the comb: those that the vibration has, above 0
+  std::vector<double> orders = {};      ///< the comb: up to 16 that the vibration has, above 0
   double startLow = 0, startHigh = 0;   ///< [rpm] speed at the start; both 0: anywhere from lowest to highest
   double lowest = 300, highest = 6000;  ///< [rpm]
   double steepest = 1000;               ///< [rpm/s] greatest change of the speed
@@ -26,10 +26,29 @@ struct CombSpeedSettings {
 /// speed tracking", Mech. Syst. Signal Process. 81 (2016)). It sees the whole recording: a line that is lost
 /// for a moment does not lead it astray.
 ///
-/// Memory grows with the recording: 4 bytes for each speed of the grid and segment. One object is used by one
-/// thread at a time.
+/// Memory grows with the recording: 6 bytes for each speed of the grid and segment, and 2 more in `Find`. The
+/// grid has a quarter of a bin of the highest order: to order 4.5 from 300 to 6000 rpm in spectra of 2 Hz
+/// that is 48 kB for a second. One object is used by one thread at a time.
 class UMLAUF_API CCombSpeed {
  public:
+  static constexpr std::size_t mostOrders = 16;
+
+  /// Whether a course is to be believed.
+  struct Trust {
+    struct Span {
+      double from, to;  ///< [s]
+    };
+    std::vector<Span> lost;  ///< where fewer than half the lines stand out, over half a second and more
+    double lostShare = 0;    ///< of all segments, 0 to 1
+    /// [orders] In which part of the segments each of them stands out. One that hardly ever does may not be
+    /// there, and the speed another one.
+    std::vector<double> present;
+    /// The best other course, nowhere within 5 % of this one: its score over that of this one, and the speed
+    /// [rpm] at its begin. Noise alone has 0.4 or so; from 0.8 on there is more than one shaft that it can
+    /// be.
+    double rival = 0, rivalStart = 0;
+  };
+
   /// For samples at `rate` [samples/s].
   CCombSpeed(const CombSpeedSettings& settings, double rate);
   ~CCombSpeed();
@@ -42,12 +61,13 @@ class UMLAUF_API CCombSpeed {
   /// Takes the next n samples.
   void Take(const float* samples, std::size_t n);
   /// The speed over time [s from the first sample, rpm], at the middles of the segments, as
-  /// ShaftTrains::FromSpeed takes it. False, and both are empty, for recordings shorter than a segment and
-  /// without memory.
+  /// ShaftTrains::FromSpeed takes it. False, and both are empty, for recordings shorter than a segment, for a
+  /// start outside the lowest and the highest speed, and without memory.
   ///
   /// `confidence`, over the same times: the part of the comb's lines that stand out of their neighbourhood by
   /// 6 dB, 0 to 1. Noise alone gives about 0.1 to 0.3; below 0.5 the track is to be doubted.
-  bool Find(CSigCurve& rpm, CSigCurve& confidence) const;
+  /// `trust`, unless null, sums that up.
+  bool Find(CSigCurve& rpm, CSigCurve& confidence, Trust* trust = nullptr) const;
 
  private:
   struct Engine;

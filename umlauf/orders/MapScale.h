@@ -16,8 +16,8 @@
 /// | Amplitude | √(2P) (at 0 √P) | unit, peak of a sine in the bin |
 /// | Effective | √P | unit, root mean square of a sine in the bin |
 ///
-/// With a reference r they are levels: 10 lg(P / r²), of amplitudes and densities likewise; 200 dB below the
-/// reference they end. Their unit is dB(unit) with the reference in it.
+/// With a reference r they are levels, as SpectrumLevels makes them: 10 lg(P / r²), of 2P for amplitudes and
+/// of densities likewise; −∞ for 0.
 struct UMLAUF_API MapScale {
   SpectrumScaling scaling = SpectrumScaling::Effective;
   std::optional<double> reference = {};  ///< above 0, in `unit`: 2e-5 for sound pressure in Pa
@@ -26,9 +26,6 @@ struct UMLAUF_API MapScale {
   bool IsValid() const;
   /// Value of a mean square; `width` is the noise bandwidth of a bin, `atZero` tells the bin of 0.
   double Value(double power, double width, bool atZero) const;
-  /// The reference of levels that ISO 1683 prefers for a unit: 20 µPa of sound pressure, 1 µm/s² and 1 nm/s
-  /// of vibration, 1 µN, 1 pW; 1 for others.
-  static double StandardReference(const CMeasuringUnit& unit);
   /// Unit of the values over an axis in `axis`.
   CMeasuringUnit ValueUnit(const CMeasuringUnit& axis) const;
 };

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "umlauf/pairs/CurveArraySections.h"
 #include "umlauf/signal/CurveSpan.h"
 
 namespace VisData {
@@ -44,7 +45,21 @@ bool AppendSpan(CVisData3dObject& to, const CSigCurve& from, Append append) {
   return true;
 }
 
-/// Points as a curve whose last sample lies at the last x.
+void TakeCurveHeader(const CSignal& from, CSigCurve& to) {
+  to.SetName(from.Name());
+  to.SetExtName(from.ExtName());
+  to.SetXUnit(from.XUnit());
+  to.SetYUnit(from.YUnit());
+  to.SetColor(from.Color());
+}
+
+/// Seconds from the start of the time range for an x.
+double Seconds(const CSigPairsTm& from, float x) {
+  return double{x} / from.Skalierung() *
+         static_cast<double>((from.EndZeit() - from.StartZeit()).GetTotalSeconds());
+}
+
+/// Points as a curve whose last sample lies at the last x, with their names, units and colour.
 bool AsCurve(const CSigPairs& from, std::uint64_t n, CSigCurve& curve) {
   float lo = 0.0f, hi = 0.0f;
   const bool sorted = from.IstSortiert() || from.IstInversSortiert();
@@ -54,7 +69,37 @@ bool AsCurve(const CSigPairs& from, std::uint64_t n, CSigCurve& curve) {
     curve.FData()[i] = from.WertBei(static_cast<float>(double{lo} + step * static_cast<double>(i)));
   }
   curve.SetXMinMax(lo, static_cast<float>(double{lo} + step * static_cast<double>(n)));
+  TakeCurveHeader(from, curve);
   return true;
+}
+
+bool AsCurve(const CSigPairsTm& from, std::uint64_t n, CSigCurve& curve) {
+  if (!AsCurve(static_cast<const CSigPairs&>(from), n, curve)) return false;
+  curve.SetXMinMax(static_cast<float>(Seconds(from, curve.XMin())),
+                   static_cast<float>(Seconds(from, curve.XMax())));
+  curve.SetXUnit(CMeasuringUnit(CMeasuringUnit::second));
+  return true;
+}
+
+/// Points of either kind as samples of a vector of either kind.
+template <class Pairs, class Vector, class... Step>
+bool ConvertPairs(const Pairs& from, Vector& to, std::uint64_t n, Step... step) {
+  CSigCurve curve;
+  const bool done = AsCurve(from, n, curve) && Convert(curve, to, step...);
+  if (!done) to.SetSize(0);
+  TakeHeader(from, to);
+  if (done) to.XUnit() = curve.XUnit();
+  return done;
+}
+
+/// The curve at a position of an array.
+template <class Vector, class... Step>
+bool ConvertSection(const CSigCurveArray& from, Vector& to, float position, Step... step) {
+  CSigCurveExt curve;
+  const bool done = from.SectionAt(position, curve) && Convert(curve, to, step...);
+  if (!done) to.SetSize(0);
+  TakeHeader(from, to);
+  return done;
 }
 
 /// The curves with one axis, as they are or copied.
@@ -115,28 +160,40 @@ bool Convert(const CSigPairs& from, CVisDataPolygon& to) {
 
 bool Convert(const CSigPairsTm& from, CVisDataPolygon& to) {
   const bool done = Convert(static_cast<const CSigPairs&>(from), to);
-  const double length = static_cast<double>((from.EndZeit() - from.StartZeit()).GetTotalSeconds());
-  for (std::uint64_t i = 0; i < to.Size(); ++i) {
-    to.X(i) = static_cast<float>(double{to.X(i)} / from.Skalierung() * length);
-  }
+  for (std::uint64_t i = 0; i < to.Size(); ++i) to.X(i) = static_cast<float>(Seconds(from, to.X(i)));
   to.XUnit() = CMeasuringUnit(CMeasuringUnit::second);
   to.CalcRange(CVisDataItem::AllAxes);
   return done;
 }
 
-bool Convert(const CSigPairs& from, CVisDataVector& to, std::uint64_t n) {
-  CSigCurve curve;
-  const bool done = AsCurve(from, n, curve) && Convert(curve, to);
-  if (!done) to.SetSize(0);
-  TakeHeader(from, to);
-  return done;
-}
+bool Convert(const CSigPairs& from, CVisDataVector& to, std::uint64_t n) { return ConvertPairs(from, to, n); }
 
 bool Convert(const CSigPairs& from, CVisDataIntVector& to, std::uint64_t n, float step) {
-  CSigCurve curve;
-  const bool done = AsCurve(from, n, curve) && Convert(curve, to, step);
+  return ConvertPairs(from, to, n, step);
+}
+
+bool Convert(const CSigPairsTm& from, CVisDataVector& to, std::uint64_t n) {
+  return ConvertPairs(from, to, n);
+}
+
+bool Convert(const CSigPairsTm& from, CVisDataIntVector& to, std::uint64_t n, float step) {
+  return ConvertPairs(from, to, n, step);
+}
+
+bool Convert(const CSigCurveArray& from, CVisDataVector& to, float position) {
+  return ConvertSection(from, to, position);
+}
+
+bool Convert(const CSigCurveArray& from, CVisDataIntVector& to, float position, float step) {
+  return ConvertSection(from, to, position, step);
+}
+
+bool Convert(const CSigCurveArray& from, CVisDataPolygon& to, float x) {
+  CSigPairs section;
+  const bool done = SectionAtX(from, x, section) && Convert(section, to);
   if (!done) to.SetSize(0);
   TakeHeader(from, to);
+  to.XUnit() = from.ArrayUnit();
   return done;
 }
 
@@ -187,6 +244,26 @@ bool AppendRow(CVisDataArray& to, const CSigCurve& from, float z) {
 
 bool AppendRow(CVisDataGrid& to, const CSigCurve& from) {
   return AppendSpan(to, from, [&](const CurveSpan& span) { return to.AppendRow(span.samples, span.length); });
+}
+
+bool AppendRow(CVisDataArray& to, const CSigPairs& from, std::uint64_t n, float z) {
+  CSigCurve curve;
+  return AsCurve(from, n, curve) && AppendRow(to, curve, z);
+}
+
+bool AppendRow(CVisDataArray& to, const CSigPairsTm& from, std::uint64_t n, float z) {
+  CSigCurve curve;
+  return AsCurve(from, n, curve) && AppendRow(to, curve, z);
+}
+
+bool AppendRow(CVisDataGrid& to, const CSigPairs& from, std::uint64_t n) {
+  CSigCurve curve;
+  return AsCurve(from, n, curve) && AppendRow(to, curve);
+}
+
+bool AppendRow(CVisDataGrid& to, const CSigPairsTm& from, std::uint64_t n) {
+  CSigCurve curve;
+  return AsCurve(from, n, curve) && AppendRow(to, curve);
 }
 
 }  // namespace VisData

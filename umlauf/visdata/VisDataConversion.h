@@ -30,11 +30,20 @@ UMLAUF_API bool Convert(const CSigCurve& from, CVisDataPolygon& to);
 UMLAUF_API bool Convert(const CSigPairs& from, CVisDataPolygon& to);
 /// The points, x in seconds since the start of the time range.
 UMLAUF_API bool Convert(const CSigPairsTm& from, CVisDataPolygon& to);
+/// A section through the curves at an x: their values as points over the array axis.
+UMLAUF_API bool Convert(const CSigCurveArray& from, CVisDataPolygon& to, float x);
 /// n equidistant samples from the first to the last x of sorted points, on the straight lines between them.
 /// False, and no samples, also for points that are not sorted.
 UMLAUF_API bool Convert(const CSigPairs& from, CVisDataVector& to, std::uint64_t n);
 /// The same rounded to multiples of `step`, as for curves.
 UMLAUF_API bool Convert(const CSigPairs& from, CVisDataIntVector& to, std::uint64_t n, float step);
+/// The same of timed points, x in seconds since the start of the time range.
+UMLAUF_API bool Convert(const CSigPairsTm& from, CVisDataVector& to, std::uint64_t n);
+UMLAUF_API bool Convert(const CSigPairsTm& from, CVisDataIntVector& to, std::uint64_t n, float step);
+/// The curve at a position of the array, interpolated between its neighbours; for whole numbers rounded to
+/// multiples of `step`.
+UMLAUF_API bool Convert(const CSigCurveArray& from, CVisDataVector& to, float position);
+UMLAUF_API bool Convert(const CSigCurveArray& from, CVisDataIntVector& to, float position, float step);
 /// The curves as rows at their positions, on the common x axis of the array where theirs differ; z unit and
 /// range are those of the array axis. Values outside a curve's valid span are 0.
 UMLAUF_API bool Convert(const CSigCurveArray& from, CVisDataArray& to);
@@ -48,5 +57,10 @@ UMLAUF_API bool Convert(const CSigCurveArray& from, CVisDataGrid& to, std::uint6
 UMLAUF_API bool AppendRow(CVisDataArray& to, const CSigCurve& from, float z);
 /// Likewise as the next row of a grid.
 UMLAUF_API bool AppendRow(CVisDataGrid& to, const CSigCurve& from);
+/// The same of n equidistant samples of points, as for vectors; timed ones over seconds.
+UMLAUF_API bool AppendRow(CVisDataArray& to, const CSigPairs& from, std::uint64_t n, float z);
+UMLAUF_API bool AppendRow(CVisDataArray& to, const CSigPairsTm& from, std::uint64_t n, float z);
+UMLAUF_API bool AppendRow(CVisDataGrid& to, const CSigPairs& from, std::uint64_t n);
+UMLAUF_API bool AppendRow(CVisDataGrid& to, const CSigPairsTm& from, std::uint64_t n);
 
 }  // namespace VisData

@@ -131,13 +131,17 @@ std::string LineData(const PlotMap& map, std::string& commands) {
   return data;
 }
 
-std::string AxesScript(const Canvas& canvas, const PlotMap& map, const Raster& raster, const Area& area) {
+/// `ticked` is the part of the vertical axis that has ticks: of a waterfall the lines rise beyond the last
+/// row.
+std::string AxesScript(const Canvas& canvas, const PlotMap& map, const Raster& raster,
+                       const PlotRange& ticked, const Area& area) {
   const AxisTicks x = HorizontalTicks(raster.x, (area.right - area.left) / Canvas::characterWidth);
-  const AxisTicks y = LinearTicks(raster.y, 12);
+  const AxisTicks y = LinearTicks(ticked, 12);
+  const double middle = ((ticked.low + ticked.high) / 2 - raster.y.low) / raster.y.span();
   return AxisCommands("x", raster.x, x) + AxisCommands("y", raster.y, y) +
          canvas.Text(AxisTitle(map.xLabel, x), (area.left + area.right) / 2, area.bottom - 50, "center") +
-         canvas.Text(AxisTitle(map.yLabel, y), Canvas::edge + 4, (area.bottom + area.top) / 2, "center",
-                     true) +
+         canvas.Text(AxisTitle(map.yLabel, y), Canvas::edge + 4,
+                     area.bottom + middle * (area.top - area.bottom), "center", true) +
          canvas.Area(area.left, area.right, area.bottom, area.top);
 }
 
@@ -171,7 +175,7 @@ std::string ColourScript(const PlotMap& map, bool svg, const std::string& file) 
 
   std::string script = canvas.Begin(file) + head + CaptionScript(canvas, map, area.left) + PaletteCommand();
   script += "set border 15 lc rgb '#505050'\nset tics front\nunset grid\n" +
-            AxesScript(canvas, map, raster, area) + AxisCommands("cb", shown, levels);
+            AxesScript(canvas, map, raster, raster.y, area) + AxisCommands("cb", shown, levels);
   script += fmt::format("set colorbox user origin {} size screen {:.5f},{:.5f} border\n",
                         canvas.At(barRight - bar, area.bottom), bar / Canvas::width,
                         (area.top - area.bottom) / canvas.height());
@@ -268,12 +272,12 @@ std::string LevelScale(const Canvas& canvas, const PlotMap& map, const Waterfall
 std::string WaterfallScript(const PlotMap& map, bool svg, const std::string& file) {
   const Canvas canvas(svg, 760);
   const Waterfall fall = MakeWaterfall(map);
-  Area area{LeftOf(fall.y), Canvas::width - 110, map.caption.empty() ? 72.0 : 92.0, 0};
+  Area area{LeftOf(fall.raster.y), Canvas::width - 110, map.caption.empty() ? 72.0 : 92.0, 0};
   Raster axes = fall.raster;
   axes.y = fall.y;
   std::string script = canvas.Begin(file) + canvas.Head(map.title, {}, area.left, area.right, area.top);
   script += CaptionScript(canvas, map, area.left) + "set border 3 lc rgb '#505050'\nunset grid\n";
-  script += AxesScript(canvas, map, axes, area) + LevelScale(canvas, map, fall, area);
+  script += AxesScript(canvas, map, axes, fall.raster.y, area) + LevelScale(canvas, map, fall, area);
   return script + WaterfallLines(fall) + "unset multiplot\nunset output\n";
 }
 

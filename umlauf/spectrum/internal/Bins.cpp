@@ -1,7 +1,7 @@
 #include "umlauf/spectrum/internal/Bins.h"
 
 #include "umlauf/platform/vekta/QVL.h"
-#include "umlauf/units/UnitAlgebra.h"
+#include "umlauf/spectrum/SpectrumLevels.h"
 
 namespace umlauf::spectrum {
 
@@ -17,11 +17,7 @@ bool FrequencyCurve(CSigCurve& out, std::size_t length, double rate) {
 }
 
 CMeasuringUnit ScaledUnit(SpectrumScaling scaling, const CMeasuringUnit& unit) {
-  if (IsRoot(scaling)) return unit;
-  const CMeasuringUnit power = UnitAlgebra::Power(unit, 2);
-  return scaling == SpectrumScaling::Power
-             ? power
-             : UnitAlgebra::Quotient(power, CMeasuringUnit(CMeasuringUnit::hertz));
+  return SpectrumLevels::ValueUnit(scaling, unit, CMeasuringUnit(CMeasuringUnit::hertz));
 }
 
 void LongSum::Clear() {
