@@ -193,6 +193,55 @@ def test_can_messages_and_their_signals(tmp_path):
         messages.decode(tmp_path / "bad.kcd")
 
 
+WIDE_DBC = """VERSION ""\nBU_: E\nBO_ 2147483939 W: 8 E
+ SG_ Kind M : 0|3@1+ (1,0) [0|0] "" E
+ SG_ Signed m0 : 3|13@1- (0.25,-7) [0|0] "N" E
+ SG_ Motorola m0 : 23|12@0- (2,1) [0|0] "" E
+ SG_ Across m1M : 7|5@0+ (1,0) [0|0] "" E
+ SG_ Nested m3 : 24|8@1+ (1,0) [0|0] "" E
+ SG_ Real m2 : 32|32@1- (1,0) [0|0] "V" E
+BO_ 7 Long: 8 E
+ SG_ All : 0|64@1+ (1,0) [0|0] "" E
+BO_ 8 Back: 8 E
+ SG_ All : 7|64@0- (0.5,0) [0|0] "" E
+SIG_VALTYPE_ 2147483939 Real : 1;
+SG_MUL_VAL_ 2147483939 Signed Kind 0-0;
+SG_MUL_VAL_ 2147483939 Motorola Kind 0-0;
+SG_MUL_VAL_ 2147483939 Across Kind 1-1;
+SG_MUL_VAL_ 2147483939 Nested Across 3-5, 9-9;
+SG_MUL_VAL_ 2147483939 Real Kind 2-2;
+"""
+
+
+def test_signals_of_a_database_are_those_of_its_package(tmp_path):
+    import cantools
+
+    random = np.random.default_rng(3)
+    payloads = random.integers(0, 1 << 32, (400, 2), dtype=np.uint32)
+    payloads[:, 1] &= 0xBFFFFFFF  # finite where it is a floating-point number
+    words = np.zeros(4000, np.uint32)
+    for i, payload in enumerate(payloads):
+        words[10 * i : 10 * i + 4] = [0xAA080055, [0x80000123, 7, 0x80000123, 8][i % 4], *payload]
+    (tmp_path / "wide.dbc").write_text(WIDE_DBC)
+    database = cantools.database.load_file(tmp_path / "wide.dbc")
+    expected: dict[str, list[tuple[float, float]]] = {}
+    messages = umlauf.can.find(words, rate=1000)
+    assert len(messages) == 400
+    for i in range(400):
+        message = database.get_message_by_name(["W", "Long", "W", "Back"][i % 4])
+        try:
+            decoded = message.decode(messages.data[i, :8].tobytes(), decode_choices=False)
+        except cantools.database.DecodeError:  # a selection that is not described
+            continue
+        for name, value in decoded.items():
+            expected.setdefault(f"{message.name}.{name}", []).append((i / 100, float(value)))
+    signals = messages.decode(database)
+    assert set(signals) == set(expected) and len(signals) == 8
+    for name, pairs in expected.items():
+        values = dict(zip(signals[name].time.round(6), signals[name].values, strict=True))
+        assert [values[round(time, 6)] for time, _ in pairs] == pytest.approx([value for _, value in pairs], rel=1e-15)
+
+
 @given(cuts=st.lists(st.integers(0, 3000), max_size=6), method=st.sampled_from(["filter", "mean", "minmax", "linear"]))
 def test_downsampling_does_not_depend_on_blocks(cuts, method):
     samples = np.random.default_rng(2).normal(size=(3000, 2)).astype(np.float32)
