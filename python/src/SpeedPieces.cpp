@@ -31,14 +31,16 @@ std::vector<T> Column(const nb::bytes& bytes) {
   return column;
 }
 
-nb::tuple Packed(const RotationPiece& piece) {
+using State = nb::typed<nb::tuple, nb::object, nb::ellipsis>;
+
+State Packed(const RotationPiece& piece) {
   const CPulseTrain& pulses = piece.pulses;
   return nb::make_tuple(piece.begin, piece.end, piece.from, Bytes(pulses.Edges()),
                         Bytes(pulses.RevolutionTimes()), Bytes(pulses.Pitches()), Bytes(pulses.Samples()),
                         Bytes(pulses.Flags()), Bytes(std::span<const RotationPiece::Range>(piece.ranges)));
 }
 
-RotationPiece Unpacked(const nb::tuple& state) {
+RotationPiece Unpacked(const State& state) {
   if (state.size() != 9) RefuseValue("this is no piece of a recording");
   const auto column = [&](std::size_t i) { return nb::cast<nb::bytes>(state[i]); };
   RotationPiece piece;
@@ -98,7 +100,7 @@ void BindSpeedPieces(nb::module_& module) {
                             "What was found in a piece of a long recording; can be pickled.")
       .def("__getstate__", Packed)
       .def("__setstate__",
-           [](RotationPiece* self, const nb::tuple& state) { new (self) RotationPiece(Unpacked(state)); })
+           [](RotationPiece* self, const State& state) { new (self) RotationPiece(Unpacked(state)); })
       .def_ro("begin", &RotationPiece::begin, "[samples]")
       .def_ro("end", &RotationPiece::end, "[samples]");
   module.def("search_speed_piece", Search, "settings"_a, "channel"_a, "begin"_a, "end"_a, "overlap"_a,

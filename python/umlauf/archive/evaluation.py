@@ -33,9 +33,11 @@ if TYPE_CHECKING:
 
 __all__ = ["Interrupted", "Summary", "evaluate"]
 
-MOST_IN_CALL = 256
-BYTES_OF_CALL = 64 << 20
 SECONDS_OF_CALL = 1.0
+CALLS_PER_SECOND = 200.0
+"""That a scheduler is to have at most: calls of many workers are longer."""
+LEAST_COST = 1e-3
+"""[s] of the smallest recording"""
 ROWS_OF_PART = 10_000
 SECONDS_OF_PART = 20.0
 FEW_PARTS = 8
@@ -208,7 +210,10 @@ class _Run:
         self._calls: dict[int, _Call] = {}
         self._next_ones: deque[_Call] = deque()
         self._alone: deque[_Call] = deque()
-        self._seconds = SECONDS_OF_CALL
+        self._per_byte = SECONDS_OF_CALL / (64 << 20)
+        """[s] of evaluation, as seen of late"""
+        self._left = 0
+        """[bytes] that are not handed out yet"""
         self.interrupted = False
 
     def without(self, todo: list[Found]) -> list[Found]:
@@ -228,12 +233,14 @@ class _Run:
             self.interrupted = True
         finally:
             self._write()
+        with contextlib.suppress(KeyboardInterrupt):  # a second one
             self._progress.update(end=True)
         if len(self._store.parts(self._job.recipe.hash)) > FEW_PARTS:
             self._store.compact(self._job.recipe.hash)
 
     def _work(self, todo: list[Found], pool: Pool) -> None:
         new = deque(todo)
+        self._left = sum(each.size for each in todo)
         try:
             while True:
                 self._fill(new, pool)
@@ -263,19 +270,25 @@ class _Run:
             return self._alone.popleft() if self._alone and not self._calls else None
         if pieces := pieces_of(new[0], self._job.recipe):
             split = _Split(new.popleft(), pieces)
+            self._left -= split.recording.size
             known = self._known.hash(split.recording) is not None
             self._next_ones.extend(split.calls([split.hash] if known else range(pieces + 1)))
             return self._next_ones.popleft()
         return _Call(tuple(self._batch(new, threads)))
 
     def _batch(self, new: deque[Found], threads: int) -> Iterator[Found]:
-        """Recordings for about a second, and few enough that all workers end together."""
-        most = min(MOST_IN_CALL, int(SECONDS_OF_CALL / self._seconds), len(new) // (4 * max(1, threads)))
-        yield new.popleft()
-        count = size = 1
-        while new and count < most and size + new[0].size <= BYTES_OF_CALL:
-            count, size = count + 1, size + new[0].size
+        """Recordings for about a second, of many workers for longer; few enough that all workers end together."""
+        seconds = max(SECONDS_OF_CALL, threads / CALLS_PER_SECOND)
+        most = min(seconds, self._left / (4 * max(1, threads)) * self._per_byte + LEAST_COST)
+        cost = 0.0
+        while new and (cost == 0 or cost + self._cost(new[0]) <= most):
+            cost += self._cost(new[0])
+            self._left -= new[0].size
             yield new.popleft()
+
+    def _cost(self, recording: Found) -> float:
+        """[s] that it may take"""
+        return LEAST_COST + recording.size * self._per_byte
 
     def _submit(self, call: _Call, pool: Pool) -> Any:
         if call.split is None:
@@ -325,9 +338,10 @@ class _Run:
             if row.pop("unchanged", False):
                 row = merged(row, self._known.row(recording.path), self._job, recording)
             self._keep(row, recording)
-        if call.split is None:
-            spent = sum(row.get("seconds") or 0.0 for row in rows) / len(rows)
-            self._seconds += 0.3 * (max(spent, 1e-3) - self._seconds)
+        size = sum(each.size for each in call.recordings)
+        if call.split is None and size:
+            seen = sum(row.get("seconds") or 0.0 for row in rows) / size
+            self._per_byte += 0.3 * (seen - self._per_byte)
 
     def _lost(self, call: _Call) -> None:
         """Its worker died. It may be innocent, so that each recording gets a call of its own, the last time alone."""

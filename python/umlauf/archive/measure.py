@@ -189,13 +189,13 @@ def _levels(table: LevelsTable, task: _Task) -> None:
     parts = [each.sums.get(table.name) for each in task.pieces]
     whole = [each for each in parts if each is not None]
     sums = added(whole) if parts and len(whole) == len(parts) else sums_of(recording, 0, 1)
-    if not sums.count:
+    if not sums.number:
         raise umlauf.Error("there are no samples")
     values = {
         "min": sums.min,
         "max": sums.max,
-        "mean": sums.sum / sums.count,
-        "rms": math.sqrt(sums.squares / sums.count),
+        "mean": sums.sum / sums.number,
+        "rms": math.sqrt(sums.squares / sums.number),
         "duration": recording.duration,
     }
     _put(task.result, table.name, values)

@@ -35,7 +35,7 @@ IN_PLACE = (".wav", ".w64", ".rf64", ".flac", ".aif", ".aiff", ".au", ".caf")
 class Sums(NamedTuple):
     """Of the samples of a piece that are finite numbers."""
 
-    count: int
+    number: int
     min: float
     max: float
     sum: float
@@ -103,7 +103,7 @@ def sums_of(recording: umlauf.Recording, index: int, count: int) -> Sums:
 
 def added(sums: Sequence[Sums]) -> Sums:
     return Sums(
-        sum(each.count for each in sums),
+        sum(each.number for each in sums),
         min((each.min for each in sums), default=math.inf),
         max((each.max for each in sums), default=-math.inf),
         math.fsum(each.sum for each in sums),

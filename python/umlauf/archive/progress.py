@@ -44,13 +44,16 @@ class State(NamedTuple):
 
 
 class Progress:
-    """Counts, and tells: on a terminal every second in one line, elsewhere every half minute in a line each."""
+    """Counts, and tells: on a terminal every second in one line, elsewhere every half minute in a line each.
+
+    A function is told whenever something is done, or a second has passed.
+    """
 
     def __init__(self, found: int, tell: bool | Callable[[State], None]) -> None:
         self._found = found
         self._terminal = sys.stderr.isatty()
         self._tell: Callable[[State], None] | None = (self._write if tell else None) if isinstance(tell, bool) else tell
-        self._every = 1.0 if self._terminal or callable(tell) else 30.0
+        self._every = 0.0 if callable(tell) else 1.0 if self._terminal else 30.0
         self._began = self._told = time.monotonic()
         self.done = self.errors = self.bytes = self.workers = 0
 

@@ -1,7 +1,7 @@
 """What is to be evaluated of every recording of an archive: a TOML file, checked when it is read.
 
-A recipe holds names, numbers and patterns, no code. Whatever it says about a result is part of its hash, by which results
-of one recipe are told from those of another; comments, order and the table [run] are not.
+A recipe holds names, numbers and patterns, no code. Whatever it says about a result is part of its hash, by which
+results of one recipe are told from those of another; comments, order and the table [run] are not.
 """
 
 from __future__ import annotations
@@ -382,7 +382,9 @@ class _Reader:
         if not (recipe.speed or recipe.orders or recipe.levels or recipe.can):
             self._wrong.append("nothing is to be evaluated; give a table [speed.NAME], for instance")
         names = [each.name for each in recipe.columns]
-        self._wrong.extend(f"two results would be the column {each}" for each in {n for n in names if names.count(n) > 1})
+        self._wrong.extend(
+            f"two results would be the column {each}" for each in {n for n in names if names.count(n) > 1}
+        )
 
 
 def _toml(text: str) -> dict[str, Any]:

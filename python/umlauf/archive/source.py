@@ -8,9 +8,11 @@ from __future__ import annotations
 
 import contextlib
 import fnmatch
+import functools
 import os
 import re
 import shutil
+import stat
 import tempfile
 from datetime import datetime
 from typing import TYPE_CHECKING, Any, NamedTuple
@@ -25,8 +27,33 @@ if TYPE_CHECKING:
 __all__ = ["Found", "fetched", "find", "inside", "public"]
 
 ENDINGS = tuple(
-    ".wav .w64 .rf64 .flac .ogg .aif .aiff .au .caf .csv .txt .usig .npy .npz .parquet .mdf .mf4 .mf3 .tdms .h5 "
-    ".hdf5 .mat .uff .unv .u32".split()
+    [
+        ".wav",
+        ".w64",
+        ".rf64",
+        ".flac",
+        ".ogg",
+        ".aif",
+        ".aiff",
+        ".au",
+        ".caf",
+        ".csv",
+        ".txt",
+        ".usig",
+        ".npy",
+        ".npz",
+        ".parquet",
+        ".mdf",
+        ".mf4",
+        ".mf3",
+        ".tdms",
+        ".h5",
+        ".hdf5",
+        ".mat",
+        ".uff",
+        ".unv",
+        ".u32",
+    ]
 )
 """Of recordings, where a folder is searched and the recipe names no patterns."""
 
@@ -54,6 +81,7 @@ def find(sources: str | os.PathLike[str] | Iterable[str | os.PathLike[str]], rec
     """All recordings of the sources, each once, by path. What is not there is one with its error."""
     each: Iterable[Any] = [sources] if isinstance(sources, str | os.PathLike) else sources
     found: dict[str, Found] = {}
+    _folder_inside.cache_clear()
     for source in each:
         for one in _find(os.fspath(source), recipe):
             found.setdefault(one.path, one)
@@ -121,8 +149,8 @@ class _Wanted:
 
     def __init__(self, recipe: Recipe) -> None:
         self._files = recipe.files
-        named = [*recipe.read, *recipe.can]
-        self._patterns = [pattern for each in named for pattern in each.files if pattern != "*"]
+        named = [*(each.files for each in recipe.read), *(each.files for each in recipe.can)]
+        self._patterns = [pattern for patterns in named for pattern in patterns if pattern != "*"]
 
     def __call__(self, name: str) -> bool:
         if any(part.startswith((".", "_")) for part in name.split("/")) or fits(name, self._files.exclude):
@@ -167,14 +195,20 @@ def is_dataset(folder: str) -> bool:
     return os.path.exists(os.path.join(folder, "_archive.json"))
 
 
+_folder_inside = functools.lru_cache(1024)(inside)
+
+
 def _local_file(root: str, name: str) -> Found:
     path = os.path.join(root, *name.split("/"))
     shown = path.replace(os.sep, "/")
     try:
-        status = os.stat(path)
+        status = os.lstat(path)
+        link = stat.S_ISLNK(status.st_mode)
+        status = os.stat(path) if link else status
+        below = _folder_inside(os.path.dirname(path), root) and (not link or inside(path, root))
     except OSError as error:
         return Found(shown, name, 0, float("nan"), root, f"{type(error).__name__}: {error.strerror}")
-    if not inside(path, root):
+    if not below:
         return Found(shown, name, 0, float("nan"), root, "PermissionError: the path leads out of its source")
     return Found(shown, name, status.st_size, status.st_mtime, root)
 

@@ -12,6 +12,7 @@ one dataset; of rows for the same recording and recipe the one that was evaluate
 
 from __future__ import annotations
 
+import contextlib
 import dataclasses
 import io
 import json
@@ -102,7 +103,9 @@ class Store:
 
     def parts(self, recipe: str) -> list[str]:
         """Names of its files, in the order in which they were written."""
-        return sorted(str(path).rpartition("/")[2] for path in self._files.glob(f"{self._root}/{recipe}/part-*.parquet"))
+        return sorted(
+            str(path).rpartition("/")[2] for path in self._files.glob(f"{self._root}/{recipe}/part-*.parquet")
+        )
 
     def read(self, recipe: str, columns: Sequence[str] | None = None) -> Any:
         """The rows of a recipe as a table of pyarrow, the latest of each recording, by path."""
@@ -154,10 +157,8 @@ class Store:
                 self._files.rm(self._path(folder), recursive=True)
 
     def _remove(self, name: str) -> None:
-        try:
+        with contextlib.suppress(FileNotFoundError):
             self._files.rm_file(self._path(name))
-        except FileNotFoundError:
-            pass
 
     def _path(self, name: str) -> str:
         return f"{self._root}/{name}"
