@@ -12,6 +12,7 @@ void BindCurveArrays(nanobind::module_& module);
 void BindSignalFiles(nanobind::module_& module);
 void BindRecordings(nanobind::module_& module);
 void BindSpeeds(nanobind::module_& module);
+void BindSpeedPieces(nanobind::module_& module);
 void BindEncoders(nanobind::module_& module);
 void BindOrders(nanobind::module_& module);
 void BindRates(nanobind::module_& module);

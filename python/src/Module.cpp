@@ -19,6 +19,7 @@ NB_MODULE(_core, module) {
   BindSignalFiles(module);
   BindRecordings(module);
   BindSpeeds(module);
+  BindSpeedPieces(module);
   BindEncoders(module);
   BindOrders(module);
   BindRates(module);

@@ -115,25 +115,34 @@ std::unique_ptr<Orders> Torsional(const Settings& settings, const Result& speed)
   return orders;
 }
 
+const COrderMap& MapOf(const Orders& orders) {
+  const COrderMap& map = *orders.analysis.Map();
+  if (map.Rows().empty()) {
+    throw Error(
+        L"the recording has fewer revolutions than one segment of the map; make the resolution coarser");
+  }
+  return map;
+}
+
 std::unique_ptr<CSigCurveArray> Map(const Orders& orders, const std::string& scaling,
                                     std::optional<double> reference) {
   auto map = std::make_unique<CSigCurveArray>();
   const MapScale scale = ScaleOf(orders, scaling, reference);
-  NeedMemory(orders.analysis.Map()->Map(0, scale, *map));
+  NeedMemory(MapOf(orders).Map(0, scale, *map));
   return map;
 }
 
 std::unique_ptr<CSigCurveExt> Spectrum(const Orders& orders, const std::string& scaling,
                                        std::optional<double> reference) {
   CSigCurve spectrum;
-  NeedMemory(orders.analysis.Map()->Spectrum(0, ScaleOf(orders, scaling, reference), spectrum));
+  NeedMemory(MapOf(orders).Spectrum(0, ScaleOf(orders, scaling, reference), spectrum));
   return AsCurve(&spectrum);
 }
 
 std::unique_ptr<CSigPairs> Overall(const Orders& orders, const std::string& scaling,
                                    std::optional<double> reference) {
   auto level = std::make_unique<CSigPairs>();
-  NeedMemory(orders.analysis.Map()->OverallLevel(0, ScaleOf(orders, scaling, reference), *level));
+  NeedMemory(MapOf(orders).OverallLevel(0, ScaleOf(orders, scaling, reference), *level));
   return level;
 }
 

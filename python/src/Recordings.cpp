@@ -51,6 +51,21 @@ std::vector<float> ReadAll(const FileChannel& channel) {
   return samples;
 }
 
+/// Samples from frame `begin` on, `count` at most.
+std::vector<float> ReadPart(const FileChannel& channel, std::uint64_t begin, std::uint64_t count) {
+  const std::unique_ptr<CRecordingSource> source = channel.Open();
+  std::vector<float> samples;
+  if (!source->Seek(begin)) throw Error(L"the recording cannot be read from somewhere within");
+  if (source->Frames()) count = std::min(count, *source->Frames() - std::min(begin, *source->Frames()));
+  while (samples.size() < count) {
+    const SampleBlock block = source->Read(std::min<std::size_t>(blockFrames, count - samples.size()));
+    if (block.count == 0) break;
+    for (std::size_t i = 0; i < block.count; ++i) samples.push_back(block.samples[i * block.stride]);
+  }
+  if (!source->Failure().IsEmpty()) throw Error(source->Failure());
+  return samples;
+}
+
 /// The channel of a sound file that is listed with this name.
 unsigned NumberOf(const std::filesystem::path& path, const std::string& name) {
   RecordingFailure failure;
@@ -165,7 +180,18 @@ void BindRecordings(nb::module_& module) {
             }
             return ToNumPy(std::move(samples));
           },
-          "All samples [n] float32.");
+          "All samples [n] float32.")
+      .def(
+          "read_part",
+          [](const FileChannel& channel, std::uint64_t begin, std::uint64_t count) {
+            std::vector<float> samples;
+            {
+              nb::gil_scoped_release free;
+              samples = ReadPart(channel, begin, count);
+            }
+            return ToNumPy(std::move(samples));
+          },
+          "begin"_a, "count"_a, "Samples [n] float32 from sample `begin` on, `count` at most.");
   module.def(
       "file_channels", [](const FileName& path) { return Names(path.path); }, "path"_a,
       "Names of the channels of a sound file or a text table.");

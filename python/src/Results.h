@@ -8,9 +8,12 @@
 #include "umlauf/rotation/Levels.h"
 #include "umlauf/rotation/PulseTrain.h"
 #include "umlauf/rotation/Revolutions.h"
+#include "umlauf/rotation/RotationStream.h"
 #include "umlauf/rotation/RotationWarning.h"
 #include "umlauf/rotation/SpeedSummary.h"
 #include "umlauf/rotation/Wheel.h"
+
+class CBlockSource;
 
 namespace umlauf::python {
 
@@ -28,5 +31,8 @@ struct Result {
   /// Counts the pulses, once they are there. Throws std::bad_alloc where some are missing.
   void Summarise(bool gap);
 };
+
+/// The rotation in a recording; raises why there is none.
+std::unique_ptr<Result> Measure(CBlockSource& source, CRotationStream::Settings settings);
 
 }  // namespace umlauf::python

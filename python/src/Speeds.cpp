@@ -64,6 +64,8 @@ void CheckSettings(const Settings& settings) {
   if (!stream.Failure().IsEmpty()) RefuseValue(stream.Failure().ToUtf8());
 }
 
+}  // namespace
+
 std::unique_ptr<Result> Measure(CBlockSource& source, Settings settings) {
   settings.sampleRate = source.SampleRate();
   CheckSettings(settings);
@@ -87,6 +89,8 @@ std::unique_ptr<Result> Measure(CBlockSource& source, Settings settings) {
   result->Summarise(settings.gap || settings.gapLength);
   return result;
 }
+
+namespace {
 
 std::unique_ptr<Result> MeasureSamples(const Settings& settings, const Floats& samples, double rate,
                                        double startTime) {

@@ -20,11 +20,12 @@ class Command(NamedTuple):
     name: str
     help: str
     module: str
-    """Has add_arguments(parser) and run(arguments); imported only when the command is called."""
+    """Has add_arguments(parser) and run(arguments), which may return a status; imported only when it is called."""
 
 
 COMMANDS = (
     Command("report", "One HTML page of the speed and the orders of a recording, to zoom in.", "umlauf._report"),
+    Command("archive", "Evaluates all recordings of an archive by one recipe.", "umlauf.archive.command"),
 )
 
 
@@ -42,11 +43,10 @@ def main(argv: Sequence[str] | None = None) -> int:
             command.set_defaults(run=module.run)
     arguments = parser.parse_args(given)
     try:
-        arguments.run(arguments)
+        return int(arguments.run(arguments) or 0)
     except (ValueError, OSError, ImportError, Error) as error:
         print(f"umlauf: {error}", file=sys.stderr)
         return 1
-    return 0
 
 
 if __name__ == "__main__":

@@ -1,0 +1,214 @@
+"""What an archive costs beside the evaluation itself: scheduling, bookkeeping, a restart; and what two workers gain.
+
+    python bench/archive/bench_archive.py [--quick] [NAME ...]
+
+Prints one line for each figure, with the load of the machine. Needs umlauf[archive]; files go to a temporary folder.
+"""
+
+from __future__ import annotations
+
+import argparse
+import os
+import resource
+import statistics
+import tempfile
+import time
+from pathlib import Path
+from unittest import mock
+
+import numpy as np
+
+import umlauf.archive
+from umlauf.archive import Recipe, evaluate, pool, work
+from umlauf.archive.measure import Result
+from umlauf.archive.source import find
+
+LEVELS = Recipe.of({"levels": {"all": {"channel": 1}}})
+SPEED = Recipe.of(
+    {
+        "speed": {"drive": {"channel": 1, "pulses_per_rev": 60}},
+        "orders": {"body": {"speed": "drive", "channel": 2, "tracks": [1, 2], "max_order": 20}},
+        "levels": {"body_level": {"channel": 2}},
+    }
+)
+
+
+def told(name: str, text: str) -> None:
+    print(f"{name:12} {text}  (load {os.getloadavg()[0]:.1f})", flush=True)
+
+
+def wav(path: Path, seconds: float, rate: int = 50_000) -> None:
+    """Tacho of 60 teeth and a vibration, 32 bit float."""
+    t = np.arange(int(rate * seconds)) / rate
+    turns = 10 * t + t**2
+    frames = np.stack([np.sin(2 * np.pi * 60 * turns), np.sin(2 * np.pi * 2 * turns)], 1).astype("<f4").tobytes()
+    head = b"WAVEfmt " + np.array([16], "<u4").tobytes() + np.array([3, 2], "<u2").tobytes()
+    head += np.array([rate, 8 * rate], "<u4").tobytes() + np.array([8, 32], "<u2").tobytes()
+    head += b"data" + np.array([len(frames)], "<u4").tobytes()
+    path.write_bytes(b"RIFF" + np.array([len(head) + len(frames)], "<u4").tobytes() + head + frames)
+
+
+def many(folder: Path, count: int) -> Path:
+    """Small recordings: 64 samples each, a thousand to a folder."""
+    for i in range(count):
+        path = folder / f"{i // 1000:04d}" / f"run_{i}.npy"
+        if i % 1000 == 0:
+            path.parent.mkdir(parents=True)
+        path.write_bytes(b"\x93NUMPY" + b"%256d" % i)
+    return folder
+
+
+def nothing(path: str, name: str, recipe: Recipe, parts: object = ()) -> Result:
+    return Result()
+
+
+def no_operation(number: int) -> int:
+    return number
+
+
+def scheduling(folder: Path, quick: bool) -> None:
+    """Calls alone, then what a recording pays for its way over a worker."""
+    count = 500 if quick else 3000
+    with pool.local_workers(2) as client:
+        client.gather(client.map(no_operation, range(100), pure=False))
+        began = time.perf_counter()
+        client.gather(client.map(no_operation, range(count), pure=False))
+        each = (time.perf_counter() - began) / count
+        told("scheduling", f"{each * 1e3:.2f} ms a call, {1 / each:.0f} calls/s")
+    recordings = folder / "small"
+    recordings.mkdir()
+    for i in range(count):
+        wav(recordings / f"{i}.wav", 0.01)
+    seconds = []
+    with pool.local_workers(1) as client:
+        evaluate(recordings, SPEED, folder / "warm", client)
+        for by in (None, client):
+            began = time.perf_counter()
+            evaluate(recordings, LEVELS, folder / f"out{by is None}", by, workers=0)
+            seconds.append((time.perf_counter() - began) / count)
+    alone, distributed = seconds
+    told(
+        "scheduling",
+        f"{distributed * 1e3:.2f} ms a recording over one worker, {alone * 1e3:.2f} ms without: "
+        f"{(distributed - alone) * 1e3:+.2f} ms",
+    )
+
+
+def throughput(folder: Path, quick: bool) -> None:
+    """By turns, since the machine may be busy."""
+    recordings = folder / "large"
+    recordings.mkdir()
+    count = 24 if quick else 60
+    for i in range(count):
+        wav(recordings / f"{i}.wav", 20)
+    size = sum(each.size for each in find(recordings, SPEED))
+    ratios, rates = [], []
+    with pool.local_workers(1) as one, pool.local_workers(2) as two:
+        for turn in range(2 if quick else 4):
+            seconds = []
+            for client in (one, two):
+                began = time.perf_counter()
+                evaluate(recordings, SPEED, folder / f"turn{turn}", client, again="all")
+                seconds.append(time.perf_counter() - began)
+            if turn:  # the first one warms up
+                ratios.append(seconds[0] / seconds[1])
+                rates.append((size / seconds[0], size / seconds[1]))
+    alone, both = (statistics.median(each) / 1e6 for each in zip(*rates, strict=True))
+    told(
+        "throughput",
+        f"{alone:.0f} MB/s by one worker, {both:.0f} MB/s by two: "
+        f"{statistics.median(ratios):.2f} x ({min(ratios):.2f} to {max(ratios):.2f})",
+    )
+
+
+def bookkeeping(folder: Path, quick: bool) -> None:
+    """Recordings that take no time: listing, hashing, rows, files of rows; then nothing to do."""
+    count = 10_000 if quick else 100_000
+    recordings = many(folder / "many", count)
+    before = resource.getrusage(resource.RUSAGE_SELF).ru_maxrss
+    began = time.perf_counter()
+    with mock.patch.object(work, "measure", nothing):
+        evaluate(recordings, LEVELS, folder / "book", workers=0)
+    seconds = time.perf_counter() - began
+    memory = (resource.getrusage(resource.RUSAGE_SELF).ru_maxrss - before) / 1024
+    size = sum(each.stat().st_size for each in (folder / "book").rglob("part-*"))
+    told("bookkeeping", f"{count} recordings: {seconds:.1f} s, {memory:.0f} MiB more, {size / count:.0f} bytes a row")
+    spent = []
+    for _ in range(3):
+        began = time.perf_counter()
+        summary = evaluate(recordings, LEVELS, folder / "book", workers=0)
+        spent.append(time.perf_counter() - began)
+        assert summary.evaluated == 0
+    told("restart", f"nothing to do: {min(spent):.2f} s, {min(spent) / count * 1e4:.2f} s per 10,000")
+    began = time.perf_counter()
+    umlauf.archive.read(folder / "book")
+    told("reading", f"{time.perf_counter() - began:.2f} s for {count} rows")
+
+
+def pressure(folder: Path, quick: bool) -> None:
+    """Two workers of 1 GiB: what they and this process keep, at most."""
+    import psutil
+
+    count = 2000 if quick else 10_000
+    recordings = many(folder / "pressed", count)
+    for i in range(0, count, 100):
+        wav(recordings / f"{i}.wav", 20)
+    most = {"workers": 0, "this process": 0}
+
+    def watch(_: umlauf.archive.State) -> None:
+        nonlocal watched
+        if time.monotonic() - watched < 0.5:
+            return
+        watched = time.monotonic()
+        sizes = [psutil.Process(pid).memory_info().rss for pid in pids]
+        most["workers"] = max(most["workers"], *sizes)
+        most["this process"] = max(most["this process"], psutil.Process().memory_info().rss)
+
+    watched = 0.0
+    with pool.local_workers(2, "1GiB") as client:
+        pids = list(client.run(os.getpid).values())
+        began = time.perf_counter()
+        summary = evaluate(recordings, SPEED, folder / "pressure", client, progress=watch)
+        seconds = time.perf_counter() - began
+    figures = ", ".join(f"{name} {size / 2**20:.0f} MiB" for name, size in most.items())
+    told(
+        "pressure", f"{summary.evaluated} recordings, {summary.bytes / 1e6:.0f} MB: {seconds:.0f} s, at most {figures}"
+    )
+
+
+def split(folder: Path, quick: bool) -> None:
+    """One long recording in pieces on two workers, and in one go."""
+    recordings = folder / "long"
+    recordings.mkdir()
+    seconds_long = 300 if quick else 1800
+    wav(recordings / "long.wav", seconds_long)
+    tables = {"speed": {"drive": {"pulses_per_rev": 60}}, "levels": {"body": {"channel": 2}}}
+    whole, parted = Recipe.of(tables), Recipe.of({**tables, "run": {"piece": 64}})
+    spent: dict[str, list[float]] = {"one go": [], "pieces": []}
+    with pool.local_workers(2) as client:
+        for turn in range(3):
+            for name, recipe in (("one go", whole), ("pieces", parted)):
+                began = time.perf_counter()
+                evaluate(recordings, recipe, folder / f"long-{name}", client, again="all")
+                if turn:
+                    spent[name].append(time.perf_counter() - began)
+    one, two = (statistics.median(each) for each in spent.values())
+    size = (recordings / "long.wav").stat().st_size / 1e6
+    told("split", f"{size:.0f} MB: {one:.1f} s in one go, {two:.1f} s in pieces on two workers: {one / two:.2f} x")
+
+
+BENCHES = {each.__name__: each for each in (scheduling, throughput, bookkeeping, pressure, split)}
+
+
+def main() -> None:
+    parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
+    parser.add_argument("names", nargs="*", metavar="NAME", help=", ".join(BENCHES))
+    parser.add_argument("--quick", action="store_true", help="smaller, for a first look")
+    arguments = parser.parse_args()
+    for name in arguments.names or BENCHES:
+        with tempfile.TemporaryDirectory(prefix="umlauf-bench-") as folder:
+            BENCHES[name](Path(folder), arguments.quick)
+
+
+if __name__ == "__main__":
+    main()
