@@ -62,7 +62,7 @@ function(umlauf_bench name)
   cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "SOURCES;LIBRARIES")
   add_executable(bench_${name} ${arg_SOURCES})
   target_include_directories(bench_${name} PRIVATE "${PROJECT_SOURCE_DIR}/bench")
-  target_link_libraries(bench_${name} PRIVATE umlauf umlauf_options benchmark::benchmark_main ${arg_LIBRARIES})
+  target_link_libraries(bench_${name} PRIVATE umlauf umlauf_options benchmark::benchmark_main dispatch_limit ${arg_LIBRARIES})
 endfunction()
 
 # umlauf_example(NAME [ARGUMENTS ...]): builds examples/NAME.cpp and runs it as a test.
