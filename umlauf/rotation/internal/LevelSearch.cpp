@@ -21,6 +21,7 @@ constexpr double wandering = 0.1;  ///< of a swing, within four
 constexpr double evenShare = 0.7;  ///< a gap takes two pulses of a revolution
 constexpr std::size_t mostPlateaus = 8;
 constexpr std::uint64_t fewMarks = 10;
+constexpr double fewBetween = 6;      ///< swings between great ones that a shaft or a sensor may add
 constexpr double highMarks = 5;       ///< times the swings that lie on them
 constexpr double mostCertain = 0.05;  ///< of a swing: so small is no tooth beside it
 
@@ -158,10 +159,12 @@ Ripple RippleBetween(const PreparedStretches& stretches, float smallest, double 
 /// Whether small swings are ripple on the flats between the edges of great ones (hum, ringing, a level that
 /// moves with the angle), how ever regular: the great ones go up and down in one go, or nearly so. Teeth that
 /// lie on a greater wave, of a shaft that runs out, turn many times on its way; where a shaft speeds up,
-/// small teeth come before great ones, not between them.
+/// small teeth come before great ones, not between them. Many of some height, with one much higher in a
+/// revolution, are teeth.
 bool AreRipple(const PreparedStretches& stretches, const Swings& small, Swings& great) {
   const double height = great.sizes / (2 * great.count);
-  for (const auto& [edge, most] : {std::pair(0.6, 0.35), std::pair(0.25, 0.1)}) {
+  const double highest = small.count < fewBetween * great.count ? 0.35 : 0.15;
+  for (const auto& [edge, most] : {std::pair(0.6, highest), std::pair(0.25, 0.1)}) {
     const Ripple ripple = RippleBetween(stretches, small.scale.smallest, edge * height);
     if (ripple.edges < 0.9 * 2 * great.count || ripple.flats < 0.05 * ripple.edges) continue;
     if (ripple.Height() > most * height) continue;
