@@ -28,6 +28,8 @@ const std::vector<std::string>& CCsvReader::Header() const {
 
 std::size_t CCsvReader::Columns() const { return state_ ? state_->rows.columns() : 0; }
 
+double CCsvReader::TimeUnit() const { return state_ ? state_->rows.timeUnit() : 1; }
+
 bool CCsvReader::NextRow() {
   bool there = false;
   if (!state_ || failure_) return false;

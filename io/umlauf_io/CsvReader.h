@@ -11,8 +11,10 @@
 #include "umlauf_io/RecordingFailure.h"
 
 /// Rows of numbers in a text file, one after the other in constant memory. Columns are parted by `;`, tab,
-/// `,` or blanks, whichever the first row has (in this order); numbers have a decimal point. A first row
-/// whose first cell is no number is the header. Empty lines and lines that begin with `#` are passed over.
+/// `,` or blanks, whichever the first row of numbers has (in this order). Numbers have a decimal point, or,
+/// where `,` parts no columns, a decimal comma; a file has one of them. The row of as many cells before the
+/// first one of numbers is the header; a row of units may follow it, and lines of any shape lie before it.
+/// Empty lines and lines that begin with `#` are passed over.
 /// Nothing throws: what cannot be read ends the rows, and `Failure` says why, with the number of the line.
 /// Not for several threads at once.
 class UMLAUF_IO_API CCsvReader {
@@ -27,8 +29,10 @@ class UMLAUF_IO_API CCsvReader {
 
   /// Column names (UTF-8), without quotes; empty when the file has no header.
   const std::vector<std::string>& Header() const;
-  /// Columns of the first row.
+  /// Columns of the first row of numbers; of the header where there is none.
   std::size_t Columns() const;
+  /// [s] Unit of times in the first column, as header or row of units tell it ("time_ms", "t [ms]"); else 1.
+  double TimeUnit() const;
 
   /// Goes to the next row; false at the end of the file, and when it cannot be read.
   bool NextRow();

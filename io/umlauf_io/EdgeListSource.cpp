@@ -41,7 +41,7 @@ std::optional<EdgeListKind> CEdgeListSource::KindOf(const std::filesystem::path&
   umlauf::io::Guard(ignored, [&] {
     CCsvReader reader;
     if (!IsText(path) || !reader.Open(path) || !reader.NextRow()) return;
-    if (reader.Columns() == 1 && umlauf::io::ParseNumber(reader.Text(0))) kind = EdgeListKind::edges;
+    if (reader.Columns() == 1) kind = EdgeListKind::edges;
     if (reader.Columns() == 2 && reader.Header().size() == 2 && IsLevel(reader.Header()[1]))
       kind = EdgeListKind::levels;
   });
@@ -76,7 +76,8 @@ std::span<const RecordedEdge> CEdgeListSource::Read(std::size_t count) {
 /// The next edge that lies within the part that counts; nothing at the end.
 std::optional<RecordedEdge> CEdgeListSource::Next() {
   while (reader_.NextRow()) {
-    const std::optional<double> time = reader_.Number(0);
+    std::optional<double> time = reader_.Number(0);
+    if (time) *time *= reader_.TimeUnit();
     const std::optional<double> level =
         kind_ == EdgeListKind::levels ? reader_.Number(1) : std::optional<double>(0);
     if (!time || !level) return std::nullopt;
@@ -85,7 +86,7 @@ std::optional<RecordedEdge> CEdgeListSource::Next() {
       return std::nullopt;
     }
     if (!std::isfinite(*time) || (time_ && !(*time > *time_))) {
-      reader_.Refuse(L"the times of edges must rise");
+      reader_.Refuse(L"the times of edges must rise (samples in one column need a sample rate)");
       return std::nullopt;
     }
     time_ = time;

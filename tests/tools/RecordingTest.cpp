@@ -82,7 +82,8 @@ TEST_F(RecordingTool, BadTablesAreToldByTheirLine) {
       {"0\n2\n1\n", "must rise"},
       {"t,x\n0,1\n1,zwei\n", "line 3"},
       {"t,x\n0,1\n1\n", "line 3"},
-      {"0;1,5\n1;2,5\n", "decimal point"},
+      {"0.0;1,5\n1.0;2,5\n", "decimal point"},
+      {"0,0;1.5\n1,0;2.5\n", "decimal comma"},
   };
   for (const auto& [content, message] : cases) {
     Write("bad.csv", content);

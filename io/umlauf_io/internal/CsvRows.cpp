@@ -1,18 +1,21 @@
 #include "umlauf_io/internal/CsvRows.h"
 
 #include <algorithm>
+#include <array>
 #include <cstring>
 #include <optional>
 #include <utility>
 
 #include "umlauf_io/NumberText.h"
 #include "umlauf_io/internal/Error.h"
+#include "umlauf_io/internal/TimeUnit.h"
 
 namespace umlauf::io {
 namespace {
 
 /// A line beyond this is no line of a table, and memory is not spent on it.
 constexpr std::size_t longestLine = std::size_t{1} << 20;
+constexpr std::size_t mostHeaderLines = 100;
 
 char SeparatorOf(std::string_view line) {
   for (const char each : {';', '\t', ','}) {
@@ -31,15 +34,66 @@ std::string_view Unquoted(std::string_view cell) {
 
 CsvRows::CsvRows(std::unique_ptr<ByteStream> stream)
     : stream_(std::move(stream)), buffer_(std::size_t{1} << 16) {
-  if (!NextLine()) Fail(Kind::badContent, "cannot read {}: it holds no rows", name());
+  ReadHeader();
+}
+
+/// Up to the first row that begins with a number.
+void CsvRows::ReadHeader() {
+  std::vector<Line> before;
+  while (NextLine()) {
+    separator_ = SeparatorOf(line_);
+    Split();
+    if (Parse(cells_[0])) {
+      columns_ = cells_.size();
+      again_ = true;
+      headerLines_ = before.size();
+      return TakeHeader(before);
+    }
+    if (before.size() == mostHeaderLines) break;
+    before.push_back({line_, lineNumber_});
+  }
+  if (before.empty()) Fail(Kind::badContent, "cannot read {}: it holds no rows", name());
+  // A header alone is a table without rows.
+  line_ = before.front().text;
+  lineNumber_ = before.front().number;
   separator_ = SeparatorOf(line_);
   Split();
   columns_ = cells_.size();
-  if (ParseNumber(Cell(0))) {
-    again_ = true;
-  } else {
-    for (const std::string_view cell : cells_) header_.emplace_back(cell);
+  for (const std::string_view cell : cells_) header_.emplace_back(cell);
+  if (before.size() == 1) return;
+  line_ = before[1].text;
+  lineNumber_ = before[1].number;
+  Split();
+  Number(0);
+}
+
+/// Names and units of the columns, from the lines before the first row of numbers.
+void CsvRows::TakeHeader(const std::vector<Line>& before) {
+  const std::string row = std::exchange(line_, {});
+  const std::uint64_t number = lineNumber_;
+  const auto takeLine = [&](const Line& line) {
+    line_ = line.text;
+    lineNumber_ = line.number;
+    Split();
+    return cells_.size() == columns_;
+  };
+  std::optional<double> unit;
+  std::size_t names = before.size();
+  if (names > 1 && takeLine(before[names - 2]) && takeLine(before[names - 1])) {
+    unit = TimeUnit(cells_[0]);
+    if (unit) --names;
+    // Two rows of names are one too many: one that holds numbers was meant to be a row of them.
+    else if (std::ranges::any_of(cells_, [this](std::string_view cell) { return Parse(cell).has_value(); }))
+      Number(0);
   }
+  if (names > 0 && (takeLine(before[names - 1]) || before.size() == 1)) {
+    for (const std::string_view cell : cells_) header_.emplace_back(cell);
+    if (!unit && !header_.empty()) unit = TimeUnitOfName(header_[0]);
+  }
+  timeUnit_ = unit.value_or(1);
+  line_ = row;
+  lineNumber_ = number;
+  Split();
 }
 
 bool CsvRows::Rewind() {
@@ -47,7 +101,7 @@ bool CsvRows::Rewind() {
   used_ = filled_ = 0;
   lineNumber_ = 0;
   again_ = false;
-  if (!header_.empty()) NextLine();
+  for (std::uint64_t i = 0; i < headerLines_; ++i) NextLine();
   return true;
 }
 
@@ -114,12 +168,32 @@ std::string_view CsvRows::Cell(std::size_t column) const {
   return cells_[column];
 }
 
-double CsvRows::Number(std::size_t column) const {
+/// The mark of the first number that has one holds for all.
+std::optional<double> CsvRows::Parse(std::string_view cell) {
+  constexpr std::size_t longestNumber = 60;
+  const std::size_t mark = cell.find_first_of(separator_ == ',' ? "." : ".,");
+  if (mark == std::string_view::npos) return ParseNumber(cell);
+  if (decimal_ != 0 && cell[mark] != decimal_) return std::nullopt;
+  std::optional<double> number;
+  if (cell[mark] == '.') {
+    number = ParseNumber(cell);
+  } else if (cell.size() < longestNumber) {
+    std::array<char, longestNumber> text;
+    std::ranges::copy(cell, text.begin());
+    text[mark] = '.';
+    number = ParseNumber(std::string_view(text.data(), cell.size()));
+  }
+  if (number) decimal_ = cell[mark];
+  return number;
+}
+
+double CsvRows::Number(std::size_t column) {
   const std::string_view cell = Cell(column);
-  const std::optional<double> number = ParseNumber(cell);
+  const std::optional<double> number = Parse(cell);
   if (!number) {
-    FailHere(fmt::format("\"{}\" in column {} is no number (a decimal point is expected)", cell.substr(0, 40),
-                         column + 1));
+    const bool comma = decimal_ == ',';
+    FailHere(fmt::format("\"{}\" in column {} is no number (a decimal {} is expected)", cell.substr(0, 40),
+                         column + 1, comma ? "comma" : "point"));
   }
   return *number;
 }

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -11,9 +12,10 @@
 namespace umlauf::io {
 
 /// Rows of numbers in a text file, one after the other in constant memory. Columns are parted by `;`, tab,
-/// `,` or blanks, whichever the first row has (in this order); numbers have a decimal point. A first row
-/// whose first cell is no number is the header. Empty lines and lines that begin with `#` are passed over.
-/// Throws Error with the number of the line.
+/// `,` or blanks, whichever the first row of numbers has (in this order). Numbers have a decimal point, or,
+/// where `,` parts no columns, a decimal comma; a file has one of them. The row of as many cells before the
+/// first one of numbers is the header; a row of units may follow it, and lines of any shape lie before it.
+/// Empty lines and lines that begin with `#` are passed over. Throws Error with the number of the line.
 class CsvRows {
  public:
   explicit CsvRows(std::unique_ptr<ByteStream> stream);
@@ -23,6 +25,8 @@ class CsvRows {
   /// Column names, without quotes; empty when the file has no header.
   const std::vector<std::string>& header() const { return header_; }
   std::size_t columns() const { return columns_; }
+  /// [s] Unit of the times in the first column, from the header; 1 where it tells none.
+  double timeUnit() const { return timeUnit_; }
 
   /// Goes to the next row; false at the end of the file.
   bool NextRow();
@@ -32,7 +36,7 @@ class CsvRows {
   std::string_view CellIfThere(std::size_t column) const {
     return column < cells_.size() ? cells_[column] : std::string_view();
   }
-  double Number(std::size_t column) const;
+  double Number(std::size_t column);
 
   /// Before the first row of numbers again; false for a pipe. Possible once the first row was looked at,
   /// which the constructor does.
@@ -41,8 +45,16 @@ class CsvRows {
   [[noreturn]] void FailHere(const std::string& what) const;
 
  private:
+  struct Line {
+    std::string text;
+    std::uint64_t number;
+  };
+
   bool NextLine();
   void Split();
+  void ReadHeader();
+  void TakeHeader(const std::vector<Line>& before);
+  std::optional<double> Parse(std::string_view cell);
 
   std::unique_ptr<ByteStream> stream_;
   std::vector<char> buffer_;
@@ -51,6 +63,9 @@ class CsvRows {
   std::uint64_t lineNumber_ = 0;
   bool again_ = false;  ///< the next row is the one that stands there already
   char separator_ = ' ';
+  char decimal_ = 0;  ///< mark that the first number with one had
+  double timeUnit_ = 1;
+  std::uint64_t headerLines_ = 0;  ///< not passed over, before the first row of numbers
   std::vector<std::string_view> cells_;
   std::vector<std::string> header_;
   std::size_t columns_ = 0;

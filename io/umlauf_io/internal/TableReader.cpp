@@ -25,9 +25,12 @@ class TableReader final : public FrameReader {
  public:
   TableReader(std::unique_ptr<ByteStream> stream, const RecordingFormat& format)
       : FrameReader(stream->name()), rows_(std::move(stream)) {
-    format_ = "text table";
+    const double unit = rows_.timeUnit();
+    format_ = unit == 1 ? "text table" : fmt::format("text table, times in units of {:g} s", unit);
     recordingChannels_ = static_cast<unsigned>(std::max<std::size_t>(rows_.columns(), 2) - 1);
-    if (format.columns.empty()) {
+    if (format.columns.empty() && format.rate && rows_.columns() == 1) {
+      AddChannel(0);  // samples alone
+    } else if (format.columns.empty()) {
       TakeColumn("2");
       const std::size_t end = format.firstChannelOnly ? 2 : rows_.columns();
       for (std::size_t i = 2; i < end; ++i) AddChannel(i);
@@ -77,7 +80,8 @@ class TableReader final : public FrameReader {
     const std::optional<std::uint32_t> number = ParseCount(wanted);
     if (number && *number >= 2 && *number <= rows_.columns()) return AddChannel(*number - 1);
     if (rows_.columns() < 2) {
-      Fail(Kind::badContent, "cannot read {}: it needs at least two columns, the first one being seconds",
+      Fail(Kind::badContent,
+           "cannot read {}: it needs at least two columns, the first one being seconds, or a sample rate",
            name_);
     }
     Fail(Kind::noSuchChannel, "{} has no column {} beside the time; it has column 2{}{}", name_, wanted,
@@ -92,7 +96,7 @@ class TableReader final : public FrameReader {
     int digits = 1;
     std::uint64_t frames = 0;
     for (; rows_.NextRow(); ++frames) {
-      const double time = rows_.Number(0);
+      const double time = rows_.Number(0) * rows_.timeUnit();
       digits = std::max(digits, SignificantDigits(rows_.Cell(0)));
       if (frames == 0) first = time;
       if (frames > 0) {
