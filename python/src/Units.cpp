@@ -108,6 +108,22 @@ A value: it does not change. Prefixes are meant as people write them: km² is 10
       .def("convert", Scaled, "values"_a, "to"_a,
            nb::sig("def convert(self, values: numpy.typing.ArrayLike, to: str | Unit) -> typing.Any"),
            "A number, or an array of any shape, in this unit as one in another unit.")
+      .def(
+          "to_pint",
+          [](const nb::object& self, const nb::object& registry) {
+            return nb::module_::import_("umlauf._pint").attr("to_pint")(self, registry);
+          },
+          "registry"_a = nb::none(), nb::sig("def to_pint(self, registry: typing.Any = None) -> typing.Any"),
+          "As a unit of pint, of the application's registry unless another one is given; ValueError for "
+          "levels "
+          "and what pint does not know. There, 1 rpm is 2π/60 Hz; here it is 1/60.")
+      .def_static(
+          "from_pint",
+          [](const nb::object& unit) {
+            return nb::cast<CMeasuringUnit>(nb::module_::import_("umlauf._pint").attr("from_pint")(unit));
+          },
+          "unit"_a, nb::sig("def from_pint(unit: typing.Any) -> Unit"),
+          "From a unit or quantity of pint; ValueError where there is no such unit here.")
       .def_prop_ro(
           "base", [](const CMeasuringUnit& unit) { return unit.baseunit(); },
           "Name without prefix and power: \"m\" of km².")

@@ -49,6 +49,28 @@ def test_units_refuse_what_is_none():
     assert Unit("m") / Unit("s") == Unit("m/s") and Unit("V") ** 2 == Unit("V²")
 
 
+def test_units_are_those_of_pint():
+    import pint
+
+    for text in ["mV", "km²", "m/s²", "Nm", "kNm", "km/h", "rpm", "rad/s²", "g", "bar", "°C", "%", "-", "µm", "mm/s"]:
+        theirs = Unit(text).to_pint()
+        assert Unit.from_pint(theirs) == Unit(text), text
+        for other in ["V", "m²", "g", "Nm", "mph", "Pa", "m"]:
+            if Unit(other).to_pint().dimensionality != theirs.dimensionality or "°" in text or text == "bar":
+                continue
+            assert (1 * theirs).to(Unit(other).to_pint()).magnitude == pytest.approx(Unit(text).factor(other), rel=1e-6)
+    registry = pint.UnitRegistry()
+    power = Unit("Nm") * Unit("rad/s")
+    assert power.to_pint(registry) == registry.newton * registry.meter * registry.radian / registry.second
+    assert Unit.from_pint(3 * registry.kilopascal) == Unit("kPa") and Unit.from_pint(1 / registry.second) == Unit("Hz")
+    for unit in [registry.gram, registry.meter**0.5, registry.furlong]:
+        with pytest.raises(ValueError):
+            Unit.from_pint(unit)
+    for text in ["dB(Pa)", "x"]:
+        with pytest.raises(ValueError, match="pint"):
+            Unit(text).to_pint()
+
+
 @pytest.mark.parametrize("kind", ["float32", "float64", "int16", "list", "reversed", "step", "unaligned", "masked"])
 def test_arrays_of_any_kind_come_in(kind):
     plain = np.arange(-3, 4, dtype=np.float32)

@@ -384,6 +384,9 @@ class SpeedStream:
 
     Arguments as of `speed`. Levels that are not given are found in the first `learning` samples, and the gap of a
     wheel in its first eight revolutions; until then blocks close no pulses. Memory does not grow.
+
+    A start that drifts so much that no two levels serve is refused (umlauf.Error): give levels, or take `speed` on the
+    whole recording, which knows the swings that follow.
     """
 
     def __init__(
