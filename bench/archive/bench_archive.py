@@ -19,9 +19,9 @@ from unittest import mock
 import numpy as np
 
 import umlauf.archive
-from umlauf.archive import Recipe, evaluate, pool, work
+from umlauf.archive import Recipe, evaluate, evaluation, pool, work
 from umlauf.archive.measure import Result
-from umlauf.archive.source import find
+from umlauf.archive.source import Found, find
 
 LEVELS = Recipe.of({"levels": {"all": {"channel": 1}}})
 SPEED = Recipe.of(
@@ -94,6 +94,39 @@ def scheduling(folder: Path, quick: bool) -> None:
     )
 
 
+def driver(folder: Path, quick: bool) -> None:
+    """The run itself before ten thousand simulated workers, whose calls take no time."""
+    count = 50_000 if quick else 500_000
+    found = [Found(f"/archive/{i}.wav", f"{i}.wav", 8 << 20, float(i), "/archive") for i in range(count)]
+
+    class Simulated(pool.LocalPool):
+        def threads(self) -> int:
+            return 10_000
+
+    calls = 0
+
+    def rows(job: work.Job, recordings: tuple[Found, ...], hashes: object) -> list[dict[str, object]]:
+        nonlocal calls
+        calls += 1
+        return [{**work.failed_row(job, each, ""), "error": None, "seconds": 0.5} for each in recordings]
+
+    before = resource.getrusage(resource.RUSAGE_SELF).ru_maxrss
+    with (
+        mock.patch.object(evaluation, "find", lambda *_: found),
+        mock.patch.object(evaluation, "evaluate_batch", rows),
+        mock.patch.object(evaluation, "DaskPool", lambda client: Simulated()),
+    ):
+        began, used = time.perf_counter(), time.process_time()
+        evaluate("", LEVELS, folder / "out", object())
+        seconds, used = time.perf_counter() - began, time.process_time() - used
+    memory = (resource.getrusage(resource.RUSAGE_SELF).ru_maxrss - before) / 1024
+    told(
+        "driver",
+        f"{count} recordings in {calls} calls: {seconds:.0f} s ({used:.0f} s of it computing, {count / used:.0f} "
+        f"recordings/s), {memory:.0f} MiB more",
+    )
+
+
 def throughput(folder: Path, quick: bool) -> None:
     """By turns, since the machine may be busy."""
     recordings = folder / "large"
@@ -126,20 +159,26 @@ def bookkeeping(folder: Path, quick: bool) -> None:
     count = 10_000 if quick else 100_000
     recordings = many(folder / "many", count)
     before = resource.getrusage(resource.RUSAGE_SELF).ru_maxrss
-    began = time.perf_counter()
+    began, used = time.perf_counter(), time.process_time()
     with mock.patch.object(work, "measure", nothing):
         evaluate(recordings, LEVELS, folder / "book", workers=0)
-    seconds = time.perf_counter() - began
+    seconds, used = time.perf_counter() - began, time.process_time() - used
     memory = (resource.getrusage(resource.RUSAGE_SELF).ru_maxrss - before) / 1024
     size = sum(each.stat().st_size for each in (folder / "book").rglob("part-*"))
-    told("bookkeeping", f"{count} recordings: {seconds:.1f} s, {memory:.0f} MiB more, {size / count:.0f} bytes a row")
-    spent = []
+    told(
+        "bookkeeping",
+        f"{count} recordings: {seconds:.1f} s ({used:.1f} s of it computing), {memory:.0f} MiB more, "
+        f"{size / count:.0f} bytes a row",
+    )
+    spent, computing = [], []
     for _ in range(3):
-        began = time.perf_counter()
+        began, used = time.perf_counter(), time.process_time()
         summary = evaluate(recordings, LEVELS, folder / "book", workers=0)
         spent.append(time.perf_counter() - began)
+        computing.append(time.process_time() - used)
         assert summary.evaluated == 0
-    told("restart", f"nothing to do: {min(spent):.2f} s, {min(spent) / count * 1e4:.2f} s per 10,000")
+    each = f"{min(spent) / count * 1e4:.2f} s per 10,000, {min(computing) / count * 1e4:.2f} s of it computing"
+    told("restart", f"nothing to do: {min(spent):.2f} s, {each}")
     began = time.perf_counter()
     umlauf.archive.read(folder / "book")
     told("reading", f"{time.perf_counter() - began:.2f} s for {count} rows")
@@ -197,7 +236,7 @@ def split(folder: Path, quick: bool) -> None:
     told("split", f"{size:.0f} MB: {one:.1f} s in one go, {two:.1f} s in pieces on two workers: {one / two:.2f} x")
 
 
-BENCHES = {each.__name__: each for each in (scheduling, throughput, bookkeeping, pressure, split)}
+BENCHES = {each.__name__: each for each in (scheduling, driver, throughput, bookkeeping, pressure, split)}
 
 
 def main() -> None:

@@ -166,7 +166,7 @@ def test_a_killed_worker_and_an_interrupted_run_change_no_row(archive, client, t
     same(shared, alone)
     assert umlauf.archive.read(shared).schema == umlauf.archive.read(alone).schema
 
-    changed = {**RECIPE, "levels": {}, "orders": {"body": {**RECIPE["orders"]["body"], "tracks": [3, 6], "map": False}}}
+    changed = {**RECIPE, "speed": {"drive": {"pulses_per_rev": 8}}, "levels": {}, "orders": {"body": {**RECIPE["orders"]["body"], "tracks": [3, 6], "map": False}}}
     for out, by in [(alone, None), (shared, client)]:
         assert evaluate(archive, changed, out, by, workers=0).evaluated == 300
         assert umlauf.archive.recipes(out) == [whole.recipe, Recipe.of(changed).hash]
@@ -199,11 +199,22 @@ def test_a_recording_that_kills_its_worker_is_a_row(client, tmp_path):
         evaluate(folder, RECIPE, tmp_path / "out", client, attempts=2)
         found, expected = rows(tmp_path / "out"), rows(tmp_path / "alone")
         deadly = found["name"].str.contains("E3_3")
-        assert list(found[deadly]["error"]) == ["WorkerLost: its worker died 2 times (memory, a crash, or killed)"]
+        assert list(found[deadly]["error"]) == [
+            "WorkerLost: its worker died 2 times (memory, a crash, the timeout, or killed)"
+        ]
         pd.testing.assert_frame_equal(found[~deadly], expected[~deadly])
     finally:
         client.unregister_worker_plugin("deadly")
         client.restart()
+
+
+def test_a_reader_that_hangs_ends_its_worker():
+    code = "import time; from umlauf.archive.work import limited\nwith limited({}): time.sleep({})"
+    for limit, sleep, status in [(0.2, 60, 1), (60, 0, 0)]:
+        assert (
+            subprocess.run([sys.executable, "-c", code.format(limit, sleep)], check=False, timeout=30).returncode
+            == status
+        )
 
 
 def test_only_what_changed_is_evaluated_again(tmp_path):
@@ -401,3 +412,19 @@ def test_ctrl_c_stops_the_command_and_the_same_command_goes_on(archive, tmp_path
     again = subprocess.run([*command, "--workers", "0"], capture_output=True, text=True, check=False)
     assert again.returncode == 1 and "100 recordings" in again.stdout and "Traceback" not in again.stderr
     assert len(umlauf.archive.read(folder)) == 100
+
+
+def test_the_example_goes_from_a_folder_to_a_table_and_a_picture(program, sources, tmp_path):
+    (tmp_path / "runs").mkdir()
+    for run in (1, 2):
+        command = [program, "simulate", tmp_path / "runs" / f"bench_{run}.wav", "--duration", "4", "--seed", str(run)]
+        subprocess.run([*command, "--orders", f"2:0.{run}"], check=True)
+    (tmp_path / "runs" / "bench_3.wav").write_bytes(b"RIFF")
+    example = [sources / "examples" / "archive_overview.py", sources / "examples" / "archive.toml"]
+    command = [sys.executable, *example, "runs", "results", "all.png"]
+    run = subprocess.run(command, cwd=tmp_path, capture_output=True, text=True, check=False)
+    assert run.returncode == 0, run.stderr
+    assert "3 evaluated, 0 from before, 3 rows" in run.stdout
+    assert (tmp_path / "all.png").stat().st_size > 10_000
+    table = umlauf.archive.read(tmp_path / "results").to_pandas()
+    assert table["body_order_2_max"].dropna().tolist() == pytest.approx([0.1, 0.2], rel=0.1)

@@ -109,7 +109,8 @@ def evaluate(
     told = Progress(len(todo), progress)
     if todo:
         store.begin(recipe)
-        run = _Run(Job(recipe, store.url), store, known, told, attempts)
+        limit = 0.0 if client is None and workers == 0 else recipe.run.timeout
+        run = _Run(Job(recipe, store.url, limit), store, known, told, attempts)
         run.finish(run.without(todo), client, workers, memory)
     state = told.state
     summary = Summary(
@@ -361,7 +362,7 @@ class _Run:
                 (self._alone if losses + 1 == self._attempts else self._next_ones).append(_Call((each,), losses))
 
     def _give_up(self, recording: Found, losses: int) -> None:
-        error = f"WorkerLost: its worker died {losses} times (memory, a crash, or killed)"
+        error = f"WorkerLost: its worker died {losses} times (memory, a crash, the timeout, or killed)"
         self._keep(failed_row(self._job, recording, error), recording)
 
     def _keep(self, row: dict[str, Any], recording: Found) -> None:

@@ -247,6 +247,8 @@ class Run:
     memory: str = _key(_text, "")
     """Of each worker: "2GiB"."""
     attempts: int = _key(_count(1), 3)
+    timeout: float = _key(_number(least=0), 3600.0)
+    """[s] of evaluation after which a worker is ended, and has lost its recording; 0: never."""
     piece: float = _key(_number(above=0), 512.0)
     """[MiB] longer recordings are split."""
 

@@ -6,6 +6,8 @@ import contextlib
 import hashlib
 import logging
 import math
+import os
+import threading
 import time
 from typing import TYPE_CHECKING, Any, NamedTuple
 
@@ -31,6 +33,8 @@ class Job(NamedTuple):
 
     recipe: Recipe
     out: str
+    seconds: float = 0.0
+    """After which a recording is given up, and its worker with it; 0: never"""
 
 
 def evaluate_batch(job: Job, recordings: Sequence[Found], hashes: Sequence[str | None]) -> list[Row]:
@@ -53,7 +57,7 @@ def _evaluate(job: Job, recording: Found, known: str | None, store: Store | None
     began = time.perf_counter()
     result, digest = Result(), None
     try:
-        with fetched(recording) as path:
+        with limited(job.seconds), fetched(recording) as path:
             digest = content_hash(path)
             if digest == known:
                 return {"path": recording.path, "hash": digest, "unchanged": True}
@@ -67,7 +71,7 @@ def search_piece(job: Job, recording: Found, index: int, count: int) -> Piece:
     """What is in piece `index` of `count` of a recording. Errors show when the pieces are joined."""
     with quiet():
         found = Piece({}, {})
-        with contextlib.suppress(Exception), fetched(recording) as path:
+        with contextlib.suppress(Exception), limited(job.seconds), fetched(recording) as path:
             name, recipe = recording.name, job.recipe
             for speed in recipe.speed:
                 if fits(name, speed.files):
@@ -95,7 +99,7 @@ def join_pieces(job: Job, recording: Found, digest: str | None, pieces: list[Pie
         began = time.perf_counter()
         result = Result()
         try:
-            with fetched(recording) as path:
+            with limited(job.seconds), fetched(recording) as path:
                 result = measure(path, recording.name, job.recipe, pieces)
         except Exception as error:
             result.errors.append(f"{type(error).__name__}: {public(str(error))}")
@@ -143,6 +147,19 @@ def _begin(job: Job, recording: Found) -> Row:
 
 def microseconds(seconds: float) -> int | None:
     return None if math.isnan(seconds) else round(seconds * 1e6)
+
+
+@contextlib.contextmanager
+def limited(seconds: float) -> Iterator[None]:
+    """Ends this process when the context takes longer: a reader that hangs cannot be stopped in any other way."""
+    timer = threading.Timer(seconds, os._exit, [1])
+    timer.daemon = True
+    if seconds > 0:
+        timer.start()
+    try:
+        yield
+    finally:
+        timer.cancel()
 
 
 @contextlib.contextmanager
