@@ -80,57 +80,71 @@ HWY_INLINE void ForQuads(size_t channels, Quad quad) {
   if (channels % 4 != 0) quad(channels - 4);
 }
 
-/// out[c][at + i] = in[i * channels + c] for the frames of a tile.
-HWY_INLINE void SplitTile(float* const* out, size_t at, const float* in, size_t channels) {
+/// out[c][at + i] = in[i * channels + c] for i < frames, whole tiles.
+HWY_INLINE void SplitFrames(float* const* out, size_t at, const float* in, size_t channels, size_t frames) {
   const Floats d;
-  for (size_t i = 0; channels == 1 && i < kTile; i += hn::Lanes(d)) {
-    hn::StoreU(hn::LoadU(d, in + i), d, out[0] + at + i);
-  }
-  for (size_t i = 0; channels == 2 && i < kTile; i += hn::Lanes(d)) {
+  const size_t N = hn::Lanes(d);
+  const auto channel = [&](size_t c) { return out[c < channels ? c : 0] + at; };
+  float *const out0 = channel(0), *const out1 = channel(1), *const out2 = channel(2);
+  for (size_t i = 0; channels == 1 && i < frames; i += N) hn::StoreU(hn::LoadU(d, in + i), d, out0 + i);
+  for (size_t i = 0; channels == 2 && i < frames; i += N) {
     Vector a, b;
     hn::LoadInterleaved2(d, in + 2 * i, a, b);
-    hn::StoreU(a, d, out[0] + at + i), hn::StoreU(b, d, out[1] + at + i);
+    hn::StoreU(a, d, out0 + i), hn::StoreU(b, d, out1 + i);
   }
-  for (size_t i = 0; channels == 3 && i < kTile; i += hn::Lanes(d)) {
+  for (size_t i = 0; channels == 3 && i < frames; i += N) {
     Vector a, b, c;
     hn::LoadInterleaved3(d, in + 3 * i, a, b, c);
-    hn::StoreU(a, d, out[0] + at + i), hn::StoreU(b, d, out[1] + at + i), hn::StoreU(c, d, out[2] + at + i);
+    hn::StoreU(a, d, out0 + i), hn::StoreU(b, d, out1 + i), hn::StoreU(c, d, out2 + i);
   }
   if (channels < 4) return;
   ForQuads(channels, [&](size_t c) HWY_ATTR {
-    for (size_t i = 0; i < kTile; i += hn::Lanes(d)) {
+    float *const a = out[c] + at, *const b = out[c + 1] + at, *const e = out[c + 2] + at,
+                 *const f = out[c + 3] + at;
+    for (size_t i = 0; i < frames; i += N) {
       const float* const quad = in + i * channels + c;
       Vector v0 = LoadBlocks(d, quad, channels), v1 = LoadBlocks(d, quad + channels, channels);
       Vector v2 = LoadBlocks(d, quad + 2 * channels, channels);
       Vector v3 = LoadBlocks(d, quad + 3 * channels, channels);
       TransposeBlocks(v0, v1, v2, v3);
-      hn::StoreU(v0, d, out[c] + at + i), hn::StoreU(v1, d, out[c + 1] + at + i);
-      hn::StoreU(v2, d, out[c + 2] + at + i), hn::StoreU(v3, d, out[c + 3] + at + i);
+      hn::StoreU(v0, d, a + i), hn::StoreU(v1, d, b + i), hn::StoreU(v2, d, e + i), hn::StoreU(v3, d, f + i);
     }
   });
 }
 
-/// out[i * channels + c] = in[c][at + i] for the frames of a tile.
-HWY_INLINE void JoinTile(float* out, const float* const* in, size_t at, size_t channels) {
+/// out[i * channels + c] = in[c][at + i] for i < frames, whole tiles.
+HWY_INLINE void JoinFrames(float* out, const float* const* in, size_t at, size_t channels, size_t frames) {
   const Floats d;
-  const auto load = [&](size_t c, size_t i) HWY_ATTR { return hn::LoadU(d, in[c] + at + i); };
-  for (size_t i = 0; channels == 1 && i < kTile; i += hn::Lanes(d)) hn::StoreU(load(0, i), d, out + i);
-  for (size_t i = 0; channels == 2 && i < kTile; i += hn::Lanes(d)) {
-    hn::StoreInterleaved2(load(0, i), load(1, i), d, out + 2 * i);
+  const size_t N = hn::Lanes(d);
+  const auto channel = [&](size_t c) { return in[c < channels ? c : 0] + at; };
+  const float *const in0 = channel(0), *const in1 = channel(1), *const in2 = channel(2);
+  for (size_t i = 0; channels == 1 && i < frames; i += N) hn::StoreU(hn::LoadU(d, in0 + i), d, out + i);
+  for (size_t i = 0; channels == 2 && i < frames; i += N) {
+    hn::StoreInterleaved2(hn::LoadU(d, in0 + i), hn::LoadU(d, in1 + i), d, out + 2 * i);
   }
-  for (size_t i = 0; channels == 3 && i < kTile; i += hn::Lanes(d)) {
-    hn::StoreInterleaved3(load(0, i), load(1, i), load(2, i), d, out + 3 * i);
+  for (size_t i = 0; channels == 3 && i < frames; i += N) {
+    hn::StoreInterleaved3(hn::LoadU(d, in0 + i), hn::LoadU(d, in1 + i), hn::LoadU(d, in2 + i), d,
+                          out + 3 * i);
   }
   if (channels < 4) return;
   ForQuads(channels, [&](size_t c) HWY_ATTR {
-    for (size_t i = 0; i < kTile; i += hn::Lanes(d)) {
-      Vector v0 = load(c, i), v1 = load(c + 1, i), v2 = load(c + 2, i), v3 = load(c + 3, i);
+    const float *const a = in[c] + at, *const b = in[c + 1] + at, *const e = in[c + 2] + at,
+                       *const f = in[c + 3] + at;
+    for (size_t i = 0; i < frames; i += N) {
+      Vector v0 = hn::LoadU(d, a + i), v1 = hn::LoadU(d, b + i), v2 = hn::LoadU(d, e + i),
+             v3 = hn::LoadU(d, f + i);
       TransposeBlocks(v0, v1, v2, v3);
       float* const quad = out + i * channels + c;
       StoreBlocks(d, v0, quad, channels), StoreBlocks(d, v1, quad + channels, channels);
       StoreBlocks(d, v2, quad + 2 * channels, channels), StoreBlocks(d, v3, quad + 3 * channels, channels);
     }
   });
+}
+
+/// Whether the first-level cache holds what is read and written: then it is done in one go. Tile by tile only
+/// pays where lines come from afar.
+HWY_INLINE bool IsNear(size_t channels, size_t tiles) {
+  return 2 * tiles * kTile * channels * sizeof(float) <= size_t{32} << 10;
 }
 
 /// A copy that bypasses the caches, of whole cache lines: that is what the memory takes at once.
@@ -140,6 +154,8 @@ HWY_INLINE void StreamLine(float* out, const float* in) {
 }
 
 void SplitTiles(float* const* out, const float* in, size_t channels, size_t tiles) {
+  if (channels == 0) return;
+  if (IsNear(channels, tiles)) return SplitFrames(out, 0, in, channels, tiles * kTile);
   constexpr size_t ahead = 2;  // tiles
   HWY_ALIGN float stage[kStagedChannels * kTile];
   float* staged[kStagedChannels];
@@ -153,13 +169,15 @@ void SplitTiles(float* const* out, const float* in, size_t channels, size_t tile
     for (size_t line = 0; t + ahead < tiles && line < channels; ++line) {
       hwy::Prefetch(tile + (ahead * channels + line) * kTile);
     }
-    SplitTile(streamed ? staged : out, streamed ? 0 : at, tile, channels);
+    SplitFrames(streamed ? staged : out, streamed ? 0 : at, tile, channels, kTile);
     for (size_t c = 0; streamed && c < channels; ++c) StreamLine(out[c] + at, staged[c]);
   }
   if (streamed) hwy::FlushStream();
 }
 
 void JoinTiles(float* out, const float* const* in, size_t channels, size_t tiles) {
+  if (channels == 0) return;
+  if (IsNear(channels, tiles)) return JoinFrames(out, in, 0, channels, tiles * kTile);
   constexpr size_t ahead = 16;  // tiles
   HWY_ALIGN float stage[kStagedChannels * kTile];
   const bool streamed = channels <= kStagedChannels &&
@@ -168,7 +186,7 @@ void JoinTiles(float* out, const float* const* in, size_t channels, size_t tiles
     const size_t at = t * kTile;
     float* const tile = out + at * channels;
     for (size_t c = 0; t + ahead < tiles && c < channels; ++c) hwy::Prefetch(in[c] + at + ahead * kTile);
-    JoinTile(streamed ? stage : tile, in, at, channels);
+    JoinFrames(streamed ? stage : tile, in, at, channels, kTile);
     for (size_t c = 0; streamed && c < channels; ++c) StreamLine(tile + c * kTile, stage + c * kTile);
   }
   if (streamed) hwy::FlushStream();

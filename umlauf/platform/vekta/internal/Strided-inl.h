@@ -90,11 +90,17 @@ struct Walk {
   size_t stride, ahead, lineStep;
 };
 
+/// Whether a strided copy passes over more than the caches nearby hold.
+template <class T>
+constexpr bool IsFar(size_t n, size_t outStride, size_t inStride) {
+  constexpr size_t cached = size_t{4} << 20;  // bytes
+  return n >= cached / sizeof(T) / (outStride + inStride);
+}
+
 template <class T>
 HWY_INLINE void CopyElements(T* out, size_t outStride, const T* in, size_t inStride, size_t n) {
-  constexpr size_t cached = size_t{4} << 20;  // bytes
   size_t i = 0;
-  if (n >= cached / sizeof(T) / (outStride + inStride)) {
+  if (IsFar<T>(n, outStride, inStride)) {
     const Walk<T> written(outStride), read(inStride);
     for (; i + kRun < n; i += kRun) {
       written.Fetch(out, i, n);
@@ -117,8 +123,8 @@ HWY_INLINE void CopyStrided(T* out, size_t outStride, const T* in, size_t inStri
       return Gather<3>(out, in, n);
     case 4:
       return Gather<4>(out, in, n);
-    case 8:
-      return Gather<8>(out, in, n);
+    case 8:  // vectors of which an eighth is wanted only pay where whole lines have to come anyway
+      return IsFar<T>(n, 1, 8) ? Gather<8>(out, in, n) : CopyNear(out, 1, in, 8, n);
     default:
       return CopyElements(out, outStride, in, inStride, n);
   }
