@@ -384,6 +384,23 @@ TEST_P(QVLKernels, MasksHaveOneBitASample) {
   }
 }
 
+TEST_P(QVLKernels, FindsThePlacesOfBits) {
+  for (const unsigned share : {0u, 1u, 16u, 255u}) {  // of 256 bits
+    std::vector<std::uint64_t> words(33);
+    std::vector<std::uint16_t> expected;
+    for (std::size_t i = 0; i < 64 * words.size(); ++i) {
+      if (random_() % 256 > share) continue;
+      words[i / 64] |= std::uint64_t{1} << (i % 64);
+      expected.push_back(static_cast<std::uint16_t>(i));
+    }
+    Exact<std::uint16_t> places(expected.size() + 3, 0);
+    ASSERT_EQ(QVL::SetBits(words.data(), words.size(), places.data()), expected.size());
+    std::vector<std::uint16_t> found = places.copy();
+    found.resize(expected.size());
+    EXPECT_EQ(found, expected);
+  }
+}
+
 TEST_P(QVLKernels, CountsEqualElements) {
   const auto check = [](std::size_t n, std::size_t, auto& x, auto&) {
     for (const float value : {0.0f, -0.0f, 2.25f, kInf, kNaN}) {

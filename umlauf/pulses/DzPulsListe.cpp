@@ -40,6 +40,13 @@ void CDzPulsListe::SetEmpty() {
   SetAverage(0.0f);
 }
 
+PulsEntry* CDzPulsListe::Extend(std::size_t count, float last) {
+  const std::size_t from = entries_.size();
+  if (!umlauf::HadMemory([&] { entries_.resize(from + count); })) return nullptr;
+  InitLastValue(last);
+  return entries_.data() + from;
+}
+
 void CDzPulsListe::CompletePulsList(std::uint64_t rest) {
   if (!entries_.empty()) {
     state_.emptyBlocks = 0;

@@ -35,6 +35,9 @@ class UMLAUF_API CDzPulsListe : public CFueGroeListe<PulsEntry> {
   void SetEmpty();
   /// Appends a pulse that a rising edge ended after so many samples; value: revolution time [samples].
   PulsEntry& AddEntry(std::uint64_t samples, float value) final { return Append(samples, value); }
+  /// Appends `count` > 0 pulses for the caller to fill in at once, the last of which has the value `last`.
+  /// Null without memory, and then nothing has changed.
+  PulsEntry* Extend(std::size_t count, float last);
   /// Ends the list of a block: `rest` samples follow the last pulse and become the open entry, with the last
   /// value. After more blocks without any pulse than `EmptyBlockLimit` the last value is 0.
   void CompletePulsList(std::uint64_t rest);

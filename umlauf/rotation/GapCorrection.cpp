@@ -23,10 +23,15 @@ void CGapCorrection::Take(const CPulseTrain& pulses, CPulseTrain& corrected) {
   const bool begins = !pulses.empty() && pulses[0].Is(CPulseTrain::first);
   if (begins) corrected.Append(pulses[0]);
   const std::size_t from = begins ? 1 : 0;
+  // A train that fills up to the horizon would be copied several times before.
+  if (!decided_ && held_.size() >= garbage) held_.Reserve(horizon_ + pulses.size());
   held_.Append(pulses, from, pulses.size() - from);
   complete_ = complete_ && held_.Complete() && umlauf::HadMemory([&] {
                 AddPitchLengths();
-                while (held_.size() - next_ > reach) JudgeNext();
+                while (held_.size() - next_ > reach) {
+                  PassOrdinary();
+                  if (held_.size() - next_ > reach) JudgeNext();
+                }
                 if (!decided_ && held_.size() >= horizon_) Decide(false);
                 if (decided_) Release(false, false, corrected);
               });
@@ -101,6 +106,26 @@ double CGapCorrection::OrdinaryPitch() const {
   return next_ + 1 < end ? std::max(before, Median(next_ + 1, end)) : before;
 }
 
+/// Most pulses: plainly not longer than the three before, as `LikeNeighbours` asks.
+void CGapCorrection::PassOrdinary() {
+  if (runSize_ != 0) return;
+  constexpr double plainly = 0.99 * longPulse;
+  const double* const lengths = pitchLengths_.data();
+  const double* const pitches = held_.Pitches().data();
+  const std::size_t end = held_.size() - reach;
+  std::size_t i = next_;
+  double edge = edge_;
+  for (; i >= reach && i < end; ++i) {
+    const double least = std::min({lengths[i - 1], lengths[i - 2], lengths[i - 3]});
+    if (!(lengths[i] <= plainly * least)) break;
+    edge += pitches[i];
+  }
+  if (i == next_) return;
+  overlong_ = false;
+  edge_ = edge;
+  next_ = i;
+}
+
 void CGapCorrection::JudgeNext() {
   double ratio = 1, ordinary = 0;
   if (!LikeNeighbours(next_)) {
@@ -160,6 +185,8 @@ void CGapCorrection::Decide(bool lastIsCut) {
 }
 
 void CGapCorrection::Release(bool atEnd, bool lastIsCut, CPulseTrain& corrected) {
+  if (const std::size_t pulses = next_ - emitted_; pulses > garbage + corrected.size())
+    corrected.Reserve(corrected.size() + pulses);
   const std::int64_t ahead = eachForItself_ ? 0 : finder_.Edges() + CWheelFinder::mostGlitch;
   for (; decidedUpon_ < found_.size(); ++decidedUpon_) {
     const LongPulses& gap = found_[decidedUpon_];

@@ -62,6 +62,7 @@ class UMLAUF_API CGapCorrection {
   bool LikeNeighbours(std::size_t i) const;
   double Median(std::size_t begin, std::size_t end) const;
   double OrdinaryPitch() const;
+  void PassOrdinary();
   void JudgeNext();
   void EndRun();
   void Decide(bool lastIsCut);

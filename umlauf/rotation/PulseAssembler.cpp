@@ -48,6 +48,7 @@ std::span<const PulsEntry> CPulseAssembler::TakeSampled(std::span<const PulsEntr
   while (count > 0 && entries[count - 1].IsOpen()) --count;
   if (!any_ || count == 0) return entries;
   const CPulseTrain::Columns columns = pulses.Extend(count, std::max(lastEdge_, 0.0));
+  const double edgesPerPulse = form_.edgesPerPulse, edgesPerRev = form_.edgesPerRev;
   double lastEdge = lastEdge_;
   std::uint64_t position = position_, carried = carried_;
   for (std::size_t i = 0; i < count; ++i) {
@@ -57,14 +58,14 @@ std::span<const PulsEntry> CPulseAssembler::TakeSampled(std::span<const PulsEntr
     position += samples;
     const auto whole = static_cast<double>(static_cast<std::int64_t>(samples));
     const auto value = static_cast<double>(entry.Value());
-    const double length = value * form_.edgesPerPulse / form_.edgesPerRev;
+    const double length = value * edgesPerPulse / edgesPerRev;
     const bool held = !(std::abs(length - whole) <= 1 + 1e-6 * whole);
     const double lastSample = static_cast<double>(static_cast<std::int64_t>(position)) - 1;
     const double edge = held ? lastSample - 0.5 : lastEdge + length;
     lastEdge = std::clamp(edge, lastSample - 1, lastSample);
     columns.ends[i] = lastEdge;
     columns.revolutionTimes[i] = value;
-    columns.pitches[i] = form_.edgesPerPulse;
+    columns.pitches[i] = edgesPerPulse;
     columns.samples[i] = samples;
     columns.flags[i] = static_cast<std::uint8_t>((entry.IsLoFlank() ? 0 : CPulseTrain::rising) |
                                                  (held ? CPulseTrain::held : 0));

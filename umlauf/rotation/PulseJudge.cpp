@@ -1,6 +1,7 @@
 #include "umlauf/rotation/PulseJudge.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <limits>
 
@@ -32,10 +33,9 @@ struct CPulseJudge::State {
   umlauf::rotation::Regularity regularity;
   double lastEdge = -1;
 
-  void Take(double edge, double pitches, double length) {
+  void Count(double edge, double pitches) {
     if (edge >= stretchEnd) NextStretch(edge);
     if (edge >= stretchBegin) found[stretch] += pitches;
-    if (length > 0) regularity.Take(length);
   }
   void NextStretch(double edge) {
     while (stretch < counts.size() && edge >= static_cast<double>(counts[stretch].end)) ++stretch;
@@ -69,18 +69,33 @@ void CPulseJudge::Take(const CPulseTrain& pulses) {
   const auto flags = pulses.Flags();
   const auto pitches = pulses.Pitches();
   umlauf::HadMemory([&] {
-    for (std::size_t i = 0; i < flags.size(); ++i) {
-      const bool first = (flags[i] & CPulseTrain::first) != 0;
-      if (!s.bothEdges) {
+    if (s.bothEdges) return TakeRising(pulses);
+    // Most of a long recording lies between the stretches.
+    const bool within = !edges.empty() && edges.back() >= s.stretchBegin;
+    for (std::size_t i = 0; within && i < flags.size(); ++i) s.Count(edges[i + 1], pitches[i]);
+    std::array<double, 256> lengths;
+    for (std::size_t i = 0; i < flags.size();) {
+      std::size_t n = 0;
+      for (const std::size_t end = std::min(flags.size(), i + lengths.size()); i < end; ++i) {
         const double length = edges[i + 1] - edges[i];
-        s.Take(edges[i + 1], pitches[i], first ? 0 : pitches[i] == 1 ? length : length / pitches[i]);
-      } else if ((flags[i] & CPulseTrain::rising) != 0) {
-        // From rising edge to rising edge: the duty does not matter.
-        s.Take(edges[i + 1], 1, s.lastEdge < 0 ? 0 : edges[i + 1] - s.lastEdge);
-        s.lastEdge = edges[i + 1];
+        lengths[n] = pitches[i] == 1 ? length : length / pitches[i];
+        n += (flags[i] & CPulseTrain::first) == 0 && lengths[n] > 0 ? 1 : 0;
       }
+      s.regularity.Take(lengths.data(), n);
     }
   });
+}
+
+/// From rising edge to rising edge: the duty does not matter.
+void CPulseJudge::TakeRising(const CPulseTrain& pulses) {
+  State& s = *state_;
+  for (std::size_t i = 0; i < pulses.size(); ++i) {
+    if ((pulses.Flags()[i] & CPulseTrain::rising) == 0) continue;
+    const double edge = pulses.Edges()[i + 1];
+    s.Count(edge, 1);
+    if (s.lastEdge >= 0 && edge > s.lastEdge) s.regularity.Take(edge - s.lastEdge);
+    s.lastEdge = edge;
+  }
 }
 
 bool CPulseJudge::CountsDiffer() const {

@@ -34,6 +34,7 @@ class UMLAUF_API CPulseJudge {
  private:
   struct State;
 
+  void TakeRising(const CPulseTrain& pulses);
   bool CountsDiffer() const;
 
   std::unique_ptr<State> state_;

@@ -48,8 +48,9 @@ void CPulseTrain::Append(const CPulseTrain& other, std::size_t from, std::size_t
     return;
   }
   const auto add = [from, count](auto& to, const auto& column, std::size_t skipped) {
-    const auto begin = column.begin() + static_cast<std::ptrdiff_t>(from + skipped);
-    to.insert(to.end(), begin, begin + static_cast<std::ptrdiff_t>(count));
+    const std::size_t end = to.size();
+    to.resize(end + count);
+    std::copy_n(column.data() + from + skipped, count, to.data() + end);
   };
   if (edges_.empty()) edges_.push_back(other.edges_[from]);
   add(edges_, other.edges_, 1);

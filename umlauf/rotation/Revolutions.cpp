@@ -5,25 +5,31 @@
 
 #include "umlauf/platform/memory/WithoutMemory.h"
 
-void CRevolutions::Take(const CPulseTrain& pulses) {
+void CRevolutions::Take(const CPulseTrain& pulses, std::size_t from) {
   const auto edges = pulses.Edges(), pitches = pulses.Pitches();
   const auto flags = pulses.Flags();
-  for (std::size_t i = 0; i < flags.size(); ++i) {
+  const double whole = pulsesPerRevolution_ - 1e-6;
+  double sum = pitches_;  // in a register
+  for (std::size_t i = from; i < flags.size(); ++i) {
     if ((flags[i] & CPulseTrain::first) != 0) continue;
     if (gapToGap_) {
-      if ((flags[i] & CPulseTrain::gapStart) != 0) TakeGap(pulses[i], pulses.SampleRate());
-      pitches_ += pitches[i];
+      if ((flags[i] & CPulseTrain::gapStart) != 0) {
+        pitches_ = sum;
+        TakeGap(pulses[i], pulses.SampleRate());
+      }
+      sum += pitches[i];
       continue;
     }
     if (!started_) begin_ = edges[i];
     started_ = true;
-    pitches_ += pitches[i];
-    if (std::abs(pitches_) >= pulsesPerRevolution_ - 1e-6) {
-      Close(edges[i + 1], pitches_ / pulsesPerRevolution_, pulses.SampleRate());
+    sum += pitches[i];
+    if (std::abs(sum) >= whole) {
+      Close(edges[i + 1], sum / pulsesPerRevolution_, pulses.SampleRate());
       begin_ = edges[i + 1];
-      pitches_ = 0;
+      sum = 0;
     }
   }
+  pitches_ = sum;
 }
 
 void CRevolutions::TakeGap(const CPulseTrain::Pulse& pulse, double sampleRate) {

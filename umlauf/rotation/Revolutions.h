@@ -27,8 +27,8 @@ class UMLAUF_API CRevolutions {
   CRevolutions(bool gapToGap, double pulsesPerRevolution)
       : gapToGap_(gapToGap), pulsesPerRevolution_(pulsesPerRevolution) {}
 
-  /// Takes the next pulses, gaps corrected.
-  void Take(const CPulseTrain& pulses);
+  /// Takes the next pulses, gaps corrected: those from number `from` on.
+  void Take(const CPulseTrain& pulses, std::size_t from = 0);
 
   /// Those that were found since `Forget`.
   const std::vector<Revolution>& Found() const { return found_; }

@@ -1,12 +1,20 @@
 #include "umlauf/rotation/Rotation.h"
 
+#include <algorithm>
 #include <cmath>
 
 #include "umlauf/platform/memory/WithoutMemory.h"
+#include "umlauf/platform/vekta/numeric.h"
 #include "umlauf/recording/BlockSource.h"
 #include "umlauf/rotation/GapCorrection.h"
 #include "umlauf/rotation/SpeedSignals.h"
 #include "umlauf/rotation/TachoPulses.h"
+
+namespace {
+
+constexpr std::size_t leastForecast = 4096;  ///< pulses from which the number of all can be told
+
+}  // namespace
 
 CRotation::CRotation() { detector_.PulsMinLenSetzen(0); }
 
@@ -45,21 +53,22 @@ bool CRotation::Analyse(CBlockSource& recording, unsigned channel) {
   wheel_ = PulseWheel{pulsesPerRevolution_, {}};
   pulses_ = CPulseTrain(recording.SampleRate(), recording.StartTime());
   samples_ = 0;
-  counts_ = CPulseCounts();
-  revolutions_ = CRevolutions(gap_, pulsesPerRevolution_);
+  Forget();
   const bool enough = umlauf::HadMemory([&] {
     if (!SettingsFit() || !Find(recording, channel)) return;
-    counts_.Take(pulses_);
-    revolutions_.Take(pulses_);
     if (counts_.Speed().count == 0) FailWithoutPulses();
     if (!revolutions_.Complete()) failure_ = L"there is no memory for the revolutions";
   });
   if (!enough) failure_ = L"there is no memory for the results";
   if (failure_.IsEmpty()) return true;
+  Forget();
+  return false;
+}
+
+void CRotation::Forget() {
   pulses_.Clear();
   counts_ = CPulseCounts();
   revolutions_ = CRevolutions(gap_, pulsesPerRevolution_);
-  return false;
 }
 
 bool CRotation::Find(CBlockSource& recording, unsigned channel) {
@@ -83,20 +92,31 @@ bool CRotation::FindPulses(CBlockSource& recording, unsigned channel) {
   CTachoPulses tacho(levels_, detector);
   CGapCorrection gap(gapLength_, pulsesPerRevolution_);
   CPulseTrain block(recording.SampleRate(), recording.StartTime());
-  const auto keep = [&] { gap_ ? gap.Take(block, pulses_) : pulses_.Append(block); };
-  pulses_.Clear();
+  const auto keep = [&] {
+    const std::size_t known = pulses_.size();
+    gap_ ? gap.Take(block, pulses_) : pulses_.Append(block);
+    TakeFrom(known);
+  };
+  const auto frames = static_cast<double>(recording.Frames().value_or(0));
+  std::size_t forecast = leastForecast;
+  Forget();
   recording.Rewind();  // where it cannot, it is read from where it stands
   while (pulses_.Complete()) {
     const SampleBlock samples = recording.Read(blockSize_);
     if (samples.count == 0) break;
     if (!tacho.Take(samples.samples + channel, samples.count, samples.stride, block)) break;
     keep();
+    if (pulses_.size() < forecast) continue;
+    forecast = 2 * pulses_.size();
+    MakeRoom(frames / static_cast<double>(tacho.Samples()));
   }
   tacho.Finish(block);
   keep();
   bool complete = true;
   if (gap_) {
+    const std::size_t known = pulses_.size();
     complete = gap.Finish(pulses_);
+    TakeFrom(known);
     wheel_ = gap.Wheel();
   }
   samples_ = tacho.Samples();
@@ -109,6 +129,20 @@ bool CRotation::FindPulses(CBlockSource& recording, unsigned channel) {
   }
   levels_.warnings = tacho.Warnings();
   return true;
+}
+
+/// While the pulses from number `from` on, which just came, are still in the cache.
+void CRotation::TakeFrom(std::size_t from) {
+  counts_.Take(pulses_, from);
+  revolutions_.Take(pulses_, from);
+}
+
+/// Makes room for so many times the pulses that there are, as go on like these: a train that grows is copied.
+/// Room that is not needed is not touched.
+void CRotation::MakeRoom(double times) {
+  constexpr double most = 8, more = 1.05;
+  pulses_.Reserve(
+      numeric::trunc_sat<std::size_t>(std::min(times, most) * more * static_cast<double>(pulses_.size())));
 }
 
 void CRotation::FailWithoutPulses() {

@@ -102,6 +102,9 @@ class UMLAUF_API CRotation {
   bool SettingsFit();
   bool Find(CBlockSource& recording, unsigned channel);
   bool FindPulses(CBlockSource& recording, unsigned channel);
+  void Forget();
+  void TakeFrom(std::size_t from);
+  void MakeRoom(double times);
   void FailWithoutPulses();
 
   double pulsesPerRevolution_ = 1;

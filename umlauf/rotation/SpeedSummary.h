@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <limits>
 
@@ -25,7 +26,8 @@ struct UMLAUF_API SpeedSummary {
 /// thread at a time.
 class UMLAUF_API CPulseCounts {
  public:
-  void Take(const CPulseTrain& pulses);
+  /// Takes the pulses from number `from` on.
+  void Take(const CPulseTrain& pulses, std::size_t from = 0);
 
   std::uint64_t Pulses() const { return pulses_; }
   /// Gaps that were corrected, one that the end of the recording cuts included.
@@ -36,6 +38,8 @@ class UMLAUF_API CPulseCounts {
   const SpeedSummary& Speed() const { return speed_; }
 
  private:
+  void TakeChunk(const CPulseTrain& pulses, std::size_t from, std::size_t n);
+
   std::uint64_t pulses_ = 0, correctedGaps_ = 0, held_ = 0;
   SpeedSummary speed_;
 };

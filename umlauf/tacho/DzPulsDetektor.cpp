@@ -154,6 +154,43 @@ inline bool CDzPulsDetektor::PulsEintragen(const Settings& settings, Run& run, C
   return true;
 }
 
+/// Most recordings: every edge ends a pulse that counts. The values are formed side by side, as
+/// `PulsEintragen` forms each. False when one has to be looked at, and then nothing has changed.
+bool CDzPulsDetektor::TakeEveryEdge(const Edges& edges, std::size_t n, std::uint64_t& samplesSincePulse,
+                                    CDzPulsListe& list) {
+  if (edges.count == 0 || settings_.minLength != 0 || run_.edgesInPulse != 0) return false;
+  const std::uint64_t first = samplesSincePulse + edges.position[0] + 1;
+  if (first > std::numeric_limits<std::int32_t>::max()) return false;
+  std::array<std::int32_t, kChunk> samples;
+  std::array<float, kChunk> values;
+  samples[0] = static_cast<std::int32_t>(first);
+  for (std::size_t k = 1; k < edges.count; ++k) samples[k] = edges.position[k] - edges.position[k - 1];
+  const float pulses = settings_.sourcePulsesReal;
+  values[0] = (static_cast<float>(samples[0] - 1) + run_.carry + edges.fraction[0]) * pulses;
+  std::int32_t merged = static_cast<float>(samples[0]) + run_.carry < 0.0f ? 1 : 0;
+  for (std::size_t k = 1; k < edges.count; ++k) {
+    const float carry = 1.0f - edges.fraction[k - 1];
+    values[k] = (static_cast<float>(samples[k] - 1) + carry + edges.fraction[k]) * pulses;
+    merged |= static_cast<float>(samples[k]) + carry < 0.0f ? 1 : 0;
+  }
+  const std::size_t last = edges.count - 1;
+  PulsEntry* const entries = merged != 0 ? nullptr : list.Extend(edges.count, values[last]);
+  if (entries == nullptr) return false;
+  bool rising = edges.firstRising;
+  for (std::size_t k = 0; k < edges.count; ++k, rising ^= edges.alternating) {
+    entries[k].SetNrSamples(static_cast<std::uint64_t>(samples[k]));
+    entries[k].SetValue(values[k]);
+    entries[k].SetHiFlank(rising);
+  }
+  run_.runInRemaining -= std::min<std::uint64_t>(run_.runInRemaining, edges.count);
+  run_.rejectionsRemaining = 0;
+  run_.dividerRemaining = 1;
+  run_.lastValue = values[last];
+  run_.carry = 1.0f - edges.fraction[last];
+  samplesSincePulse = n - 1 - edges.position[last];
+  return true;
+}
+
 /// kSimple: divider, dead time and spike filter are known to be out of play, which leaves them out of the
 /// loop.
 template <bool kSimple>
@@ -197,6 +234,7 @@ void CDzPulsDetektor::SearchChunk(const float* x, std::size_t n, std::uint64_t& 
                            settings_.both ? EdgeKind::both : oneKind, run_.high, edges);
   const bool simple = !settings_.spikeFilter && settings_.deadTime == 0 && run_.deadTimeRemaining == 0 &&
                       settings_.divider < 2 && run_.dividerRemaining < 2;
+  if (simple && TakeEveryEdge(edges, n, samplesSincePulse, list)) return;
   samplesSincePulse = simple ? TakeEdges<true>(edges, n, samplesSincePulse, list)
                              : TakeEdges<false>(edges, n, samplesSincePulse, list);
 }

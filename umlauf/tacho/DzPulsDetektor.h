@@ -186,6 +186,8 @@ class UMLAUF_API CDzPulsDetektor {
   static float Deviation(float mean, float meanSquare);
   void StartBlock(float first);
   void SearchChunk(const float* x, std::size_t n, std::uint64_t& samplesSincePulse, CDzPulsListe& list);
+  bool TakeEveryEdge(const umlauf::speed::Edges& edges, std::size_t n, std::uint64_t& samplesSincePulse,
+                     CDzPulsListe& list);
   template <bool kSimple>
   std::uint64_t TakeEdges(const umlauf::speed::Edges& edges, std::size_t n, std::uint64_t samplesSincePulse,
                           CDzPulsListe& list);

@@ -138,6 +138,9 @@ UMLAUF_API void DequantizeBytes(float* out, const std::uint8_t* in, std::size_t 
 /// 64] tells lower > x[i]. Bits behind the last sample are 0. NaN is neither.
 UMLAUF_API void ThresholdMasks(const float* x, std::size_t n, float upper, float lower, std::uint64_t* above,
                                std::uint64_t* below);
+/// Places of the bits that are set in n <= 1024 words, in order: bit i % 64 of words[i / 64] gives i. Returns
+/// their number; `places` has room for 3 more, which may be written to.
+UMLAUF_API std::size_t SetBits(const std::uint64_t* words, std::size_t n, std::uint16_t* places);
 /// Number of elements that equal a value (NaN equals nothing).
 UMLAUF_API std::size_t CountEqual(const float* x, std::size_t n, float value);
 /// Index of the first of words[0], words[stride], ... (n words) for which (word & mask) == pattern; n when

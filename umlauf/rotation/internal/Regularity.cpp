@@ -28,7 +28,7 @@ void Regularity::Take(double length) {
   calm_ = std::abs(length - before) <= calm * before ? calm_ + 1 : 0;
   if (calm_ > window) {
     // Most pulses: nothing odd can be within reach.
-    for (std::uint64_t& each : even_) ++each;
+    ++evenForAll_;
     Keep(length);
     skip_ = false;
     return;
@@ -36,6 +36,31 @@ void Regularity::Take(double length) {
   Compare(length);
   Keep(length);
   if (inPart_ >= window) Judge();
+}
+
+void Regularity::Take(const double* lengths, std::size_t n) {
+  for (std::size_t i = 0; i < n;) {
+    if (calm_ >= window) i += TakeCalm(lengths + i, n - i);
+    if (i < n) Take(lengths[i++]);
+  }
+}
+
+/// Takes the pulses up to the first one that is not much like the one before it.
+std::size_t Regularity::TakeCalm(const double* lengths, std::size_t n) {
+  double before = Before(1);
+  std::size_t taken = 0;
+  for (; taken < n; before = lengths[taken++]) {
+    if (!(std::abs(lengths[taken] - before) <= calm * before)) break;
+  }
+  if (taken == 0) return 0;
+  const std::size_t passed = taken - std::min(taken, window);
+  pulses_ += passed;
+  inPart_ += passed;
+  for (std::size_t i = passed; i < taken; ++i) Keep(lengths[i]);
+  calm_ += taken;
+  evenForAll_ += taken;
+  skip_ = false;
+  return taken;
 }
 
 void Regularity::Keep(double length) {
@@ -76,7 +101,7 @@ void Regularity::Compare(double length) {
 }
 
 double Regularity::EvenShare() const {
-  const auto most = static_cast<double>(*std::max_element(even_.begin(), even_.end()));
+  const auto most = static_cast<double>(evenForAll_ + *std::max_element(even_.begin(), even_.end()));
   const std::uint64_t without = 2 * parts_;
   return pulses_ > without ? std::min(1.0, most / static_cast<double>(pulses_ - without)) : 0;
 }
@@ -125,7 +150,7 @@ bool Regularity::SamePart(std::size_t a, std::size_t b) const { return longs_[a]
 
 bool Regularity::IsPattern() const {
   const auto n = static_cast<double>(pulses_);
-  return EvenShare() > patterned && static_cast<double>(even_[0]) < plain * n;
+  return EvenShare() > patterned && static_cast<double>(evenForAll_ + even_[0]) < plain * n;
 }
 
 double Regularity::Lost() const {

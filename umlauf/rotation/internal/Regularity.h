@@ -14,6 +14,8 @@ class Regularity {
  public:
   /// Takes the length of the next pulse, from one edge to the next one of its kind, in any unit.
   void Take(double length);
+  /// The same for n successive pulses.
+  void Take(const double* lengths, std::size_t n);
   /// What follows lies elsewhere in the recording: it is not compared with what was.
   void Break();
   /// Takes what is still held back; call once behind the last pulse.
@@ -43,6 +45,7 @@ class Regularity {
   /// The last pulses, the oldest of them first.
   const double* Last() const { return &lengths_[pulses_ % window]; }
   double Before(std::size_t pulses) const { return Last()[window - pulses]; }
+  std::size_t TakeCalm(const double* lengths, std::size_t n);
   void Keep(double length);
   void Compare(double length);
   void Judge();
@@ -54,8 +57,9 @@ class Regularity {
   bool IsPattern() const;
 
   std::uint64_t pulses_ = 0, parts_ = 1;
-  std::uint64_t inPart_ = 0;  ///< pulses since the last break
-  std::array<std::uint64_t, longestPattern> even_{};
+  std::uint64_t inPart_ = 0;                          ///< pulses since the last break
+  std::array<std::uint64_t, longestPattern> even_{};  ///< but for those that count for all patterns
+  std::uint64_t evenForAll_ = 0;
   std::array<double, 2 * window> lengths_{};  ///< pulse i at i % window, and once more a window behind
   std::size_t calm_ = 0;                      ///< pulses much like the one before, in succession
   bool skip_ = false;

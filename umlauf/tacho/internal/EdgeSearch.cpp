@@ -1,6 +1,5 @@
 #include "umlauf/tacho/internal/EdgeSearch.h"
 
-#include <bit>
 #include <cmath>
 
 #include "umlauf/platform/vekta/QVL.h"
@@ -40,32 +39,35 @@ void FindPositions(const float* x, std::size_t n, float upper, float lower, bool
   alignas(128) std::array<std::uint64_t, kWords> below;
   QVL::ThresholdMasks(x, n, upper, lower, above.data(), below.data());
   const std::uint64_t unwanted = edges.firstRising ? 0 : ~std::uint64_t{0};
-  std::size_t count = 0;
-  for (std::size_t word = 0; word * 64 < n; ++word) {
+  const std::size_t words = (n + 63) / 64;
+  std::array<std::uint64_t, kWords> changes;
+  for (std::size_t word = 0; word < words; ++word) {
     const std::uint64_t before = high ? 1 : 0;
     const std::uint64_t states = States(above[word], below[word], high);
-    std::uint64_t changes = states ^ (states << 1 | before);
-    if (!edges.alternating) changes &= states ^ unwanted;
-    for (; changes != 0; changes &= changes - 1) {
-      const auto bit = static_cast<std::size_t>(std::countr_zero(changes));
-      edges.position[count++] = static_cast<std::uint16_t>(word * 64 + bit);
-    }
+    changes[word] = states ^ (states << 1 | before);
+    if (!edges.alternating) changes[word] &= states ^ unwanted;
   }
-  edges.count = count;
+  edges.count = QVL::SetBits(changes.data(), words, edges.position.data());
 }
 
 /// Crossing fractions of the edges first, first + distance, ..., which are all of one kind.
 void Interpolate(const float* x, float previous, float level, bool rising, std::size_t first,
                  std::size_t distance, Edges& edges) {
   const float direction = rising ? 1.0f : -1.0f;
-  for (std::size_t k = first; k < edges.count; k += distance) {
+  std::array<float, kChunk> before, at;
+  std::size_t n = 0;
+  for (std::size_t k = first; k < edges.count; k += distance, ++n) {
     const std::size_t i = edges.position[k];
-    const float before = i != 0 ? x[i - 1] : previous;
-    const float step = x[i] - before;
-    const float fraction = (level - before) / step;
-    const bool valid = step * direction > kFlatStep && !std::isnan(fraction);
-    edges.fraction[k] = valid ? fraction : 0.0f;
+    before[n] = i != 0 ? x[i - 1] : previous;
+    at[n] = x[i];
   }
+  for (std::size_t k = 0; k < n; ++k) {  // in vectors
+    const float step = at[k] - before[k];
+    const float fraction = (level - before[k]) / step;
+    const bool valid = step * direction > kFlatStep && fraction == fraction;
+    at[k] = valid ? fraction : 0.0f;
+  }
+  for (std::size_t k = 0; k < n; ++k) edges.fraction[first + k * distance] = at[k];
 }
 
 }  // namespace

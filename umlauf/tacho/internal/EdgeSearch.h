@@ -17,7 +17,8 @@ struct Edges {
   std::size_t count;
   bool firstRising;
   bool alternating;  ///< rising and falling in turn; else all are like the first
-  std::array<std::uint16_t, kChunk> position;
+  /// Room for 3 more, as the search needs it.
+  std::array<std::uint16_t, kChunk + 3> position;
   /// Where between the sample before and the one at the position the signal crossed the threshold, 0 to 1; 0
   /// where the step is too flat to tell. Outside 0 to 1 only when thresholds were changed between blocks or
   /// lie upside down.
