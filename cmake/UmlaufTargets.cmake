@@ -57,6 +57,15 @@ function(umlauf_test name)
   set_tests_properties(${name} PROPERTIES TIMEOUT 600)
 endfunction()
 
+# umlauf_test_needs_posix(NAME REASON): on Windows ctest lists this test as one that does not run; the reason stands where
+# this is called, and is printed.
+function(umlauf_test_needs_posix name reason)
+  if(WIN32)
+    message(STATUS "Test ${name} does not run on Windows: ${reason}")
+    set_tests_properties(${name} PROPERTIES DISABLED TRUE)
+  endif()
+endfunction()
+
 # umlauf_bench(NAME SOURCES ... [LIBRARIES ...]): one Google Benchmark program.
 function(umlauf_bench name)
   cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "SOURCES;LIBRARIES")

@@ -1,19 +1,19 @@
 #pragma once
 
 #include <cstddef>
-#include <filesystem>
 #include <memory>
 #include <optional>
 #include <string>
 #include <vector>
 
+#include "tools/FilePath.h"
 #include "umlauf_io/RecordingSource.h"
 
 namespace umlauf::tool {
 
 /// What to read of which file, as the command line tells it.
 struct RecordingOptions {
-  std::filesystem::path path;
+  FilePath path;
   std::optional<unsigned> channel;    ///< from 1; sound and raw files
   std::optional<std::string> column;  ///< number from 1 (1 is the time) or name; CSV files
   std::optional<RawSamples> raw;      ///< set: the file is headerless samples

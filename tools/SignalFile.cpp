@@ -11,7 +11,7 @@
 namespace umlauf::tool {
 namespace {
 
-CString Wide(const std::filesystem::path& path) { return CString::FromUtf8(path.string()); }
+CString Wide(const FilePath& path) { return CString::FromUtf8(path.string()); }
 
 }  // namespace
 
@@ -22,7 +22,7 @@ void WriteSignalFile(const CSignal& signal, OutputFile& out) {
   out.Write({reinterpret_cast<const char*>(bytes.Bytes().data()), bytes.Bytes().size()});
 }
 
-std::unique_ptr<CSignal> ReadSignalFile(const std::filesystem::path& path) {
+std::unique_ptr<CSignal> ReadSignalFile(const FilePath& path) {
   std::error_code ignored;
   if (std::filesystem::is_directory(path, ignored)) {
     Fail("cannot read {}: it is a folder; name a signal file", path.string());
@@ -35,12 +35,12 @@ std::unique_ptr<CSignal> ReadSignalFile(const std::filesystem::path& path) {
   return signal;
 }
 
-bool IsSignalFile(const std::filesystem::path& path) {
+bool IsSignalFile(const FilePath& path) {
   std::error_code error;
   return std::filesystem::is_regular_file(path, error) && CSignalFile::IsOne(Wide(path));
 }
 
-std::unique_ptr<CSigPairs> ReadPairs(const std::filesystem::path& path) {
+std::unique_ptr<CSigPairs> ReadPairs(const FilePath& path) {
   std::unique_ptr<CSignal> signal = ReadSignalFile(path);
   if (auto* pairs = dynamic_cast<CSigPairs*>(signal.get())) {
     static_cast<void>(signal.release());

@@ -1,8 +1,8 @@
 #pragma once
 
-#include <filesystem>
 #include <memory>
 
+#include "tools/FilePath.h"
 #include "tools/output/OutputFile.h"
 #include "umlauf/pairs/SigPairs.h"
 #include "umlauf/signal/Signal.h"
@@ -15,13 +15,13 @@ void WriteSignalFile(const CSignal& signal, OutputFile& out);
 
 /// Reads a signal file. Throws ToolError when it is none, is damaged, or holds a kind of signal that is not
 /// known.
-std::unique_ptr<CSignal> ReadSignalFile(const std::filesystem::path& path);
+std::unique_ptr<CSignal> ReadSignalFile(const FilePath& path);
 
 /// Whether a file begins as a signal file; false when it cannot be read.
-bool IsSignalFile(const std::filesystem::path& path);
+bool IsSignalFile(const FilePath& path);
 
 /// Reads a signal file of any kind as point pairs: the samples of a curve (of an extended one those of its
 /// valid span) become points. Throws as `ReadSignalFile`.
-std::unique_ptr<CSigPairs> ReadPairs(const std::filesystem::path& path);
+std::unique_ptr<CSigPairs> ReadPairs(const FilePath& path);
 
 }  // namespace umlauf::tool

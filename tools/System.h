@@ -6,20 +6,25 @@
 #include <vector>
 
 /// What the tool needs of the operating system. Everything behind this header lives in a folder of its own
-/// (posix/).
+/// (posix/, windows/).
 namespace umlauf::tool {
 
-/// Takes the places of standard input, output and error that are closed, so that no file gets their numbers
-/// and what goes there fails. Call before anything is opened.
-void ReserveStandardStreams();
+/// The arguments of `main` in UTF-8, the program's name first.
+std::vector<std::string> Arguments(int argc, char** argv);
+
+/// Standard input, output and error as bytes, shown as UTF-8. Takes the places of those that are closed, so
+/// that no file gets their numbers and what goes there fails. Call before anything is opened.
+void PrepareStandardStreams();
 
 bool StandardErrorIsTerminal();
+/// What a terminal is sent to go to the start of its line and clear it.
+const char* ClearLine();
 
 /// Number of this process, for names of temporary files.
 unsigned long ProcessNumber();
 
-/// Has `path` removed when the process is ended by an interrupt or termination signal; at most 16 at a time
-/// (more are not watched). `ForgetOnSignal` takes it back.
+/// Has `path` removed when the process is ended by an interrupt (Ctrl-C) or termination signal; at most 16 at
+/// a time (more are not watched). `ForgetOnSignal` takes it back.
 void RemoveOnSignal(const std::string& path);
 void ForgetOnSignal(const std::string& path);
 

@@ -1,5 +1,6 @@
 #include <exception>
 #include <string>
+#include <vector>
 
 #include "tools/Error.h"
 #include "tools/System.h"
@@ -36,7 +37,8 @@ int ReportUsage(const CLI::App& app, const std::string& text) {
   return Report(ToolError::usage, text + "; see " + Called(app).name + " --help");
 }
 
-std::string ParseErrorText(const CLI::App& app, const CLI::ParseError& error, int argc, char** argv) {
+std::string ParseErrorText(const CLI::App& app, const CLI::ParseError& error, int argc,
+                           const char* const* argv) {
   const Called called(app);
   const std::string nearest = umlauf::tool::NearestSubcommand(*called.command, "");
   if (nearest.empty() || called.depth >= argc || argv[called.depth][0] == '-') {
@@ -47,7 +49,7 @@ std::string ParseErrorText(const CLI::App& app, const CLI::ParseError& error, in
          umlauf::tool::NearestSubcommand(*called.command, word);
 }
 
-int Run(CLI::App& app, int argc, char** argv) {
+int Run(CLI::App& app, int argc, const char* const* argv) {
   try {
     app.parse(argc, argv);
     umlauf::tool::FlushOut();
@@ -63,7 +65,10 @@ int Run(CLI::App& app, int argc, char** argv) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  umlauf::tool::ReserveStandardStreams();
+  umlauf::tool::PrepareStandardStreams();
+  const std::vector<std::string> arguments = umlauf::tool::Arguments(argc, argv);
+  std::vector<const char*> texts;
+  for (const std::string& each : arguments) texts.push_back(each.c_str());
   // The library's notes are not for the people at this program; what they need comes as one line from here.
   PrWin::SetSink([](int, int, const CString&) {});
   CLI::App app("Speed from tacho recordings of rotating machinery, and the signal files made of it.",
@@ -71,7 +76,7 @@ int main(int argc, char** argv) {
   app.set_version_flag("--version", UMLAUF_VERSION);
   umlauf::tool::AddCommands(app);
   try {
-    return Run(app, argc, argv);
+    return Run(app, static_cast<int>(texts.size()), texts.data());
   } catch (const ToolError& error) {
     return error.code() == ToolError::usage ? ReportUsage(app, error.what())
                                             : Report(error.code(), error.what());

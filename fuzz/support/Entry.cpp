@@ -1,5 +1,7 @@
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
+#include <random>
 
 #include "fuzz/support/Fuzz.h"
 #include "umlauf/platform/tramsea/PrWin.h"
@@ -19,8 +21,6 @@
 #undef UMLAUF_FUZZ_WATCHES_MEMORY
 #endif
 
-#include <unistd.h>
-
 namespace umlauf::fuzz {
 
 void Require(bool condition, const char* property) {
@@ -30,20 +30,20 @@ void Require(bool condition, const char* property) {
 }
 
 TemporaryFile::TemporaryFile() {
-  for (const char* name : {"/dev/shm/fuzz_XXXXXX", "/tmp/fuzz_XXXXXX"}) {
-    std::snprintf(path_, sizeof path_, "%s", name);
-    const int file = mkstemp(path_);
-    if (file < 0) continue;
-    close(file);
-    return;
+  const std::filesystem::path memory = "/dev/shm";
+  std::random_device random;
+  for (const auto& folder : {memory, std::filesystem::temp_directory_path()}) {
+    path_ = (folder / ("fuzz_" + std::to_string(random()) + "_" + std::to_string(random()))).string();
+    std::FILE* const file = std::fopen(path_.c_str(), "wb");
+    if (file != nullptr && std::fclose(file) == 0) return;
   }
   Require(false, "a temporary file can be made");
 }
 
-TemporaryFile::~TemporaryFile() { std::remove(path_); }
+TemporaryFile::~TemporaryFile() { std::remove(path_.c_str()); }
 
 void TemporaryFile::Fill(std::span<const std::byte> bytes) const {
-  std::FILE* const file = std::fopen(path_, "wb");
+  std::FILE* const file = std::fopen(path_.c_str(), "wb");
   Require(file != nullptr && std::fwrite(bytes.data(), 1, bytes.size(), file) == bytes.size() &&
               std::fclose(file) == 0,
           "the temporary file can be written");

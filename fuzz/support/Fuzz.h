@@ -6,6 +6,7 @@
 #include <initializer_list>
 #include <memory>
 #include <span>
+#include <string>
 #include <string_view>
 
 // What the fuzz targets share. A target is one file that defines `FuzzOne`; linked with Entry.cpp and
@@ -72,11 +73,11 @@ class TemporaryFile {
   TemporaryFile(const TemporaryFile&) = delete;
   TemporaryFile& operator=(const TemporaryFile&) = delete;
 
-  const char* path() const { return path_; }
+  const char* path() const { return path_.c_str(); }
   void Fill(std::span<const std::byte> bytes) const;
 
  private:
-  char path_[40];
+  std::string path_;
 };
 
 /// Runs the target over one input, which lies in a block of its own size. Any input is fine; a property that

@@ -98,7 +98,8 @@ int main(int argc, char** argv) {
   }
   std::mt19937 random(1);
   for (std::size_t i = 0; i < seeds.size(); ++i) {
-    std::fprintf(stderr, "%s\n", files[i].filename().c_str());  // the last one named is the one that failed
+    std::fprintf(stderr, "%s\n",
+                 files[i].filename().string().c_str());  // the last one named is the one that failed
     const Bytes& seed = seeds[i];
     Run(seed);
     const std::size_t step = 1 + seed.size() / 1000;

@@ -6,8 +6,8 @@
 #include <system_error>
 #include <utility>
 
-#include "umlauf_io/internal/ByteStream.h"
 #include "umlauf_io/internal/Error.h"
+#include "umlauf_io/internal/System.h"
 
 namespace fs = std::filesystem;
 using umlauf::io::Fail;
@@ -24,7 +24,7 @@ COutputFile::~COutputFile() {
 
 bool COutputFile::Open(const fs::path& target, void (*announce)(const std::string&)) {
   return Guard(failure_, [&] {
-    target_ = target;
+    target_ = umlauf::io::LongPath(target);
     std::error_code error;
     if (fs::is_symlink(target_, error)) {
       const fs::path real = fs::weakly_canonical(target_, error);
@@ -38,6 +38,7 @@ bool COutputFile::Open(const fs::path& target, void (*announce)(const std::strin
     if (direct_) {
       temporary_ = target_;
       file_ = target_ == "-" ? stdout : OpenFile(target_, "wb");
+      if (file_ == stdout) umlauf::io::MakeBinary(stdout);
     } else if (!OpenTemporary(announce)) {
       temporary_.clear();
     }
@@ -56,10 +57,10 @@ bool COutputFile::OpenTemporary(void (*announce)(const std::string&)) {
   fs::path::string_type folder = target_.native();
   folder.resize(folder.size() - target_.filename().native().size());
   for (int attempt = 0; attempt < 100 && file_ == nullptr; ++attempt) {
-    const std::string name =
-        fmt::format(".{}.{:08x}.part{}", target_.stem().string(), random(), target_.extension().string());
     // Made as one text: changing a path in place breaks it where there is no memory.
-    temporary_ = fs::path(folder + fs::path(name).native());
+    const fs::path middle = fmt::format(".{:08x}.part", random());
+    temporary_ = fs::path(folder + fs::path::string_type(1, '.') + target_.stem().native() + middle.native() +
+                          target_.extension().native());
     if (announce != nullptr) announce(temporary_.string());
     file_ = OpenFile(temporary_, "wbx");
     if (file_ == nullptr && errno != EEXIST) break;

@@ -1,6 +1,7 @@
 #include "umlauf_io/OutputFile.h"
 
 #include "io/TestFolder.h"
+#include "support/ExpectAll.h"
 
 namespace {
 
@@ -17,31 +18,57 @@ TEST_F(OutputFile, AppearsWhenItIsComplete) {
     EXPECT_EQ(dropped.Temporary().extension(), ".txt");
   }
   EXPECT_EQ(Files(), (std::set<std::string>{"a.txt"}));
-  std::filesystem::create_symlink("a.txt", Path("link"));
   COutputFile kept, other;
-  ASSERT_TRUE(kept.Open(Path("link")));
+  ASSERT_TRUE(kept.Open(Path("a.txt")));
   ASSERT_TRUE(other.Open(Path("a.txt")));  // two writers of one file do not meet
+  std::ifstream reader(Path("a.txt"));
   EXPECT_TRUE(kept.Write("after"));
-  EXPECT_TRUE(kept.Commit());
+  EXPECT_TRUE(kept.Commit());  // also while somebody reads the one before
   EXPECT_EQ(Bytes("a.txt"), "after");
-  EXPECT_TRUE(std::filesystem::is_symlink(Path("link")));
   EXPECT_TRUE(other.Commit());
   EXPECT_EQ(Bytes("a.txt"), "");
-  EXPECT_EQ(Files(), (std::set<std::string>{"a.txt", "link"}));
+  EXPECT_EQ(Files(), (std::set<std::string>{"a.txt"}));
 }
 
-TEST_F(OutputFile, FailuresAreToldAndLeaveNothing) {
-  COutputFile folder, nowhere, full;
-  EXPECT_FALSE(folder.Open(Path("")));
-  EXPECT_NE(folder.Failure().text.ToUtf8().find("folder"), std::string::npos);
-  EXPECT_FALSE(nowhere.Open(Path("nowhere/a.txt")));
-  EXPECT_NE(nowhere.Failure().text.ToUtf8().find("nowhere/a.txt: No such"), std::string::npos);
-  EXPECT_FALSE(nowhere.Write("x"));
-  EXPECT_FALSE(nowhere.Commit());
+TEST_F(OutputFile, NamesBeyondTheCodePageAndLongOnes) {
+  std::filesystem::path deep = Path(u8"Prüfstand 試験 \U0001F600");
+  for (int i = 0; i < 6; ++i) deep /= std::string(50, static_cast<char>('a' + i));
+  for (const std::filesystem::path& path : {Path(u8"Drehzahl Δ \U0001F600.txt"), deep}) {
+    COutputFile file;
+    std::error_code error;
+    std::filesystem::create_directories(path.parent_path(), error);
+    ASSERT_TRUE(file.Open(path)) << file.Failure().text.ToUtf8();
+    EXPECT_ALL(file.Write("x\n\x1A\n"), file.Commit());
+  }
+}
+
+#ifndef _WIN32
+TEST_F(OutputFile, LinksKeepPointingWhereTheyPoint) {
+  Write("a.txt", "before");
+  std::filesystem::create_symlink("a.txt", Path("link"));
+  COutputFile kept;
+  ASSERT_TRUE(kept.Open(Path("link")));
+  EXPECT_ALL(kept.Write("after"), kept.Commit(), Bytes("a.txt") == "after",
+             std::filesystem::is_symlink(Path("link")));
+}
+
+TEST_F(OutputFile, FullDiskIsTold) {
+  COutputFile full;
   ASSERT_TRUE(full.Open("/dev/full"));
   full.Write("x");  // may still be pending
   EXPECT_FALSE(full.Commit());
   EXPECT_NE(full.Failure().text.ToUtf8().find("/dev/full: No space"), std::string::npos);
+}
+#endif
+
+TEST_F(OutputFile, FailuresAreToldAndLeaveNothing) {
+  COutputFile folder, nowhere;
+  EXPECT_FALSE(folder.Open(Path("")));
+  EXPECT_NE(folder.Failure().text.ToUtf8().find("folder"), std::string::npos);
+  EXPECT_FALSE(nowhere.Open(Path("nowhere/a.txt")));
+  EXPECT_NE(nowhere.Failure().text.ToUtf8().find("a.txt: No such"), std::string::npos);
+  EXPECT_FALSE(nowhere.Write("x"));
+  EXPECT_FALSE(nowhere.Commit());
   EXPECT_TRUE(Files().empty());
 }
 

@@ -1,13 +1,15 @@
 #include "umlauf_io/RecordingSource.h"
 
 #include <gmock/gmock.h>
-#include <sys/stat.h>
-
 #include <algorithm>
 #include <cstdint>
 #include <numeric>
 #include <span>
 #include <thread>
+
+#ifndef _WIN32
+#include <sys/stat.h>
+#endif
 
 #include "io/TestFolder.h"
 #include "umlauf_io/RecordingWriter.h"
@@ -142,6 +144,7 @@ TEST_F(RecordingSource, TablesAsPeopleExportThem) {
   EXPECT_THAT(Rest(*Open("t.csv", format)), ElementsAre(1.5f, -2.5f));
 }
 
+#ifndef _WIN32  // whose pipes have no names in folders
 TEST_F(RecordingSource, PipesAreReadAsTheyComeOrTwice) {
   Save("r.wav", 2);
   Save("r.csv", 2);
@@ -173,6 +176,7 @@ TEST_F(RecordingSource, PipesAreReadAsTheyComeOrTwice) {
     EXPECT_THAT(Codes(source), ElementsAre("odd-bytes"));
   });
 }
+#endif
 
 TEST_F(RecordingSource, WhatIsMissingAtTheEndIsTold) {
   ramp_.resize(40000);

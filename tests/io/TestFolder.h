@@ -22,7 +22,7 @@ class TestFolder : public testing::Test {
   }
   ~TestFolder() override { std::filesystem::remove_all(folder_); }
 
-  std::filesystem::path Path(const std::string& name) const { return folder_ / name; }
+  std::filesystem::path Path(const std::filesystem::path& name) const { return folder_ / name; }
   std::string Bytes(const std::string& name) const {
     std::ifstream file(Path(name), std::ios::binary);
     return {std::istreambuf_iterator<char>(file), {}};

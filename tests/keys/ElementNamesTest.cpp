@@ -5,6 +5,7 @@
 #include <sstream>
 #include <thread>
 
+#include "support/Process.h"
 #include "support/Test.h"
 #include "umlauf/keys/TramonStrings.h"
 #include "umlauf/platform/basis/CLibMgr.h"
@@ -74,9 +75,9 @@ TEST(StringTables, LanguageIsThatOfTheSwitchTheProcessOrTheEnvironment) {
                {"", "", "../../x", ""}};
   CLibMgr::SetLanguage(L"");
   for (const auto& c : cases) {
-    setenv("LC_ALL", c.all, 1);
-    setenv("LC_MESSAGES", c.messages, 1);
-    setenv("LANG", c.lang, 1);
+    SetEnvironment("LC_ALL", c.all);
+    SetEnvironment("LC_MESSAGES", c.messages);
+    SetEnvironment("LANG", c.lang);
     EXPECT_EQ(CLibMgr::Language().ToUtf8(), c.expected) << &c - cases;
   }
   CLibMgr::SetLanguage(L"pl");

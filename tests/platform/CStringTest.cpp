@@ -45,6 +45,25 @@ TEST(CString, MalformedUtf8BecomesReplacementCharacters) {
   for (const auto& [bytes, wide] : cases) EXPECT_EQ(CString::FromUtf8(bytes).str(), wide);
 }
 
+TEST(CString, HalfACharacterIsReplacedAndNamesKeepTheirs) {
+  const Cases<std::wstring, std::string, std::string> cases = {
+      {L"a\xD83D", "a\xEF\xBF\xBD", "a?"},
+      {L"\xDE00"
+       L"b",
+       "\xEF\xBF\xBD"
+       "b",
+       "?b"},
+      {L"\xD83Dx\xDE00", "\xEF\xBF\xBDx\xEF\xBF\xBD", "?x?"},
+      {L"\U0001F600\U0010FFFF", "\xF0\x9F\x98\x80\xF4\x8F\xBF\xBF", "??"},
+  };
+  for (const auto& [wide, utf8, ansi] : cases)
+    EXPECT_ALL(CString(wide).ToUtf8() == utf8, CString(wide).ToAnsi() == ansi);
+  for (const std::string name :
+       {"\xF0\x9F\x98\x80\xFF", "\xFF\xF0\x9F\x98\x80", "\xED\xA0\xBD\xED\xB8\x80"}) {
+    EXPECT_EQ(CString::FromPath(name).ToPath(), name);
+  }
+}
+
 TEST(CString, FormatIsTypeSafeAndKeepsToThePoint) {
   CString s;
   s.Format(L"[%f|%u|%d|%s|%s|%c]", 0.5f, 7u, -3, L"wide", "narrow µ", L'²');

@@ -1,67 +1,11 @@
-#include <signal.h>
-#include <sys/resource.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
 #include <atomic>
 #include <chrono>
-#include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <thread>
 
-#include "support/Test.h"
-#include "umlauf/platform/tramsea/CResourceSea.h"
+#include "platform/SettingsDatabase.h"
 #include "umlauf/platform/tramsea/CSeaBase.h"
-#include "umlauf/platform/tramsea/PrWin.h"
 
 namespace {
-
-namespace fs = std::filesystem;
-using Access = CResourceSea::Access;
-
-/// A folder of its own, and what the log received.
-class SettingsDatabase : public testing::Test {
- protected:
-  SettingsDatabase() {
-    fs::create_directories(folder_);
-    sinkBefore_ = PrWin::SetSink([this](int, int, const CString& text) { log_ += text.ToUtf8(); });
-  }
-  ~SettingsDatabase() override {
-    PrWin::SetSink(sinkBefore_);
-    fs::remove_all(folder_);
-  }
-
-  fs::path Path(const char* name) const { return folder_ / name; }
-  static CString Text(const fs::path& path) { return CString(path.c_str()); }
-  static std::string Bytes(const fs::path& path) {
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
-  }
-  static void Write(const fs::path& path, const std::string& bytes) {
-    std::ofstream(path, std::ios::binary) << bytes;
-  }
-  /// A database of several pages: entry "old" with 2000 values of 5.
-  fs::path MakeDatabase(const char* name) {
-    CResourceSea sea(Text(Path(name)));
-    EXPECT_TRUE(sea.LookupSetInts(L"old", 0, std::vector<int>(2000, 5)));
-    return Path(name);
-  }
-  std::string TakeLog() { return std::exchange(log_, {}); }
-
- private:
-  fs::path folder_ = fs::path(testing::TempDir()) / ("umlauf_settings_" + std::to_string(getpid()));
-  std::string log_;
-  PrWin::Sink sinkBefore_;
-};
-
-/// Runs `child` in a process of its own, which ends with 0 when it returns true; the result is its id.
-template <class Child>
-pid_t Fork(Child child) {
-  const pid_t id = fork();
-  if (id == 0) _exit(child() ? 0 : 1);
-  return id;
-}
 
 TEST_F(SettingsDatabase, HoldsValuesByPathAndIndex) {
   for (const CString& path : {Text(Path("values.db")), CString(L":memory:")}) {
@@ -191,61 +135,6 @@ TEST_F(SettingsDatabase, EmptyFileHoldsNothingUntilTheFirstWrite) {
   EXPECT_THAT(TakeLog(), IsEmpty());
 }
 
-/// Writes that fail for want of room: files may not grow beyond some bytes in the child.
-TEST_F(SettingsDatabase, FirstWriteThatFailsLeavesNoFile) {
-  for (const bool existed : {false, true}) {
-    const fs::path path = Path(existed ? "was-there.db" : "new.db");
-    if (existed) Write(path, "");
-    const pid_t child = Fork([&path] {
-      signal(SIGXFSZ, SIG_IGN);
-      const rlimit least{4096, 4096};
-      CResourceSea sea(Text(path));
-      setrlimit(RLIMIT_FSIZE, &least);
-      return sea.IsOpen() && !sea.LookupSetInts(L"a", 0, std::vector<int>(2000, 1));
-    });
-    int status = -1;
-    EXPECT_ALL(waitpid(child, &status, 0) == child, status == 0, fs::exists(path) == existed,
-               Bytes(path) == "");
-  }
-}
-
-TEST_F(SettingsDatabase, FindsFilesWhoseNamesAreNoText) {
-  for (const std::string name :
-       {"\xFF.db", "\xC3.db", "a\xED\xB2\x80.db", "\xEF\xBF\xBD.db", "\xC3\xA4.db"}) {
-    const std::string path = Path(name.c_str()).string();
-    EXPECT_EQ(CString::FromPath(path).ToPath(), path);
-    EXPECT_TRUE(CResourceSea(CString::FromPath(path)).LookupSetInt(L"a", 0, 1));
-    EXPECT_TRUE(fs::exists(path)) << path;
-  }
-}
-
-/// Adds 1 to a value, many times; true when all went well.
-bool CountUp(CResourceSea& sea, int times) {
-  bool fine = sea.IsOpen();
-  for (int i = 0; i < times; ++i) {
-    CResourceSea::Transaction transaction(sea);
-    fine &= sea.LookupSetInt(L"count", 0, sea.LookupInt(L"count", 0, 0) + 1);
-    fine &= transaction.Commit();
-  }
-  return fine;
-}
-
-TEST_F(SettingsDatabase, ProcessesThatWriteAtOnceLoseNothing) {
-  const CString path = Text(Path("shared.db"));  // they also race for creating it
-  std::vector<pid_t> children;
-  for (int i = 0; i < 3; ++i) {
-    children.push_back(Fork([&path] {
-      CResourceSea sea(path);
-      return CountUp(sea, 30);
-    }));
-  }
-  for (const pid_t child : children) {
-    int status = -1;
-    EXPECT_ALL(waitpid(child, &status, 0) == child, status == 0);
-  }
-  EXPECT_EQ(CResourceSea(path).LookupInt(L"count", 0, 0), 90);
-}
-
 TEST_F(SettingsDatabase, WritersThatWaitComeInTurn) {
   const CString path = Text(Path("fair.db"));
   std::atomic<bool> stop = false;
@@ -275,56 +164,37 @@ TEST_F(SettingsDatabase, ThreadsShareOneObject) {
   EXPECT_EQ(sea.LookupInt(L"count", 0, 0), 400);
 }
 
-TEST_F(SettingsDatabase, WriterKilledInTheMiddleLeavesTheOldValues) {
-  const fs::path path = MakeDatabase("killed.db");
-  int written[2];
-  ASSERT_EQ(pipe(written), 0);
-  const pid_t child = Fork([&] {
-    CResourceSea sea(Text(path));
-    CResourceSea::Transaction transaction(sea);
-    sea.LookupSetInts(L"old", 0, std::vector<int>(2000, 6));
-    // More than is kept in memory: the file itself is changed.
-    sea.LookupSetInts(CString(std::wstring(200, L'n')), 0, std::vector<int>(40000, 6));
-    const bool told = write(written[1], "", 1) == 1;
-    pause();
-    return told;
-  });
-  char byte = 1;
-  ASSERT_EQ(read(written[0], &byte, 1), 1);
-  kill(child, SIGKILL);
-  waitpid(child, nullptr, 0);
-  close(written[0]);
-  close(written[1]);
-  ASSERT_TRUE(fs::exists(path.string() + "-journal"));
-  for (const Access access : {Access::readOnly, Access::readWrite}) {
-    CResourceSea sea(Text(path), access);
-    ASSERT_TRUE(sea.IsOpen()) << TakeLog();
-    EXPECT_THAT(sea.Paths(), ElementsAre(L"old"));
-    const auto values = sea.Values(L"old");
-    EXPECT_EQ(values.size(), 2000u);
-    for (const auto& [index, value] : values) ASSERT_EQ(value, 5) << index;
-  }
-  EXPECT_TRUE(CResourceSea(Text(path)).LookupSetInt(L"old", 0, 7));
-}
-
 TEST_F(SettingsDatabase, ApplicationOpensTheFileThatIsNamed) {
   const std::string home = Path("home").string();
   const struct {
     const char *settings, *config, *home;
     std::string expected;
-  } cases[] = {{"/x/y.db", "/config", "/home", "/x/y.db"},
-               {"", "/config", "/home", "/config/umlauf/settings.db"},
-               {"", "relative", "/home", "/home/.config/umlauf/settings.db"},
-               {"", "", home.c_str(), home + "/.config/umlauf/settings.db"}};
+  } cases[] = {
+      {"/x/y.db", "/config", "/home", "/x/y.db"},
+#ifdef _WIN32
+      {"", "D:\\config", "", "D:\\config/umlauf/settings.db"},
+      {"", "", "", ""},  // the folder that the system names
+      {"", home.c_str(), "", home + "/umlauf/settings.db"},
+#else
+      {"", "/config", "/home", "/config/umlauf/settings.db"},
+      {"", "relative", "/home", "/home/.config/umlauf/settings.db"},
+      {"", "", home.c_str(), home + "/.config/umlauf/settings.db"},
+#endif
+  };
   for (const auto& c : cases) {
-    setenv("UMLAUF_SETTINGS", c.settings, 1);
-    setenv("XDG_CONFIG_HOME", c.config, 1);
-    setenv("HOME", c.home, 1);
-    EXPECT_EQ(CSeaBase::ApplicationPath().ToUtf8(), c.expected);
+    SetEnvironment("UMLAUF_SETTINGS", c.settings);
+    for (const char* name : {"XDG_CONFIG_HOME", "APPDATA"}) SetEnvironment(name, c.config);
+    SetEnvironment("HOME", c.home);
+    const std::string path = CSeaBase::ApplicationPath().ToUtf8();
+    if (c.expected.empty()) {
+      EXPECT_THAT(path, testing::EndsWith("/umlauf/settings.db"));
+    } else {
+      EXPECT_EQ(path, c.expected);
+    }
   }
   CResourceSea& sea = CSeaBase::ApplicationSea();  // its folder is made, too
-  EXPECT_ALL(sea.LookupSetInt(L"a", 0, 1),
-             CResourceSea(CString(cases[3].expected.c_str()), Access::readOnly).LookupInt(L"a", 0, 0) == 1,
+  const CString path = CString::FromUtf8(std::end(cases)[-1].expected);
+  EXPECT_ALL(sea.LookupSetInt(L"a", 0, 1), CResourceSea(path, Access::readOnly).LookupInt(L"a", 0, 0) == 1,
              &CSeaBase::ApplicationSea() == &sea);
 }
 

@@ -52,6 +52,9 @@ TEST(Round, HalvesGoAwayFromZero) {
       {0.5f, 1.0f}, {0.49999997f, 0.0f}, {2.5f, 3.0f}, {8388607.5f, 8388608.0f}, {16777215.0f, 16777215.0f}};
   for (const auto& [x, rounded] : cases)
     EXPECT_ALL(numeric::round(x) == rounded, numeric::round(-x) == -rounded);
+  const double belowHalf = std::nextafter(0.5, 0.0);
+  EXPECT_ALL(numeric::round(belowHalf) == 0.0, numeric::round(-0.5) == -1.0, numeric::round(kInf) == kInf,
+             std::signbit(numeric::round(-0.25)), std::isnan(numeric::round(kNaN)));
 }
 
 }  // namespace

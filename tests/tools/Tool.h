@@ -1,6 +1,7 @@
 #pragma once
 
 #include <sys/wait.h>
+#include <unistd.h>
 
 #include <filesystem>
 #include <fstream>
@@ -45,7 +46,12 @@ class Tool : public testing::Test {
     std::filesystem::remove(err);
     return result;
   }
-  Result Run(const std::string& arguments) const { return Shell("'" UMLAUF_TOOL "' " + arguments); }
+  /// The program that was built beside this test, or another one, as under Wine.
+  static std::string Program() {
+    const char* const other = std::getenv("UMLAUF_TOOL_PROGRAM");
+    return other != nullptr ? other : UMLAUF_TOOL;
+  }
+  Result Run(const std::string& arguments) const { return Shell("'" + Program() + "' " + arguments); }
   /// As `Run`; the test fails unless it ends well and silently.
   std::string Good(const std::string& arguments) const {
     const Result result = Run(arguments);

@@ -37,7 +37,7 @@ std::string HeaderCell(std::string name, const CMeasuringUnit& unit) {
 
 std::string NameOf(const CSignal& signal, const std::string& path) {
   const std::string name = CString(signal.Name()).ToUtf8();
-  return name.empty() ? std::filesystem::path(path).stem().string() : name;
+  return name.empty() ? FilePath(path).stem().string() : name;
 }
 
 Columns TakeColumns(const CSignal& signal, const std::string& path) {

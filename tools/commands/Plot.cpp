@@ -177,7 +177,7 @@ Source ReadList(const PlotOptions& options, const std::string& path, EdgeListKin
   }
   if (!list.Failure().IsEmpty()) Fail("{}", list.Failure().ToUtf8());
   Source source;
-  source.file = std::filesystem::path(path).filename().string();
+  source.file = FilePath(path).filename().string();
   source.name = source.file;
   source.xUnit = "s";
   source.xLabel = "time in s";
@@ -197,7 +197,7 @@ Source ReadSamples(const PlotOptions& options, const std::string& path) {
 
 Source TakeSignal(const PlotOptions& options, CSignal& signal, const std::string& path) {
   Source source;
-  source.file = std::filesystem::path(path).filename().string();
+  source.file = FilePath(path).filename().string();
   source.name = CString(signal.Name()).ToUtf8();
   if (source.name.empty()) source.name = source.file;
   source.xUnit = AxisUnit(signal.XUnit());
@@ -221,7 +221,7 @@ void DrawArray(const PlotOptions& options, CSigCurveArray& array, const std::str
   if (options.waterfall) look.look = PlotMap::Look::waterfall;
   if (!options.levels.empty()) look.levels = {options.levels[0], options.levels[1]};
   PlotMap map = ArrayPicture(array, look);
-  if (map.title.empty()) map.title = std::filesystem::path(path).filename().string();
+  if (map.title.empty()) map.title = FilePath(path).filename().string();
   OutputFile out(options.output);
   DrawPlot(map, out);
   out.Commit();

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "tools/Error.h"
+#include "tools/FilePath.h"
 #include "tools/LibraryNotes.h"
 #include "tools/commands/Commands.h"
 #include "tools/output/Console.h"
@@ -36,7 +37,8 @@ class Database {
     const CString path = options.file ? CString::FromPath(*options.file) : CSeaBase::ApplicationPath();
     if (path.IsEmpty()) Fail("there is no place for settings; name one with --file or UMLAUF_SETTINGS");
     std::error_code ignored;
-    if (access == CResourceSea::Access::readOnly && !std::filesystem::exists(path.ToPath(), ignored)) {
+    if (access == CResourceSea::Access::readOnly &&
+        !std::filesystem::exists(FilePath(path.ToPath()), ignored)) {
       Fail("there are no settings in {} yet; make some with umlauf settings set, or name another file",
            path.ToUtf8());
     }

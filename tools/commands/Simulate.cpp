@@ -87,13 +87,13 @@ void RunSimulate(SimulateOptions options) {
   CheckWheel(options, profile);
   CheckVibration(options);
   if (options.truth.empty()) {
-    options.truth = std::filesystem::path(options.output).replace_extension(".csv").string();
+    options.truth = FilePath(options.output).replace_extension(".csv").string();
   }
   if (options.truth == options.output)
     FailUsage("the recording and the true speed would be one file; give --truth FILE");
   if (options.output == "-") FailUsage("the recording is a binary file; name one");
   if (!options.encoder) CheckRecordingName("output", options.output);
-  if (options.encoder && std::filesystem::path(options.output).extension() != ".u32") {
+  if (options.encoder && FilePath(options.output).extension() != ".u32") {
     FailUsage("output {}: an encoder stream is raw words; choose a name that ends in .u32", options.output);
   }
   OutputFile recording(options.output), truth(options.truth);

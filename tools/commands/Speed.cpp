@@ -112,7 +112,7 @@ void RunSpeed(SpeedOptions options) {
   // Levels are found in a pass of their own; without it a pipe is read as it comes.
   options.recording.rewindable = options.settings.empty() && !(options.upper && options.lower);
   SpeedResults results(options.json);
-  for (const std::filesystem::path& path : options.paths) {
+  for (const FilePath& path : options.paths) {
     options.recording.path = path;
     if (alone) {
       RunRecording(options, true, results);

@@ -110,7 +110,7 @@ namespace {
 void CheckAllOutputs(const SpeedOptions& o) {
   const ChannelChoice choice = ChosenChannels(o);
   std::vector<std::string> seen;
-  for (const std::filesystem::path& path : o.paths) {
+  for (const FilePath& path : o.paths) {
     for (std::size_t c = 0; c < choice.atLeast(); ++c) {
       const std::string channel = c < choice.columns.size()    ? choice.columns[c]
                                   : c < choice.channels.size() ? std::to_string(choice.channels[c])
@@ -123,7 +123,7 @@ void CheckAllOutputs(const SpeedOptions& o) {
           FailUsage("{} {} would be written several times; put {{name}} or {{channel}} into it", option,
                     name);
         }
-        for (const std::filesystem::path& input : o.paths) CheckOutputPath(option, name, input);
+        for (const FilePath& input : o.paths) CheckOutputPath(option, name, input);
         seen.push_back(name);
       }
     }
@@ -154,8 +154,7 @@ ChannelChoice ChosenChannels(const SpeedOptions& o) {
   return choice;
 }
 
-SpeedOptions OptionsFor(const SpeedOptions& o, const std::filesystem::path& path,
-                        const std::string& channel) {
+SpeedOptions OptionsFor(const SpeedOptions& o, const FilePath& path, const std::string& channel) {
   SpeedOptions options = o;
   options.recording.path = path;
   const std::string name = path == "-" ? "stdin" : path.stem().string();

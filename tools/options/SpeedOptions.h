@@ -2,11 +2,11 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
-#include <filesystem>
 #include <optional>
 #include <string>
 #include <vector>
 
+#include "tools/FilePath.h"
 #include "tools/options/SpeedResultOptions.h"
 #include "umlauf/tacho/DzPulsDetektor.h"
 
@@ -14,9 +14,9 @@ namespace umlauf::tool {
 
 /// What `umlauf speed` is asked for.
 struct SpeedOptions : SpeedResultOptions {
-  std::vector<std::filesystem::path> paths;  ///< in place of that of the recording
-  std::string channels, columns;             ///< lists with commas, or "all"; empty = the first one
-  std::string list;                          ///< "edges" or "levels": the recordings are lists of such
+  std::vector<FilePath> paths;    ///< in place of that of the recording
+  std::string channels, columns;  ///< lists with commas, or "all"; empty = the first one
+  std::string list;               ///< "edges" or "levels": the recordings are lists of such
   std::optional<double> upper, lower;
   std::string edges = "rising";
   unsigned divider = 1;
@@ -45,8 +45,7 @@ ChannelChoice ChosenChannels(const SpeedOptions& options);
 
 /// The options for one recording and one channel of it, which `channel` calls: `{name}` and `{channel}` in
 /// the names of files are replaced.
-SpeedOptions OptionsFor(const SpeedOptions& options, const std::filesystem::path& path,
-                        const std::string& channel);
+SpeedOptions OptionsFor(const SpeedOptions& options, const FilePath& path, const std::string& channel);
 
 /// The detector as the options say. Thresholds that are not given stay at their default and have to be found.
 CDzPulsDetektor ConfiguredDetector(const SpeedOptions& options);

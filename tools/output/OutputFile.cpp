@@ -9,7 +9,7 @@ namespace umlauf::tool {
 
 namespace fs = std::filesystem;
 
-OutputFile::OutputFile(const fs::path& target) {
+OutputFile::OutputFile(const FilePath& target) {
   CheckWritten(file_.Open(target, RemoveOnSignal));
   if (!file_.IsDirect()) watched_ = file_.Temporary().string();
 }
@@ -42,7 +42,7 @@ void OutputFile::Commit() {
   CheckWritten(file_.Commit());
 }
 
-void CheckOutputPath(const std::string& option, const fs::path& output, const fs::path& input) {
+void CheckOutputPath(const std::string& option, const FilePath& output, const FilePath& input) {
   std::error_code ignored;
   if (fs::equivalent(output, input, ignored)) {
     FailUsage("{} would overwrite the input {}; name another file", option, input.string());

@@ -8,6 +8,7 @@
 #include <string_view>
 #include <utility>
 
+#include "tools/FilePath.h"
 #include "umlauf_io/OutputFile.h"
 
 namespace umlauf::tool {
@@ -16,7 +17,7 @@ namespace umlauf::tool {
 /// temporary file. Not for several threads.
 class OutputFile {
  public:
-  explicit OutputFile(const std::filesystem::path& target);
+  explicit OutputFile(const FilePath& target);
   ~OutputFile();
   OutputFile(const OutputFile&) = delete;
   OutputFile& operator=(const OutputFile&) = delete;
@@ -54,7 +55,6 @@ class OutputFile {
 
 /// The file does not exist yet, or is one that may be replaced by an output: not a folder, not this input.
 /// `option` names the culprit in the message.
-void CheckOutputPath(const std::string& option, const std::filesystem::path& output,
-                     const std::filesystem::path& input);
+void CheckOutputPath(const std::string& option, const FilePath& output, const FilePath& input);
 
 }  // namespace umlauf::tool

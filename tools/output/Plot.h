@@ -1,8 +1,8 @@
 #pragma once
 
-#include <filesystem>
 #include <string>
 
+#include "tools/FilePath.h"
 #include "tools/output/OutputFile.h"
 #include "tools/plot/PlotTrace.h"
 #include "tools/plot/PlotTypes.h"
@@ -10,7 +10,7 @@
 namespace umlauf::tool {
 
 /// Refuses names that end neither in .svg nor in .png, before any work is done for them.
-void CheckPlotName(const std::string& option, const std::filesystem::path& target);
+void CheckPlotName(const std::string& option, const FilePath& target);
 
 /// Draws through gnuplot into `out` (SVG or PNG by its name); does not commit it. Throws ToolError when
 /// gnuplot is missing or fails, when the picture did not get onto the disk whole, or for a map without

@@ -17,7 +17,7 @@ Progress::Progress(std::string what, std::uint64_t total)
     : what_(std::move(what)), total_(total), next_(Clock::now() + 1s), wanted_(StandardErrorIsTerminal()) {}
 
 Progress::~Progress() {
-  if (shown_) fmt::print(stderr, "\r\033[K");
+  if (shown_) fmt::print(stderr, "{}", ClearLine());
 }
 
 void Progress::Advance(std::uint64_t steps) {

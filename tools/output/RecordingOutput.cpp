@@ -13,7 +13,7 @@ void Check(bool good, const CRecordingWriter& writer) {
 
 }  // namespace
 
-void CheckRecordingName(const std::string& option, const std::filesystem::path& target) {
+void CheckRecordingName(const std::string& option, const FilePath& target) {
   if (CRecordingWriter::IsKnown(target)) return;
   FailUsage("{} {}: a recording is written as {}; choose a name that ends so", option, target.string(),
             CRecordingWriter::KnownEndings());

@@ -3,13 +3,14 @@
 #include <cstdint>
 #include <string>
 
+#include "tools/FilePath.h"
 #include "tools/output/OutputFile.h"
 #include "umlauf_io/RecordingWriter.h"
 
 namespace umlauf::tool {
 
 /// Refuses names whose ending chooses no format, before any work is done for them.
-void CheckRecordingName(const std::string& option, const std::filesystem::path& target);
+void CheckRecordingName(const std::string& option, const FilePath& target);
 
 /// As CRecordingWriter, but what fails throws ToolError.
 class RecordingOutput {

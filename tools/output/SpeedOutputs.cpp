@@ -53,7 +53,7 @@ void WriteSignal(const CSignal* signal, OutputFile& out) {
 }
 
 /// The known speed from a table of seconds and rpm.
-CSpeedComparison ReadTruth(const std::filesystem::path& path) {
+CSpeedComparison ReadTruth(const FilePath& path) {
   std::vector<CSpeedComparison::Point> points;
   CCsvReader reader;
   reader.Open(path);
@@ -148,7 +148,7 @@ bool SpeedOutputs::CanBeginAgain(const SpeedResultOptions& options) {
   for (const auto& [option, name, kind] : OutputsOf(options)) {
     if (name.empty()) continue;
     std::error_code error;
-    const auto status = std::filesystem::status(name, error);
+    const auto status = std::filesystem::status(FilePath(name), error);
     if (name == "-" || (std::filesystem::exists(status) && !std::filesystem::is_regular_file(status)))
       return false;
   }

@@ -49,7 +49,9 @@ void InstallHandlers() {
 
 }  // namespace
 
-void ReserveStandardStreams() {
+std::vector<std::string> Arguments(int argc, char** argv) { return {argv, argv + argc}; }
+
+void PrepareStandardStreams() {
   for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
     if (fcntl(stream, F_GETFD) >= 0) continue;
     // Opened the wrong way round: reading input or writing output fails. The least free number is this one.
@@ -58,6 +60,8 @@ void ReserveStandardStreams() {
 }
 
 bool StandardErrorIsTerminal() { return isatty(STDERR_FILENO) == 1; }
+
+const char* ClearLine() { return "\r\033[K"; }
 
 unsigned long ProcessNumber() { return static_cast<unsigned long>(getpid()); }
 

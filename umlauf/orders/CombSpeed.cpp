@@ -20,7 +20,7 @@ constexpr double kHighest = 30;          ///< [dB] that no line counts more than
 
 }  // namespace
 
-struct CCombSpeed::Engine {
+struct UMLAUF_NO_EXPORT CCombSpeed::Engine {
   Engine(const CombSpeedSettings& s, const SpectrumSettings& segments, double samplesPerSecond)
       : settings(s),
         step(segments.step),

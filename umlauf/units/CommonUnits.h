@@ -4,6 +4,10 @@
 #include <cstdint>
 #include <numbers>
 
+// A unit has the name of a calling convention of 16-bit times, which the system's headers on Windows still
+// define.
+#undef pascal
+
 /// Presentation of a unit: a combination of `flag_db` and `flag_log`, 0 for plain values.
 using unitFlags = std::uint32_t;
 

@@ -7,28 +7,11 @@
 #include <vector>
 
 #include "umlauf_io/internal/Error.h"
+#include "umlauf_io/internal/System.h"
 
 namespace umlauf::io {
 
 namespace fs = std::filesystem;
-
-std::FILE* OpenFile(const fs::path& path, const char* mode) {
-  return std::fopen(path.string().c_str(), mode);
-}
-
-namespace {
-
-/// Positions of any size, also where `long` has 32 bits.
-bool SeekTo(std::FILE* file, std::uint64_t position) {
-  constexpr std::uint64_t step = std::uint64_t{1} << 30;
-  if (std::fseek(file, 0, SEEK_SET) != 0) return false;
-  for (; position > 0; position -= std::min(position, step)) {
-    if (std::fseek(file, static_cast<long>(std::min(position, step)), SEEK_CUR) != 0) return false;
-  }
-  return true;
-}
-
-}  // namespace
 
 void CloseFile::operator()(std::FILE* file) const {
   if (file != stdin && file != stdout) std::fclose(file);
@@ -38,14 +21,12 @@ ByteStream::ByteStream(const fs::path& path) : name_(path.string()) {
   if (path == "-") {
     name_ = "standard input";
     file_.reset(stdin);
+    MakeBinary(stdin);
     // Also what was redirected from a file can be read twice, if from its start.
-    seekable_ = std::ftell(stdin) == 0 && std::fseek(stdin, 0, SEEK_END) == 0;
+    length_ = LengthFromStart(stdin);
+    seekable_ = length_.has_value();
   } else {
-    Open(path);
-  }
-  if (path == "-" && seekable_) {
-    length_ = static_cast<std::uint64_t>(std::ftell(stdin));
-    std::rewind(stdin);
+    Open(LongPath(path));
   }
   startSize_ = std::fread(start_.data(), 1, start_.size(), file_.get());
   if (std::ferror(file_.get()) != 0) {
@@ -91,14 +72,15 @@ bool ByteStream::Seek(std::uint64_t position) {
   // What the buffered start holds is read from there; the file stands behind it then. Nothing is read behind
   // the end, however far away a header places it.
   const std::uint64_t end = std::max<std::uint64_t>(length_.value_or(0), startSize_);
-  if (!SeekTo(file_.get(), std::clamp<std::uint64_t>(position, startSize_, end))) return false;
+  const std::uint64_t target = std::clamp<std::uint64_t>(position, startSize_, end);
+  if (target > INT64_MAX || !SeekIn(file_.get(), static_cast<std::int64_t>(target), SEEK_SET)) return false;
   position_ = position;
   return true;
 }
 
 void ByteStream::MakeSeekable() {
   if (seekable_) return;
-  FilePointer copy(std::tmpfile());
+  FilePointer copy(TemporaryFile());
   if (!copy) {
     Fail(Kind::unreadable, "cannot keep what comes from {}: {}", name_, std::strerror(errno));
   }

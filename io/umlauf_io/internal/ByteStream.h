@@ -12,9 +12,6 @@
 
 namespace umlauf::io {
 
-/// "r" and "w" as `std::fopen` has them, binary; null on failure.
-std::FILE* OpenFile(const std::filesystem::path& path, const char* mode);
-
 struct CloseFile {
   void operator()(std::FILE* file) const;
 };

@@ -11,6 +11,7 @@
 #include "umlauf_io/internal/ByteStream.h"
 #include "umlauf_io/internal/Error.h"
 #include "umlauf_io/internal/FrameWriter.h"
+#include "umlauf_io/internal/System.h"
 
 namespace umlauf::io {
 namespace {
@@ -26,12 +27,12 @@ struct Sink {
 
 // What libsndfile writes through.
 
-sf_count_t Tell(void* user) { return std::ftell(static_cast<Sink*>(user)->file.get()); }
+sf_count_t Tell(void* user) { return PositionIn(static_cast<Sink*>(user)->file.get()); }
 
 // Seeking writes what is still buffered, and so can fail on a full disk.
 sf_count_t Seek(sf_count_t offset, int whence, void* user) {
   auto* const sink = static_cast<Sink*>(user);
-  const bool good = std::fseek(sink->file.get(), static_cast<long>(offset), whence) == 0;
+  const bool good = SeekIn(sink->file.get(), offset, whence);
   sink->failed |= !good;
   return good ? Tell(user) : -1;
 }
@@ -100,10 +101,9 @@ class SoundFileWriter final : public FrameWriter {
 
  private:
   void Open(COutputFile& out, SF_INFO& info) {
-    const std::string path = out.Temporary().string();
     // Only libsndfile itself knows how to write to what cannot be sought in.
-    if (out.IsDirect()) return file_.reset(sf_open(path.c_str(), SFM_WRITE, &info));
-    sink_.file.reset(OpenFile(path, "wb+"));
+    if (out.IsDirect()) return file_.reset(sf_open(out.Temporary().string().c_str(), SFM_WRITE, &info));
+    sink_.file.reset(OpenFile(out.Temporary(), "wb+"));
     if (!sink_.file) Fail(Kind::unwritable, "cannot write {}: {}", name_, std::strerror(errno));
     SF_VIRTUAL_IO io{Length, io::Seek, io::Read, io::Write, Tell};
     file_.reset(sf_open_virtual(&io, SFM_WRITE, &info, &sink_));

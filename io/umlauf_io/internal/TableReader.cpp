@@ -121,8 +121,8 @@ class TableReader final : public FrameReader {
           name_, shortest, longest);
     }
     // 9999.9 from rounded times means 10000, as far as their digits leave it open.
-    const double whole = std::round(1 / step), open = std::max(1e-6, lastDigit / (last - first));
-    rate_ = std::abs(1 / step - whole) < open * whole ? whole : 1 / step;
+    const double whole = std::round(1 / step), leftOpen = std::max(1e-6, lastDigit / (last - first));
+    rate_ = std::abs(1 / step - whole) < leftOpen * whole ? whole : 1 / step;
   }
 
   CsvRows rows_;

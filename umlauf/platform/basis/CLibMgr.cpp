@@ -29,12 +29,7 @@ CString NamedLanguage() {
     const std::lock_guard lock(process.mutex);
     if (!process.language.IsEmpty()) return process.language;
   }
-  for (const char* variable : {"LC_ALL", "LC_MESSAGES", "LANG"}) {
-    const CString language =
-        umlauf::WithMemory(CString(), [variable]() -> CString { return umlauf::os::Environment(variable); });
-    if (!language.IsEmpty()) return language;
-  }
-  return {};
+  return umlauf::WithMemory(CString(), []() -> CString { return umlauf::os::UserLanguage(); });
 }
 
 std::optional<std::string_view> FindText(std::string_view texts, unsigned id) {

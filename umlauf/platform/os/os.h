@@ -1,8 +1,8 @@
 #pragma once
 
 // The operating system behind one interface. Nothing outside platform/os includes a system header or asks
-// which system it runs on; another system is another folder beside posix/. Where there is no memory these
-// functions throw std::bad_alloc, which their callers in the library keep from going further.
+// which system it runs on; each system is a folder of its own (posix/, windows/). Where there is no memory
+// these functions throw std::bad_alloc, which their callers in the library keep from going further.
 
 #include <cstddef>
 #include <cstdint>
@@ -13,6 +13,9 @@ namespace umlauf::os {
 
 /// Value of an environment variable; empty when it is not set.
 std::wstring Environment(const char* name);
+/// The language that the user wants texts in, as the environment or the system names it ("de_AT.UTF-8",
+/// "de-DE"); empty when neither does.
+std::wstring UserLanguage();
 /// The folder in which the user's programs keep their configuration; empty when the system names none. It
 /// need not exist.
 std::wstring UserConfigFolder();

@@ -162,4 +162,33 @@ UMLAUF_API void ExtendFrameMinMax(const float* frames, std::size_t n, std::size_
 UMLAUF_API void Resamling(float* out, std::size_t nOut, const float* in, std::size_t nIn,
                           std::size_t inStride, float gain, int mode);
 
+#ifdef _WIN32
+// The same for LONG and ULONG, which are long there: other types than int, of the same size and bits.
+
+inline void Interleave(long* out, std::size_t outStride, const long* in, std::size_t inStride,
+                       std::size_t n) {
+  Interleave(reinterpret_cast<std::int32_t*>(out), outStride, reinterpret_cast<const std::int32_t*>(in),
+             inStride, n);
+}
+inline void Interleave(unsigned long* out, std::size_t outStride, const unsigned long* in,
+                       std::size_t inStride, std::size_t n) {
+  Interleave(reinterpret_cast<std::uint32_t*>(out), outStride, reinterpret_cast<const std::uint32_t*>(in),
+             inStride, n);
+}
+inline void CopyChannels(long* out, std::size_t outStride, const long* in, std::size_t inStride,
+                         std::uint32_t mask, std::size_t frames) {
+  CopyChannels(reinterpret_cast<std::int32_t*>(out), outStride, reinterpret_cast<const std::int32_t*>(in),
+               inStride, mask, frames);
+}
+inline void CopyChannels(unsigned long* out, std::size_t outStride, const unsigned long* in,
+                         std::size_t inStride, std::uint32_t mask, std::size_t frames) {
+  CopyChannels(reinterpret_cast<std::uint32_t*>(out), outStride, reinterpret_cast<const std::uint32_t*>(in),
+               inStride, mask, frames);
+}
+inline std::size_t FindMasked(const unsigned long* words, std::size_t n, std::size_t stride,
+                              std::uint32_t mask, std::uint32_t pattern) {
+  return FindMasked(reinterpret_cast<const std::uint32_t*>(words), n, stride, mask, pattern);
+}
+#endif
+
 }  // namespace QVL

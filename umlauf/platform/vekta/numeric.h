@@ -31,8 +31,17 @@ constexpr std::uint64_t add_sat(std::uint64_t a, std::uint64_t b) {
   return a + b < a ? std::numeric_limits<std::uint64_t>::max() : a + b;
 }
 
+namespace detail {
+/// Not std::round: some run-time libraries take the number just below a half for a half.
+template <class F>
+F round(F x) {
+  const F whole = std::trunc(x);
+  return std::abs(x - whole) >= F{0.5} ? whole + std::copysign(F{1}, x) : whole;
+}
+}  // namespace detail
+
 /// Nearest integer, halves away from zero.
-inline float round(float x) { return std::round(x); }
-inline double round(double x) { return std::round(x); }
+inline float round(float x) { return detail::round(x); }
+inline double round(double x) { return detail::round(x); }
 
 }  // namespace numeric

@@ -55,6 +55,28 @@ void EncodeUtf8(char32_t c, std::string& out) {
   }
 }
 
+/// Whether wide text is UTF-16, where a character beyond 0xFFFF is a pair of surrogates.
+constexpr bool kPairs = sizeof(wchar_t) == 2;
+
+void AppendWide(char32_t c, std::wstring& wide) {
+  if (kPairs && c > 0xFFFF) {
+    wide += static_cast<wchar_t>(0xD800 + ((c - 0x10000) >> 10));
+    c = 0xDC00 + ((c - 0x10000) & 0x3FF);
+  }
+  wide += static_cast<wchar_t>(c);
+}
+
+/// Takes the character at `at`, a pair as a whole, and moves behind it; a surrogate without its other half
+/// comes as it is.
+char32_t TakeWide(std::wstring_view wide, std::size_t& at) {
+  const auto c = static_cast<char32_t>(wide[at++]);
+  if (!kPairs || c < 0xD800 || c > 0xDBFF || at == wide.size()) return c;
+  const auto low = static_cast<char32_t>(wide[at]);
+  if (low < 0xDC00 || low > 0xDFFF) return c;
+  ++at;
+  return 0x10000 + ((c - 0xD800) << 10) + (low - 0xDC00);
+}
+
 char ToCp1252(char32_t c) {
   if (c < 0x80 || (c >= 0xA0 && c <= 0xFF)) return static_cast<char>(static_cast<unsigned char>(c));
   const auto found = std::find(kCp1252.begin(), kCp1252.end(), static_cast<char16_t>(c));
@@ -68,14 +90,14 @@ char ToCp1252(char32_t c) {
 std::wstring Utf8ToWide(std::string_view utf8) {
   std::wstring wide;
   wide.reserve(utf8.size());
-  for (std::size_t at = 0; at < utf8.size();) wide += static_cast<wchar_t>(DecodeUtf8(utf8, at));
+  for (std::size_t at = 0; at < utf8.size();) AppendWide(DecodeUtf8(utf8, at), wide);
   return wide;
 }
 
 std::string WideToUtf8(std::wstring_view wide) {
   std::string utf8;
   utf8.reserve(wide.size());
-  for (const wchar_t c : wide) EncodeUtf8(static_cast<char32_t>(c), utf8);
+  for (std::size_t at = 0; at < wide.size();) EncodeUtf8(TakeWide(wide, at), utf8);
   return utf8;
 }
 
@@ -86,7 +108,7 @@ std::wstring NameToWide(std::string_view name) {
     const std::size_t first = at;
     const char32_t c = DecodeUtf8(name, at);
     if (c != kReplacement || name.substr(first, at - first) == "\xEF\xBF\xBD") {
-      wide += static_cast<wchar_t>(c);
+      AppendWide(c, wide);
       continue;
     }
     for (const char byte : name.substr(first, at - first)) {
@@ -99,8 +121,8 @@ std::wstring NameToWide(std::string_view name) {
 std::string WideToName(std::wstring_view wide) {
   std::string name;
   name.reserve(wide.size());
-  for (const wchar_t each : wide) {
-    const auto c = static_cast<char32_t>(each);
+  for (std::size_t at = 0; at < wide.size();) {
+    const char32_t c = TakeWide(wide, at);
     if (c >= kLoneByte + 0x80 && c <= kLoneByte + 0xFF) {
       name += static_cast<char>(static_cast<unsigned char>(c - kLoneByte));
     } else {
@@ -121,9 +143,9 @@ std::wstring Cp1252ToWide(std::string_view ansi) {
 }
 
 std::string WideToCp1252(std::wstring_view wide) {
-  std::string ansi(wide.size(), '\0');
-  std::transform(wide.begin(), wide.end(), ansi.begin(),
-                 [](wchar_t c) { return ToCp1252(static_cast<char32_t>(c)); });
+  std::string ansi;
+  ansi.reserve(wide.size());
+  for (std::size_t at = 0; at < wide.size();) ansi += ToCp1252(TakeWide(wide, at));
   return ansi;
 }
 

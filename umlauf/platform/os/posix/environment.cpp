@@ -26,6 +26,13 @@ std::wstring Environment(const char* name) {
   return value != nullptr ? NameToWide(value) : std::wstring();
 }
 
+std::wstring UserLanguage() {
+  for (const char* variable : {"LC_ALL", "LC_MESSAGES", "LANG"}) {
+    if (std::wstring language = Environment(variable); !language.empty()) return language;
+  }
+  return {};
+}
+
 std::wstring UserConfigFolder() {
   // A relative path would depend on where the program was started, and is to be ignored.
   if (const std::wstring folder = Environment("XDG_CONFIG_HOME"); folder.starts_with(L'/')) return folder;

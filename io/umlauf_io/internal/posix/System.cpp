@@ -1,0 +1,25 @@
+#include "umlauf_io/internal/System.h"
+
+namespace umlauf::io {
+
+std::filesystem::path LongPath(const std::filesystem::path& path) { return path; }
+std::FILE* OpenFile(const std::filesystem::path& path, const char* mode) {
+  return std::fopen(path.c_str(), mode);
+}
+std::FILE* TemporaryFile() { return std::tmpfile(); }
+
+bool SeekIn(std::FILE* file, std::int64_t offset, int whence) {
+  return fseeko(file, static_cast<off_t>(offset), whence) == 0;
+}
+std::int64_t PositionIn(std::FILE* file) { return ftello(file); }
+
+std::optional<std::uint64_t> LengthFromStart(std::FILE* file) {
+  if (ftello(file) != 0 || fseeko(file, 0, SEEK_END) != 0) return {};
+  const off_t length = ftello(file);
+  std::rewind(file);
+  return static_cast<std::uint64_t>(length);
+}
+
+void MakeBinary(std::FILE*) {}
+
+}  // namespace umlauf::io
