@@ -165,11 +165,15 @@ std::vector<Channel> Channels(const Typed& typed) {
 
 void BindTypedSignals(nb::module_& module) {
   nb::class_<Typed>(module, "TypedData", "The record of a typed signal; see TypedSignal.")
-      .def_static("new", NewSignal, "samples"_a, "type"_a, "start"_a, "step"_a, "axis_unit"_a, "channels"_a,
-                  "key"_a)
+      .def_static(
+          "new", NewSignal, "samples"_a, "type"_a, "start"_a, "step"_a, "axis_unit"_a, "channels"_a, "key"_a,
+          nb::sig("def new(samples: NDArray[typing.Any], type: str, start: float, step: float, "
+                  "axis_unit: str | Unit, channels: collections.abc.Sequence[tuple[Unit, float, int]], "
+                  "key: tuple[int, int, int, int, int, int]) -> TypedData"))
       .def_static("read", Read, "record"_a, "type"_a)
       .def("write", Write)
-      .def_prop_ro("samples", SamplesOf, nb::rv_policy::automatic)
+      .def_prop_ro("samples", SamplesOf, nb::rv_policy::automatic,
+                   nb::sig("def samples(self, /) -> NDArray[typing.Any]"))
       .def_prop_ro("axes", Axes)
       .def_prop_ro("channels", Channels)
       .def_prop_ro("key", [](const Typed& typed) {

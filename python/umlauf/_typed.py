@@ -106,7 +106,8 @@ class TypedSignal:
         """As `samples`, times the gauges of their channels, in the units of these"""
         import numpy as np
 
-        return self.samples * np.array([each.gauge for each in self.channels])
+        values: NDArray[Any] = self.samples * np.array([each.gauge for each in self.channels])
+        return values
 
     @property
     def axes(self) -> tuple[Axis, ...]:
