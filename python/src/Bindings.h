@@ -17,5 +17,6 @@ void BindEncoders(nanobind::module_& module);
 void BindOrders(nanobind::module_& module);
 void BindRates(nanobind::module_& module);
 void BindCan(nanobind::module_& module);
+void BindTypedSignals(nanobind::module_& module);
 
 }  // namespace umlauf::python

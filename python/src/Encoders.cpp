@@ -63,7 +63,7 @@ std::unique_ptr<Result> MeasureWords(const Words& words, double rate, unsigned p
   nb::gil_scoped_release free;
   const Forward<ULONG> forward(array);
   auto result = std::make_unique<Result>();
-  result->pulses = CPulseTrain(rate, startTime);
+  const auto pulses = std::make_shared<CPulseTrain>(rate, startTime);
   result->pulsesPerRevolution = finder.EdgesPerRevolution();
   result->wheel.pitches = finder.EdgesPerRevolution();
   const bool hasGap = settings.gap || settings.gapLength;
@@ -72,15 +72,15 @@ std::unique_ptr<Result> MeasureWords(const Words& words, double rate, unsigned p
   for (std::size_t at = 0; at < forward.size(); at += blockWords) {
     finder.Take(forward.data() + at * forward.stride(), std::min(blockWords, forward.size() - at),
                 static_cast<unsigned>(forward.stride()), block);
-    if (hasGap) gap.Take(block, result->pulses);
-    if (!hasGap) result->pulses.Append(block);
+    if (hasGap) gap.Take(block, *pulses);
+    if (!hasGap) pulses->Append(block);
   }
   if (hasGap) {
-    NeedMemory(gap.Finish(result->pulses));
+    NeedMemory(gap.Finish(*pulses));
     result->wheel = gap.Wheel();
   }
   result->samples = forward.size();
-  result->Summarise(hasGap);
+  result->Take(pulses, hasGap);
   if (result->counts.Speed().count == 0) {
     CString reason;
     reason.Format(L"no pulses found in the stream (edges: %u); check mode and low_word",

@@ -24,4 +24,5 @@ NB_MODULE(_core, module) {
   BindOrders(module);
   BindRates(module);
   BindCan(module);
+  BindTypedSignals(module);
 }

@@ -77,7 +77,7 @@ Settings MakeSettings(double maxOrder, double resolution, double overlap, const 
 
 std::unique_ptr<Orders> Analyse(const Settings& settings, CBlockSource& source, const Result& speed) {
   auto orders = std::make_unique<Orders>(settings);
-  if (!orders->analysis.Analyse(source, speed.pulses, speed.pulsesPerRevolution, 0, 1)) {
+  if (!orders->analysis.Analyse(source, speed.Pulses(), speed.pulsesPerRevolution, 0, 1)) {
     throw Error(orders->analysis.Failure());
   }
   return orders;
@@ -108,7 +108,7 @@ std::unique_ptr<Orders> OfFile(const Settings& settings, const Result& speed, co
 std::unique_ptr<Orders> Torsional(const Settings& settings, const Result& speed) {
   nb::gil_scoped_release free;
   auto orders = std::make_unique<Orders>(settings);
-  if (!orders->analysis.AnalyseTorsion(speed.pulses, speed.pulsesPerRevolution)) {
+  if (!orders->analysis.AnalyseTorsion(speed.Pulses(), speed.pulsesPerRevolution)) {
     throw Error(orders->analysis.Failure());
   }
   orders->unit = CMeasuringUnit(CMeasuringUnit::rpm);

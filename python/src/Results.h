@@ -19,17 +19,19 @@ namespace umlauf::python {
 
 /// What came out of a recording of a tacho or of an encoder. Does not change.
 struct Result {
-  CPulseTrain pulses;
+  std::shared_ptr<const CPulseTrain> train;  ///< of what found them, which is kept with them
   double pulsesPerRevolution = 1;
   std::uint64_t samples = 0;
   PulseWheel wheel;
   CPulseCounts counts;
-  CRevolutions revolutions{false, 1};
+  std::vector<CRevolutions::Revolution> revolutions;
+  SpeedSummary revolutionSpeed;
   std::optional<PulseLevels> levels;
   std::vector<RotationWarning> warnings;
 
-  /// Counts the pulses, once they are there. Throws std::bad_alloc where some are missing.
-  void Summarise(bool gap);
+  /// Counts pulses whose gaps are corrected, and keeps them. Throws std::bad_alloc where some are missing.
+  void Take(std::shared_ptr<const CPulseTrain> pulses, bool gap);
+  const CPulseTrain& Pulses() const { return *train; }
 };
 
 /// The rotation in a recording; raises why there is none.

@@ -78,16 +78,16 @@ std::unique_ptr<Result> Join(const Settings& settings, const FileChannel& channe
                              const std::vector<const RotationPiece*>& pieces, std::uint64_t overlap) {
   nb::gil_scoped_release free;
   const std::unique_ptr<CRecordingSource> source = channel.Open();
-  CRotationPieces rotation(settings, overlap);
+  const auto joined = std::make_shared<CRotationPieces>(settings, overlap);
+  CRotationPieces& rotation = *joined;
   if (rotation.FindLevels(*source) && rotation.Join(*source, pieces)) {
     auto result = std::make_unique<Result>();
-    result->pulses = rotation.Pulses();
     result->pulsesPerRevolution = settings.pulsesPerRevolution;
     result->samples = rotation.Samples();
     result->wheel = rotation.Wheel();
     result->levels = rotation.Levels();
     result->warnings = rotation.Levels().warnings;
-    result->Summarise(settings.gap || settings.gapLength);
+    result->Take({joined, &rotation.Pulses()}, settings.gap || settings.gapLength);
     if (result->counts.Speed().count > 0) return result;
   }
   return Measure(*source, settings);  // or says why there is nothing

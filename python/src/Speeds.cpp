@@ -69,24 +69,26 @@ void CheckSettings(const Settings& settings) {
 std::unique_ptr<Result> Measure(CBlockSource& source, Settings settings) {
   settings.sampleRate = source.SampleRate();
   CheckSettings(settings);
-  CRotation rotation;
+  const auto rotation = std::make_shared<CRotation>();
   const double pulses = settings.pulsesPerRevolution;
   if (settings.gapLength) {
-    rotation.Wheel(pulses, *settings.gapLength);
+    rotation->Wheel(pulses, *settings.gapLength);
   } else {
-    rotation.Wheel(pulses, settings.gap ? CRotation::Gap::automatic : CRotation::Gap::none);
+    rotation->Wheel(pulses, settings.gap ? CRotation::Gap::automatic : CRotation::Gap::none);
   }
-  rotation.GivenLevels(settings.upper, settings.lower);
-  rotation.Detector() = settings.detector;
-  if (!rotation.Analyse(source)) throw Error(rotation.Failure());
+  rotation->GivenLevels(settings.upper, settings.lower);
+  rotation->Detector() = settings.detector;
+  if (!rotation->Analyse(source)) throw Error(rotation->Failure());
   auto result = std::make_unique<Result>();
-  result->pulses = rotation.Pulses();
+  result->train = std::shared_ptr<const CPulseTrain>(rotation, &rotation->Pulses());
   result->pulsesPerRevolution = pulses;
-  result->samples = rotation.Samples();
-  result->wheel = rotation.Wheel();
-  result->levels = rotation.Levels();
-  result->warnings = rotation.Warnings();
-  result->Summarise(settings.gap || settings.gapLength);
+  result->samples = rotation->Samples();
+  result->wheel = rotation->Wheel();
+  result->counts = rotation->Counts();
+  result->revolutions = rotation->Revolutions();
+  result->revolutionSpeed = rotation->RevolutionSpeed();
+  result->levels = rotation->Levels();
+  result->warnings = rotation->Warnings();
   return result;
 }
 
@@ -141,7 +143,7 @@ std::unique_ptr<CSigCurveExt> SpeedCurve(const Result& result, double step, cons
   {
     nb::gil_scoped_release free;
     CSpeedCurveBuilder builder(step);
-    builder.Take(result.pulses);
+    builder.Take(result.Pulses());
     curve = builder.Finish(name);
   }
   if (curve == nullptr) RefuseValue("the step gives too many samples for this recording; make it longer");
@@ -151,7 +153,7 @@ std::unique_ptr<CSigCurveExt> SpeedCurve(const Result& result, double step, cons
 
 std::unique_ptr<CSigPairs> SpeedPairs(const Result& result, const CString& name) {
   CSpeedPairsBuilder builder;
-  builder.Take(result.pulses);
+  builder.Take(result.Pulses());
   return Need(builder.Finish(name));
 }
 
@@ -206,9 +208,9 @@ Exact at the edges, smooth in speed between them; beyond them the outermost spee
 
 NumPyArray<double, nb::ndim<2>> Revolutions(const Result& result) {
   std::vector<double> table;
-  for (const auto& each : result.revolutions.Found()) {
+  for (const auto& each : result.revolutions) {
     table.insert(table.end(),
-                 {result.pulses.Time(each.begin), result.pulses.Time(each.end), each.turns, each.rpm});
+                 {result.Pulses().Time(each.begin), result.Pulses().Time(each.end), each.turns, each.rpm});
   }
   return ToNumPy(std::move(table), 4);
 }
@@ -224,21 +226,22 @@ void BindResult(nb::module_& module) {
   const auto policy = nb::rv_policy::automatic;
   nb::class_<Result>(module, "SpeedData", "What was measured; see Speed.")
       .def_prop_ro(
-          "time", [](const Result& r) { return Times(r.pulses); }, policy)
+          "time", [](const Result& r) { return Times(r.Pulses()); }, policy)
       .def_prop_ro(
-          "rpm", [](const Result& r) { return Rpm(r.pulses); }, policy)
+          "rpm", [](const Result& r) { return Rpm(r.Pulses()); }, policy)
       .def_prop_ro(
-          "edges", [](nb::handle_t<Result> r) { return View(nb::cast<const Result&>(r).pulses.Edges(), r); },
-          policy)
+          "edges",
+          [](nb::handle_t<Result> r) { return View(nb::cast<const Result&>(r).Pulses().Edges(), r); }, policy)
       .def_prop_ro(
           "pitches",
-          [](nb::handle_t<Result> r) { return View(nb::cast<const Result&>(r).pulses.Pitches(), r); }, policy)
-      .def_prop_ro(
-          "flags", [](nb::handle_t<Result> r) { return View(nb::cast<const Result&>(r).pulses.Flags(), r); },
+          [](nb::handle_t<Result> r) { return View(nb::cast<const Result&>(r).Pulses().Pitches(), r); },
           policy)
+      .def_prop_ro(
+          "flags",
+          [](nb::handle_t<Result> r) { return View(nb::cast<const Result&>(r).Pulses().Flags(), r); }, policy)
       .def_prop_ro("revolutions", Revolutions, policy)
-      .def_prop_ro("rate", [](const Result& r) { return r.pulses.SampleRate(); })
-      .def_prop_ro("start_time", [](const Result& r) { return r.pulses.StartTime(); })
+      .def_prop_ro("rate", [](const Result& r) { return r.Pulses().SampleRate(); })
+      .def_prop_ro("start_time", [](const Result& r) { return r.Pulses().StartTime(); })
       .def_ro("samples", &Result::samples)
       .def_prop_ro("pulses", [](const Result& r) { return r.counts.Pulses(); })
       .def_prop_ro("gap_corrected", [](const Result& r) { return r.counts.CorrectedGaps(); })
@@ -247,12 +250,12 @@ void BindResult(nb::module_& module) {
           "speed",
           [](const Result& r) {
             const SpeedSummary& speed = r.counts.Speed();
-            return std::tuple(speed.min, speed.Mean(r.pulses.SampleRate()), speed.max);
+            return std::tuple(speed.min, speed.Mean(r.Pulses().SampleRate()), speed.max);
           },
           "Least, mean and greatest speed [rpm].")
       .def_prop_ro(
-          "revolution_mean",
-          [](const Result& r) { return r.revolutions.Speed().Mean(r.pulses.SampleRate()); }, "[rpm]")
+          "revolution_mean", [](const Result& r) { return r.revolutionSpeed.Mean(r.Pulses().SampleRate()); },
+          "[rpm]")
       .def_prop_ro(
           "wheel",
           [](const Result& r) {
@@ -282,8 +285,8 @@ void BindResult(nb::module_& module) {
       .def("curve", SpeedCurve, "step"_a, "name"_a)
       .def("pairs", SpeedPairs, "name"_a)
       .def("angle", [](const Result& r) {
-        return std::make_unique<Angle>(CShaftAngle(r.pulses, r.pulsesPerRevolution), r.pulses.SampleRate(),
-                                       r.pulses.StartTime());
+        return std::make_unique<Angle>(CShaftAngle(r.Pulses(), r.pulsesPerRevolution),
+                                       r.Pulses().SampleRate(), r.Pulses().StartTime());
       });
 }
 
@@ -346,11 +349,14 @@ void BindStream(nb::module_& module) {
 
 }  // namespace
 
-void Result::Summarise(bool gap) {
-  counts.Take(pulses);
-  revolutions = CRevolutions(gap, pulsesPerRevolution);
-  revolutions.Take(pulses);
-  NeedMemory(pulses.Complete() && revolutions.Complete());
+void Result::Take(std::shared_ptr<const CPulseTrain> pulses, bool gap) {
+  counts.Take(*pulses);
+  CRevolutions whole(gap, pulsesPerRevolution);
+  whole.Take(*pulses);
+  NeedMemory(pulses->Complete() && whole.Complete());
+  revolutions = whole.Found();
+  revolutionSpeed = whole.Speed();
+  train = std::move(pulses);
 }
 
 void BindSpeeds(nb::module_& module) {

@@ -223,3 +223,36 @@ def test_arrays_outlive_their_signals():
             gc.collect()
     assert all(np.all(view == i // 2) for i, view in enumerate(views))
     assert math.isnan(Curve([np.nan, np.inf]).values[0])
+
+
+@pytest.mark.parametrize("kind", ["int16", "int32", "uint32", "float32", "float64"])
+def test_typed_signals_come_back_from_their_records(kind):
+    samples = np.arange(12).reshape(6, 2).astype(kind)
+    channels = [umlauf.Channel(Unit("Pa"), 0.5, 7), umlauf.Channel(Unit("kV"))]
+    signal = umlauf.TypedSignal(samples, channels, start=2, step=0.25, key=[3, 1, -1, 4, -1, 5])
+    record = signal.to_bytes()
+    assert len(record) == 2640 + 8 + 12 * signal.samples.itemsize
+    back = umlauf.TypedSignal.from_bytes(record, str(signal.samples.dtype))
+    assert back.to_bytes() == record and back.samples.dtype == ("float32" if kind == "float64" else kind)
+    np.testing.assert_array_equal(back.samples, samples)
+    np.testing.assert_array_equal(back.values, samples * [0.5, 1.0])
+    assert back.axes == (umlauf.Axis(2, 0.25, 6, Unit("s")),) and back.channels == tuple(channels)
+    assert str(back.key) == "3 1 -1 4 -1 5" and umlauf.Key.parse(str(back.key)) == back.key > umlauf.Key()
+    view = back.samples
+    del back
+    gc.collect()
+    np.testing.assert_array_equal(view, samples)
+    for bad in [b"", record[:-1], record + b"x", record[:2640] + bytes(8), bytes(len(record))]:
+        with pytest.raises(umlauf.Error):
+            umlauf.TypedSignal.from_bytes(bad, str(signal.samples.dtype))
+
+
+def test_typed_signals_that_cannot_be_are_refused():
+    for arguments in [([1j],), (np.zeros((2, 33)),), (np.zeros((2, 3)), ["V", "A"]), (np.zeros((2, 2, 2)),)]:
+        with pytest.raises(ValueError):
+            umlauf.TypedSignal(*arguments)
+    with pytest.raises(ValueError, match="float64"):
+        umlauf.TypedSignal.from_bytes(b"", "float64")
+    for text in ["1 2 3", "a b c d e f", "1 2 3 4 5 99999999999"]:
+        with pytest.raises(ValueError):
+            umlauf.Key.parse(text)

@@ -30,13 +30,17 @@ from ._speed import (
     encoder,
     speed,
 )
+from ._typed import Axis, Channel, Key, TypedSignal
 from .files import channels, read
 
 __all__ = [
+    "Axis",
+    "Channel",
     "Curve",
     "CurveArray",
     "Downsampler",
     "Error",
+    "Key",
     "OrderTrack",
     "Orders",
     "Pairs",
@@ -49,6 +53,7 @@ __all__ = [
     "SpeedStream",
     "SynchronousAverage",
     "Thresholds",
+    "TypedSignal",
     "Unit",
     "Warning",
     "Wheel",

@@ -58,7 +58,8 @@ def to_pint(unit: Unit, registry: Any = None) -> Any:
     """The unit of pint that means the same; ValueError for levels, logarithms and what pint does not know."""
     pint = need("pint", "pint", "calculates with quantities")
     registry = pint.get_application_registry() if registry is None else registry
-    prefix = _PREFIXES.get(unit.exponent / unit.power) if unit.power else None
+    whole = unit.power != 0 and unit.exponent % unit.power == 0
+    prefix = _PREFIXES.get(unit.exponent // unit.power) if whole else None
     if unit.is_level or unit.is_logarithm or prefix is None:
         raise ValueError(f"{unit} is no unit that pint could calculate with")
     told = prefix[1]
