@@ -2,7 +2,8 @@
 
     python bench/archive/bench_archive.py [--quick] [NAME ...]
 
-Prints one line for each figure, with the load of the machine. Needs umlauf[archive]; files go to a temporary folder.
+Prints one line for each figure, with the load of the machine, and beside the time that passed the time that was spent
+computing, which depends less on that load. Needs umlauf[archive]; files go to a temporary folder.
 """
 
 from __future__ import annotations
@@ -14,6 +15,7 @@ import statistics
 import tempfile
 import time
 from pathlib import Path
+from typing import Any
 from unittest import mock
 
 import numpy as np
@@ -62,6 +64,22 @@ def nothing(path: str, name: str, recipe: Recipe, parts: object = ()) -> Result:
     return Result()
 
 
+class Clock:
+    """Time that passed, and that this process (client and scheduler) and the workers of a client computed."""
+
+    def __init__(self, client: Any = None) -> None:
+        self._client = client
+        self._before = self._now()
+
+    def _now(self) -> tuple[float, float, float]:
+        workers = sum(self._client.run(time.process_time).values()) if self._client else 0.0
+        return time.perf_counter(), time.process_time(), workers
+
+    def read(self) -> tuple[float, float, float]:
+        passed, here, workers = (after - before for after, before in zip(self._now(), self._before, strict=True))
+        return passed, here, workers
+
+
 def no_operation(number: int) -> int:
     return number
 
@@ -71,26 +89,30 @@ def scheduling(folder: Path, quick: bool) -> None:
     count = 500 if quick else 3000
     with pool.local_workers(2) as client:
         client.gather(client.map(no_operation, range(100), pure=False))
-        began = time.perf_counter()
+        clock = Clock(client)
         client.gather(client.map(no_operation, range(count), pure=False))
-        each = (time.perf_counter() - began) / count
-        told("scheduling", f"{each * 1e3:.2f} ms a call, {1 / each:.0f} calls/s")
+        passed, here, workers = (each / count * 1e3 for each in clock.read())
+        told(
+            "scheduling",
+            f"{passed:.2f} ms a call, {here:.2f} ms computing in client and scheduler ({1e3 / here:.0f} calls/s), "
+            f"{workers:.2f} ms in workers",
+        )
     recordings = folder / "small"
     recordings.mkdir()
     for i in range(count):
         wav(recordings / f"{i}.wav", 0.01)
-    seconds = []
     with pool.local_workers(1) as client:
         evaluate(recordings, SPEED, folder / "warm", client)
-        for by in (None, client):
-            began = time.perf_counter()
-            evaluate(recordings, LEVELS, folder / f"out{by is None}", by, workers=0)
-            seconds.append((time.perf_counter() - began) / count)
-    alone, distributed = seconds
+        clock = Clock()
+        evaluate(recordings, LEVELS, folder / "alone", workers=0)
+        alone = clock.read()
+        clock = Clock(client)
+        evaluate(recordings, LEVELS, folder / "distributed", client)
+        distributed = clock.read()
     told(
         "scheduling",
-        f"{distributed * 1e3:.2f} ms a recording over one worker, {alone * 1e3:.2f} ms without: "
-        f"{(distributed - alone) * 1e3:+.2f} ms",
+        f"a recording of 4 kB: {distributed[0] / count * 1e3:.2f} ms over one worker, {alone[0] / count * 1e3:.2f} ms "
+        f"without; computing {sum(distributed[1:]) / count * 1e3:.2f} ms and {alone[1] / count * 1e3:.2f} ms",
     )
 
 
@@ -131,26 +153,28 @@ def throughput(folder: Path, quick: bool) -> None:
     """By turns, since the machine may be busy."""
     recordings = folder / "large"
     recordings.mkdir()
-    count = 24 if quick else 60
+    count = 8 if quick else 60
     for i in range(count):
         wav(recordings / f"{i}.wav", 20)
     size = sum(each.size for each in find(recordings, SPEED))
-    ratios, rates = [], []
+    ratios, rates, computing = [], [], []
     with pool.local_workers(1) as one, pool.local_workers(2) as two:
         for turn in range(2 if quick else 4):
             seconds = []
             for client in (one, two):
-                began = time.perf_counter()
+                clock = Clock(client)
                 evaluate(recordings, SPEED, folder / f"turn{turn}", client, again="all")
-                seconds.append(time.perf_counter() - began)
+                seconds.append(clock.read())
             if turn:  # the first one warms up
-                ratios.append(seconds[0] / seconds[1])
-                rates.append((size / seconds[0], size / seconds[1]))
+                (alone, _, alone_computing), (both, _, both_computing) = seconds
+                ratios.append(alone / both)
+                rates.append((size / alone, size / both))
+                computing.append(both_computing / alone_computing)
     alone, both = (statistics.median(each) / 1e6 for each in zip(*rates, strict=True))
     told(
         "throughput",
-        f"{alone:.0f} MB/s by one worker, {both:.0f} MB/s by two: "
-        f"{statistics.median(ratios):.2f} x ({min(ratios):.2f} to {max(ratios):.2f})",
+        f"{alone:.0f} MB/s by one worker, {both:.0f} MB/s by two: {statistics.median(ratios):.2f} x "
+        f"({min(ratios):.2f} to {max(ratios):.2f}); two compute {statistics.median(computing):.2f} x as long in all",
     )
 
 

@@ -41,6 +41,8 @@ LEAST_COST = 1e-3
 ROWS_OF_PART = 10_000
 SECONDS_OF_PART = 20.0
 FEW_PARTS = 8
+MOST_BYTES = 256 << 20
+"""Of rows that a run puts together at its end: all of them are in memory then."""
 
 
 class Interrupted(KeyboardInterrupt):
@@ -236,8 +238,9 @@ class _Run:
             self._write()
         with contextlib.suppress(KeyboardInterrupt):  # a second one
             self._progress.update(end=True)
-        if len(self._store.parts(self._job.recipe.hash)) > FEW_PARTS:
-            self._store.compact(self._job.recipe.hash)
+        recipe = self._job.recipe.hash
+        if len(self._store.parts(recipe)) > FEW_PARTS and self._store.size(recipe) < MOST_BYTES:
+            self._store.compact(recipe)
 
     def _work(self, todo: list[Found], pool: Pool) -> None:
         new = deque(todo)

@@ -107,6 +107,11 @@ class Store:
             str(path).rpartition("/")[2] for path in self._files.glob(f"{self._root}/{recipe}/part-*.parquet")
         )
 
+    def size(self, recipe: str) -> int:
+        """[bytes] of its files"""
+        found = self._files.glob(f"{self._root}/{recipe}/part-*.parquet", detail=True)
+        return sum(int(each.get("size") or 0) for each in found.values())
+
     def read(self, recipe: str, columns: Sequence[str] | None = None) -> Any:
         """The rows of a recipe as a table of pyarrow, the latest of each recording, by path."""
         pa = need("pyarrow", "archive", "keeps the results")
