@@ -5,7 +5,7 @@
 #include <span>
 
 #include "umlauf/Export.h"
-#include "umlauf/platform/os/LargeMemory.h"
+#include "umlauf/platform/basis/LargeMemory.h"
 
 /// Pulses one after the other: those of a whole recording, or those that a block of it closed. In columns, so
 /// that each quantity is one array; `operator[]` gathers one pulse where that is handier.
@@ -117,9 +117,9 @@ class UMLAUF_API CPulseTrain {
 
  private:
   double sampleRate_ = 1, startTime_ = 0;
-  umlauf::os::LargeVector<double> edges_, revolutionTimes_, pitches_;
-  umlauf::os::LargeVector<std::uint64_t> samples_;
-  umlauf::os::LargeVector<std::uint8_t> flags_;
+  umlauf::LargeVector<double> edges_, revolutionTimes_, pitches_;
+  umlauf::LargeVector<std::uint64_t> samples_;
+  umlauf::LargeVector<std::uint8_t> flags_;
   std::size_t room_ = 0;  ///< pulses that every column has room for
   bool complete_ = true;
 };

@@ -44,6 +44,13 @@ class File {
   virtual bool Flush() = 0;
 };
 
+/// [bytes] of a large page where the processor has such.
+inline constexpr std::size_t kLargePage = std::size_t{1} << 21;
+
+/// Asks for large pages behind a block that starts at a multiple of `kLargePage`; does nothing where the
+/// system has none.
+void WantLargePages(void* block, std::size_t bytes);
+
 /// Raises the calling thread to time-critical priority for the life of the object, where the process may have
 /// it.
 class TimeCriticalPriority {

@@ -8,7 +8,7 @@
 
 #include "umlauf/Export.h"
 
-namespace umlauf::os {
+namespace umlauf {
 
 /// Memory for arrays that grow with a recording. Great ones come in large pages where the system has them: it
 /// clears and hands out the usual small ones one by one, which takes longer than to fill them. Throws
@@ -45,4 +45,4 @@ struct LargeAllocator {
 template <class T>
 using LargeVector = std::vector<T, LargeAllocator<T>>;
 
-}  // namespace umlauf::os
+}  // namespace umlauf
