@@ -12,14 +12,6 @@
 namespace umlauf::tool {
 namespace {
 
-/// As "level in dB re 1e-06 m/s²".
-std::string LevelLabel(const CMeasuringUnit& unit) {
-  if (!unit.is_db()) return AxisLabel(unit, "value");
-  CMeasuringUnit plain(unit);
-  plain.set_db(false);
-  return fmt::format("level in dB re {:g} {}", unit.logref(), plain.empty() ? "" : UnitText(plain));
-}
-
 PlotSeries OrderLine(double order) {
   PlotSeries line;
   line.title = fmt::format("{:g}", order);
@@ -36,9 +28,9 @@ PlotMap MapPicture(const CSigCurveArray& map, const std::string& title, const st
   picture.title = title;
   const CSigCurveExt& first = map[0];
   const bool overFrequency = first.XUnit() == CMeasuringUnit::hertz;
-  picture.xLabel = overFrequency ? AxisLabel(first.XUnit(), "frequency") : "order";
+  picture.xLabel = AxisLabel(first.XUnit(), "order");
   picture.yLabel = AxisLabel(map.ArrayUnit(), "row");
-  picture.levelLabel = LevelLabel(first.YUnit());
+  picture.levelLabel = AxisLabel(first.YUnit(), "value");
   const auto step = static_cast<double>(first.XDelta());
   for (std::size_t k = 0; k < first.DLen(); ++k) picture.x.push_back(step * static_cast<double>(k));
   for (const auto& row : map) {
@@ -62,7 +54,8 @@ PlotMap MapPicture(const CSigCurveArray& map, const std::string& title, const st
 }
 
 Plot SpectrumPicture(const std::vector<CSigCurve>& spectra, const std::vector<std::string>& channels) {
-  Plot plot{"order spectrum over all revolutions", "order", {{LevelLabel(spectra.front().YUnit()), {}}}};
+  Plot plot{
+      "order spectrum over all revolutions", "order", {{AxisLabel(spectra.front().YUnit(), "value"), {}}}};
   for (std::size_t i = 0; i < spectra.size(); ++i) {
     PlotSeries series;
     if (spectra.size() > 1) series.title = channels[i];
@@ -112,7 +105,7 @@ Plot CombPicture(const CSigCurve& rpm, const CSigCurve& confidence) {
     return line;
   };
   PlotPanel sure{"confidence", {series(confidence)}};
-  sure.range = PlotRange{0, 1};
+  sure.range = PlotRange{-0.05, 1.05};
   sure.tickStep = 0.5;
   return {"speed by the orders of the vibration", "time in s", {{"speed in rpm", {series(rpm)}}, sure}};
 }

@@ -63,10 +63,16 @@ const char* QuantityOf(CommonUnits::commonUnits unit) {
 std::string UnitText(const CMeasuringUnit& unit) { return unit.prefixunit(false).ToUtf8(); }
 
 std::string AxisLabel(const CMeasuringUnit& unit, const std::string& otherwise) {
+  if (unit.is_db()) {
+    CMeasuringUnit plain(unit);
+    plain.set_db(false);
+    const std::string text = plain.empty() ? "" : " " + UnitText(plain);
+    return fmt::format("level in dB re {:g}{}", unit.logref(), text);
+  }
   if (unit.empty()) return otherwise + " (no unit)";
   const bool known = unit.unit() < CommonUnits::kCommonUnitCount && unit.power() == 1;
   const char* quantity = known ? QuantityOf(static_cast<CommonUnits::commonUnits>(unit.unit())) : nullptr;
-  if (unit.is_db()) quantity = "level";
+  if (unit.unit() == CommonUnits::order && known) return quantity;  // a number, whose unit says the same
   return fmt::format("{} in {}", quantity != nullptr ? quantity : otherwise, UnitText(unit));
 }
 

@@ -3,13 +3,12 @@
 #include <kiss_fft.h>
 #include <kiss_fftr.h>
 
-#include <cmath>
 #include <complex>
 #include <new>
-#include <numbers>
 
 #include "umlauf/platform/basis/CAlignedMem.h"
 #include "umlauf/platform/vekta/QVL.h"
+#include "umlauf/spectrum/internal/RealSplit.h"
 #include "umlauf/spectrum/internal/TransformBackend.h"
 
 namespace umlauf::spectrum {
@@ -23,12 +22,6 @@ struct PlanDeleter {
 template <class Config>
 using Plan = std::unique_ptr<std::remove_pointer_t<Config>, PlanDeleter>;
 
-/// exp(−2πj part), for a whole part of turns more or less.
-std::complex<float> Turned(double part) {
-  const std::complex<double> value = std::polar(1.0, -2.0 * std::numbers::pi * part);
-  return {static_cast<float>(value.real()), static_cast<float>(value.imag())};
-}
-
 /// Transform of n real samples as one of n/2 complex numbers. That is made of transforms of every fourth,
 /// sixteenth ... number, as long as these do not get too short; kissfft does those, QVL the steps around
 /// them.
@@ -41,14 +34,15 @@ class EvenTransform : public TransformBackend {
     }
     forward_.reset(kiss_fft_alloc(static_cast<int>(short_), 0, nullptr, nullptr));
     if (withInverse) inverse_.reset(kiss_fftr_alloc(static_cast<int>(n), 1, nullptr, nullptr));
-    complete_ = forward_ != nullptr && (inverse_ != nullptr || !withInverse) && packed_.alloc(half_) &&
-                MakeTwiddles();
+    complete_ =
+        forward_ != nullptr && (inverse_ != nullptr || !withInverse) && split_.Alloc(half_) && MakeTwiddles();
   }
   bool IsComplete() const { return complete_; }
   bool HasInverse() const override { return inverse_ != nullptr; }
   void Forward(const float* samples, std::complex<float>* spectrum) override {
-    Transform(reinterpret_cast<const kiss_fft_cpx*>(samples), packed_.data(), half_, steps_);
-    QVL::SplitTransform(reinterpret_cast<float*>(spectrum), &packed_[0].r, &halves_[0].r, half_);
+    Transform(reinterpret_cast<const kiss_fft_cpx*>(samples),
+              reinterpret_cast<kiss_fft_cpx*>(split_.Packed()), half_, steps_);
+    split_.Split(spectrum);
   }
   void Inverse(std::complex<float>* spectrum, float* samples) override {
     kiss_fftri(inverse_.get(), reinterpret_cast<const kiss_fft_cpx*>(spectrum), samples);
@@ -60,7 +54,7 @@ class EvenTransform : public TransformBackend {
 
   /// Those of all steps, the shortest first: behind a step from n to 4 n numbers stand its 3 n.
   bool MakeTwiddles() {
-    if (!quarters_.alloc(half_ - short_ + 1) || !halves_.alloc((half_ + 1) / 2)) return false;
+    if (!quarters_.alloc(half_ - short_ + 1)) return false;
     kiss_fft_cpx* next = quarters_.data();
     for (std::size_t n = short_; n < half_; n *= 4) {
       for (std::size_t q = 1; q <= 3; ++q) {
@@ -69,10 +63,6 @@ class EvenTransform : public TransformBackend {
           *next = {w.real(), w.imag()};
         }
       }
-    }
-    for (std::size_t k = 0; k < halves_.size(); ++k) {
-      const std::complex<float> w = Turned((static_cast<double>(k) / static_cast<double>(half_) + 0.5) / 2);
-      halves_[k] = {w.real(), w.imag()};
     }
     return true;
   }
@@ -91,7 +81,8 @@ class EvenTransform : public TransformBackend {
 
   std::size_t half_, short_;
   unsigned steps_ = 0;
-  CAlignedMem<kiss_fft_cpx> packed_, quarters_, halves_;
+  RealSplit split_;
+  CAlignedMem<kiss_fft_cpx> quarters_;
   Plan<kiss_fft_cfg> forward_;
   Plan<kiss_fftr_cfg> inverse_;
   bool complete_ = false;
