@@ -2,6 +2,7 @@
 
 #include "io/TestFolder.h"
 #include "support/ExpectAll.h"
+#include "umlauf/platform/framework/CFile.h"
 
 namespace {
 
@@ -21,7 +22,7 @@ TEST_F(OutputFile, AppearsWhenItIsComplete) {
   COutputFile kept, other;
   ASSERT_TRUE(kept.Open(Path("a.txt")));
   ASSERT_TRUE(other.Open(Path("a.txt")));  // two writers of one file do not meet
-  std::ifstream reader(Path("a.txt"));
+  const CFile reader(Path("a.txt").wstring().c_str(), CFile::modeRead);
   EXPECT_TRUE(kept.Write("after"));
   EXPECT_TRUE(kept.Commit());  // also while somebody reads the one before
   EXPECT_EQ(Bytes("a.txt"), "after");
