@@ -1,10 +1,8 @@
-#include "umlauf/platform/os/LargeMemory.h"
+#include "umlauf/platform/os/os.h"
 
 namespace umlauf::os {
 
 // Large pages need a privilege here that users do not have.
-void* AllocateLarge(std::size_t bytes) { return ::operator new(bytes); }
-
-void FreeLarge(void* block, std::size_t) noexcept { ::operator delete(block); }
+void WantLargePages(void*, std::size_t) {}
 
 }  // namespace umlauf::os
