@@ -111,7 +111,12 @@ bool CLevelFinder::Find(CBlockSource& source, unsigned channel) {
 
 void CLevelFinder::Look(CBlockSource& source, unsigned channel) {
   const bool given = upper_ && lower_;
-  Share share(source.Frames() ? Share::Interval(*source.Frames()) : 1);
+  // Where both levels are given, swings only tell whether to believe in them: that is not to take longer than
+  // to find the pulses.
+  const std::uint64_t frames = source.Frames().value_or(0);
+  const std::uint64_t keep =
+      given ? std::clamp<std::uint64_t>(frames / 16, Share::most / 4, Share::most) : Share::most;
+  Share share(Share::Interval(frames, keep));
   if ((given || part_) && !share.IsAll()) {
     if (LookAtPart(source, channel, share)) {
       seen_ = Seen::part;
@@ -129,7 +134,7 @@ void CLevelFinder::Look(CBlockSource& source, unsigned channel) {
 
 /// The share of a long recording alone; false where it cannot seek.
 bool CLevelFinder::LookAtPart(CBlockSource& source, unsigned channel, Share& share) {
-  const std::uint64_t distance = Share::stretch * share.Interval(*source.Frames());
+  const std::uint64_t distance = Share::stretch * share.Interval();
   for (std::uint64_t begin = 0; begin < *source.Frames(); begin += distance) {
     if (!source.Seek(begin)) return false;
     std::uint64_t at = begin;

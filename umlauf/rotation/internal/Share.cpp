@@ -37,9 +37,9 @@ void Share::TakeAt(std::uint64_t begin, const float* samples, std::size_t n, std
   Take(samples, n, stride);
 }
 
-std::uint64_t Share::Interval(std::uint64_t samples) {
+std::uint64_t Share::Interval(std::uint64_t samples, std::uint64_t keep) {
   std::uint64_t interval = 1;
-  while ((samples + stretch - 1) / stretch > mostStretches * interval) interval *= 2;
+  while ((samples + stretch - 1) / stretch > keep / stretch * interval) interval *= 2;
   return interval;
 }
 

@@ -30,8 +30,9 @@ class Share {
   Stretches Finish();
   bool IsAll() const { return interval_ == 1; }
 
-  /// For a recording of so many samples.
-  static std::uint64_t Interval(std::uint64_t samples);
+  /// For a recording of so many samples, of which at most `keep` are kept.
+  static std::uint64_t Interval(std::uint64_t samples, std::uint64_t keep = most);
+  std::uint64_t Interval() const { return interval_; }
 
  private:
   void Thin();
