@@ -66,7 +66,7 @@ std::string AxisLabel(const CMeasuringUnit& unit, const std::string& otherwise) 
   if (unit.is_db()) {
     CMeasuringUnit plain(unit);
     plain.set_db(false);
-    const std::string text = plain.empty() ? "" : " " + UnitText(plain);
+    const std::string text = plain.empty() ? std::string() : fmt::format(" {}", UnitText(plain));
     return fmt::format("level in dB re {:g}{}", unit.logref(), text);
   }
   if (unit.empty()) return otherwise + " (no unit)";
