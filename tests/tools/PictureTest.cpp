@@ -61,7 +61,7 @@ TEST_F(PictureTool, PictureThatDoesNotFitOntoTheDiskKeepsTheGoodOne) {
     const std::string good = Text(name);
     // A limit on the size of files cuts the picture as a full disk does.
     const Result result =
-        Shell(std::string("trap '' XFSZ; ulimit -f 16; '" + Program() + "' plot sine.csv -o ") + name);
+        Shell(std::string("trap '' XFSZ; ulimit -f 16; " + Program() + " plot sine.csv -o ") + name);
     EXPECT_EQ(result.code, 1) << name;
     EXPECT_THAT(result.err, HasSubstr("not whole"));
     EXPECT_EQ(Text(name), good) << name;

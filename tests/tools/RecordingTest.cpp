@@ -115,8 +115,8 @@ TEST_F(RecordingTool, PartsPipesAndScalesGiveThePulsesOfTheWhole) {
   const std::string raw = " --raw f32 --rate 8000 ", whole = Good("speed run.wav" + wheel);
   const auto rows = Rows(whole);
   ASSERT_GT(rows.size(), 600u);
-  EXPECT_EQ(Shell("cat run.f32 | '" + Program() + "' speed -" + raw + wheel).out, whole);
-  EXPECT_EQ(Shell("cat run.wav | '" + Program() + "' speed -" + wheel).out, whole);
+  EXPECT_EQ(Shell("cat run.f32 | " + Program() + " speed -" + raw + wheel).out, whole);
+  EXPECT_EQ(Shell("cat run.wav | " + Program() + " speed -" + wheel).out, whole);
   // Upside down and elsewhere: the same edges, within the rounding of the samples.
   const auto turned =
       Rows(Good("speed run.wav --scale -2 --offset 5 --edges falling --upper 5.6 --lower 4.4 "

@@ -46,12 +46,18 @@ class Tool : public testing::Test {
     std::filesystem::remove(err);
     return result;
   }
-  /// The program that was built beside this test, or another one, as under Wine.
-  static std::string Program() {
-    const char* const other = std::getenv("UMLAUF_TOOL_PROGRAM");
-    return other != nullptr ? other : UMLAUF_TOOL;
+  /// The program that was built beside this test, or another one, as under Wine; quoted for the shell.
+  static const std::string& Program() {
+    static const std::string quoted = [] {
+      const char* const other = std::getenv("UMLAUF_TOOL_PROGRAM");
+      std::string text = "'";
+      text += other != nullptr ? other : UMLAUF_TOOL;
+      text += '\'';
+      return text;
+    }();
+    return quoted;
   }
-  Result Run(const std::string& arguments) const { return Shell("'" + Program() + "' " + arguments); }
+  Result Run(const std::string& arguments) const { return Shell(Program() + " " + arguments); }
   /// As `Run`; the test fails unless it ends well and silently.
   std::string Good(const std::string& arguments) const {
     const Result result = Run(arguments);

@@ -137,15 +137,14 @@ TEST_F(ProgramTool, ControlCharactersDoNotReachTheTerminal) {
 TEST_F(ProgramTool, MissingGnuplotAndTerminationLeaveNothing) {
   Good("simulate run.wav --profile 0:600,0.2:600");
   const std::set<std::string> before = Files();
-  const Result missing =
-      Shell("PATH=/nowhere '" + Program() + "' speed run.wav --csv new.csv --plot new.svg");
+  const Result missing = Shell("PATH=/nowhere " + Program() + " speed run.wav --csv new.csv --plot new.svg");
   EXPECT_EQ(missing.code, 1);
   EXPECT_THAT(missing.err, HasSubstr("gnuplot"));
   EXPECT_EQ(Files(), before);
   // Hours of recording: it is still at work when its temporary file is there.
   const Result stopped =
-      Shell("'" + Program() +
-            "' simulate long.wav --duration 10000 & process=$!;"
+      Shell(Program() +
+            " simulate long.wav --duration 10000 & process=$!;"
             "until ls -A | grep -q part; do :; done; kill -TERM $process; wait $process; test $? -eq 143");
   EXPECT_EQ(stopped.code, 0) << stopped.err;
   EXPECT_EQ(Files(), before);
