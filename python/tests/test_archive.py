@@ -91,7 +91,10 @@ def cluster():
 
     security = distributed.Security.temporary()
     with (
-        dask.config.set({"distributed.scheduler.allowed-failures": 0}),
+        dask.config.set({
+            "distributed.scheduler.allowed-failures": 0,
+            "distributed.deploy.lost-worker-timeout": "1 day",
+        }),
         distributed.LocalCluster(
             n_workers=2,
             threads_per_worker=1,
@@ -196,11 +199,11 @@ def test_a_recording_that_kills_its_worker_is_a_row(client, tmp_path):
     try:
         folder = fill(tmp_path / "recordings", 12)
         evaluate(folder, RECIPE, tmp_path / "alone", workers=0)
-        evaluate(folder, RECIPE, tmp_path / "out", client, attempts=2)
+        evaluate(folder, RECIPE, tmp_path / "out", client, attempts=3)
         found, expected = rows(tmp_path / "out"), rows(tmp_path / "alone")
         deadly = found["name"].str.contains("E3_3")
         assert list(found[deadly]["error"]) == [
-            "WorkerLost: its worker died 2 times (memory, a crash, the timeout, or killed)"
+            "WorkerLost: its worker died 3 times (memory, a crash, the timeout, or killed)"
         ]
         pd.testing.assert_frame_equal(found[~deadly], expected[~deadly])
     finally:

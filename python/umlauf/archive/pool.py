@@ -93,7 +93,13 @@ def local_workers(workers: int | None = None, memory: str = "") -> Iterator[Any]
     distributed = need("distributed", "archive", "distributes the work")
     config = need("dask", "archive", "distributes the work").config
     # A worker that dies is told at once; who counts how often is the run. What waits in a worker is lost with it.
-    settings = {"distributed.scheduler.allowed-failures": 0, "distributed.comm.timeouts.connect": "60s"}
+    # A worker that died is started again by its nanny; the cluster, which looks only once some time later, would
+    # end for good what has died again at that moment.
+    settings = {
+        "distributed.scheduler.allowed-failures": 0,
+        "distributed.comm.timeouts.connect": "60s",
+        "distributed.deploy.lost-worker-timeout": "1 day",
+    }
     with tempfile.TemporaryDirectory(prefix="umlauf-") as folder, config.set(settings):
         cluster = distributed.LocalCluster(
             n_workers=workers or os.cpu_count() or 1,
