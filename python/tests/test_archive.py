@@ -169,7 +169,8 @@ def test_a_killed_worker_and_an_interrupted_run_change_no_row(archive, client, t
     same(shared, alone)
     assert umlauf.archive.read(shared).schema == umlauf.archive.read(alone).schema
 
-    changed = {**RECIPE, "speed": {"drive": {"pulses_per_rev": 8}}, "levels": {}, "orders": {"body": {**RECIPE["orders"]["body"], "tracks": [3, 6], "map": False}}}
+    body = {**RECIPE["orders"]["body"], "tracks": [3, 6], "map": False}
+    changed = {**RECIPE, "speed": {"drive": {"pulses_per_rev": 8}}, "levels": {}, "orders": {"body": body}}
     for out, by in [(alone, None), (shared, client)]:
         assert evaluate(archive, changed, out, by, workers=0).evaluated == 300
         assert umlauf.archive.recipes(out) == [whole.recipe, Recipe.of(changed).hash]

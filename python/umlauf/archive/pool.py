@@ -5,6 +5,7 @@ from __future__ import annotations
 import contextlib
 import logging
 import os
+import signal
 import tempfile
 import time
 from concurrent.futures import Future
@@ -100,19 +101,36 @@ def local_workers(workers: int | None = None, memory: str = "") -> Iterator[Any]
         "distributed.comm.timeouts.connect": "60s",
         "distributed.deploy.lost-worker-timeout": "1 day",
     }
-    with tempfile.TemporaryDirectory(prefix="umlauf-") as folder, config.set(settings):
-        cluster = distributed.LocalCluster(
-            n_workers=workers or os.cpu_count() or 1,
-            threads_per_worker=1,
-            processes=True,
-            host="127.0.0.1",
-            memory_limit=memory or "auto",
-            dashboard_address="127.0.0.1:0" if _importable("bokeh") else None,
-            local_directory=folder,
-            silence_logs=logging.CRITICAL,
-        )
-        with cluster, distributed.Client(cluster) as client:
-            yield client
+    with contextlib.ExitStack() as stack:
+        folder = stack.enter_context(tempfile.TemporaryDirectory(prefix="umlauf-"))
+        stack.enter_context(config.set(settings))
+        with _deaf_to_ctrl_c():
+            cluster = stack.enter_context(
+                distributed.LocalCluster(
+                    n_workers=workers or os.cpu_count() or 1,
+                    threads_per_worker=1,
+                    processes=True,
+                    host="127.0.0.1",
+                    memory_limit=memory or "auto",
+                    dashboard_address="127.0.0.1:0" if _importable("bokeh") else None,
+                    local_directory=folder,
+                    silence_logs=logging.CRITICAL,
+                )
+            )
+        yield stack.enter_context(distributed.Client(cluster))
+
+
+@contextlib.contextmanager
+def _deaf_to_ctrl_c() -> Iterator[None]:
+    """Threads that begin in here, and the processes that they start, leave Ctrl-C to who started them."""
+    if not hasattr(signal, "pthread_sigmask"):
+        yield
+        return
+    before = signal.pthread_sigmask(signal.SIG_BLOCK, {signal.SIGINT})
+    try:
+        yield
+    finally:
+        signal.pthread_sigmask(signal.SIG_SETMASK, before)
 
 
 @contextlib.contextmanager
