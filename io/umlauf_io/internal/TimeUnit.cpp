@@ -1,7 +1,7 @@
 #include "umlauf_io/internal/TimeUnit.h"
 
 #include <algorithm>
-#include <array>
+#include <iterator>
 #include <utility>
 
 #include "umlauf_io/NumberText.h"
@@ -9,19 +9,12 @@
 namespace umlauf::io {
 namespace {
 
-constexpr std::array<std::pair<std::string_view, double>, 13> units{{{"s", 1},
-                                                                     {"sec", 1},
-                                                                     {"seconds", 1},
-                                                                     {"Sekunden", 1},
-                                                                     {"ms", 1e-3},
-                                                                     {"us", 1e-6},
-                                                                     {"\u00B5s", 1e-6},
-                                                                     {"\u03BCs", 1e-6},  // the Greek letter
-                                                                     {"\xB5s", 1e-6},    // of code page 1252
-                                                                     {"ns", 1e-9},
-                                                                     {"min", 60},
-                                                                     {"h", 3600},
-                                                                     {"d", 86400}}};
+constexpr std::pair<std::string_view, double> units[] = {
+    {"s", 1},        {"sec", 1},   {"seconds", 1},    {"Sekunden", 1},
+    {"ms", 1e-3},    {"us", 1e-6}, {"\u00B5s", 1e-6}, {"\u03BCs", 1e-6},  // the Greek letter
+    {"\xB5s", 1e-6},                                                      // of code page 1252
+    {"ns", 1e-9},    {"min", 60},  {"h", 3600},
+};
 
 }  // namespace
 
@@ -29,7 +22,7 @@ std::optional<double> TimeUnit(std::string_view cell) {
   cell = Trimmed(cell);
   if (cell.size() > 2 && (cell.front() == '[' || cell.front() == '(')) cell = cell.substr(1, cell.size() - 2);
   const auto found = std::ranges::find(units, Trimmed(cell), &std::pair<std::string_view, double>::first);
-  return found == units.end() ? std::nullopt : std::optional(found->second);
+  return found == std::end(units) ? std::nullopt : std::optional(found->second);
 }
 
 std::optional<double> TimeUnitOfName(std::string_view name) {
