@@ -102,7 +102,12 @@ void ChannelSpeed::FailWithoutPulses(ProgressSource& source) const {
   }
   statistics.Add(source, channel_, options_.block);
   source.Check();
-  if (statistics.Count() == 0) Fail("no pulses found in {}: it holds no samples; check the recording", name);
+  if (statistics.Count() == 0) {
+    const bool cut = options_.recording.from || options_.recording.to;
+    Fail("no pulses found in {}: {}", name,
+         cut ? "nothing of it lies from --from to --to; look at its length with umlauf info and choose others"
+             : "it holds no samples; check the recording");
+  }
   Fail(
       "no pulses found in {} (edges: {}): its samples range from {:g} to {:g}, the thresholds are "
       "upper {:g}, lower {:g}; set --upper and --lower within the swing of the pulses, and check --channel "

@@ -30,6 +30,10 @@ std::size_t CCsvReader::Columns() const { return state_ ? state_->rows.columns()
 
 double CCsvReader::TimeUnit() const { return state_ ? state_->rows.timeUnit() : 1; }
 
+std::string_view CCsvReader::Unit(std::size_t column) const {
+  return state_ ? state_->rows.unit(column) : std::string_view();
+}
+
 bool CCsvReader::NextRow() {
   bool there = false;
   if (!state_ || failure_) return false;

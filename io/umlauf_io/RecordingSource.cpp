@@ -156,7 +156,11 @@ unsigned CRecordingSource::ChannelNumber(unsigned c) const {
 
 CString CRecordingSource::FormatName() const { return CString::FromUtf8(state_->reader->format()); }
 
-CString CRecordingSource::Unit() const { return state_->unit; }
+CString CRecordingSource::Unit(unsigned c) const {
+  const bool asRecorded = state_->scale == 1 && state_->offset == 0;
+  if (!state_->unit.IsEmpty() || !asRecorded || c >= Channels()) return state_->unit;
+  return CString::FromUtf8(state_->reader->channels()[state_->chosen[c]].unit);
+}
 
 const RecordingWarnings& CRecordingSource::Warnings() const { return state_->reader->warnings(); }
 

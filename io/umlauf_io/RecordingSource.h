@@ -39,8 +39,9 @@ class UMLAUF_IO_API CRecordingSource final : public CBlockSource {
   unsigned ChannelNumber(unsigned c) const;
   /// What kind of file it is, for people: "WAV, 32 bit float".
   CString FormatName() const;
-  /// Unit of the samples, as it was given; may be empty.
-  CString Unit() const;
+  /// Unit of a channel's samples, as it was given; else the one that the recording tells (a text table in its
+  /// header), unless the samples are scaled. May be empty.
+  CString Unit(unsigned c = 0) const;
   /// What was noticed so far; some of it shows only at the end of the recording.
   const RecordingWarnings& Warnings() const;
 

@@ -121,11 +121,13 @@ TEST_F(RecordingSource, TablesAsPeopleExportThem) {
   const struct {
     const char *text, *column;
     double rate;
+    const char* unit = "";
   } cases[] = {
       {"t;u\n0,0;1,5\n0,5;-2,5\n1,0;3\n", "column \"u\"", 2},
       {"t [ms]\tu\n0\t1,5\n0,5\t-2,5\n1\t3\n", "column \"u\"", 2000},
       {"time_us,u\n0,1.5\n500,-2.5\n1000,3\n", "column \"u\"", 2000},
-      {"Time,U\nms,V\n0,1.5\n0.5,-2.5\n1,3\n", "column \"U\"", 2000},
+      {"Time,U\nms,V\n0,1.5\n0.5,-2.5\n1,3\n", "column \"U\"", 2000, "V"},
+      {"t;M [Nm]\n0;1.5\n1;-2.5\n2;3\n", "column \"M [Nm]\"", 1, "Nm"},
       {"Device;X100\nDate;2024-05-01\nno 7\n\nZeit/s;U\n0;1.5\n0.5;-2.5\n1;3\n", "column \"U\"", 2},
       {"Device X100\nrecorded on a bench\n0 1.5\n0.5 -2.5\n1 3\n", "column 2", 2},
   };
@@ -134,12 +136,17 @@ TEST_F(RecordingSource, TablesAsPeopleExportThem) {
     const auto source = Open("t.csv");
     EXPECT_EQ(source->SampleRate(), c.rate) << c.text;
     EXPECT_EQ(source->ChannelName(0).ToUtf8(), c.column) << c.text;
+    EXPECT_EQ(source->Unit().ToUtf8(), c.unit) << c.text;
     EXPECT_THAT(Rest(*source), ElementsAre(1.5f, -2.5f, 3.0f)) << c.text;
     ASSERT_TRUE(source->Rewind());
     EXPECT_THAT(Rest(*source), ElementsAre(1.5f, -2.5f, 3.0f)) << c.text;
   }
-  Write("t.csv", "u\n1.5\n-2.5\n");
   RecordingFormat format;
+  format.scale = 2;  // no longer in Nm
+  Write("t.csv", "t,M [Nm]\n0,1\n1,2\n");
+  EXPECT_EQ(Open("t.csv", format)->Unit().ToUtf8(), "");
+  format.scale = 1;
+  Write("t.csv", "u\n1.5\n-2.5\n");
   format.rate = 10;
   EXPECT_THAT(Rest(*Open("t.csv", format)), ElementsAre(1.5f, -2.5f));
 }

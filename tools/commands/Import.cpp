@@ -4,7 +4,6 @@
 #include <memory>
 #include <optional>
 #include <string>
-#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -38,12 +37,10 @@ struct Column {
   std::vector<double> values;  ///< as written: single precision would move the ends of an axis
 };
 
-/// "speed [rpm]" apart; all of it is the name where there is no unit.
-std::pair<std::string, std::string> NameAndUnit(const std::string& cell) {
-  const std::size_t bracket = cell.rfind('[');
-  if (bracket == std::string::npos || !cell.ends_with(']')) return {cell, ""};
-  return {std::string(io::Trimmed(std::string_view(cell).substr(0, bracket))),
-          cell.substr(bracket + 1, cell.size() - bracket - 2)};
+/// "speed" of "speed [rpm]".
+std::string WithoutUnit(const std::string& cell) {
+  return cell.ends_with(']') ? std::string(io::Trimmed(std::string_view(cell).substr(0, cell.rfind('['))))
+                             : cell;
 }
 
 Column FindColumn(const CCsvReader& reader, const std::string& wanted, const ImportOptions& options) {
@@ -52,7 +49,7 @@ Column FindColumn(const CCsvReader& reader, const std::string& wanted, const Imp
   auto named = std::find(header.begin(), header.end(), wanted);
   if (named == header.end()) {
     named = std::find_if(header.begin(), header.end(),
-                         [&](const std::string& cell) { return NameAndUnit(cell).first == wanted; });
+                         [&](const std::string& cell) { return WithoutUnit(cell) == wanted; });
   }
   const auto number = io::ParseCount(wanted);
   if (named != header.end()) {
@@ -64,7 +61,8 @@ Column FindColumn(const CCsvReader& reader, const std::string& wanted, const Imp
          header.empty() ? "" : ", or a name from its header");
   }
   if (column.index >= header.size()) return column;
-  std::tie(column.name, column.unit) = NameAndUnit(header[column.index]);
+  column.name = WithoutUnit(header[column.index]);
+  column.unit = reader.Unit(column.index);
   return column;
 }
 

@@ -124,8 +124,8 @@ std::string Swings(ProgressSource& source, unsigned channel) {
 
 void ChannelRows(ProgressSource& source, const CRecordingSource& recording,
                  const std::vector<CRecordingStatistics>& channels, std::uint64_t frames) {
-  const std::string unit = recording.Unit().IsEmpty() ? "" : " " + recording.Unit().ToUtf8();
   for (unsigned c = 0; c < recording.Channels(); ++c) {
+    const std::string unit = recording.Unit(c).IsEmpty() ? "" : " " + recording.Unit(c).ToUtf8();
     const CRecordingStatistics& each = channels[c];
     Row("", "");
     Row("channel", recording.ChannelName(c).ToUtf8());

@@ -160,9 +160,13 @@ void Describe(const OrdersOptions& options, const CRecordingSource& source, unsi
     about.unit = CMeasuringUnit(CMeasuringUnit::rpm);
     return;
   }
-  for (unsigned c = first; c < source.Channels(); ++c)
+  const CString unit = source.Unit(first);
+  bool ofAll = true;
+  for (unsigned c = first; c < source.Channels(); ++c) {
     about.channels.push_back(source.ChannelName(c).ToUtf8());
-  if (!options.recording.unit.empty()) about.unit = CMeasuringUnit(CString::FromUtf8(options.recording.unit));
+    ofAll = ofAll && source.Unit(c) == unit;
+  }
+  if (ofAll && !unit.IsEmpty()) about.unit = CMeasuringUnit(unit);
 }
 
 void RunOrders(OrdersOptions options) {

@@ -147,8 +147,8 @@ Source ReadRecording(const PlotOptions& options, const std::string& path) {
   source.name = fmt::format("{}, {}", source.file, samples->ChannelName(0).ToUtf8());
   source.xUnit = "s";
   source.xLabel = "time in s";
-  source.yLabel = recording.unit.empty() ? "sample value" : "sample value in " + recording.unit;
-  source.yUnit = recording.unit;
+  source.yUnit = samples->Unit().ToUtf8();
+  source.yLabel = source.yUnit.empty() ? "sample value" : "sample value in " + source.yUnit;
   source.recording = true;
   if (samples->Frames()) {
     TakeRecording(*samples, source);

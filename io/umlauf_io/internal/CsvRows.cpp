@@ -30,6 +30,20 @@ std::string_view Unquoted(std::string_view cell) {
   return cell;
 }
 
+/// What stands in square brackets at the end of a column's name.
+std::string_view UnitAtEnd(std::string_view name) {
+  const std::size_t bracket = name.rfind('[');
+  if (bracket == std::string_view::npos || !name.ends_with(']')) return {};
+  return Trimmed(name.substr(bracket + 1, name.size() - bracket - 2));
+}
+
+/// "V", also where the cell is "[V]" or "(V)".
+std::string_view WithoutBrackets(std::string_view cell) {
+  const bool bracketed =
+      (cell.starts_with('[') && cell.ends_with(']')) || (cell.starts_with('(') && cell.ends_with(')'));
+  return bracketed && cell.size() >= 2 ? Trimmed(cell.substr(1, cell.size() - 2)) : cell;
+}
+
 }  // namespace
 
 CsvRows::CsvRows(std::unique_ptr<ByteStream> stream)
@@ -81,13 +95,19 @@ void CsvRows::TakeHeader(const std::vector<Line>& before) {
   std::size_t names = before.size();
   if (names > 1 && takeLine(before[names - 2]) && takeLine(before[names - 1])) {
     unit = TimeUnit(cells_[0]);
-    if (unit) --names;
+    if (unit) {
+      --names;
+      for (const std::string_view cell : cells_) units_.emplace_back(WithoutBrackets(cell));
+    }
     // Two rows of names are one too many: one that holds numbers was meant to be a row of them.
     else if (std::ranges::any_of(cells_, [this](std::string_view cell) { return Parse(cell).has_value(); }))
       Number(0);
   }
   if (names > 0 && (takeLine(before[names - 1]) || before.size() == 1)) {
     for (const std::string_view cell : cells_) header_.emplace_back(cell);
+    if (units_.empty()) {
+      for (const std::string_view cell : cells_) units_.emplace_back(UnitAtEnd(cell));
+    }
     if (!unit && !header_.empty()) unit = TimeUnitOfName(header_[0]);
   }
   timeUnit_ = unit.value_or(1);

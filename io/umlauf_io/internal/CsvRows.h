@@ -25,6 +25,10 @@ class CsvRows {
   /// Column names, without quotes; empty when the file has no header.
   const std::vector<std::string>& header() const { return header_; }
   std::size_t columns() const { return columns_; }
+  /// Unit of a column [from 0], from the row of units or the header ("torque [Nm]"); empty where none is told.
+  std::string_view unit(std::size_t column) const {
+    return column < units_.size() ? units_[column] : std::string_view();
+  }
   /// [s] Unit of the times in the first column, from the header; 1 where it tells none.
   double timeUnit() const { return timeUnit_; }
 
@@ -67,7 +71,7 @@ class CsvRows {
   double timeUnit_ = 1;
   std::uint64_t headerLines_ = 0;  ///< not passed over, before the first row of numbers
   std::vector<std::string_view> cells_;
-  std::vector<std::string> header_;
+  std::vector<std::string> header_, units_;
   std::size_t columns_ = 0;
 };
 

@@ -25,7 +25,8 @@ void FrameReader::Warn(const char* code, const std::string& text) {
 void FrameReader::NumberChannels(unsigned count) {
   recordingChannels_ = count;
   channels_.reserve(count);
-  for (unsigned i = 1; i <= count; ++i) channels_.push_back({i, fmt::format("channel {} of {}", i, count)});
+  for (unsigned i = 1; i <= count; ++i)
+    channels_.push_back({i, fmt::format("channel {} of {}", i, count), ""});
 }
 
 }  // namespace umlauf::io

@@ -18,6 +18,7 @@ namespace umlauf::io {
 struct Channel {
   unsigned number = 0;  ///< from 1; of a table that of its column
   std::string name;     ///< for people
+  std::string unit;     ///< that the recording tells; may be empty
 };
 
 /// One format of recordings: frames from start to end, as they lie in the file. Throws Error.

@@ -67,9 +67,10 @@ class TableReader final : public FrameReader {
 
   void AddChannel(std::size_t column) {
     const auto& names = rows_.header();
-    channels_.push_back({static_cast<unsigned>(column + 1), column < names.size()
-                                                                ? fmt::format("column \"{}\"", names[column])
-                                                                : fmt::format("column {}", column + 1)});
+    channels_.push_back({static_cast<unsigned>(column + 1),
+                         column < names.size() ? fmt::format("column \"{}\"", names[column])
+                                               : fmt::format("column {}", column + 1),
+                         std::string(rows_.unit(column))});
   }
 
   void TakeColumn(const std::string& wanted) {
