@@ -206,8 +206,14 @@ void CLevelFinder::TakeLevels(const Swings& swings) {
 }
 
 void CLevelFinder::Take(const Swings& swings) {
-  if (swings.rivals > 0) {
-    CString text;
+  CString text;
+  if (const double hum = std::max(swings.hum, swings.humLeftOut); hum > 0) {
+    text.Format(
+        L"%.0f small swings of one length look like hum while the shaft stands and were %s; look at the "
+        L"recording, and give both levels if that is wrong",
+        hum, swings.hum > 0 ? L"counted as teeth" : L"left out");
+    levels_.warnings.push_back({"levels-uncertain", text});
+  } else if (swings.rivals > 0) {
     text.Format(
         L"%.0f swings of the signal were taken for teeth, but %.0f %s ones are as regular; look at the "
         L"recording, and if those are the teeth give both levels",

@@ -7,6 +7,9 @@
 #include <span>
 #include <utility>
 
+#include "umlauf/rotation/internal/PreparedStretches.h"
+#include "umlauf/rotation/internal/Ripple.h"
+#include "umlauf/rotation/internal/SwingHistogram.h"
 #include "umlauf/rotation/internal/Zigzag.h"
 
 namespace umlauf::rotation {
@@ -15,42 +18,7 @@ namespace {
 constexpr double bad = 0.02;       ///< of the badness
 constexpr float cutSwing = 0.85f;  ///< a swing at either end must be so much of the next one
 constexpr float dwarf = 0.15f;     ///< a swing so much smaller than those on both sides belongs to no tooth
-constexpr double irregular = 0.3;
-constexpr std::uint64_t fewPulses = 4, enoughPulses = 10;
-constexpr double wandering = 0.1;  ///< of a swing, within four
-constexpr double evenShare = 0.7;  ///< a gap takes two pulses of a revolution
 constexpr std::size_t mostPlateaus = 8;
-constexpr std::uint64_t fewMarks = 10;
-constexpr double fewBetween = 6;      ///< swings between great ones that a shaft or a sensor may add
-constexpr double highMarks = 5;       ///< times the swings that lie on them
-constexpr double mostCertain = 0.05;  ///< of a swing: so small is no tooth beside it
-
-/// Stretches as they are to be followed; those that need no preparation are not copied.
-class PreparedStretches {
- public:
-  PreparedStretches(const Stretches& stretches, const SwingScale& scale) {
-    own_.reserve(stretches.size());
-    for (const Stretch& each : stretches) {
-      std::span<const float> samples = each.samples;
-      if (scale.preparation != Preparation::none || !AreFinite(samples)) {
-        SamplePreparation step(scale);
-        std::vector<float>& out = own_.emplace_back();
-        out.reserve(samples.size());
-        step.Take(samples.data(), samples.size(), 1, out);
-        step.Finish(out);
-        samples = out;
-      }
-      stretches_.push_back(samples);
-    }
-  }
-
-  auto begin() const { return stretches_.begin(); }
-  auto end() const { return stretches_.end(); }
-
- private:
-  std::vector<std::vector<float>> own_;
-  std::vector<std::span<const float>> stretches_;
-};
 
 /// Follows one stretch.
 class Follower {
@@ -125,59 +93,10 @@ Swings FollowPrepared(const PreparedStretches& stretches, const SwingScale& scal
   return swings;
 }
 
-/// What small swings are to great ones: edges are passed in one go, the rest is ripple.
-struct Ripple {
-  double edges = 0, flats = 0;  ///< flats: between two edges, with ripple on them
-  double others = 0, heights = 0;
-  double Height() const { return heights / std::max(others, 1.0); }
-};
-
-Ripple RippleBetween(const PreparedStretches& stretches, float smallest, double edge) {
-  Ripple ripple;
-  for (const std::span<const float> samples : stretches) {
-    Zigzag zigzag(smallest);
-    float last = samples.empty() ? 0 : samples[0];
-    bool rippled = false;
-    for (const float sample : samples) {
-      if (!zigzag.Take(sample)) continue;
-      const double swing = std::abs(zigzag.Value() - last);
-      last = zigzag.Value();
-      if (swing >= edge) {
-        ++ripple.edges;
-        ripple.flats += rippled ? 1 : 0;
-        rippled = false;
-      } else {
-        rippled = true;
-        ++ripple.others;
-        ripple.heights += swing;
-      }
-    }
-  }
-  return ripple;
-}
-
-/// Whether small swings are ripple on the flats between the edges of great ones (hum, ringing, a level that
-/// moves with the angle), how ever regular: the great ones go up and down in one go, or nearly so. Teeth that
-/// lie on a greater wave, of a shaft that runs out, turn many times on its way; where a shaft speeds up,
-/// small teeth come before great ones, not between them. Many of some height, with one much higher in a
-/// revolution, are teeth.
-bool AreRipple(const PreparedStretches& stretches, const Swings& small, Swings& great) {
-  const double height = great.sizes / (2 * great.count);
-  const double highest = small.count < fewBetween * great.count ? 0.35 : 0.15;
-  for (const auto& [edge, most] : {std::pair(0.6, highest), std::pair(0.25, 0.1)}) {
-    const Ripple ripple = RippleBetween(stretches, small.scale.smallest, edge * height);
-    if (ripple.edges < 0.9 * 2 * great.count || ripple.flats < 0.05 * ripple.edges) continue;
-    if (ripple.Height() > most * height) continue;
-    great.rivals = ripple.Height() > mostCertain * height ? small.count : 0;
-    return true;
-  }
-  return false;
-}
-
-/// Whether great swings, which small ones seem to lie on, could as well be the marks of a shaft under hum.
-bool CouldBeMarks(const Swings& small, const Swings& great) {
-  return great.regularity.Pulses() >= fewMarks && great.Badness() < irregular &&
-         3 * great.count < small.count && great.sizes / great.count > highMarks * small.sizes / small.count;
+/// Whether the great swings are the small ones without those that look like hum.
+bool WithoutHum(const Swings& small, const Swings& great) {
+  return small.hum > 0 && great.AreRegular() &&
+         std::abs(small.count - small.hum - great.count) <= std::max(4.0, 0.1 * small.hum);
 }
 
 /// The best of one preparation.
@@ -203,10 +122,14 @@ Swings Best(const Stretches& stretches, SwingScale scale) {
     // Where the numbers are much the same, noise adds a few to the smaller swings; else the smaller ones are
     // the teeth, if they look like teeth.
     const bool alike = swings.count > 0.8 * best.count && best.Badness() < bad && swings.Badness() < bad;
-    if (best.scale.smallest == 0 ||
+    const bool withoutHum = WithoutHum(best, swings);
+    if (best.scale.smallest == 0 || withoutHum ||
         (alike ? plateau.Width() > width : swings.Badness() < best.Badness() / 2) ||
         (!alike && swings.AreRegular() && AreRipple(prepared, best, swings))) {
+      if (!alike && swings.rivals == 0 && CouldBeTeeth(best, swings)) swings.rivals = best.count;
+      swings.humLeftOut = withoutHum ? best.hum : 0;
       best = std::move(swings);
+      best.hum = CountHum(prepared, best);
       width = plateau.Width();
     } else if (CouldBeMarks(best, swings)) {
       best.rivals = swings.count;
@@ -216,23 +139,6 @@ Swings Best(const Stretches& stretches, SwingScale scale) {
 }
 
 }  // namespace
-
-bool Swings::AreRegular() const {
-  return scale.smallest > 0 && regularity.Pulses() >= fewPulses && Badness() < irregular;
-}
-
-bool Swings::AreFlawless() const {
-  return AreRegular() && regularity.Pulses() >= enoughPulses && regularity.Odd() + dwarfs <= 0 &&
-         regularity.EvenShare() >= evenShare;
-}
-
-bool Swings::Wander() const { return wander > wandering * sizes; }
-
-double Swings::Badness() const {
-  const auto pulses = static_cast<double>(regularity.Pulses());
-  const double uneven = std::max(0.0, evenShare - regularity.EvenShare());
-  return (regularity.Odd() + dwarfs + 0.5) / std::max(pulses, 1.0) + 2 * uneven;
-}
 
 Swings FindSwings(const Stretches& stretches) {
   SwingScale plain;

@@ -4,6 +4,7 @@
 #include <cmath>
 #include <limits>
 #include <map>
+#include <utility>
 
 namespace umlauf::rotation {
 namespace {
@@ -18,6 +19,9 @@ constexpr double longBesides = 1.4;              ///< of the longer one of its n
 constexpr double calm = 0.12;                    ///< greatest change from pulse to pulse
 constexpr double standstill = 4;                 ///< pitches
 constexpr double gradual = 1.15;  ///< a wheel that comes to rest or starts: from pulse to pulse
+constexpr double burstPart = 0.3, burstEnds = 0.6;  ///< of the pulses before
+constexpr double longestBurst = 2.5;                ///< of these
+constexpr std::size_t leastBurst = 3;               ///< fewer are seen one by one
 constexpr std::size_t mostLongs = 100000;
 constexpr std::size_t mostGaps = 4;  ///< of a wheel
 
@@ -34,6 +38,7 @@ void Regularity::Take(double length) {
     return;
   }
   Compare(length);
+  WatchBurst(length);
   Keep(length);
   if (inPart_ >= window) Judge();
 }
@@ -75,6 +80,7 @@ void Regularity::Break() {
   inPart_ = 0;
   calm_ = 0;
   skip_ = false;
+  burst_ = {};
   ++parts_;
 }
 
@@ -98,6 +104,25 @@ void Regularity::Compare(double length) {
     const double before = *(behind - pattern);
     even_[pattern - 1] += (length <= even * before) & (before <= even * length) ? 1 : 0;
   }
+}
+
+/// No shaft turns far faster for the time of two pulses and goes on as before.
+void Regularity::WatchBurst(double length) {
+  if (burst_.pulses == 0) {
+    if (inPart_ < 2) return;
+    burst_.before = std::min(Before(1), Before(2));
+  }
+  const bool isShort = length < burstPart * burst_.before;
+  if (isShort) {
+    burst_.sum += length;
+    burst_.pulses += 1 + std::exchange(burst_.behind, 0);
+  } else if (burst_.pulses > 0) {
+    ++burst_.behind;  // the first one may be cut
+  }
+  const bool ends = !isShort && length >= burstEnds * burst_.before;
+  if (ends && burst_.pulses >= leastBurst) extra_ += static_cast<double>(burst_.pulses);
+  if (ends || burst_.behind > 1 || burst_.sum > longestBurst * burst_.before) burst_ = {};
+  if (burst_.pulses > 0) calm_ = 0;  // each one is to be seen
 }
 
 double Regularity::EvenShare() const {

@@ -25,7 +25,7 @@ class Regularity {
   /// Share of pulses about as long as the one before, or as the second before, up to the sixth, whichever
   /// fits best.
   double EvenShare() const;
-  /// Pulses that two edges too close together make of one.
+  /// Pulses that two edges too close together make of one, and those of bursts.
   double Extra() const { return IsPattern() ? 0 : extra_; }
   /// Pulses that seem to be lost: pitches in long pulses that are no gap of the wheel.
   double Lost() const;
@@ -48,6 +48,7 @@ class Regularity {
   std::size_t TakeCalm(const double* lengths, std::size_t n);
   void Keep(double length);
   void Compare(double length);
+  void WatchBurst(double length);
   void Judge();
   void JudgeRest();
   bool Fits() const;
@@ -63,6 +64,13 @@ class Regularity {
   std::array<double, 2 * window> lengths_{};  ///< pulse i at i % window, and once more a window behind
   std::size_t calm_ = 0;                      ///< pulses much like the one before, in succession
   bool skip_ = false;
+  /// Pulses far shorter than the ones before them.
+  struct Burst {
+    double before = 0;       ///< length
+    double sum = 0;          ///< of their lengths
+    std::size_t pulses = 0;  ///< 0: there is none
+    std::size_t behind = 0;  ///< pulses that came after them
+  } burst_;
   double extra_ = 0;
   std::uint64_t standstills_ = 0;
   std::vector<Long> longs_;
