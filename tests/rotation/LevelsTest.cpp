@@ -78,6 +78,13 @@ TEST(Levels, FindTheTeethOrSayWhatIsWrong) {
        ""},
       {[](double value, double time) { return std::abs(std::fmod(time, 0.1) - 0.0987) < 3e-5 ? 20 : value; },
        0.5f, -0.5f, "extra-pulses"},
+      // Two bursts of a few swings, each as regular as teeth.
+      {[](double value, double time) {
+         return value + (std::fmod(time, 1.0) > 0.5 && std::fmod(time, 1.0) < 0.5025
+                             ? 3 * std::sin(2 * std::numbers::pi * 2500 * time)
+                             : 0);
+       },
+       0.5f, -0.5f, "extra-pulses"},
       {[](double, double time) { return std::floor(time * 2); }, 0.5f, 0.4f, "few-pulses"},
   };
   for (const auto& c : cases) {
@@ -114,6 +121,19 @@ TEST(Levels, RippleBetweenMarksIsNoTooth) {
     EXPECT_EQ(rotation.Pulses().size(), 20u) << c.hum;
     EXPECT_EQ(rotation.Warnings().empty() ? "" : rotation.Warnings()[0].code, c.code) << c.hum;
   }
+}
+
+/// The shaft stands in the second half, and the sensor picks up hum.
+TEST(Levels, HumAtStandstillIsNoTooth) {
+  const std::vector<float> samples = Teeth([](double value, double time) {
+    return (time < 1 ? value : 0) + 0.1 * std::sin(2 * std::numbers::pi * 50 * time);
+  });
+  CMemorySource recording(samples, kRate);
+  CRotation rotation;
+  ASSERT_TRUE(rotation.Analyse(recording));
+  EXPECT_NEAR(static_cast<double>(rotation.Pulses().size()), 200, 1);
+  ASSERT_EQ(rotation.Warnings().size(), 1u);
+  EXPECT_EQ(rotation.Warnings()[0].code, "levels-uncertain");
 }
 
 /// Slow marks that the hum turns back on their way cannot be told from a shaft that runs out: that is said.

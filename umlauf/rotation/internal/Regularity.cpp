@@ -18,7 +18,8 @@ constexpr double longPulse = 1.5;                ///< pitches
 constexpr double longBesides = 1.4;              ///< of the longer one of its neighbours
 constexpr double calm = 0.12;                    ///< greatest change from pulse to pulse
 constexpr double standstill = 4;                 ///< pitches
-constexpr double gradual = 1.15;  ///< a wheel that comes to rest or starts: from pulse to pulse
+constexpr double gradual = 1.15;  ///< a wheel that comes to rest and starts: from pulse to pulse
+constexpr double plainly = 1.3;   ///< one of the two, where the other one cannot be seen
 constexpr double burstPart = 0.3, burstEnds = 0.6;  ///< of the pulses before
 constexpr double longestBurst = 2.5;                ///< of these
 constexpr std::size_t leastBurst = 3;               ///< fewer are seen one by one
@@ -163,8 +164,9 @@ void Regularity::Judge() {
     return;
   }
   if (length < longPulse * reference || length < longBesides * std::max(before, next)) return;
-  const bool slows = before > gradual * at[reach - 2], speedsUp = next > gradual * at[reach + 2];
-  if (length > standstill * reference && (slows || speedsUp)) {
+  const double slows = before / at[reach - 2], speedsUp = next / at[reach + 2];
+  const bool rests = std::max(slows, speedsUp) > plainly || std::min(slows, speedsUp) > gradual;
+  if (length > standstill * reference && rests) {
     ++standstills_;
   } else if (longs_.size() < mostLongs) {
     longs_.push_back({pulses_, std::round(length / reference), parts_});
