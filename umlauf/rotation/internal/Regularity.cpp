@@ -103,7 +103,7 @@ void Regularity::Compare(double length) {
   const std::size_t patterns = std::min<std::uint64_t>(longestPattern, inPart_);
   for (std::size_t pattern = 1; pattern <= patterns; ++pattern) {
     const double before = *(behind - pattern);
-    even_[pattern - 1] += (length <= even * before) & (before <= even * length) ? 1 : 0;
+    even_[pattern - 1] += ((length <= even * before) & (before <= even * length)) ? 1 : 0;
   }
 }
 
