@@ -16,11 +16,11 @@ constexpr std::uint64_t fewMarks = 10;
 constexpr double fewBetween = 6;      ///< swings between great ones that a shaft or a sensor may add
 constexpr double highMarks = 5;       ///< times the swings that lie on them
 constexpr double mostCertain = 0.05;  ///< of a swing: so small is no tooth beside it
-constexpr double lowHum = 0.4;        ///< of the mean swing
+constexpr double lowHum = 0.6;        ///< of the mean swing
 constexpr double evenHum = 0.15;      ///< of the mean length in a run
 constexpr std::size_t leastHum = 8;   ///< swings that follow each other
 constexpr std::size_t beside = 3;     ///< swings on either side that are looked at
-constexpr double nearLength = 1.3, nearHeight = 2, equalLength = 1.1;  ///< ratios to these
+constexpr double nearLength = 1.3, nearHeight = 1.6, equalLength = 1.1;  ///< ratios to these
 
 /// What small swings are to great ones: edges are passed in one go, the rest is ripple.
 struct Ripple {
@@ -85,7 +85,7 @@ struct Run {
   int verdict = 0;
 };
 
-/// Whether the swings beside a run go over into it: one is much like its swings, or most have their length.
+/// Whether the swings beside a run go over into it: one is much like its swings, or all have their length.
 bool GoesOn(std::span<const Swing> neighbours, const Swing& run) {
   const auto alike = [](double a, double b, double ratio) { return a < ratio * b && b < ratio * a; };
   std::size_t sameLength = 0;
@@ -93,7 +93,7 @@ bool GoesOn(std::span<const Swing> neighbours, const Swing& run) {
     if (alike(each.length, run.length, nearLength) && alike(each.height, run.height, nearHeight)) return true;
     sameLength += alike(each.length, run.length, equalLength) ? 1 : 0;
   }
-  return 2 * sameLength > neighbours.size();
+  return sameLength == neighbours.size() && sameLength > 0;
 }
 
 void AddRuns(std::span<const Swing> swings, double highest, std::vector<Run>& runs) {
