@@ -49,12 +49,12 @@ double ClippedShare(const Stretches& stretches) {
     min = std::min(min, low);
     max = std::max(max, high);
   }
-  double ends = 0, all = 0;
+  std::size_t ends = 0, all = 0;
   for (const Stretch& each : stretches) {
-    all += static_cast<double>(each.samples.size());
-    for (const float x : each.samples) ends += x <= min || x >= max ? 1 : 0;
+    all += each.samples.size();
+    for (const float x : each.samples) ends += static_cast<std::size_t>((x <= min) | (x >= max));
   }
-  const double share = all > 0 ? ends / all : 0;
+  const double share = all > 0 ? static_cast<double>(ends) / static_cast<double>(all) : 0;
   return share < 0.98 ? share : 0;
 }
 
@@ -115,7 +115,7 @@ void CLevelFinder::Look(CBlockSource& source, unsigned channel) {
   // to find the pulses.
   const std::uint64_t frames = source.Frames().value_or(0);
   const std::uint64_t keep =
-      given ? std::clamp<std::uint64_t>(frames / 16, Share::most / 4, Share::most) : Share::most;
+      given ? std::clamp<std::uint64_t>(frames / 32, Share::most / 4, Share::most) : Share::most;
   Share share(Share::Interval(frames, keep));
   if ((given || part_) && !share.IsAll()) {
     if (LookAtPart(source, channel, share)) {

@@ -114,6 +114,12 @@ class UMLAUF_API CPulseTrain {
   void RemoveFirst(std::size_t pulses);
   /// Removes the pulses; room, rate and start time stay.
   void Clear();
+  /// As above, for the pulses of another recording.
+  void Clear(double sampleRate, double startTime) {
+    Clear();
+    sampleRate_ = sampleRate;
+    startTime_ = startTime;
+  }
 
  private:
   double sampleRate_ = 1, startTime_ = 0;

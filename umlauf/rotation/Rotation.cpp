@@ -51,7 +51,7 @@ bool CRotation::Analyse(CBlockSource& recording, unsigned channel) {
   failure_.Empty();
   levels_ = PulseLevels();
   wheel_ = PulseWheel{pulsesPerRevolution_, {}};
-  pulses_ = CPulseTrain(recording.SampleRate(), recording.StartTime());
+  pulses_.Clear(recording.SampleRate(), recording.StartTime());
   samples_ = 0;
   Forget();
   const bool enough = umlauf::HadMemory([&] {

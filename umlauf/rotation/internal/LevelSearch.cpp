@@ -129,7 +129,7 @@ Swings Best(const Stretches& stretches, SwingScale scale) {
       if (!alike && swings.rivals == 0 && CouldBeTeeth(best, swings)) swings.rivals = best.count;
       swings.humLeftOut = withoutHum ? best.hum : 0;
       best = std::move(swings);
-      best.hum = CountHum(prepared, best);
+      best.hum = CountHum(prepared, best, static_cast<double>(plateau.high));
       width = plateau.Width();
     } else if (CouldBeMarks(best, swings)) {
       best.rivals = swings.count;

@@ -139,9 +139,10 @@ bool CouldBeTeeth(const Swings& small, const Swings& great) {
          small.sizes / small.count > mostCertain * great.sizes / great.count;
 }
 
-double CountHum(const PreparedStretches& stretches, const Swings& swings) {
+double CountHum(const PreparedStretches& stretches, const Swings& swings, double least) {
   std::vector<Run> runs;
   const double highest = lowHum * swings.sizes / std::max(2 * swings.count, 1.0);
+  if (least >= highest) return 0;
   for (const std::span<const float> samples : stretches)
     AddRuns(SwingsOf(samples, swings.scale.smallest), highest, runs);
   // A stretch that holds nothing else is hum if another one tells that swings of this length are.

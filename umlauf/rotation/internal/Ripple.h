@@ -20,6 +20,7 @@ bool CouldBeTeeth(const Swings& small, const Swings& great);
 /// How many of the swings look like hum while the shaft stands: small ones beside the others, many of them
 /// one like the other in length, which do not go on from the speed before or lead to the one after them. A
 /// shaft that turns slowly and evenly, with small swings, gets there and away from there bit by bit.
-double CountHum(const PreparedStretches& stretches, const Swings& swings);
+/// `least`: none of the swings is smaller.
+double CountHum(const PreparedStretches& stretches, const Swings& swings, double least);
 
 }  // namespace umlauf::rotation
