@@ -1,9 +1,11 @@
 // Resampling over the angle of a shaft and order maps, beside rota-order where Python has it
 // (orders_rota.py). Arguments: seconds at 50 kHz, channels. Counters vs_rota: its processor time over ours,
-// above 1 is faster.
+// above 1 is faster. Gigabyte tells the greatest memory of the process, so it comes first.
 
 #include <benchmark/benchmark.h>
+#include <sys/resource.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
@@ -22,21 +24,27 @@ namespace {
 
 constexpr double kRate = 50000;
 
-/// Noise on all channels, and the pulses of 60 teeth of a run-up from 600 to 6000 rpm.
+/// The pulses of 60 teeth of a run-up from 600 to 6000 rpm.
+CPulseTrain RunUpPulses(double seconds) {
+  CPulseTrain pulses(kRate);
+  const double rise = 90 / seconds;
+  CPulseTrain::Pulse pulse;
+  for (double k = 1; pulse.end < kRate * seconds; ++k) {
+    pulse.begin = pulse.end;
+    pulse.end = (std::sqrt(100 + 2 * rise * k / 60) - 10) / rise * kRate;
+    pulse.revolutionTime = pulse.Length() * 60;
+    pulses.Append(pulse);
+  }
+  return pulses;
+}
+
+/// Noise on all channels, and the pulses of a run-up.
 struct Recording {
-  Recording(double length, unsigned c) : seconds(length), channels(c), pulses(kRate) {
+  Recording(double length, unsigned c) : seconds(length), channels(c), pulses(RunUpPulses(length)) {
     std::mt19937 random(1);
     std::normal_distribution<float> noise;
     samples.resize(static_cast<std::size_t>(kRate * seconds) * channels);
     for (float& each : samples) each = noise(random);
-    const double rise = 90 / seconds;
-    CPulseTrain::Pulse pulse;
-    for (double k = 1; pulse.end < kRate * seconds; ++k) {
-      pulse.begin = pulse.end;
-      pulse.end = (std::sqrt(100 + 2 * rise * k / 60) - 10) / rise * kRate;
-      pulse.revolutionTime = pulse.Length() * 60;
-      pulses.Append(pulse);
-    }
   }
   CMemorySource Source() const {
     return {samples.data(), samples.size() / channels, channels, channels, kRate};
@@ -117,6 +125,51 @@ void OrderMap(benchmark::State& state) {
   Report(state, recording, peer, ProcessorSeconds() - start);
 }
 
+/// A second of a recording over and over, so that a long one takes no memory.
+class Repeated : public CBlockSource {
+ public:
+  Repeated(const Recording& second, std::uint64_t frames) : second_(second), left_(frames) {}
+  double SampleRate() const override { return kRate; }
+  unsigned Channels() const override { return second_.channels; }
+  SampleBlock Read(std::size_t count) override {
+    const std::size_t length = second_.samples.size() / second_.channels, at = at_ % length;
+    const std::size_t n =
+        static_cast<std::size_t>(std::min<std::uint64_t>(left_, std::min(count, length - at)));
+    left_ -= n;
+    at_ += n;
+    return {second_.samples.data() + at * second_.channels, n, second_.channels};
+  }
+
+ private:
+  const Recording& second_;
+  std::uint64_t left_, at_ = 0;
+};
+
+/// A gigabyte of 8 channels: map and three tracks of each, in less than 1 GiB.
+void Gigabyte(benchmark::State& state) {
+  const Recording noise(1, 8);
+  const std::uint64_t frames = 1'000'000'000 / (8 * sizeof(float));
+  const double seconds = static_cast<double>(frames) / kRate;
+  COrderAnalysis::Settings settings;
+  settings.map = {.maxOrder = 60, .resolution = 0.1};
+  settings.tracks.orders = {1, 2, 27.5};
+  for (auto _ : state) {
+    const CPulseTrain pulses = RunUpPulses(seconds);
+    Repeated source(noise, frames);
+    COrderAnalysis analysis(settings);
+    if (!analysis.Analyse(source, pulses, 60)) state.SkipWithError("no analysis");
+    benchmark::DoNotOptimize(analysis.Map()->Rows().size());
+  }
+  rusage used{};
+  getrusage(RUSAGE_SELF, &used);
+  const double most = static_cast<double>(used.ru_maxrss) / 1024;
+  state.counters["MiB"] = most;
+  state.counters["samples/s"] =
+      benchmark::Counter(static_cast<double>(8 * frames * state.iterations()), benchmark::Counter::kIsRate);
+  if (most >= 1024) state.SkipWithError("more than 1 GiB");
+}
+
+BENCHMARK(Gigabyte)->Unit(benchmark::kSecond)->Iterations(1);
 BENCHMARK(Resampling)->Args({20, 1})->Args({80, 1})->Args({20, 8})->Unit(benchmark::kMillisecond);
 BENCHMARK(OrderMap)->Args({20, 1})->Args({80, 1})->Args({20, 8})->Unit(benchmark::kMillisecond);
 

@@ -76,9 +76,7 @@ SpeedReport ChannelSpeed::Complete(ProgressSource& source) {
   report.channelNumber = file_.ChannelNumber(channel_);
   report.channels = file_.RecordingChannels();
   report.duration = static_cast<double>(tacho_->Samples()) / file_.SampleRate();
-  for (const RotationWarning& each : tacho_->Warnings()) {
-    report.warnings.push_back({std::string(each.code), each.text});
-  }
+  Add(tacho_->Warnings(), file_.StartTime(), report.warnings);
   report.thresholds = SpeedReport::Thresholds{levels_.upper,
                                               levels_.lower,
                                               levels_.automaticUpper,

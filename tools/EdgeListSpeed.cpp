@@ -62,9 +62,10 @@ void RunEdgeList(const SpeedOptions& given, EdgeListKind kind, bool alone, Speed
   std::span<const RecordedEdge> edges = source.Read(options.block);
   check();
   if (edges.empty()) Fail("no pulses found in {}: it holds no edges", path);
+  const double begin = edges.front().time;
   CEdgePulses maker(SettingsOf(options, kind));
-  SpeedOutputs outputs(options, options.countTeeth ? 1 : options.pulsesPerRev, CEdgePulses::sampleRate,
-                       edges.front().time, 0);
+  SpeedOutputs outputs(options, options.countTeeth ? 1 : options.pulsesPerRev, CEdgePulses::sampleRate, begin,
+                       0);
   CDzPulsDetektor counting;
   counting.PulsTeilerSetzen(options.divider);
   counting.BeideFlankenSuchen(kind == EdgeListKind::levels && options.edges == "both");
@@ -86,7 +87,7 @@ void RunEdgeList(const SpeedOptions& given, EdgeListKind kind, bool alone, Speed
   report.channel = kind == EdgeListKind::edges ? "list of edges" : "list of level changes";
   report.channels = 1;
   report.duration = maker.Last() - maker.First();
-  report.warnings = WarningsOfEdges(judge);
+  report.warnings = WarningsOfEdges(judge, begin);
   for (const RecordingWarning& each : report.warnings)
     PrintNote("{}{}", alone ? "" : path + ": ", each.text.ToUtf8());
   outputs.Write(report);

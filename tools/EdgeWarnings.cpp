@@ -1,18 +1,19 @@
 #include "tools/EdgeWarnings.h"
 
+#include "tools/RecordingInput.h"
+
 namespace umlauf::tool {
 
-RecordingWarnings WarningsOfEdges(CPulseJudge& judge) {
+RecordingWarnings WarningsOfEdges(CPulseJudge& judge, double startTime) {
   RecordingWarnings warnings;
-  for (const RotationWarning& each : judge.Finish()) {
-    RecordingWarning& warning = warnings.emplace_back();
-    warning.code = each.code;
-    if (each.code == "few-pulses") {
+  Add(judge.Finish(), startTime, warnings);
+  for (RecordingWarning& warning : warnings) {
+    if (warning.code == "few-pulses") {
       warning.text = L"only a few pulses were found; check channel and format of the recording";
-    } else if (each.code == "irregular") {
+    } else if (warning.code == "irregular") {
       warning.text =
           L"the pulses do not follow each other regularly; check channel and format of the recording";
-    } else if (each.code == "extra-pulses") {
+    } else if (warning.code == "extra-pulses") {
       warning.text = L"there are pulses that are far too short, as from a disturbed line; check the sensor";
     } else {
       warning.text =

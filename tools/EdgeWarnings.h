@@ -6,7 +6,7 @@
 namespace umlauf::tool {
 
 /// What is doubtful about pulses that were recorded as edges: the codes of CPulseJudge, with what can be done
-/// where there are no levels.
-RecordingWarnings WarningsOfEdges(CPulseJudge& judge);
+/// where there are no levels. `startTime` [s] of the pulses.
+RecordingWarnings WarningsOfEdges(CPulseJudge& judge, double startTime);
 
 }  // namespace umlauf::tool

@@ -81,6 +81,15 @@ std::unique_ptr<CRecordingSource> OpenRecording(const RecordingOptions& options)
   return source;
 }
 
+void Add(const std::vector<RotationWarning>& doubts, double startTime, RecordingWarnings& warnings) {
+  for (const RotationWarning& each : doubts) {
+    RecordingWarning& warning =
+        warnings.emplace_back(RecordingWarning{std::string(each.code), each.text, {}});
+    for (const auto& place : each.places)
+      warning.places.emplace_back(startTime + place.from, startTime + place.to);
+  }
+}
+
 void PrintWarnings(const RecordingWarnings& warnings) {
   for (const RecordingWarning& each : warnings) PrintNote("{}", each.text.ToUtf8());
 }

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "tools/FilePath.h"
+#include "umlauf/rotation/RotationWarning.h"
 #include "umlauf_io/RecordingSource.h"
 
 namespace umlauf::tool {
@@ -40,6 +41,9 @@ std::unique_ptr<CRecordingSource> OpenRecording(const RecordingOptions& options)
 
 /// Ends the program with what the library could not do, and what to do about it.
 [[noreturn]] void FailWith(const RecordingFailure& failure, const RecordingOptions& options);
+
+/// Adds what is doubtful about pulses of a recording with this start time [s].
+void Add(const std::vector<RotationWarning>& doubts, double startTime, RecordingWarnings& warnings);
 
 /// One line on standard error for each thing that people should know about a recording.
 void PrintWarnings(const RecordingWarnings& warnings);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "umlauf/platform/framework/CString.h"
@@ -31,6 +32,8 @@ struct RecordingFailure {
 struct RecordingWarning {
   std::string code;  ///< for programs: "short-file", "odd-bytes"
   CString text;      ///< one sentence for people, with the name of the file
+  /// [s] Times of the recording that it is about, from and to; empty: all of it, or no time in particular.
+  std::vector<std::pair<double, double>> places = {};
 };
 
 using RecordingWarnings = std::vector<RecordingWarning>;

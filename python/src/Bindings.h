@@ -18,5 +18,6 @@ void BindOrders(nanobind::module_& module);
 void BindRates(nanobind::module_& module);
 void BindCan(nanobind::module_& module);
 void BindTypedSignals(nanobind::module_& module);
+void BindVibrationSpeeds(nanobind::module_& module);
 
 }  // namespace umlauf::python

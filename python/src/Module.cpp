@@ -25,4 +25,5 @@ NB_MODULE(_core, module) {
   BindRates(module);
   BindCan(module);
   BindTypedSignals(module);
+  BindVibrationSpeeds(module);
 }

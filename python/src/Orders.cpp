@@ -63,7 +63,9 @@ MapScale ScaleOf(const Orders& orders, const std::string& scaling, std::optional
 }
 
 Settings MakeSettings(double maxOrder, double resolution, double overlap, const std::string& axis,
-                      double step, std::vector<double> tracks, double bandwidth, unsigned averaged) {
+                      double step, std::vector<double> tracks, double bandwidth, const std::string& method,
+                      unsigned averaged) {
+  using Method = OrderTrackSettings::Method;
   Settings settings;
   settings.map.maxOrder = maxOrder;
   settings.map.resolution = resolution;
@@ -71,6 +73,8 @@ Settings MakeSettings(double maxOrder, double resolution, double overlap, const 
   settings.map.axis = {AxisOf(axis), step};
   settings.tracks.orders = std::move(tracks);
   settings.tracks.bandwidth = bandwidth;
+  settings.tracks.method =
+      OneOf<Method>(method, {{"segments", Method::segments}, {"vold-kalman", Method::voldKalman}}, "method");
   settings.averagedRevolutions = averaged;
   return settings;
 }
@@ -175,12 +179,13 @@ void BindOrders(nb::module_& module) {
       .def(
           "__init__",
           [](Settings* self, double maxOrder, double resolution, double overlap, const std::string& axis,
-             double step, std::vector<double> tracks, double bandwidth, unsigned averaged) {
+             double step, std::vector<double> tracks, double bandwidth, const std::string& method,
+             unsigned averaged) {
             new (self) Settings(MakeSettings(maxOrder, resolution, overlap, axis, step, std::move(tracks),
-                                             bandwidth, averaged));
+                                             bandwidth, method, averaged));
           },
           nb::kw_only(), "max_order"_a, "resolution"_a, "overlap"_a, "axis"_a, "step"_a, "tracks"_a,
-          "bandwidth"_a, "average"_a)
+          "bandwidth"_a, "method"_a, "average"_a)
       .def("analyse", OfFile, "speed"_a, "unit"_a, "channel"_a)
       .def("analyse", OfSamples, "speed"_a, "unit"_a, "samples"_a, "rate"_a, "start_time"_a)
       .def("analyse_torsion", Torsional, "speed"_a);

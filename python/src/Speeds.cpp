@@ -278,8 +278,14 @@ void BindResult(nb::module_& module) {
           "Upper and lower level, whether each was found, and smallest swing and preparation of a scale.")
       .def_prop_ro("warnings",
                    [](const Result& r) {
-                     std::vector<std::pair<std::string, CString>> warnings;
-                     for (const auto& each : r.warnings) warnings.emplace_back(each.code, each.text);
+                     using Places = std::vector<std::pair<double, double>>;
+                     const double start = r.Pulses().StartTime();
+                     std::vector<std::tuple<std::string, CString, Places>> warnings;
+                     for (const auto& each : r.warnings) {
+                       Places places;
+                       for (const auto& at : each.places) places.emplace_back(start + at.from, start + at.to);
+                       warnings.emplace_back(each.code, each.text, std::move(places));
+                     }
                      return warnings;
                    })
       .def("curve", SpeedCurve, "step"_a, "name"_a)

@@ -138,6 +138,16 @@ def test_long_recordings_keep_their_extremes(tmp_path):
     assert (rpm.min(), rpm.max()) == (np.nanmin(speed.rpm), np.nanmax(speed.rpm)) and np.all(np.diff(at) > 0)
 
 
+def test_doubtful_times_are_shaded(tmp_path):
+    tacho = np.where(np.abs(np.arange(4 * RATE) - 50_000) < 800, 0, np.sin(np.arange(4 * RATE) / 8))
+    speed = umlauf.speed(tacho, rate=RATE, upper=0.5, lower=-0.5)
+    umlauf.report(speed, tmp_path / "gone.html")
+    text = (tmp_path / "gone.html").read_text(encoding="utf-8")
+    (shape,) = json.loads(text.partition('"shapes":')[2].partition("]")[0] + "]")
+    assert (shape["x0"], shape["x1"]) == pytest.approx(speed.warnings[0].places[0])
+    assert "lost-pulses" in text
+
+
 def test_the_command_writes_a_page_or_says_why_not(program, tmp_path):
     def command(*arguments: str) -> subprocess.CompletedProcess[str]:
         call = [sys.executable, "-m", "umlauf", "report", *arguments]

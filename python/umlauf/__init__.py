@@ -31,6 +31,7 @@ from ._speed import (
     speed,
 )
 from ._typed import Axis, Channel, Key, TypedSignal
+from ._vibration import FollowedSpeed, Rival, speed_from_vibration
 from .files import channels, read
 
 __all__ = [
@@ -40,6 +41,7 @@ __all__ = [
     "CurveArray",
     "Downsampler",
     "Error",
+    "FollowedSpeed",
     "Key",
     "OrderTrack",
     "Orders",
@@ -47,6 +49,7 @@ __all__ = [
     "PulseFlag",
     "Recording",
     "Revolutions",
+    "Rival",
     "ShaftAngle",
     "Speed",
     "SpeedBlock",
@@ -68,6 +71,7 @@ __all__ = [
     "read_signal",
     "report",
     "speed",
+    "speed_from_vibration",
     "torsional",
     "write_signal",
 ]

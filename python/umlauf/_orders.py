@@ -18,6 +18,7 @@ if TYPE_CHECKING:
 
     Axis = Literal["time", "revolution", "speed"]
     Scaling = Literal["rms", "amplitude", "power", "density"]
+    Method = Literal["segments", "vold-kalman"]
 
 
 class OrderTrack(NamedTuple):
@@ -135,14 +136,17 @@ def orders(
     axis: Axis = "time",
     step: float = 0,
     bandwidth: float = 0.25,
+    method: Method = "segments",
     average: int = 0,
     unit: str | _core.Unit | None = None,
 ) -> Orders:
-    """Orders of a vibration over the rotation that `speed` or `encoder` found.
+    """Orders of a vibration over the rotation that `speed`, `encoder` or `speed_from_vibration` found.
 
     vibration: a `Recording`, the path of one, or samples [n] with `rate`. Its start time tells how it lies beside the
         tacho.
-    tracks: orders to follow, with a noise bandwidth of `bandwidth` orders.
+    tracks: orders to follow, with a noise bandwidth of `bandwidth` orders, by least squares in segments; or by a
+        Vold-Kalman filter (`method`), whose bandwidth lies between the points of -3 dB: it tells orders apart that are
+        as close as half a bandwidth, at more cost.
     max_order, resolution: of the map [orders]. overlap: of its segments, 0 to 0.99.
     axis, step: what the map is over; rows within a step [s, rev or rpm] are averaged, 0: none are.
     average: revolutions of a time-synchronous average; 0: none is made.
@@ -150,7 +154,7 @@ def orders(
     """
     source = as_recording(vibration, rate)
     told = unit if unit is not None else source.known_unit
-    settings = _settings(tracks, max_order, resolution, overlap, axis, step, bandwidth, average)
+    settings = _settings(tracks, max_order, resolution, overlap, axis, step, bandwidth, method, average)
     if source._file is not None and source._samples is None:
         data = settings.analyse(speed._data, told, source._file)
     else:
@@ -168,10 +172,11 @@ def torsional(
     axis: Axis = "time",
     step: float = 0,
     bandwidth: float = 0.25,
+    method: Method = "segments",
     average: int = 0,
 ) -> Orders:
     """Torsional vibration: orders of the speed of the shaft itself [rpm]. Arguments as of `orders`."""
-    settings = _settings(tracks, max_order, resolution, overlap, axis, step, bandwidth, average)
+    settings = _settings(tracks, max_order, resolution, overlap, axis, step, bandwidth, method, average)
     return Orders(settings.analyse_torsion(speed._data), speed.name, tuple(tracks))
 
 
@@ -183,6 +188,7 @@ def _settings(
     axis: Axis,
     step: float,
     bandwidth: float,
+    method: Method,
     average: int,
 ) -> _core.OrderSettings:
     return _core.OrderSettings(
@@ -193,5 +199,6 @@ def _settings(
         step=step,
         tracks=list(tracks),
         bandwidth=bandwidth,
+        method=method,
         average=average,
     )

@@ -12,6 +12,7 @@ from ._core import version as __version__
 from ._extras import need
 from ._orders import Orders
 from ._speed import PulseFlag, Speed
+from ._vibration import FollowedSpeed
 
 if TYPE_CHECKING:
     import numpy
@@ -111,6 +112,7 @@ def _speed_parts(speed: Speed, number: int) -> list[str]:
         figure.add_scatter(
             x=held_at, y=held_rpm, mode="markers", name="held by the spike filter", marker=cross, hovertemplate=hover
         )
+    _shade(figure, speed)
     _lay_out(figure, "time in s", "speed in rpm", 430)
     parts = [f"<h2>Speed{_of(speed.name)}</h2>\n", _warnings(speed), _picture(figure, f"speed-{number}")]
     known = int((speed.rpm == speed.rpm).sum())
@@ -120,6 +122,44 @@ def _speed_parts(speed: Speed, number: int) -> list[str]:
         )
     parts += ['<div class="tables">', _table("Speed", _speed_rows(speed)), _table("Recording", _recording_rows(speed))]
     return [*parts, "</div>\n"]
+
+
+def _shade(figure: Any, speed: Speed) -> None:
+    """The times that warnings are about, however short; what is doubtful stands there when the pointer does."""
+    least = 0.0015 * speed.duration
+    shapes, at, texts = [], [], []
+    for warning in speed.warnings:
+        for begin, end in warning.places:
+            middle, half = (begin + end) / 2, max(least, (end - begin) / 2)
+            shapes.append(
+                {
+                    "type": "rect",
+                    "xref": "x",
+                    "yref": "paper",
+                    "x0": middle - half,
+                    "x1": middle + half,
+                    "y0": 0,
+                    "y1": 1,
+                    "fillcolor": "#f9dcd6",
+                    "line": {"width": 0},
+                    "layer": "below",
+                }
+            )
+            at.append(middle)
+            texts.append(warning.code)
+    if not shapes:
+        return
+    figure.update_layout(shapes=shapes)
+    triangle = {"size": 9, "symbol": "triangle-up", "color": "#b23a48"}
+    figure.add_scatter(
+        x=at,
+        y=[speed.min] * len(at),
+        text=texts,
+        mode="markers",
+        name="doubtful",
+        marker=triangle,
+        hovertemplate="%{x:.4f} s: %{text}",
+    )
 
 
 def _speed_rows(speed: Speed) -> list[tuple[str, str]]:
@@ -149,6 +189,12 @@ def _recording_rows(speed: Speed) -> list[tuple[str, str]]:
         rows.append(("gaps", ", ".join(f"{gap.length:g} pitches" for gap in speed.wheel.gaps)))
         rows.append(("gaps corrected", f"{speed.gap_corrected}"))
     levels = speed.thresholds
+    if isinstance(speed, FollowedSpeed):
+        rows[1:] = [
+            ("spectra", f"{len(speed)}"),
+            ("orders followed", ", ".join(f"{each:g} ({share:.0%})" for each, share in speed.present.items())),
+            ("best other course", f"{speed.rival.score:.2f} of the score, from {speed.rival.start_rpm:.0f} rpm"),
+        ]
     if levels is not None:
         unit = " of each swing" if levels.smallest_swing is not None else ""
         found = " (found)" if levels.automatic_upper and levels.automatic_lower else ""

@@ -16,8 +16,18 @@ if TYPE_CHECKING:
 
 
 def plot_speed(speed: Speed, ax: Any = None) -> Any:
-    """Pulses as points, revolutions as a line; crosses where the spike filter held the speed; warnings in words."""
+    """Pulses as points, revolutions as a line; crosses where the spike filter held the speed; warnings in words, and
+    shaded where they are about."""
+    import numpy as np
+
     ax = _axes(ax, 4.5)
+    times = speed.time
+    least = 0.0015 * float(np.ptp(times)) if len(times) else 0.0
+    label = "doubtful"
+    for from_, to in (place for each in speed.warnings for place in each.places):
+        middle, half = (from_ + to) / 2, max(least, (to - from_) / 2)
+        ax.axvspan(middle - half, middle + half, color="#f9dcd6", lw=0, zorder=0, label=label)
+        label = ""
     ax.plot(
         speed.time,
         speed.rpm,

@@ -41,6 +41,8 @@ class Warning(NamedTuple):
     """For programs: small letters and hyphens."""
     text: str
     """One sentence that says what to try."""
+    places: tuple[tuple[float, float], ...] = ()
+    """[s] times that it is about, from and to; empty: all of the recording, or no time in particular"""
 
 
 class WheelGap(NamedTuple):
@@ -162,7 +164,7 @@ class Speed:
     @property
     def warnings(self) -> tuple[Warning, ...]:
         """What is doubtful about the result, and what to try; empty when nothing is."""
-        return tuple(Warning(*each) for each in self._data.warnings)
+        return tuple(Warning(code, text, tuple(places)) for code, text, places in self._data.warnings)
 
     @property
     def rate(self) -> float:
@@ -227,7 +229,10 @@ class Speed:
         return pd.DataFrame({"rpm": self.rpm, "flags": self.flags, "pitches": self.pitches}, index=index)
 
     def plot(self, ax: Any = None) -> Any:
-        """Draws pulses and revolutions over time on matplotlib axes, with its warnings; returns the axes."""
+        """Draws pulses and revolutions over time on matplotlib axes; returns the axes.
+
+        Its warnings stand above the picture, and the times that they are about are shaded.
+        """
         from ._plot import plot_speed
 
         return plot_speed(self, ax)

@@ -101,10 +101,10 @@ TEST(VoldKalman, RefusesWhatCannotBe) {
 }
 
 /// Orders 1, 2 and 4.5 of a run-up in noise; without them from 6 to 8 s.
-std::vector<float> RunUpInNoise(const RunUp& shaft, double rate, bool lost) {
+std::vector<float> RunUpInNoise(const RunUp& shaft, double rate, bool lost, double seconds = 10) {
   std::mt19937 random(9);
   std::normal_distribution<double> noise(0, 0.5);
-  return Sampled(rate, 10, [&](double t) {
+  return Sampled(rate, seconds, [&](double t) {
     const double a = shaft.Angle(t), part = lost && t > 6 && t < 8 ? 0 : 1;
     return part * (0.5 * Cosine(a) + 0.7 * Cosine(2 * a + 0.2) + 0.4 * Cosine(4.5 * a)) + noise(random);
   });
@@ -144,6 +144,38 @@ TEST(CombSpeed, FollowsARunUpWithoutATacho) {
   EXPECT_LT(confidence.GetValue(7.0f), 0.5f);
   EXPECT_GT(confidence.GetValue(5.0f), 0.9f);
   EXPECT_NEAR(static_cast<double>(rpm.GetValue(9.5f)), 60 * shaft.Speed(9.5), 0.02 * 60 * shaft.Speed(9.5));
+
+  // Long enough that most of the course was decided and let go: what comes last changes nothing of it, and
+  // what was lost is told where it was.
+  const RunUp slow{15, 0.8};
+  const std::vector<float> samples = RunUpInNoise(slow, rate, true, 60);
+  CCombSpeed comb(settings, rate);
+  CSigCurve early;
+  for (std::size_t at = 0; at < samples.size(); at += 4096) {
+    if (at == 40 * 4096) {
+      ASSERT_TRUE(comb.Find(early, confidence));
+    }
+    comb.Take(samples.data() + at, 4096);
+  }
+  CCombSpeed::Trust trust;
+  ASSERT_TRUE(comb.Find(rpm, confidence, &trust));
+  EXPECT_EQ(rpm.DLen(), 60 * 16 - 3u);
+  for (std::size_t i = 0; i < rpm.DLen(); ++i) {
+    const double t = static_cast<double>(rpm.GetPoint(static_cast<std::int64_t>(i)));
+    if (t < 5.5 || t > 8.5) {
+      EXPECT_NEAR(static_cast<double>(rpm.FData()[i]) / (60 * slow.Speed(t)), 1, 0.03) << t;
+    }
+    if (i < 600) {
+      EXPECT_EQ(early.FData()[i], rpm.FData()[i]) << i;
+    }
+  }
+  const std::vector<RotationWarning> warnings = trust.Warnings(settings.orders);
+  ASSERT_EQ(warnings.size(), 1u);
+  EXPECT_EQ(warnings[0].code, "track-lost");
+  EXPECT_NEAR(warnings[0].places.front().from, 6, 0.4);
+  EXPECT_NEAR(warnings[0].places.back().to, 8, 0.4);
+  EXPECT_LT(trust.rival, 0.8);
+  EXPECT_GT(trust.rival, 0.1);
 
   settings.orders = {1, 25};
   EXPECT_FALSE(CCombSpeed(settings, rate).IsValid());

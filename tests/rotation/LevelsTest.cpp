@@ -56,7 +56,8 @@ TEST(Levels, FindTheTeethOrSayWhatIsWrong) {
   const struct {
     double (*change)(double, double);
     std::optional<float> upper, lower;
-    std::string code;  // empty: all teeth are found
+    std::string code;             // empty: all teeth are found
+    double first = 0, again = 0;  // [s] what is wrong, and how often it comes; 0: no place
   } cases[] = {
       {Plain, {}, {}, ""},
       {Plain, 0.5f, {}, ""},
@@ -77,14 +78,16 @@ TEST(Levels, FindTheTeethOrSayWhatIsWrong) {
        {},
        ""},
       {[](double value, double time) { return std::abs(std::fmod(time, 0.1) - 0.0987) < 3e-5 ? 20 : value; },
-       0.5f, -0.5f, "extra-pulses"},
+       0.5f, -0.5f, "extra-pulses", 0.0987, 0.1},
       // Two bursts of a few swings, each as regular as teeth.
       {[](double value, double time) {
          return value + (std::fmod(time, 1.0) > 0.5 && std::fmod(time, 1.0) < 0.5025
                              ? 3 * std::sin(2 * std::numbers::pi * 2500 * time)
                              : 0);
        },
-       0.5f, -0.5f, "extra-pulses"},
+       0.5f, -0.5f, "extra-pulses", 0.501, 1},
+      {[](double value, double time) { return std::abs(time - 1.3) < 0.02 ? 0 : value; }, 0.5f, -0.5f,
+       "lost-pulses", 1.3, 2},
       {[](double, double time) { return std::floor(time * 2); }, 0.5f, 0.4f, "few-pulses"},
   };
   for (const auto& c : cases) {
@@ -96,6 +99,14 @@ TEST(Levels, FindTheTeethOrSayWhatIsWrong) {
     EXPECT_TRUE(rotation.Analyse(recording) || !c.code.empty()) << at;
     const std::string code(rotation.Warnings().empty() ? "" : rotation.Warnings()[0].code);
     EXPECT_EQ(code, c.code) << at;
+    if (c.again > 0) {
+      ASSERT_FALSE(rotation.Warnings().empty() || rotation.Warnings()[0].places.empty()) << at;
+      for (const auto& [from, to] : rotation.Warnings()[0].places) {
+        const double wrong = c.first + std::round(((from + to) / 2 - c.first) / c.again) * c.again;
+        EXPECT_TRUE(from < wrong + 0.002 && to > wrong - 0.002 && to - from < 0.06)
+            << at << ": " << from << " " << to;
+      }
+    }
     if (c.code.empty()) {
       EXPECT_NEAR(static_cast<double>(rotation.Pulses().size()), 400, 1) << at;
     }

@@ -108,7 +108,7 @@ TEST_F(OrdersTool, FindsTheSpeedWithoutATacho) {
   Bad(comb + "--tacho 1", 2, "--tacho");
   // Orders that are not there, but fit those that are at another speed.
   EXPECT_THAT(Run("orders run.wav --channel 2 --max-order 10 --comb 3,5,7").err,
-              HasSubstr("order 5 of --comb"));
+              HasSubstr("order 5 of the comb"));
   Bad(comb + "--rpm 300,300000", 1, "take a lower --rpm");
   Bad(comb + "--start-rpm 1200,700", 2, "must be the lower one");
 }

@@ -104,7 +104,8 @@ void RunEncoder(EncoderOptions options) {
   SpeedReport report;
   report.warnings = source.warnings();
   // What a counter counts may go backward and is no pulse by itself.
-  for (const RecordingWarning& each : format.counts() ? RecordingWarnings() : WarningsOfEdges(judge))
+  for (const RecordingWarning& each :
+       format.counts() ? RecordingWarnings() : WarningsOfEdges(judge, source.startTime()))
     report.warnings.push_back(each);
   PrintWarnings(report.warnings);
   report.channel = source.channelName();

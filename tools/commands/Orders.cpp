@@ -64,9 +64,7 @@ CPulseTrain FindPulses(OrdersOptions& options, CRecordingSource& file, double st
   if (!rotation.Analyse(source, 0)) {
     Fail("{}: {}", file.ChannelName(0).ToUtf8(), rotation.Failure().ToUtf8());
   }
-  for (const RotationWarning& each : rotation.Warnings()) {
-    warnings.push_back({std::string(each.code), each.text});
-  }
+  Add(rotation.Warnings(), file.StartTime(), warnings);
   if (rotation.RevolutionSpeed().count > 0) LimitFrequencies(options, rotation.RevolutionSpeed().max);
   CPulseTrain pulses(file.SampleRate(), startTime);
   pulses.Append(rotation.Pulses());
@@ -77,45 +75,6 @@ CPulseTrain FindPulses(OrdersOptions& options, CRecordingSource& file, double st
     pulses = errors.Corrected(pulses);
   }
   return pulses;
-}
-
-std::string LostTimes(const CCombSpeed::Trust& trust) {
-  constexpr std::size_t most = 4;
-  std::string text;
-  for (std::size_t i = 0; i < std::min(most, trust.lost.size()); ++i) {
-    text += fmt::format("{}{:.1f} to {:.1f}", i > 0 ? ", " : "", trust.lost[i].from, trust.lost[i].to);
-  }
-  return text + (trust.lost.size() > most ? " ..." : "") + " s";
-}
-
-void Judge(const CCombSpeed::Trust& trust, const std::vector<double>& orders, RecordingWarnings& warnings) {
-  constexpr double rival = 0.8, seldom = 0.3;
-  const auto warn = [&](const char* code, const std::string& text) {
-    warnings.push_back({code, CString::FromUtf8(text)});
-  };
-  if (trust.lostShare > 0.5) {
-    Fail(
-        "the orders of --comb stand out for {:.0f} % of the time only, so there is no speed to be believed; "
-        "look at --spectrogram of umlauf spectrum, name other orders or a wider --rpm",
-        100 * (1 - trust.lostShare));
-  }
-  if (!trust.lost.empty()) {
-    warn("track-lost", fmt::format("the orders of --comb do not stand out at {}: the speed there, and what "
-                                   "follows from it, is doubtful",
-                                   LostTimes(trust)));
-  }
-  for (std::size_t k = 0; k < trust.present.size(); ++k) {
-    if (trust.present[k] >= seldom) continue;
-    warn("order-missing", fmt::format("order {:g} of --comb stands out for {:.0f} % of the time only: if the "
-                                      "vibration does not have it, the speed may be a wrong one",
-                                      orders[k], 100 * trust.present[k]));
-  }
-  if (trust.rival > rival) {
-    warn("speed-ambiguous",
-         fmt::format("another speed, {:.0f} rpm at the start, fits the orders of --comb nearly as well; "
-                     "give --start-rpm or more orders",
-                     trust.rivalStart));
-  }
 }
 
 /// The shaft by the orders of its vibration, channel `first` of the source. One pulse of a revolution.
@@ -129,19 +88,31 @@ CPulseTrain FollowComb(OrdersOptions& options, CRecordingSource& file, OrdersOut
   }
   ProgressSource source(file);
   source.Purpose("speed");
-  std::vector<float> buffer;
   for (SampleBlock block = source.Read(16384); block.count > 0; block = source.Read(16384)) {
-    comb.Take(Contiguous(block, 1, buffer), block.count);
+    comb.Take(block.samples, block.count, block.stride);
   }
   source.Check();
   OrdersOutputs::CombResult& result = about.comb.emplace();
   if (!comb.Find(result.rpm, result.confidence, &result.trust)) {
     Fail("there is no speed to follow: the recording is too short, or --start-rpm lies outside --rpm");
   }
-  Judge(result.trust, options.comb.orders, about.warnings);
+  if (!result.trust.Believable()) {
+    Fail(
+        "the orders of --comb stand out for {:.0f} % of the time only, so there is no speed to be believed; "
+        "look at --spectrogram of umlauf spectrum, name other orders or a wider --rpm",
+        100 * (1 - result.trust.lostShare));
+  }
+  result.startTime = file.StartTime();
+  Add(result.trust.Warnings(options.comb.orders), file.StartTime(), about.warnings);
   LimitFrequencies(options, static_cast<double>(*std::max_element(result.rpm.FData(),
                                                                   result.rpm.FData() + result.rpm.DLen())));
-  return ShaftTrains::FromSpeed(result.rpm, file.SampleRate());
+  CPulseTrain pulses(file.SampleRate(), file.StartTime());
+  pulses.Append(ShaftTrains::FromSpeed(result.rpm, file.SampleRate()));
+  for (CSigCurve* each : {&result.rpm, &result.confidence}) {
+    each->SetXMinMax(static_cast<float>(static_cast<double>(each->XMin()) + file.StartTime()),
+                     static_cast<float>(static_cast<double>(each->XMax()) + file.StartTime()));
+  }
+  return pulses;
 }
 
 /// The vibration: the channels that were asked for, else the one behind the tacho.

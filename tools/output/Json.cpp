@@ -6,6 +6,7 @@ nlohmann::ordered_json WarningsJson(const RecordingWarnings& warnings) {
   nlohmann::ordered_json json = nlohmann::ordered_json::array();
   for (const RecordingWarning& each : warnings) {
     json.push_back({{"code", each.code}, {"text", each.text.ToUtf8()}});
+    if (!each.places.empty()) json.back()["places"] = each.places;
   }
   return json;
 }

@@ -7,7 +7,7 @@
 
 namespace umlauf::tool {
 
-/// A list of objects with the code and the text of each.
+/// A list of objects with the code and the text of each, and its places where it has some.
 nlohmann::ordered_json WarningsJson(const RecordingWarnings& warnings);
 
 /// What a subcommand prints with --json; bytes that are no UTF-8 become U+FFFD.

@@ -101,7 +101,8 @@ nlohmann::ordered_json CombJson(const OrdersOutputs::CombResult& comb) {
     json["confidence"].push_back(comb.confidence.FData()[i]);
   }
   json["lost"] = nlohmann::ordered_json::array();
-  for (const auto& each : comb.trust.lost) json["lost"].push_back({each.from, each.to});
+  for (const auto& each : comb.trust.lost)
+    json["lost"].push_back({comb.startTime + each.from, comb.startTime + each.to});
   json["rival"] = comb.trust.rival;
   return json;
 }
@@ -210,9 +211,17 @@ void DrawAverage(const COrderAnalysis& analysis, const OrdersOutputs::About& abo
   DrawPlot(plot, out);
 }
 
-void DrawSpeed(const OrdersOutputs::CombResult& comb, OutputFile& out) {
-  if (out.target().extension() == ".usig") return WriteSignalFile(comb.rpm, out);
-  DrawPlot(CombPicture(comb.rpm, comb.confidence), out);
+void DrawSpeed(const OrdersOutputs::About& about, OutputFile& out) {
+  if (out.target().extension() == ".usig") return WriteSignalFile(about.comb->rpm, out);
+  Plot plot = CombPicture(about.comb->rpm, about.comb->confidence);
+  MarkDoubts(about.warnings, plot);
+  DrawPlot(plot, out);
+}
+
+template <class Picture>
+void DrawWithDoubts(Picture picture, const OrdersOutputs::About& about, OutputFile& out) {
+  picture.caption = CaptionOf(about.warnings);
+  DrawPlot(picture, out);
 }
 
 }  // namespace
@@ -239,25 +248,25 @@ void OrdersOutputs::Publish(const COrderAnalysis& analysis, const About& about) 
     CSigCurveArray map;
     Check(analysis.Map()->Map(0, scale, map));
     map.SetName(CString::FromUtf8("orders, " + about.channels[0]).GetString());
-    if (map_) DrawPlot(MapPicture(map, about.channels[0], orders, axis, places), *map_);
+    if (map_) DrawWithDoubts(MapPicture(map, about.channels[0], orders, axis, places), about, *map_);
     if (signal_) WriteSignalFile(map, *signal_);
   }
   if (frequencyMap_) {
     CSigCurveArray map;
     Check(analysis.Frequencies()->Map(0, scale, map));
-    DrawPlot(MapPicture(map, about.channels[0], orders, axis, places), *frequencyMap_);
+    DrawWithDoubts(MapPicture(map, about.channels[0], orders, axis, places), about, *frequencyMap_);
   }
   if (spectrum_) {
     std::vector<CSigCurve> spectra(analysis.Channels());
     for (unsigned c = 0; c < analysis.Channels(); ++c) Check(analysis.Map()->Spectrum(c, scale, spectra[c]));
-    DrawPlot(SpectrumPicture(spectra, about.channels), *spectrum_);
+    DrawWithDoubts(SpectrumPicture(spectra, about.channels), about, *spectrum_);
   }
   if (plot_) {
     const TracksLook look{about.channels, about.unit, AmplitudeFactor(options_), options_.overall};
-    DrawPlot(TracksPicture(analysis, orders, look), *plot_);
+    DrawWithDoubts(TracksPicture(analysis, orders, look), about, *plot_);
   }
   if (average_) DrawAverage(analysis, about, *average_);
-  if (speed_) DrawSpeed(*about.comb, *speed_);
+  if (speed_) DrawSpeed(about, *speed_);
   if (csv_) WriteCsv(options_, analysis, *csv_);
   for (std::optional<OutputFile>* each :
        {&map_, &frequencyMap_, &spectrum_, &plot_, &average_, &speed_, &csv_, &signal_}) {

@@ -20,6 +20,7 @@ class OrdersOutputs {
 
   /// The speed of a shaft without a tacho.
   struct CombResult {
+    double startTime = 0;  ///< [s] that the places of doubt count from
     CSigCurve rpm, confidence;
     CCombSpeed::Trust trust;
   };

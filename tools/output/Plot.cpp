@@ -79,6 +79,19 @@ void CheckPlotName(const std::string& option, const FilePath& target) {
   }
 }
 
+std::string CaptionOf(const RecordingWarnings& warnings) {
+  std::string text;
+  for (const RecordingWarning& each : warnings) text += (text.empty() ? "" : "; ") + each.text.ToUtf8();
+  return text;
+}
+
+void MarkDoubts(const RecordingWarnings& warnings, Plot& plot) {
+  plot.caption = CaptionOf(warnings);
+  for (const RecordingWarning& each : warnings) {
+    for (const auto& [from, to] : each.places) plot.marked.push_back({from, to});
+  }
+}
+
 void DrawPlot(const Plot& plot, OutputFile& out) {
   RunGnuplot(LinePlotScript(plot, IsSvg(out), out.temporary().string()), out);
 }

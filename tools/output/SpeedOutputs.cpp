@@ -170,7 +170,11 @@ void SpeedOutputs::Write(SpeedReport& report) {
   const CString signalName = CString::FromUtf8(name_);
   if (curveFile_) WriteSignal(curve_.Finish(signalName).get(), *curveFile_);
   if (pairsFile_) WriteSignal(pairs_.Finish(signalName).get(), *pairsFile_);
-  if (picture_) DrawPlot(picture_->Finish("Speed from " + name_, report.truth), *plotFile_);
+  if (picture_) {
+    Plot plot = picture_->Finish("Speed from " + name_, report.truth);
+    MarkDoubts(report.warnings, plot);
+    DrawPlot(plot, *plotFile_);
+  }
   for (std::optional<OutputFile>* each : {&csv_, &curveFile_, &pairsFile_, &plotFile_}) {
     if (*each) (*each)->Commit();
   }

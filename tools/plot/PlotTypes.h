@@ -69,7 +69,8 @@ struct Plot {
   std::vector<PlotPanel> panels;
   bool alike = false;
   bool logarithmicX = false;
-  std::string caption = {};  ///< a line below the picture
+  std::string caption = {};            ///< lines below the picture
+  std::vector<PlotRange> marked = {};  ///< of x: shaded, what is there is doubtful
 };
 
 /// Levels over two axes, as colours or as a waterfall: lines one behind the other, the first row in front.
@@ -84,7 +85,7 @@ struct PlotMap {
   PlotRange range = {};
   /// Lines over the colours, such as orders; the title stands where a line leaves the map.
   std::vector<PlotSeries> lines = {};
-  std::string caption = {};  ///< a line below the picture
+  std::string caption = {};  ///< lines below the picture
 };
 
 }  // namespace umlauf::tool

@@ -3,7 +3,9 @@
 #include <algorithm>
 #include <bit>
 #include <cmath>
+#include <optional>
 
+#include "umlauf/orders/internal/CombCourse.h"
 #include "umlauf/platform/basis/CAlignedMem.h"
 #include "umlauf/platform/memory/WithoutMemory.h"
 #include "umlauf/platform/vekta/numeric.h"
@@ -12,10 +14,14 @@
 
 namespace {
 
+using umlauf::orders::CombCourse;
+using umlauf::orders::CombGrid;
+using umlauf::orders::CombPoint;
+using umlauf::orders::CombRival;
+using Points = std::vector<CombPoint>;
+
 constexpr std::size_t kNeighbours = 24;  ///< bins on either side whose median a line is compared with
 constexpr double kStandsOut = 6;         ///< [dB]
-constexpr double kSame = 0.05;           ///< closer speeds are one course
-constexpr float kNever = -1e30f;         ///< score of what a course does not pass
 constexpr double kHighest = 30;          ///< [dB] that no line counts more than: one must not be the comb
 
 }  // namespace
@@ -27,21 +33,27 @@ struct UMLAUF_NO_EXPORT CCombSpeed::Engine {
         rate(samplesPerSecond),
         bin(rate / static_cast<double>(segments.length)),
         spectra(segments, rate, SpectrumScaling::Power),
-        block(std::min<std::size_t>(step, 1024)) {
-    const double top = *std::max_element(s.orders.begin(), s.orders.end());
+        block(std::min<std::size_t>(step, 1024)),
+        grid{0, s.lowest, 0, 0, s.startLow, s.startHigh} {
     // A quarter of a bin of the highest line.
-    grid = bin / 4 * 60 / top;
-    speeds = numeric::trunc_sat<std::size_t>((s.highest - s.lowest) / grid) + 1;
-    valid =
-        spectra.IsValid() && row.alloc(spectra.Bins()) && levels.alloc(spectra.Bins()) && speeds < 1000000;
+    grid.step = bin / 4 * 60 / *std::max_element(s.orders.begin(), s.orders.end());
+    grid.speeds = numeric::trunc_sat<std::size_t>((s.highest - s.lowest) / grid.step) + 1;
+    const double reach = std::ceil(s.steepest * static_cast<double>(step) / rate / grid.step);
+    // A move is told in 16 bits.
+    if (grid.speeds >= 1000000 || reach > 30000 || !spectra.IsValid()) return;
+    grid.reach = numeric::trunc_sat<std::size_t>(reach);
+    scores.resize(grid.speeds);
+    lines.resize(grid.speeds);
+    if (row.alloc(spectra.Bins()) && levels.alloc(spectra.Bins()) && samples.alloc(block))
+      course.emplace(grid);
   }
-
-  double Rpm(double i) const { return settings.lowest + grid * i; }
 
   /// Levels over the median of the neighbourhood [dB].
   void Whiten() {
     const std::size_t bins = spectra.Bins();
-    for (std::size_t k = 0; k < bins; ++k) levels[k] = 10 * std::log10(std::max(row[k], 1e-30f));
+    // Samples that are no finite numbers tell nothing.
+    for (std::size_t k = 0; k < bins; ++k)
+      levels[k] = 10 * std::log10(row[k] > 1e-30f && row[k] < 1e30f ? row[k] : 1e-30f);
     for (std::size_t k = 0; k < bins; k += kNeighbours / 2) {
       const std::size_t from = k > kNeighbours ? k - kNeighbours : 0, to = std::min(bins, k + kNeighbours);
       neighbours.assign(levels.data() + from, levels.data() + to);
@@ -64,139 +76,67 @@ struct UMLAUF_NO_EXPORT CCombSpeed::Engine {
 
   void Row() {
     Whiten();
-    for (std::size_t i = 0; i < speeds; ++i) {
+    for (std::size_t i = 0; i < grid.speeds; ++i) {
+      const double turns = grid.Rpm(static_cast<double>(i)) / 60;
       double sum = 0;
       std::uint16_t outstanding = 0;
       for (std::size_t k = 0; k < settings.orders.size(); ++k) {
-        const double level = Line(settings.orders[k] * Rpm(static_cast<double>(i)) / 60);
+        const double level = Line(settings.orders[k] * turns);
         if (level > 0) sum += level / (1 + level / kHighest);
         if (level >= kStandsOut) outstanding = static_cast<std::uint16_t>(outstanding | 1u << k);
       }
-      scores.push_back(static_cast<float>(sum / static_cast<double>(settings.orders.size())));
-      lines.push_back(outstanding);
+      scores[i] = static_cast<float>(sum / static_cast<double>(settings.orders.size()));
+      lines[i] = outstanding;
     }
+    course->Take(scores.data(), lines.data());
   }
 
-  using Path = std::vector<std::uint32_t>;
-  std::size_t Rows() const { return scores.size() / speeds; }
-  bool Follow(Path& path, const Path* other = nullptr) const;
-  double Score(const Path& path) const;
-  /// The part of the lines that stand out at the speed of a segment.
-  double Share(const Path& path, std::size_t r) const {
-    return std::popcount(lines[r * speeds + path[r]]) / static_cast<double>(settings.orders.size());
+  /// The part of the lines that stand out.
+  double Share(const CombPoint& point) const {
+    return std::popcount(point.lines) / static_cast<double>(settings.orders.size());
   }
-  void Judge(const Path& path, Trust& trust) const;
-  void FindLost(const Path& path, Trust& trust) const;
+  void FindLost(const Points& points, Trust& trust) const;
+  void Judge(const Points& points, const CombRival& rival, Trust& trust) const;
 
   CombSpeedSettings settings;
   std::size_t step;
   double rate, bin;
   CSpectrogramStream spectra;
   std::size_t block;
-  double grid = 0;  ///< [rpm]
-  std::size_t speeds = 0;
-  CAlignedMem<float> row, levels;
-  std::vector<float> neighbours;
-  std::vector<float> scores;         ///< [segments, speeds]
-  std::vector<std::uint16_t> lines;  ///< likewise: a bit for each that stands out
-  bool valid = false, complete = true;
+  CombGrid grid;
+  CAlignedMem<float> row, levels, samples;
+  std::vector<float> neighbours, scores;
+  std::vector<std::uint16_t> lines;
+  std::optional<CombCourse> course;
+  bool complete = true;
 };
 
-namespace {
-
-/// The place of the greatest of the values within `reach` of i, for rising i.
-class Greatest {
- public:
-  Greatest(const std::vector<float>& values, std::size_t reach) : values_(values), reach_(reach) {
-    places_.resize(values.size());
-  }
-  std::size_t Around(std::size_t i) {
-    for (const std::size_t end = std::min(values_.size(), i + reach_ + 1); taken_ < end; ++taken_) {
-      while (size_ > first_ && values_[places_[size_ - 1]] <= values_[taken_]) --size_;
-      places_[size_++] = taken_;
-    }
-    while (places_[first_] + reach_ < i) ++first_;
-    return places_[first_];
-  }
-
- private:
-  const std::vector<float>& values_;
-  std::size_t reach_, taken_ = 0, first_ = 0, size_ = 0;
-  std::vector<std::size_t> places_;  ///< [first, size) of falling values
-};
-
-}  // namespace
-
-/// The best course that ends at each speed, segment by segment; then back from the best end. With `other`,
-/// the best one that stays off that.
-bool CCombSpeed::Engine::Follow(Path& path, const Path* other) const {
-  const std::size_t rows = Rows();
-  if (rows == 0) return false;
-  const double perRow = settings.steepest * static_cast<double>(step) / rate / grid;
-  const auto reach = numeric::trunc_sat<std::size_t>(std::ceil(perRow));
-  std::vector<float> best(speeds), next(speeds);
-  std::vector<std::int16_t> moves(rows * speeds);
-  const bool anywhere = !(settings.startHigh > 0);
-  const auto score = [&](std::size_t r, std::size_t i) {
-    const double rpm = Rpm(static_cast<double>(i));
-    const bool taken = other != nullptr && std::abs(rpm / Rpm((*other)[r]) - 1) < kSame;
-    return taken ? kNever : scores[r * speeds + i];
-  };
-  for (std::size_t i = 0; i < speeds; ++i) {
-    const double rpm = Rpm(static_cast<double>(i));
-    const bool start = anywhere || (rpm >= settings.startLow - grid && rpm <= settings.startHigh + grid);
-    best[i] = start ? score(0, i) : kNever;
-  }
-  for (std::size_t r = 1; r < rows; ++r) {
-    Greatest greatest(best, reach);
-    for (std::size_t i = 0; i < speeds; ++i) {
-      const std::size_t from = greatest.Around(i);
-      next[i] = std::max(best[from] + score(r, i), kNever);
-      moves[r * speeds + i] =
-          static_cast<std::int16_t>(static_cast<std::ptrdiff_t>(from) - static_cast<std::ptrdiff_t>(i));
-    }
-    best.swap(next);
-  }
-  path.resize(rows);
-  auto at = std::max_element(best.begin(), best.end()) - best.begin();
-  const bool found = best[static_cast<std::size_t>(at)] > kNever / 2;
-  for (std::size_t r = rows; r-- > 0;) {
-    path[r] = static_cast<std::uint32_t>(at);
-    at += moves[r * speeds + static_cast<std::size_t>(at)];
-  }
-  return found;
-}
-
-double CCombSpeed::Engine::Score(const Path& path) const {
-  double sum = 0;
-  for (std::size_t r = 0; r < path.size(); ++r) sum += static_cast<double>(scores[r * speeds + path[r]]);
-  return sum / static_cast<double>(path.size());
-}
-
-void CCombSpeed::Engine::Judge(const Path& path, Trust& trust) const {
+void CCombSpeed::Engine::Judge(const Points& points, const CombRival& rival, Trust& trust) const {
   trust = {};
-  FindLost(path, trust);
+  FindLost(points, trust);
+  const auto segments = static_cast<double>(points.size());
+  double score = 0;
+  for (const CombPoint& each : points) score += static_cast<double>(each.score);
   for (std::size_t k = 0; k < settings.orders.size(); ++k) {
-    std::size_t there = 0;
-    for (std::size_t r = 0; r < path.size(); ++r) there += lines[r * speeds + path[r]] >> k & 1u;
-    trust.present.push_back(static_cast<double>(there) / static_cast<double>(path.size()));
+    const auto there = std::count_if(points.begin(), points.end(),
+                                     [k](const CombPoint& each) { return (each.lines >> k & 1) != 0; });
+    trust.present.push_back(static_cast<double>(there) / segments);
   }
-  Path rival;
-  if (!Follow(rival, &path)) return;
-  trust.rival = Score(rival) / Score(path);
-  trust.rivalStart = Rpm(rival.front());
+  if (!rival.Front().Any()) return;
+  trust.rival = rival.Front().Score() / score;
+  trust.rivalStart = grid.Rpm(static_cast<double>(rival.Front().Origin()));
 }
 
 /// By the mean of the segments within a quarter of a second: one alone has few lines.
-void CCombSpeed::Engine::FindLost(const Path& path, Trust& trust) const {
+void CCombSpeed::Engine::FindLost(const Points& points, Trust& trust) const {
   const auto reach = numeric::trunc_sat<std::size_t>(0.25 * rate / static_cast<double>(step));
   std::size_t begin = 0, lost = 0;
-  for (std::size_t r = 0; r <= path.size(); ++r) {
+  for (std::size_t r = 0; r <= points.size(); ++r) {
     bool out = false;
-    if (r < path.size()) {
-      const std::size_t from = r > reach ? r - reach : 0, to = std::min(path.size(), r + reach + 1);
+    if (r < points.size()) {
+      const std::size_t from = r > reach ? r - reach : 0, to = std::min(points.size(), r + reach + 1);
       double sum = 0;
-      for (std::size_t k = from; k < to; ++k) sum += Share(path, k);
+      for (std::size_t k = from; k < to; ++k) sum += Share(points[k]);
       out = sum < 0.499 * static_cast<double>(to - from);
     }
     lost += out ? 1 : 0;
@@ -205,7 +145,7 @@ void CCombSpeed::Engine::FindLost(const Path& path, Trust& trust) const {
       trust.lost.push_back({spectra.RowTime(begin), spectra.RowTime(r - 1)});
     begin = r + 1;
   }
-  trust.lostShare = static_cast<double>(lost) / static_cast<double>(path.size());
+  trust.lostShare = static_cast<double>(lost) / static_cast<double>(points.size());
 }
 
 CCombSpeed::CCombSpeed(const CombSpeedSettings& s, double rate) {
@@ -220,56 +160,49 @@ CCombSpeed::CCombSpeed(const CombSpeedSettings& s, double rate) {
   segments.step = numeric::trunc_sat<std::size_t>(
       std::max(1.0, std::round(static_cast<double>(segments.length) * (1 - s.overlap))));
   umlauf::HadMemory([&] { engine_ = std::make_unique<Engine>(s, segments, rate); });
-  // A move is told in 16 bits.
-  const double perRow = s.steepest * static_cast<double>(segments.step) / rate;
-  if (engine_ != nullptr && (!engine_->valid || perRow / engine_->grid > 30000)) engine_.reset();
+  if (engine_ != nullptr && !engine_->course) engine_.reset();
 }
 
 CCombSpeed::~CCombSpeed() = default;
 CCombSpeed::CCombSpeed(CCombSpeed&&) noexcept = default;
 CCombSpeed& CCombSpeed::operator=(CCombSpeed&&) noexcept = default;
 
-void CCombSpeed::Take(const float* samples, std::size_t n) {
+void CCombSpeed::Take(const float* samples, std::size_t n, std::size_t stride) {
   if (!IsValid()) return;
   Engine& e = *engine_;
   for (std::size_t at = 0; at < n && e.complete; at += e.block) {
     const std::size_t some = std::min(e.block, n - at);
-    if (e.spectra.Process(e.row.data(), samples + at, some) == 0) continue;
+    for (std::size_t i = 0; i < some; ++i) e.samples[i] = samples[(at + i) * stride];
+    if (e.spectra.Process(e.row.data(), e.samples.data(), some) == 0) continue;
     e.complete = umlauf::HadMemory([&] { e.Row(); });
   }
 }
 
 bool CCombSpeed::Find(CSigCurve& rpm, CSigCurve& confidence, Trust* trust) const {
-  std::vector<std::uint32_t> path;
+  Points points;
   const auto follow = [&] {
-    if (!engine_->Follow(path)) return false;
-    if (trust != nullptr) engine_->Judge(path, *trust);
-    return true;
+    if (!engine_->complete) return false;
+    CombRival rival(engine_->grid);
+    points = engine_->course->Find(trust != nullptr ? &rival : nullptr);
+    if (trust != nullptr && !points.empty()) engine_->Judge(points, rival, *trust);
+    return !points.empty();
   };
-  const bool found = IsValid() && engine_->complete && umlauf::WithMemory(false, follow) &&
-                     rpm.Resize(path.size()) && confidence.Resize(path.size());
+  const bool found = IsValid() && umlauf::WithMemory(false, follow) && rpm.Resize(points.size()) &&
+                     confidence.Resize(points.size());
   if (!found) {
     rpm.Free();
     confidence.Free();
     return false;
   }
   const Engine& e = *engine_;
-  for (std::size_t r = 0; r < path.size(); ++r) {
-    const std::size_t at = r * e.speeds + path[r];
-    // Between the speeds of the grid: the parabola through three scores.
-    double shift = 0;
-    if (path[r] > 0 && path[r] + 1 < e.speeds) {
-      const auto a = static_cast<double>(e.scores[at - 1]), b = static_cast<double>(e.scores[at]),
-                 c = static_cast<double>(e.scores[at + 1]);
-      if (a + c < 2 * b) shift = std::clamp((a - c) / (2 * (a - 2 * b + c)), -0.5, 0.5);
-    }
-    rpm.FData()[r] = static_cast<float>(e.Rpm(static_cast<double>(path[r]) + shift));
-    confidence.FData()[r] = static_cast<float>(e.Share(path, r));
+  for (std::size_t r = 0; r < points.size(); ++r) {
+    rpm.FData()[r] = static_cast<float>(e.grid.Rpm(static_cast<double>(points[r].speed)));
+    confidence.FData()[r] = static_cast<float>(e.Share(points[r]));
   }
   const double begin = e.spectra.RowTime(0), length = static_cast<double>(e.step) / e.rate;
   for (CSigCurve* each : {&rpm, &confidence}) {
     each->SetXMinMax(static_cast<float>(begin),
-                     static_cast<float>(begin + length * static_cast<double>(path.size())));
+                     static_cast<float>(begin + length * static_cast<double>(points.size())));
     each->SetXUnit(CMeasuringUnit(CMeasuringUnit::second));
     each->SetFileCompression(false);
   }
@@ -278,4 +211,40 @@ bool CCombSpeed::Find(CSigCurve& rpm, CSigCurve& confidence, Trust* trust) const
   confidence.SetName(L"confidence");
   confidence.SetYUnit(CMeasuringUnit());
   return true;
+}
+
+std::vector<RotationWarning> CCombSpeed::Trust::Warnings(const std::vector<double>& orders) const {
+  constexpr double alike = 0.8, seldom = 0.3;
+  std::vector<RotationWarning> warnings;
+  const auto add = [&warnings](const char* code, const wchar_t* text, double a = 0, double b = 0) {
+    RotationWarning& warning = warnings.emplace_back();
+    warning.code = code;
+    warning.text.Format(text, a, b);
+  };
+  umlauf::HadMemory([&] {
+    if (!lost.empty()) {
+      add("track-lost",
+          L"the orders of the comb do not stand out from %.1f s on, for %.0f %% of the time in all: the "
+          L"speed there, and "
+          L"what follows from it, is doubtful",
+          lost.front().from, 100 * lostShare);
+      warnings.back().places = lost;
+    }
+    for (std::size_t k = 0; k < std::min(present.size(), orders.size()); ++k) {
+      if (present[k] >= seldom) continue;
+      add("order-missing",
+          L"order %g of the comb stands out for %.0f %% of the time only: if the vibration does not have it, "
+          L"the speed "
+          L"may be a wrong one",
+          orders[k], 100 * present[k]);
+    }
+    if (rival > alike) {
+      add("speed-ambiguous",
+          L"another speed, %.0f rpm at the start, fits the orders of the comb nearly as well; give a range "
+          L"for the "
+          L"start, or more orders",
+          rivalStart);
+    }
+  });
+  return warnings;
 }

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "umlauf/Export.h"
+#include "umlauf/rotation/RotationWarning.h"
 #include "umlauf/signal/SigCurve.h"
 
 /// What is known of a shaft without a tacho.
@@ -26,20 +27,19 @@ struct CombSpeedSettings {
 /// speed tracking", Mech. Syst. Signal Process. 81 (2016)). It sees the whole recording: a line that is lost
 /// for a moment does not lead it astray.
 ///
-/// Memory grows with the recording: 6 bytes for each speed of the grid and segment, and 2 more in `Find`. The
-/// grid has a quarter of a bin of the highest order: to order 4.5 from 300 to 6000 rpm in spectra of 2 Hz
-/// that is 48 kB for a second. One object is used by one thread at a time.
+/// What all courses that may still win have in common is decided, and kept with 16 bytes for each segment:
+/// 0.5 MB for an hour in spectra of 2 Hz. Of what is not, segments with 8 bytes for each speed of the grid
+/// are kept, a few seconds as a rule and 64 MB at most; then the best course so far decides over the older
+/// half. The grid has a quarter of a bin of the highest order. One object is used by one thread at a time.
 class UMLAUF_API CCombSpeed {
  public:
   static constexpr std::size_t mostOrders = 16;
 
   /// Whether a course is to be believed.
-  struct Trust {
-    struct Span {
-      double from, to;  ///< [s]
-    };
-    std::vector<Span> lost;  ///< where fewer than half the lines stand out, over half a second and more
-    double lostShare = 0;    ///< of all segments, 0 to 1
+  struct UMLAUF_API Trust {
+    /// [s] Where fewer than half the lines stand out, over half a second and more.
+    std::vector<RotationWarning::Place> lost;
+    double lostShare = 0;  ///< of all segments, 0 to 1
     /// [orders] In which part of the segments each of them stands out. One that hardly ever does may not be
     /// there, and the speed another one.
     std::vector<double> present;
@@ -47,6 +47,12 @@ class UMLAUF_API CCombSpeed {
     /// [rpm] at its begin. Noise alone has 0.4 or so; from 0.8 on there is more than one shaft that it can
     /// be.
     double rival = 0, rivalStart = 0;
+
+    /// False where the lines do not stand out for most of the time: there is no speed then.
+    bool Believable() const { return lostShare <= 0.5; }
+    /// What is doubtful, for the orders of the settings. Codes `track-lost`, `order-missing`,
+    /// `speed-ambiguous`; empty without memory, too.
+    std::vector<RotationWarning> Warnings(const std::vector<double>& orders) const;
   };
 
   /// For samples at `rate` [samples/s].
@@ -58,8 +64,8 @@ class UMLAUF_API CCombSpeed {
   /// False for settings that cannot be used (orders that reach half the sample rate at the highest speed,
   /// too) and without memory; all functions then do nothing.
   bool IsValid() const { return engine_ != nullptr; }
-  /// Takes the next n samples.
-  void Take(const float* samples, std::size_t n);
+  /// Takes the next n samples, which lie `stride` apart.
+  void Take(const float* samples, std::size_t n, std::size_t stride = 1);
   /// The speed over time [s from the first sample, rpm], at the middles of the segments, as
   /// ShaftTrains::FromSpeed takes it. False, and both are empty, for recordings shorter than a segment, for a
   /// start outside the lowest and the highest speed, and without memory.

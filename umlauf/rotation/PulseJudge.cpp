@@ -32,6 +32,7 @@ struct CPulseJudge::State {
   double stretchBegin = 0, stretchEnd = 0;
   umlauf::rotation::Regularity regularity;
   double lastEdge = -1;
+  double rate = 1;  ///< [samples/s]
 
   void Count(double edge, double pitches) {
     if (edge >= stretchEnd) NextStretch(edge);
@@ -44,6 +45,7 @@ struct CPulseJudge::State {
         none ? std::numeric_limits<double>::infinity() : static_cast<double>(counts[stretch].begin);
     stretchEnd = none ? std::numeric_limits<double>::infinity() : static_cast<double>(counts[stretch].end);
   }
+  std::vector<RotationWarning::Place> DifferentCounts() const;
 };
 
 CPulseJudge::CPulseJudge(const PulseLevels& levels, const CDzPulsDetektor& detector) {
@@ -68,6 +70,7 @@ void CPulseJudge::Take(const CPulseTrain& pulses) {
   const auto edges = pulses.Edges();
   const auto flags = pulses.Flags();
   const auto pitches = pulses.Pitches();
+  s.rate = pulses.SampleRate();
   umlauf::HadMemory([&] {
     if (s.bothEdges) return TakeRising(pulses);
     // Most of a long recording lies between the stretches.
@@ -81,7 +84,8 @@ void CPulseJudge::Take(const CPulseTrain& pulses) {
         lengths[n] = pitches[i] == 1 ? length : length / pitches[i];
         n += (flags[i] & CPulseTrain::first) == 0 && lengths[n] > 0 ? 1 : 0;
       }
-      s.regularity.Take(lengths.data(), n);
+      // Those that are left out lie at the begin of a recording; places need not be more exact.
+      s.regularity.Take(lengths.data(), n, &edges[i - n + 1]);
     }
   });
 }
@@ -93,19 +97,20 @@ void CPulseJudge::TakeRising(const CPulseTrain& pulses) {
     if ((pulses.Flags()[i] & CPulseTrain::rising) == 0) continue;
     const double edge = pulses.Edges()[i + 1];
     s.Count(edge, 1);
-    if (s.lastEdge >= 0 && edge > s.lastEdge) s.regularity.Take(edge - s.lastEdge);
+    if (s.lastEdge >= 0 && edge > s.lastEdge) s.regularity.Take(edge - s.lastEdge, edge);
     s.lastEdge = edge;
   }
 }
 
-bool CPulseJudge::CountsDiffer() const {
-  const State& s = *state_;
-  if (!s.comparable) return false;
-  for (std::size_t i = 0; i < s.counts.size(); ++i) {
-    const double off = std::abs(s.found[i] - s.counts[i].swings);
-    if (off > cutSwings + s.divider - 1 + sameCount * s.counts[i].swings) return true;
+/// Stretches [samples] with another number of pulses than of swings.
+std::vector<RotationWarning::Place> CPulseJudge::State::DifferentCounts() const {
+  std::vector<RotationWarning::Place> places;
+  for (std::size_t i = 0; comparable && i < counts.size(); ++i) {
+    const double off = std::abs(found[i] - counts[i].swings);
+    if (off <= cutSwings + divider - 1 + sameCount * counts[i].swings) continue;
+    places.push_back({static_cast<double>(counts[i].begin), static_cast<double>(counts[i].end)});
   }
-  return false;
+  return places;
 }
 
 std::vector<RotationWarning> CPulseJudge::Finish() {
@@ -124,6 +129,10 @@ std::vector<RotationWarning> CPulseJudge::Finish() {
     const double allowed = std::floor(pulses / oneOf);
     const double extra = s.regularity.Extra(), lost = s.regularity.Lost();
     if (!warnings.empty()) return;
+    const auto at = [&](const auto& places) {
+      for (const auto& each : places)
+        warnings.back().places.push_back({each.from / s.rate, each.to / s.rate});
+    };
     if (s.regularity.Pulses() + 1 < fewPulses) {
       add("few-pulses", L"only a few pulses were found; check channel and levels");
     } else if (s.regularity.EvenShare() < evenShare) {
@@ -135,22 +144,27 @@ std::vector<RotationWarning> CPulseJudge::Finish() {
           L"levels "
           L"farther apart",
           extra);
+      at(s.regularity.ExtraPlaces());
     } else if (lost > allowed && s.clipped > clippedShare) {
       add("clipped",
           L"pulses seem to be missing (%g), and samples lie at the ends of the range: the signal is clipped; "
           L"record it with a wider range",
           lost);
+      at(s.regularity.LostPlaces());
     } else if (lost > allowed) {
       add("lost-pulses",
           L"pulses seem to be missing (%g): tell the gap of the wheel if it has one, or set the levels "
           L"closer "
           L"together or within the swing",
           lost);
+      at(s.regularity.LostPlaces());
     }
-    if (warnings.empty() && CountsDiffer())
-      add("count-differs",
-          L"the signal swings more or less often than it passes the levels; look at the recording, set the "
-          L"levels within its swings, or leave them out");
+    const auto different = warnings.empty() ? s.DifferentCounts() : std::vector<RotationWarning::Place>();
+    if (different.empty()) return;
+    add("count-differs",
+        L"the signal swings more or less often than it passes the levels; look at the recording, set the "
+        L"levels within its swings, or leave them out");
+    at(different);
   });
   return warnings;
 }

@@ -27,15 +27,14 @@ class UMLAUF_API CPulseJudge {
 
   void Take(const CPulseTrain& pulses);
   /// What is doubtful; nothing else when the levels are. Codes `levels-uncertain`, `wrapped`, `few-pulses`,
-  /// `irregular`, `extra-pulses`, `lost-pulses`, `clipped`, `count-differs`. Call once, behind the last
-  /// pulse.
+  /// `irregular`, `extra-pulses`, `lost-pulses`, `clipped`, `count-differs`, of which the last four have
+  /// places: up to 200, neighbours in one where there are more. Call once, behind the last pulse.
   std::vector<RotationWarning> Finish();
 
  private:
   struct State;
 
   void TakeRising(const CPulseTrain& pulses);
-  bool CountsDiffer() const;
 
   std::unique_ptr<State> state_;
 };

@@ -158,7 +158,7 @@ def _speed(table: SpeedTable, task: _Task) -> None:
 def _orders(table: OrdersTable, task: _Task) -> None:
     import numpy as np
 
-    keys = ("tracks", "max_order", "resolution", "overlap", "axis", "step", "bandwidth")
+    keys = ("tracks", "max_order", "resolution", "overlap", "axis", "step", "bandwidth", "method")
     settings = {key: getattr(table, key) for key in keys}
     speed, result = task.speeds[table.speed], task.result
     if table.torsional:

@@ -199,6 +199,7 @@ class OrdersTable:
     axis: str = _key(_choice("time", "revolution", "speed"), "time")
     step: float = _key(_number(least=0), 0.0)
     bandwidth: float = _key(_number(above=0), 0.25)
+    method: str = _key(_choice("segments", "vold-kalman"), "segments")
     map: bool = _key(_switch, False)
     """Keep the map."""
 

@@ -49,6 +49,25 @@ std::string Shortened(const std::string& text, std::size_t most) {
   return text.substr(0, Bytes(text, front)) + "…" + text.substr(Bytes(text, length - back));
 }
 
+std::vector<std::string> Wrapped(const std::string& text, double left) {
+  constexpr std::size_t mostLines = 3;
+  const auto fitting =
+      static_cast<std::size_t>((Canvas::width - Canvas::edge - left) / Canvas::characterWidth);
+  std::vector<std::string> lines;
+  for (std::size_t at = 0; at < text.size();) {
+    const std::string rest = text.substr(at);
+    if (Length(rest) <= fitting || lines.size() + 1 == mostLines) {
+      lines.push_back(Shortened(rest, fitting));
+      break;
+    }
+    const std::size_t most = Bytes(rest, fitting), space = rest.rfind(' ', most);
+    const std::size_t end = space == std::string::npos || space == 0 ? most : space;
+    lines.push_back(rest.substr(0, end));
+    at += end + (end == space ? 1 : 0);
+  }
+  return lines;
+}
+
 std::string Canvas::Begin(const std::string& file) const {
   const std::string terminal =
       svg_ ? fmt::format(
@@ -71,6 +90,13 @@ std::string Canvas::Text(const std::string& text, double x, double y, const std:
                          bool upright) const {
   if (text.empty()) return {};
   return fmt::format("set label {} at {} {}{}\n", Quoted(text), At(x, y), place, upright ? " rotate" : "");
+}
+
+std::string Canvas::Lines(const std::vector<std::string>& lines, double left) const {
+  std::string script;
+  double y = edge + lineHeight * static_cast<double>(lines.size());
+  for (const std::string& each : lines) script += Text(each, left, y -= lineHeight, "left");
+  return script;
 }
 
 std::string Canvas::Area(double left, double right, double bottom, double top) const {

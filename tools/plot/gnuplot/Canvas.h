@@ -28,6 +28,8 @@ class Canvas {
   /// `place` is left, center or right; with `upright` the text runs upward, centred.
   std::string Text(const std::string& text, double x, double y, const std::string& place,
                    bool upright = false) const;
+  /// Lines at the lower edge of the sheet, from `left` on.
+  std::string Lines(const std::vector<std::string>& lines, double left) const;
   /// Edges of the drawing area that follows.
   std::string Area(double left, double right, double bottom, double top) const;
 
@@ -47,6 +49,9 @@ std::string Quoted(const std::string& text);
 std::size_t Length(const std::string& text);
 /// Cut to `most` characters, with an ellipsis in place of its middle.
 std::string Shortened(const std::string& text, std::size_t most);
+
+/// In lines of a sheet from `left` on, parted between words; three at most, the last one shortened.
+std::vector<std::string> Wrapped(const std::string& text, double left);
 
 /// Colour, width and dash of the lines of a series.
 std::string LineStyle(const PlotSeries& series);

@@ -206,6 +206,7 @@ struct Layout {
 };
 
 constexpr double betweenPanels = 26;
+constexpr const char* markColour = "#f9dcd6";
 
 void ShareHeight(const Plot& plot, Layout& layout) {
   const auto count = static_cast<double>(plot.panels.size());
@@ -224,7 +225,21 @@ double SideWidth(std::size_t longest) {
   return Canvas::edge + Canvas::lineHeight + 18 + Canvas::characterWidth * static_cast<double>(longest);
 }
 
-Layout MakeLayout(const Plot& plot, bool svg, std::string& head, std::string& caption) {
+/// Where something is doubtful, however short that is.
+std::string Marks(const Plot& plot, const PlotRange& x) {
+  std::string script;
+  const double least = 0.0015 * x.span();
+  for (const PlotRange& each : plot.marked) {
+    const double middle = (each.low + each.high) / 2, half = std::max(least, each.span() / 2);
+    if (middle + half < x.low || middle - half > x.high) continue;
+    script +=
+        fmt::format("set object rectangle from {},graph 0 to {},graph 1 behind fc rgb {} fs solid noborder\n",
+                    std::max(x.low, middle - half), std::min(x.high, middle + half), Quoted(markColour));
+  }
+  return script;
+}
+
+Layout MakeLayout(const Plot& plot, bool svg, std::string& head, std::vector<std::string>& caption) {
   const double height = std::max(640.0, 120.0 + 125.0 * static_cast<double>(plot.panels.size()));
   Layout layout{Canvas(svg, height)};
   layout.top = height - 30;
@@ -246,9 +261,10 @@ Layout MakeLayout(const Plot& plot, bool svg, std::string& head, std::string& ca
         key.push_back({each.title, each.look, each.colour, {}, false, false, false, each.dash});
     }
   }
+  if (!plot.marked.empty()) key.push_back({"doubtful", Look::broadLine, markColour, {}});
   head = layout.canvas.Head(plot.title, key, layout.left, layout.right, layout.top);
-  caption = Caption(plot, layout.axes);
-  if (!caption.empty()) layout.bottom += Canvas::lineHeight;
+  caption = Wrapped(Caption(plot, layout.axes), layout.left);
+  layout.bottom += Canvas::lineHeight * static_cast<double>(caption.size());
   layout.axes.clear();
   ShareHeight(plot, layout);
   return layout;
@@ -257,7 +273,8 @@ Layout MakeLayout(const Plot& plot, bool svg, std::string& head, std::string& ca
 }  // namespace
 
 std::string LinePlotScript(const Plot& plot, bool svg, const std::string& file) {
-  std::string head, caption;
+  std::string head;
+  std::vector<std::string> caption;
   const Layout layout = MakeLayout(plot, svg, head, caption);
   const Canvas& canvas = layout.canvas;
   const PlotRange x = XRange(plot);
@@ -266,11 +283,7 @@ std::string LinePlotScript(const Plot& plot, bool svg, const std::string& file) 
   const double middle = (layout.left + layout.right) / 2;
   std::string script = canvas.Begin(file) + head;
   script += canvas.Text(AxisTitle(plot.xLabel, xTicks), middle, layout.bottom - 50, "center");
-  if (!caption.empty()) {
-    script +=
-        canvas.Text(Shortened(caption, static_cast<std::size_t>(Canvas::width / Canvas::characterWidth) - 12),
-                    layout.left, Canvas::edge, "left");
-  }
+  script += canvas.Lines(caption, layout.left);
   double ceiling = layout.top;
   for (std::size_t i = 0; i < plot.panels.size(); ++i) {
     const PlotPanel& panel = plot.panels[i];
@@ -287,8 +300,8 @@ std::string LinePlotScript(const Plot& plot, bool svg, const std::string& file) 
                             "center", true);
     }
     script += canvas.Area(layout.left, layout.right, floor, ceiling) + Scales(plot, panel) + YAxes(axes) +
-              AxisCommands("x", x, xTicks, i + 1 == plot.panels.size()) + PanelData(panel, axes, x) +
-              "unset label\nunset arrow\n";
+              AxisCommands("x", x, xTicks, i + 1 == plot.panels.size()) + Marks(plot, x) +
+              PanelData(panel, axes, x) + "unset label\nunset arrow\nunset object\n";
     ceiling = floor - betweenPanels;
   }
   return script + "unset multiplot\nunset output\n";

@@ -150,8 +150,9 @@ double LeftOf(const PlotRange& y) {
          Canvas::characterWidth * static_cast<double>(std::max<std::size_t>(1, LinearTicks(y, 12).longest()));
 }
 
-std::string CaptionScript(const Canvas& canvas, const PlotMap& map, double left) {
-  return canvas.Text(Shortened(map.caption, 120), left, Canvas::edge, "left");
+/// Height that is left above the caption and the title of the axis.
+double BottomOf(const PlotMap& map, double left) {
+  return 72 + Canvas::lineHeight * static_cast<double>(Wrapped(map.caption, left).size());
 }
 
 std::string ColourScript(const PlotMap& map, bool svg, const std::string& file) {
@@ -163,7 +164,7 @@ std::string ColourScript(const PlotMap& map, bool svg, const std::string& file) 
   std::size_t names = 0;
   for (const PlotSeries& each : map.lines) names = std::max(names, Length(each.title));
 
-  Area area{LeftOf(raster.y), 0, map.caption.empty() ? 72.0 : 92.0, 0};
+  Area area{LeftOf(raster.y), 0, BottomOf(map, LeftOf(raster.y)), 0};
   const double bar = 18;
   const double barRight =
       Canvas::width - Canvas::edge - Canvas::lineHeight - 22 -
@@ -173,7 +174,8 @@ std::string ColourScript(const PlotMap& map, bool svg, const std::string& file) 
   const std::string head = canvas.Head(map.title, {}, area.left, barRight, area.top);
   if (names > 0) area.top -= Canvas::lineHeight - 4;
 
-  std::string script = canvas.Begin(file) + head + CaptionScript(canvas, map, area.left) + PaletteCommand();
+  std::string script =
+      canvas.Begin(file) + head + canvas.Lines(Wrapped(map.caption, area.left), area.left) + PaletteCommand();
   script += "set border 15 lc rgb '#505050'\nset tics front\nunset grid\n" +
             AxesScript(canvas, map, raster, raster.y, area) + AxisCommands("cb", shown, levels);
   script += fmt::format("set colorbox user origin {} size screen {:.5f},{:.5f} border\n",
@@ -272,11 +274,13 @@ std::string LevelScale(const Canvas& canvas, const PlotMap& map, const Waterfall
 std::string WaterfallScript(const PlotMap& map, bool svg, const std::string& file) {
   const Canvas canvas(svg, 760);
   const Waterfall fall = MakeWaterfall(map);
-  Area area{LeftOf(fall.raster.y), Canvas::width - 110, map.caption.empty() ? 72.0 : 92.0, 0};
+  const double left = LeftOf(fall.raster.y);
+  Area area{left, Canvas::width - 110, BottomOf(map, left), 0};
   Raster axes = fall.raster;
   axes.y = fall.y;
   std::string script = canvas.Begin(file) + canvas.Head(map.title, {}, area.left, area.right, area.top);
-  script += CaptionScript(canvas, map, area.left) + "set border 3 lc rgb '#505050'\nunset grid\n";
+  script += canvas.Lines(Wrapped(map.caption, area.left), area.left) +
+            "set border 3 lc rgb '#505050'\nunset grid\n";
   script += AxesScript(canvas, map, axes, fall.raster.y, area) + LevelScale(canvas, map, fall, area);
   return script + WaterfallLines(fall) + "unset multiplot\nunset output\n";
 }

@@ -25,34 +25,47 @@ constexpr double longestBurst = 2.5;                ///< of these
 constexpr std::size_t leastBurst = 3;               ///< fewer are seen one by one
 constexpr std::size_t mostLongs = 100000;
 constexpr std::size_t mostGaps = 4;  ///< of a wheel
+constexpr std::size_t mostPlaces = 200;
+
+/// Neighbours in one, until there are few enough.
+void Limit(std::vector<Regularity::Place>& places) {
+  while (places.size() > mostPlaces) {
+    for (std::size_t i = 0; i < places.size(); i += 2) {
+      places[i / 2] = {places[i].from, places[std::min(i + 1, places.size() - 1)].to};
+    }
+    places.resize((places.size() + 1) / 2);
+  }
+}
 
 }  // namespace
 
-void Regularity::Take(double length) {
+void Regularity::Take(double length, double end) {
   const double before = Before(1);
   calm_ = std::abs(length - before) <= calm * before ? calm_ + 1 : 0;
   if (calm_ > window) {
     // Most pulses: nothing odd can be within reach.
     ++evenForAll_;
-    Keep(length);
+    Keep(length, end);
     skip_ = false;
     return;
   }
   Compare(length);
-  WatchBurst(length);
-  Keep(length);
+  WatchBurst(length, end);
+  Keep(length, end);
   if (inPart_ >= window) Judge();
 }
 
-void Regularity::Take(const double* lengths, std::size_t n) {
+void Regularity::Take(const double* lengths, std::size_t n, const double* ends) {
   for (std::size_t i = 0; i < n;) {
-    if (calm_ >= window) i += TakeCalm(lengths + i, n - i);
-    if (i < n) Take(lengths[i++]);
+    if (calm_ >= window) i += TakeCalm(lengths + i, n - i, ends != nullptr ? ends + i : nullptr);
+    if (i == n) return;
+    Take(lengths[i], ends != nullptr ? ends[i] : 0);
+    ++i;
   }
 }
 
 /// Takes the pulses up to the first one that is not much like the one before it.
-std::size_t Regularity::TakeCalm(const double* lengths, std::size_t n) {
+std::size_t Regularity::TakeCalm(const double* lengths, std::size_t n, const double* ends) {
   double before = Before(1);
   std::size_t taken = 0;
   for (; taken < n; before = lengths[taken++]) {
@@ -62,15 +75,16 @@ std::size_t Regularity::TakeCalm(const double* lengths, std::size_t n) {
   const std::size_t passed = taken - std::min(taken, window);
   pulses_ += passed;
   inPart_ += passed;
-  for (std::size_t i = passed; i < taken; ++i) Keep(lengths[i]);
+  for (std::size_t i = passed; i < taken; ++i) Keep(lengths[i], ends != nullptr ? ends[i] : 0);
   calm_ += taken;
   evenForAll_ += taken;
   skip_ = false;
   return taken;
 }
 
-void Regularity::Keep(double length) {
+void Regularity::Keep(double length, double end) {
   const std::size_t at = pulses_ % window;
+  ends_[at] = ends_[at + window] = end;
   lengths_[at] = lengths_[at + window] = length;
   ++pulses_;
   ++inPart_;
@@ -92,7 +106,7 @@ void Regularity::JudgeRest() {
   if (inPart_ < window) return;
   const std::uint64_t pulses = pulses_;
   for (std::size_t i = 0; i < reach; ++i) {
-    Keep(Before(1));
+    Keep(Before(1), ends_[(pulses_ + window - 1) % window]);
     Judge();
   }
   pulses_ = pulses;
@@ -108,7 +122,7 @@ void Regularity::Compare(double length) {
 }
 
 /// No shaft turns far faster for the time of two pulses and goes on as before.
-void Regularity::WatchBurst(double length) {
+void Regularity::WatchBurst(double length, double end) {
   if (burst_.pulses == 0) {
     if (inPart_ < 2) return;
     burst_.before = std::min(Before(1), Before(2));
@@ -121,7 +135,10 @@ void Regularity::WatchBurst(double length) {
     ++burst_.behind;  // the first one may be cut
   }
   const bool ends = !isShort && length >= burstEnds * burst_.before;
-  if (ends && burst_.pulses >= leastBurst) extra_ += static_cast<double>(burst_.pulses);
+  if (ends && burst_.pulses >= leastBurst) {
+    extra_ += static_cast<double>(burst_.pulses);
+    KeepExtra({end - length - burst_.sum, end == 0 ? 0 : end - length});
+  }
   if (ends || burst_.behind > 1 || burst_.sum > longestBurst * burst_.before) burst_ = {};
   if (burst_.pulses > 0) calm_ = 0;  // each one is to be seen
 }
@@ -161,6 +178,7 @@ void Regularity::Judge() {
   if (arePair || length < farTooShort * reference) {
     ++extra_;
     skip_ = true;
+    KeepExtra(PlaceTo(reach + 1));
     return;
   }
   if (length < longPulse * reference || length < longBesides * std::max(before, next)) return;
@@ -170,7 +188,37 @@ void Regularity::Judge() {
     ++standstills_;
   } else if (longs_.size() < mostLongs) {
     longs_.push_back({pulses_, std::round(length / reference), parts_});
+    const Place place = PlaceTo(reach);
+    if (place.to != 0) longPlaces_.push_back(place);
   }
+}
+
+void Regularity::KeepExtra(const Place& place) {
+  if (place.to == 0) return;  // without ends
+  extraPlaces_.push_back(place);
+  if (extraPlaces_.size() > 2 * mostPlaces) Limit(extraPlaces_);
+}
+
+/// A burst may hold pulses that were seen one by one as well.
+std::vector<Regularity::Place> Regularity::ExtraPlaces() const {
+  std::vector<Place> places;
+  if (IsPattern()) return places;
+  std::vector<Place> sorted = extraPlaces_;
+  std::sort(sorted.begin(), sorted.end(), [](const Place& a, const Place& b) { return a.from < b.from; });
+  for (const Place& each : sorted) {
+    if (!places.empty() && each.from <= places.back().to) {
+      places.back().to = std::max(places.back().to, each.to);
+    } else {
+      places.push_back(each);
+    }
+  }
+  Limit(places);
+  return places;
+}
+
+Regularity::Place Regularity::PlaceTo(std::size_t last) const {
+  const double* const ends = &ends_[pulses_ % window];
+  return {ends[reach - 1], ends[last]};
 }
 
 bool Regularity::SamePart(std::size_t a, std::size_t b) const { return longs_[a].part == longs_[b].part; }
@@ -187,8 +235,22 @@ double Regularity::Lost() const {
   return least;
 }
 
+std::vector<Regularity::Place> Regularity::LostPlaces() const {
+  std::vector<Place> places;
+  double least = std::numeric_limits<double>::infinity();
+  for (std::size_t gaps = 1; gaps <= mostGaps; ++gaps) {
+    std::vector<Place> found;
+    const double lost = Lost(gaps, &found);
+    if (lost >= least) continue;
+    least = lost;
+    places.swap(found);
+  }
+  Limit(places);
+  return places;
+}
+
 /// With g gaps a revolution every g-th long pulse comes after the same number of pulses.
-double Regularity::Lost(std::size_t gaps) const {
+double Regularity::Lost(std::size_t gaps, std::vector<Place>* places) const {
   std::map<std::uint64_t, std::size_t> distances;
   for (std::size_t i = gaps; i < longs_.size(); ++i) {
     if (SamePart(i, i - gaps)) ++distances[longs_[i].index - longs_[i - gaps].index];
@@ -206,7 +268,10 @@ double Regularity::Lost(std::size_t gaps) const {
     const bool toNext = hasNext && longs_[i + gaps].index - longs_[i].index == usual;
     // One part of several may be too short to tell.
     const bool alone = parts_ > 1 && usual > 0 && !hasBefore && !hasNext;
-    if (!fromBefore && !toNext && !alone) lost += std::max(1.0, longs_[i].pitches - 1);
+    if (!fromBefore && !toNext && !alone) {
+      lost += std::max(1.0, longs_[i].pitches - 1);
+      if (places != nullptr && i < longPlaces_.size()) places->push_back(longPlaces_[i]);
+    }
     if (!fromBefore && hasBefore) breaks += 1.0 / static_cast<double>(gaps);
   }
   // At a standstill one more or less may be counted.
