@@ -62,7 +62,10 @@ Course Follow(const CombSpeedSettings& settings, CBlockSource& source) {
   }
   auto train = std::make_shared<CPulseTrain>(source.SampleRate(), source.StartTime());
   train->Append(ShaftTrains::FromSpeed(course.rpm, source.SampleRate()));
-  result.Take(std::move(train), false);
+  // Segments are no revolutions.
+  NeedMemory(train->Complete());
+  result.counts.Take(*train);
+  result.train = std::move(train);
   result.warnings = trust.Warnings(settings.orders);
   return course;
 }

@@ -76,6 +76,7 @@ def test_a_shaft_without_a_tacho_tells_its_speed_or_that_it_does_not(program, tm
     assert doubt.code == "track-lost" and doubt.places == found.lost
     assert 105.5 < doubt.places[0][0] < doubt.places[-1][1] < 109.5
     assert found.present[2] > 0.6 and found.rival.score < 0.8 and found.thresholds is None
+    assert len(found.revolutions) == 0 and found.mean == pytest.approx(found.rpm.mean(), rel=1e-3)
     # It takes the place of a tacho; what is doubtful is shaded.
     track = umlauf.orders(recording, found, tracks=[2], max_order=10).track(2)
     early = track.time < 105

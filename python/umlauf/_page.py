@@ -93,16 +93,21 @@ def _speed_parts(speed: Speed, number: int) -> list[str]:
     graph = need("plotly.graph_objects", "report", "draws reports")
     figure = graph.Figure()
     at, rpm = _extremes(speed.time, speed.rpm)
-    marker = {"size": 3, "color": "#9db8d9"}
     hover = "%{x:.4f} s: %{y:.2f} rpm"
-    figure.add_scatter(x=at, y=rpm, mode="markers", name="single pulses", marker=marker, hovertemplate=hover)
+    strong = {"color": _COLOURS[0], "width": 1.6}
+    if isinstance(speed, FollowedSpeed):
+        name = "by the orders of the vibration"
+        figure.add_scatter(x=at, y=rpm, mode="lines", name=name, line=strong, hovertemplate=hover)
+    else:
+        marker = {"size": 3, "color": "#9db8d9"}
+        figure.add_scatter(x=at, y=rpm, mode="markers", name="single pulses", marker=marker, hovertemplate=hover)
     if len(speed.revolutions):
         figure.add_scatter(
             x=speed.revolutions.time,
             y=speed.revolutions.rpm,
             mode="lines" if len(speed.revolutions) > 1 else "markers",
             name="whole revolutions",
-            line={"color": _COLOURS[0], "width": 1.6},
+            line=strong,
             hovertemplate=hover,
         )
     held = (speed.flags & PulseFlag.HELD) != 0
@@ -163,10 +168,11 @@ def _shade(figure: Any, speed: Speed) -> None:
 
 
 def _speed_rows(speed: Speed) -> list[tuple[str, str]]:
+    single = "" if isinstance(speed, FollowedSpeed) else " pulse"
     rows = [
         ("mean", f"{speed.mean:.2f} rpm"),
-        ("slowest pulse", f"{speed.min:.2f} rpm"),
-        ("fastest pulse", f"{speed.max:.2f} rpm"),
+        (f"slowest{single}", f"{speed.min:.2f} rpm"),
+        (f"fastest{single}", f"{speed.max:.2f} rpm"),
     ]
     turns = speed.revolutions
     if len(turns):

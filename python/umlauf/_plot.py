@@ -7,6 +7,7 @@ from typing import TYPE_CHECKING, Any
 
 from ._extras import need
 from ._speed import PulseFlag, Speed
+from ._vibration import FollowedSpeed
 
 if TYPE_CHECKING:
     from collections.abc import Sequence
@@ -28,15 +29,11 @@ def plot_speed(speed: Speed, ax: Any = None) -> Any:
         middle, half = (from_ + to) / 2, max(least, (to - from_) / 2)
         ax.axvspan(middle - half, middle + half, color="#f9dcd6", lw=0, zorder=0, label=label)
         label = ""
-    ax.plot(
-        speed.time,
-        speed.rpm,
-        ".",
-        ms=2,
-        color="#9db8d9",
-        label="single pulses",
-        rasterized=len(speed) > 50_000,
-    )
+    if isinstance(speed, FollowedSpeed):
+        ax.plot(times, speed.rpm, color="#1f5fa8", label="by the orders of the vibration")
+    else:
+        many = len(speed) > 50_000
+        ax.plot(times, speed.rpm, ".", ms=2, color="#9db8d9", label="single pulses", rasterized=many)
     if len(speed.revolutions):
         ax.plot(speed.revolutions.time, speed.revolutions.rpm, color="#1f5fa8", label="whole revolutions")
     held = (speed.flags & PulseFlag.HELD) != 0

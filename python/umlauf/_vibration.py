@@ -28,7 +28,8 @@ class Rival(NamedTuple):
 class FollowedSpeed(Speed):
     """Speed of a shaft by the orders of its vibration. Made by `speed_from_vibration`; takes the place of a `Speed`.
 
-    Its "pulses" are the segments of the spectra: `time` and `rpm` are those of their middles.
+    Its "pulses" are the segments of the spectra: `time` and `rpm` are those of their middles. There are no
+    `revolutions`.
     """
 
     confidence: NDArray[numpy.float32]
