@@ -13,7 +13,7 @@ EXEMPT = {
         CDescriptionInterface CMeasuringResultAggregateInterface CMeasuringResultBaseInterface CMeasuringResultScalarInterface
         CMeasuringUnitInterface CSetPointInterface CSignalBaseInterface CXChannelDescriptionInterface""",
     "a record that lies within its object": """CChannelDescription CClavisPODOwner CMeasuringResultBase CMeasuringResultScalar
-        CResampInfo CSetPoint CSignalBase CTriggerInfo CWavPlaybackEventInfo CXChannelDescription CYChannelDescription""",
+        CSetPoint CSignalBase CXChannelDescription CYChannelDescription""",
     "the base of classes that are tested": """CBlockSource CCanMessageDecoderBase CComboBox CComboBoxControl CComboBoxList
         CEdgeSource CFueGroeListe CFueGroeListeBasis CPODOwner CRecordOwner CSerializable CSideRecord CSignal
         CVisData3dObject CVisDataSamples""",
@@ -25,7 +25,8 @@ EXEMPT = {
         CPODHolder CTimeFloatScaling CTimeSpan CValidSamples FormatArg PulsEntry""",
 }
 
-DECLARED = re.compile(r"^class\s+(?:UMLAUF_\w*API\s+)?(?:alignas\(\w+\)\s+)?(\w+)(?:\s+final)?\s*(?::[^;{]*)?\{", re.M)
+# Side records lie within their objects, all of them.
+DECLARED = re.compile(r"^class\s+(?:UMLAUF_\w*API\s+)?(\w+)(?:\s+final)?\s*(?::(?!\s*public CSideRecord<)[^;{]*)?\{", re.M)
 
 
 def code_of(path):
