@@ -84,7 +84,7 @@ void FuzzOne(Input input) {
   const unsigned channel = input.Pick({0, 1, 2, 31, 32, UINT32_MAX});
   source.demux(channel, dst, reshape);
   source.transmux(Mask(input), dst, input.Pick({0, 1, 2, 31, UINT32_MAX}), reshape);
-  if (input.Byte() % 4 == 0) SplitAndJoin(source, dst, reshape, input);
+  if (input.Byte() % 16 == 0) SplitAndJoin(source, dst, reshape, input);
   Ranges(dst, other, input.Pick({0, 1, 2, 31, 32, UINT32_MAX}), channel);
   dst.MakeTransposedOf(other);
   if (IsSmall(source)) dst = CSignalieee32(source, Mask(input));

@@ -11,9 +11,8 @@ namespace {
 
 /// What the unit says for people reads back as that unit, where it promises to.
 void ReadBack(const CMeasuringUnit& unit) {
-  constexpr std::uint32_t commonUnits = 31;
   const CString name = unit.baseunit();
-  if (unit.unit() >= commonUnits || unit.exponent() != 0 || unit.power() == 0) return;
+  if (unit.unit() >= CommonUnits::kCommonUnitCount || unit.exponent() != 0 || unit.power() == 0) return;
   if (unit.is_db() && unit.is_log()) return;  // shown as dB
   for (const wchar_t* exception : {L"-", L"pu", L"km/h", L"mph"}) {
     if (name == exception) return;

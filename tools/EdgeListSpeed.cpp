@@ -56,7 +56,7 @@ void RunEdgeList(const SpeedOptions& given, EdgeListKind kind, bool alone, Speed
   CheckSection(options.recording);
   CEdgeListSource source;
   const auto check = [&source] {
-    if (!source.Failure().IsEmpty()) Fail("{}", source.Failure().ToUtf8());
+    if (source.HasFailed()) Fail("{}", source.Failure().ToUtf8());
   };
   if (!source.Open(options.recording.path, kind, options.recording.from, options.recording.to)) check();
   std::span<const RecordedEdge> edges = source.Read(options.block);

@@ -20,7 +20,7 @@ WordSource::WordSource(const RecordingOptions& options) {
 
 std::span<const ULONG> WordSource::Read(std::size_t count, std::size_t keep) {
   const std::span<const ULONG> words = source_->Read(count, keep);
-  if (words.empty() && !source_->Failure().IsEmpty()) Fail("{}", source_->Failure().ToUtf8());
+  if (words.empty() && source_->HasFailed()) Fail("{}", source_->Failure().ToUtf8());
   return words;
 }
 

@@ -28,6 +28,7 @@ class UMLAUF_IO_API CEdgeListSource final : public CEdgeSource {
 
   std::span<const RecordedEdge> Read(std::size_t count) override;
   CString Failure() const override { return reader_.Failure().text; }
+  bool HasFailed() const override { return static_cast<bool>(reader_.Failure()); }
 
  private:
   std::optional<RecordedEdge> Next();

@@ -88,6 +88,8 @@ bool CWordSource::Rewind() {
 
 CString CWordSource::Failure() const { return state_->failure.text; }
 
+bool CWordSource::HasFailed() const { return static_cast<bool>(state_->failure); }
+
 const RecordingWarnings& CWordSource::Warnings() const { return state_->warnings; }
 
 std::unique_ptr<CWordSource> OpenWords(const std::filesystem::path& path, const RecordingFormat& format,

@@ -37,6 +37,8 @@ class UMLAUF_IO_API CWordSource final {
 
   /// Why reading ended before the end; empty when nothing went wrong.
   CString Failure() const;
+  /// Whether something did go wrong, also where there is no memory to say what.
+  bool HasFailed() const;
   /// What was noticed so far; some of it shows only at the end.
   const RecordingWarnings& Warnings() const;
 

@@ -62,7 +62,7 @@ std::vector<float> ReadPart(const FileChannel& channel, std::uint64_t begin, std
     if (block.count == 0) break;
     for (std::size_t i = 0; i < block.count; ++i) samples.push_back(block.samples[i * block.stride]);
   }
-  if (!source->Failure().IsEmpty()) throw Error(source->Failure());
+  if (source->HasFailed()) throw Error(source->Failure());
   return samples;
 }
 

@@ -58,6 +58,9 @@ TEST(WithoutMemory, Spectra) {
     CZeroPhaseStream stream(sections);
     stream.Process(out.data(), curve.FData(), 200);
     stream.Flush(out.data());
+    CSosFilter(sections).Process(filtered);
+    Copy(CSpectrumWindow(WindowShape::Hann, 48));
+    Copy(CZeroPhaseStream(sections));
   });
 }
 
@@ -83,7 +86,9 @@ TEST(WithoutMemory, Orders) {
     settings.slowest = 1000;
     COrderAnalysis analysis(settings);
     CMemorySource recording(samples, 1000);
-    if (analysis.Analyse(recording, pulses, 4)) {
+    const bool analysed = analysis.Analyse(recording, pulses, 4);
+    EXPECT_NE(analysed, !analysis.Failure().IsEmpty());
+    if (analysed) {
       CSigCurveArray map;
       CSigCurve curve;
       CSigPairs pairs;
@@ -94,8 +99,11 @@ TEST(WithoutMemory, Orders) {
       analysis.Tracks()->Curves(0, CMeasuringUnit(), map);
       analysis.Average()->Average(0, CMeasuringUnit(), curve);
     }
-    analysis.AnalyseTorsion(pulses, 4);
-    CPitchErrors(pulses, 4).Corrected(pulses);
+    const bool torsion = analysis.AnalyseTorsion(pulses, 4);
+    EXPECT_NE(torsion, !analysis.Failure().IsEmpty());
+    const CPitchErrors errors(pulses, 4);
+    errors.Corrected(pulses);
+    Copy(errors);
     ShaftTrains::Geared(pulses, 0.5);
     ShaftTrains::Sum({&pulses, 4, 0.5}, {&pulses, 4, -0.2});
     CTimeResampler(settings.map.Grid(), 1, 1000);

@@ -1,4 +1,5 @@
 #include <filesystem>
+#include <fstream>
 
 #include "FailingAllocation.h"
 #include "support/Test.h"
@@ -74,6 +75,35 @@ TEST_F(IoWithoutMemory, RecordingsAreReadToTheEndOrFail) {
       source->Rewind();
     });
   }
+}
+
+TEST_F(IoWithoutMemory, ListsAndWordsAreReadToTheEndOrFail) {
+  const auto& list = Path("edges.csv");
+  const auto& words = Path("words.u32");
+  {
+    std::ofstream edges(list);
+    for (int i = 0; i < 500; ++i) edges << i << '\n';
+    std::ofstream(words, std::ios::binary) << std::string(4 * 3 * 1000, 'x');
+  }
+  EveryAllocationFails([&] {
+    CEdgeListSource source;
+    std::size_t edges = 0;
+    if (source.Open(list, CEdgeListSource::KindOf(list).value_or(EdgeListKind::edges))) {
+      while (const std::size_t n = source.Read(64).size()) edges += n;
+    }
+    EXPECT_TRUE(edges == 500 || source.HasFailed()) << edges;
+  });
+  EveryAllocationFails([&] {
+    RecordingFormat format;
+    format.rate = 8000;
+    format.rawChannels = 3;
+    RecordingFailure failure;
+    const auto source = OpenWords(words, format, failure);
+    EXPECT_EQ(source == nullptr, static_cast<bool>(failure));
+    std::size_t read = 0;
+    while (const std::size_t n = source ? source->Read(300).size() : 0) read += n;
+    EXPECT_TRUE(!source || read == 3000 || source->HasFailed()) << read;
+  });
 }
 
 }  // namespace

@@ -22,6 +22,10 @@ TEST(WithoutMemory, Texts) {
     Formatting::ansi2unicode(Formatting::unicode2ansi(LongText().view()));
     const CArithExpression expression(L"(first_long_name + second_long_name) * third_long_name ^ -2");
     const CExpression tree = expression.tree();
+    Copy(expression);
+    Copy(FailureText(LongText()));
+    const CSwitchResourceDefault language(CString(L"de_AT.UTF-8, and more than a small text holds"));
+    CLibMgr::LoadStringW(308);
     if (!tree.empty()) tree.Infix(tree.Root());
   });
 }
@@ -68,6 +72,7 @@ TEST(WithoutMemory, Settings) {
     CMaskedClavis key;
     key.Write(path, sea);
     key.Read(path, sea);
+    Copy(CResourceEntry(sea, path));
     sea.RemoveEntry(path);
     CSeaBase::ApplicationPath();
   });

@@ -64,6 +64,44 @@ TEST(WithoutMemory, RotationStreams) {
   });
 }
 
+TEST(WithoutMemory, RotationOfPieces) {
+  EveryAllocationFails([] {
+    static const std::vector<float> samples = Tacho(0);
+    CRotationStream::Settings settings;
+    settings.pulsesPerRevolution = 12;
+    settings.gap = true;
+    CRotationPieces rotation(settings, 2000);
+    CMemorySource recording(samples, 48000);
+    RotationPiece first, second;
+    const std::array pieces{&std::as_const(first), &std::as_const(second)};
+    const bool found = rotation.FindLevels(recording) && rotation.Search(recording, 0, 3000, first) &&
+                       rotation.Search(recording, 3000, 5760, second) && rotation.Join(recording, pieces);
+    if (found) {
+      EXPECT_NEAR(static_cast<double>(rotation.Pulses().size()), 200, 2);
+    } else {
+      EXPECT_FALSE(rotation.Failure().IsEmpty());
+    }
+    CDzPulsDetektor detector;
+    detector.SchrankenSetzen(0.5f, -0.5f);
+    CPulseFinder finder(recording, 0, detector);
+    CPulseTrain pulses;
+    recording.Rewind();
+    const bool next = finder.Next(pulses);
+    EXPECT_NE(next, !finder.Failure().IsEmpty());
+  });
+}
+
+// Levels of drifting samples come with a reason for doubt, which a copy of them takes along.
+TEST(WithoutMemory, LevelsOfPieces) {
+  EveryAllocationFails([] {
+    static const std::vector<float> samples = Tacho(6);
+    CMemorySource recording(samples, 48000);
+    CRotationPieces rotation({});
+    const bool found = rotation.FindLevels(recording);
+    EXPECT_NE(found, !rotation.Failure().IsEmpty());
+  });
+}
+
 TEST(WithoutMemory, PulsesOfOtherRecordings) {
   EveryAllocationFails([] {
     static std::array<ULONG, 600> words;
@@ -78,6 +116,7 @@ TEST(WithoutMemory, PulsesOfOtherRecordings) {
       return made;
     }();
     CEdgePulses({}).Take(edges, pulses);
+    Copy(encoder);
   });
 }
 
@@ -108,6 +147,12 @@ TEST(WithoutMemory, WhatTakesPulses) {
     pairs.Finish(L"a name of pairs that needs memory of its own");
     CPulseCounts counts;
     counts.Take(pulses);
+    CSpeedComparison comparison({});
+    comparison.Take(pulses);
+    CPulseTrain copy(pulses);
+    copy.Append(pulses);
+    EXPECT_TRUE(copy.size() == 200 || !copy.Complete()) << copy.size();
+    Copy(CShaftAngle(pulses, 12));
   });
 }
 

@@ -40,6 +40,10 @@ TEST(WithoutMemory, Pulses) {
       const CDzPulsTisDetector twin(encoder);
     }
     CPositionPulseDetector position;
+    Copy(position);
+    CQuadratureDecoder decoder;
+    decoder.highres(words.data(), words.size(), 1);
+    Copy(decoder);
     position.process(words.data(), words.size(), 1, true, hops, 48000, &list, 4.0f, 0.0f);
   });
 }

@@ -28,6 +28,7 @@ TEST(WithoutMemory, Units) {
     std::map<int, CString> names;
     CMeasuringUnitComboBox::FillIdNameMap(names);
     CSiPrefixComboBox::FillIdNameMap(names);
+    CUserInterface::Get().ShowMessage(LongText(), CUserInterface::Icon::error);
   });
 }
 
@@ -59,6 +60,7 @@ TEST(WithoutMemory, Signals) {
     static const CSigCurveExt full = LongNamedCurve();
     CSigCurveExt copy(full), assigned;
     assigned = full;
+    Copy(static_cast<const CSigRaw&>(full));
     assigned = static_cast<const CSigCurve&>(full);
     assigned.SetNameA("a name in UTF-8 that is longer than the forty characters that are reserved");
     assigned.AppendToName(LongText());

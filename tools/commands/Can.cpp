@@ -253,7 +253,7 @@ void RunCan(const CanOptions& options) {
 void AddCanCommand(CLI::App& app) {
   auto options = std::make_shared<CanOptions>();
   CLI::App* command = app.add_subcommand("can", "CAN messages and their signals from a digital stream");
-  DeclareRecording(*command, options->recording);
+  DeclareWords(*command, options->recording);
   command
       ->add_option("--channel2", options->channel2,
                    "second channel of messages that are split over two, from 1")

@@ -42,6 +42,8 @@ void DeclareSection(CLI::App& command, RecordingOptions& recording);
 void DeclareScaling(CLI::App& command, RecordingOptions& recording);
 /// The recording itself with its format and the part of it.
 void DeclareRecording(CLI::App& command, RecordingOptions& recording);
+/// The same for a stream of digital words.
+void DeclareWords(CLI::App& command, RecordingOptions& recording);
 
 /// Accepts numbers that are finite and above 0.
 CLI::Validator AboveZero();

@@ -125,7 +125,7 @@ void RunEncoder(EncoderOptions options) {
 void AddEncoderCommand(CLI::App& app) {
   auto options = std::make_shared<EncoderOptions>();
   CLI::App* command = app.add_subcommand("encoder", "Speed of rotation from an encoder stream");
-  DeclareRecording(*command, options->recording);
+  DeclareWords(*command, options->recording);
   const std::string group = "Detector";
   command
       ->add_option("--mode", options->mode,
@@ -147,6 +147,10 @@ void AddEncoderCommand(CLI::App& app) {
       ->type_name("SAMPLES")
       ->group(group);
   DeclareSpeedResults(*command, *options);
+  command->get_option("--pulses-per-rev")
+      ->description(
+          "edges (modes 1 and 4) or lines of a revolution; with --gap those of a wheel without it (1)")
+      ->type_name("N");
   command->callback([options] { RunEncoder(*options); });
 }
 

@@ -177,7 +177,7 @@ void RunListInfo(const RecordingOptions& options, EdgeListKind kind) {
       last = edge.time;
     }
   }
-  if (!source.Failure().IsEmpty()) Fail("{}", source.Failure().ToUtf8());
+  if (source.HasFailed()) Fail("{}", source.Failure().ToUtf8());
   const bool levels = kind == EdgeListKind::levels;
   Row("file", options.path.string());
   Row("type", levels ? "list of level changes" : "list of edges");

@@ -175,7 +175,7 @@ Source ReadList(const PlotOptions& options, const std::string& path, EdgeListKin
       any = true;
     }
   }
-  if (!list.Failure().IsEmpty()) Fail("{}", list.Failure().ToUtf8());
+  if (list.HasFailed()) Fail("{}", list.Failure().ToUtf8());
   Source source;
   source.file = FilePath(path).filename().string();
   source.name = source.file;

@@ -14,6 +14,18 @@ void DeclareChannel(CLI::App& command, RecordingOptions& recording) {
       ->group(group);
 }
 
+void DeclareWords(CLI::App& command, RecordingOptions& recording) {
+  command
+      .add_option("recording", recording.path,
+                  "file of 32-bit words without a header (--raw u32); - is standard input")
+      ->required();
+  command.add_option("--channel", recording.channel, "channel of the words, from 1")
+      ->transform(WholeNumber(1, 65535))
+      ->group("Recording");
+  DeclareRecordingFormat(command, recording);
+  DeclareSection(command, recording);
+}
+
 void DeclareRecordingFormat(CLI::App& command, RecordingOptions& recording) {
   const std::string group = "Recording";
   const Choices<RawSamples> rawFormats = {

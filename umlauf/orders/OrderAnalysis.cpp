@@ -27,11 +27,15 @@ COrderAnalysis::COrderAnalysis(const Settings& settings)
 
 bool COrderAnalysis::Fail(const wchar_t* why) {
   failure_ = why;
+  ForgetResults();
+  return false;
+}
+
+void COrderAnalysis::ForgetResults() {
   map_.reset();
   tracks_.reset();
   frequencies_.reset();
   average_.reset();
-  return false;
 }
 
 bool COrderAnalysis::Prepare(const AngleGrid& grid, const CPulseTrain& pulses) {
@@ -117,8 +121,11 @@ bool COrderAnalysis::Read(CBlockSource& recording, CAngleResampler& resampler, c
       if (idle > 2) return Fail(L"the angle of the shaft is none that a recording can be resampled over");
     }
   }
-  failure_ = recording.Failure();
-  if (!failure_.IsEmpty()) return Fail(CString(failure_).GetString());
+  failure_.Take(recording.HasFailed(), recording.Failure());
+  if (!failure_.IsEmpty()) {
+    ForgetResults();
+    return false;
+  }
   resampler.Finish();
   take();
   return true;

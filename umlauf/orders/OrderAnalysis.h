@@ -8,7 +8,7 @@
 #include "umlauf/orders/OrderMap.h"
 #include "umlauf/orders/OrderTracker.h"
 #include "umlauf/orders/SynchronousAverage.h"
-#include "umlauf/platform/framework/CString.h"
+#include "umlauf/platform/framework/FailureText.h"
 #include "umlauf/recording/BlockSource.h"
 
 /// Orders of a recording in one pass: resampled over the angle of a shaft, then what is asked for is made of
@@ -22,8 +22,7 @@
 ///     COrderAnalysis orders(settings);
 ///     if (!orders.Analyse(vibration, rotation.Pulses(), 60)) return Complain(orders.Failure());
 ///     CSigCurveArray map;
-///     orders.Map()->Map(0, {.reference = 1e-6, .unit =
-///     CMeasuringUnit(CMeasuringUnit::metre_per_second_squared)}, map);
+///     orders.Map()->Map(0, {.reference = 1e-6, .unit = CMeasuringUnit(L"m/s²")}, map);
 ///
 /// Reads the recording block by block. What grows with its length are the results (a row of a map has 4 bytes
 /// for each bin, a point of a track 40) and, beside the 33 bytes for each of the caller's pulses, the angle
@@ -50,7 +49,7 @@ class UMLAUF_API COrderAnalysis {
   /// are those of the speed, and not of its means from edge to edge; the synchronous average is of those.
   bool AnalyseTorsion(const CPulseTrain& pulses, double pulsesPerRevolution);
   /// Why the last analysis failed, in one sentence; empty after one that did not.
-  const CString& Failure() const { return failure_; }
+  const CString& Failure() const { return failure_.Text(); }
 
   // Results; null where they were not asked for
   const COrderMap* Map() const { return map_ ? &*map_ : nullptr; }
@@ -62,6 +61,7 @@ class UMLAUF_API COrderAnalysis {
 
  private:
   bool Fail(const wchar_t* why);
+  void ForgetResults();
   bool Prepare(const AngleGrid& grid, const CPulseTrain& pulses);
   bool Read(CBlockSource& recording, CAngleResampler& resampler, const CShaftAngle& angle, unsigned first);
   bool Finish();
@@ -69,7 +69,7 @@ class UMLAUF_API COrderAnalysis {
 
   Settings settings_;
   bool hasSettings_;  ///< there was memory to copy them
-  CString failure_;
+  FailureText failure_;
   unsigned channels_ = 0;
   std::optional<COrderMap> map_;
   std::optional<COrderTracker> tracks_;

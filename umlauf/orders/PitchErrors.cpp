@@ -111,7 +111,7 @@ void CPitchErrors::Average(const CPulseTrain& pulses) {
   }
   for (std::size_t j = 0; j < pitches_; ++j) sums[j] = counts[j] > 0 ? sums[j] - mean / teeth : 0;
   revolutions_ = turns.size() - 2;
-  errors_ = std::move(sums);
+  errors_.swap(sums);
 }
 
 CPulseTrain CPitchErrors::Corrected(const CPulseTrain& pulses) const {

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "umlauf/Export.h"
+#include "umlauf/platform/memory/WithoutMemory.h"
 #include "umlauf/rotation/PulseTrain.h"
 
 /// The errors of a wheel's own pitches, found by averaging over revolutions, and taken out of its pulses.
@@ -35,5 +36,5 @@ class UMLAUF_API CPitchErrors {
   void Average(const CPulseTrain& pulses);
 
   std::size_t pitches_ = 0, revolutions_ = 0;
-  std::vector<double> errors_;
+  umlauf::QuietCopy<std::vector<double>> errors_;
 };

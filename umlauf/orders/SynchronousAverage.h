@@ -21,6 +21,8 @@ class UMLAUF_API CSynchronousAverage {
   /// For frames of `channels` channels on a grid with a whole number of steps in a revolution; averaged over
   /// spans of `revolutions`, 1 or more. Empty for a grid that does not fit and without memory.
   CSynchronousAverage(const AngleGrid& grid, unsigned channels, unsigned revolutions = 1);
+  CSynchronousAverage(CSynchronousAverage&&) noexcept = default;
+  CSynchronousAverage& operator=(CSynchronousAverage&&) noexcept = default;
 
   bool IsValid() const { return steps_ > 0; }
   /// Takes the next n frames [n, channels] with their places.

@@ -34,6 +34,8 @@ class UMLAUF_API CVoldKalman {
   /// the middle is flatter. B is at least 0.0001, 0.0003 and 0.005 for 1, 2 and 3 poles: narrower ones are
   /// lost in the last digits.
   explicit CVoldKalman(double bandwidth, unsigned poles = 2);
+  CVoldKalman(CVoldKalman&&) noexcept = default;
+  CVoldKalman& operator=(CVoldKalman&&) noexcept = default;
 
   bool IsValid() const { return weight_ > 0; }
   /// Whether it can find so many orders: of narrow ones parts are long, and memory for them goes with the

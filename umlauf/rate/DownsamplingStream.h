@@ -25,10 +25,9 @@ class StreamEngine;
 ///    its phases mix them linearly; the error of that stays below -95 dB. The gain at 0 Hz is exact. Ratios
 ///    to `MaxFilterRatio`.
 ///  - Linear: straight line between the two neighbouring samples; the last sample is held.
-///  - Mean, Max, MinMax, Sum: of the span from j * ratio to (j + 1) * ratio, cut at the end of the signal.
-///  Mean
-///    and sum take a sample that a border cuts by its shares; maximum and minimum take it on both sides.
-///    MinMax gives two frames a span, first the minima, then the maxima.
+///  - Mean, Max, MinMax, Sum: of the span from j * ratio to (j + 1) * ratio, cut at the end of the
+///    signal. Mean and sum take a sample that a border cuts by its shares; maximum and minimum take it on
+///    both sides. MinMax gives two frames a span, first the minima, then the maxima.
 ///
 /// Movable. One object is used by one thread at a time. `Process` and `Flush` allocate nothing.
 class UMLAUF_API CDownsamplingStream {

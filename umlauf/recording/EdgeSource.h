@@ -26,6 +26,8 @@ class UMLAUF_API CEdgeSource {
   virtual std::span<const RecordedEdge> Read(std::size_t count) = 0;
   /// Why reading ended before the end, in one sentence for people; empty when nothing went wrong.
   virtual CString Failure() const { return CString(); }
+  /// Whether something did go wrong, also where there is no memory to say what.
+  virtual bool HasFailed() const { return !Failure().IsEmpty(); }
 
  protected:
   CEdgeSource() = default;

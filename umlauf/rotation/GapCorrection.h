@@ -36,6 +36,8 @@ class UMLAUF_API CGapCorrection {
       : relLength_(pulsesPerRevolution ? relLength : std::nullopt),
         pulsesPerRevolution_(pulsesPerRevolution),
         finder_(pulsesPerRevolution) {}
+  CGapCorrection(CGapCorrection&&) noexcept = default;
+  CGapCorrection& operator=(CGapCorrection&&) noexcept = default;
 
   /// Pulses after which the wheel is decided upon, by the gaps up to there. Default 262,144.
   void Horizon(std::size_t pulses) { horizon_ = pulses; }

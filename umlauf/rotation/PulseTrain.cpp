@@ -4,6 +4,29 @@
 
 #include "umlauf/platform/memory/WithoutMemory.h"
 
+CPulseTrain& CPulseTrain::operator=(const CPulseTrain& other) {
+  if (&other == this) return *this;
+  Clear();
+  sampleRate_ = other.sampleRate_;
+  startTime_ = other.startTime_;
+  Append(other);
+  return *this;
+}
+
+CPulseTrain& CPulseTrain::operator=(CPulseTrain&& other) noexcept {
+  sampleRate_ = other.sampleRate_;
+  startTime_ = other.startTime_;
+  edges_ = std::move(other.edges_);
+  revolutionTimes_ = std::move(other.revolutionTimes_);
+  pitches_ = std::move(other.pitches_);
+  samples_ = std::move(other.samples_);
+  flags_ = std::move(other.flags_);
+  room_ = std::exchange(other.room_, 0);
+  complete_ = other.complete_;
+  other.Clear();
+  return *this;
+}
+
 bool CPulseTrain::Reserve(std::size_t pulses) {
   if (pulses <= room_) return true;
   const bool grown = umlauf::HadMemory([&] {

@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <span>
+#include <utility>
 
 #include "umlauf/Export.h"
 #include "umlauf/platform/basis/LargeMemory.h"
@@ -52,6 +53,11 @@ class UMLAUF_API CPulseTrain {
   /// Pulses of a recording at `sampleRate` [samples/s] whose first sample was taken at `startTime` [s].
   explicit CPulseTrain(double sampleRate, double startTime = 0)
       : sampleRate_(sampleRate), startTime_(startTime) {}
+  /// Without memory a copy has no pulses and is not `Complete`.
+  CPulseTrain(const CPulseTrain& other) { *this = other; }
+  CPulseTrain(CPulseTrain&& other) noexcept { *this = std::move(other); }
+  CPulseTrain& operator=(const CPulseTrain& other);
+  CPulseTrain& operator=(CPulseTrain&& other) noexcept;
 
   double SampleRate() const { return sampleRate_; }
   double StartTime() const { return startTime_; }

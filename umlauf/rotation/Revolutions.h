@@ -26,6 +26,8 @@ class UMLAUF_API CRevolutions {
   /// `pulsesPerRevolution`: edges of a revolution of the wheel without its gaps.
   CRevolutions(bool gapToGap, double pulsesPerRevolution)
       : gapToGap_(gapToGap), pulsesPerRevolution_(pulsesPerRevolution) {}
+  CRevolutions(CRevolutions&&) noexcept = default;
+  CRevolutions& operator=(CRevolutions&&) noexcept = default;
 
   /// Takes the next pulses, gaps corrected: those from number `from` on.
   void Take(const CPulseTrain& pulses, std::size_t from = 0);

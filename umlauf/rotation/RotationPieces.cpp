@@ -69,7 +69,8 @@ bool CRotationPieces::FindLevels(CBlockSource& recording, unsigned channel) {
     return false;
   }
   channel_ = channel;
-  levels_ = finder.Levels();
+  if (!umlauf::HadMemory([&] { levels_ = finder.Levels(); }))
+    return Fail(L"there is no memory for the levels");
   detector_.SchrankenSetzen(levels_.upper, levels_.lower);
   frames_ = recording.Frames().value_or(0);
   splits_ = frames_ > 0 && recording.Seek(0) && !levels_.scale && detector_.PulsTeiler() <= 1;
@@ -114,7 +115,7 @@ bool CRotationPieces::Search(CBlockSource& recording, std::uint64_t begin, std::
     at += block.count;
     if (at == piece.end) return true;
   }
-  failure_ = recording.Failure();
+  failure_.Take(recording.HasFailed(), recording.Failure());
   if (failure_.IsEmpty()) failure_ = L"the recording is shorter than it says";
   return piece.begin == piece.end;
 }
@@ -142,7 +143,7 @@ bool CRotationPieces::Join(CBlockSource& recording, std::span<const RotationPiec
   const bool enough = umlauf::HadMemory([&] {
     for (const RotationPiece* each : pieces) {
       TakeRanges(*each);
-      if (!Append(recording, *each)) break;
+      if (!Append(recording, *each) || !raw_.Complete()) break;
     }
   });
   if (!enough || !raw_.Complete()) return Fail(L"there is no memory for all pulses of the recording");
@@ -159,6 +160,7 @@ bool CRotationPieces::Append(CBlockSource& recording, const RotationPiece& piece
   RotationPiece both;
   if (!Search(recording, lastBegin_, piece.end, both)) return false;
   ForgetLastPiece();
+  if (!raw_.Complete()) return false;
   // It joined before, from the same sample on.
   if (both.begin > 0 && !Joins(both, behind)) return Fail(L"the recording changed while it was read");
   Take(both, behind);
@@ -242,7 +244,8 @@ bool CRotationPieces::Finish(double sampleRate, double startTime) {
       gap.Take(some, pulses_);
     }
     if (!gap.Finish(pulses_)) return Fail(L"there is no memory for all pulses of the recording");
-    wheel_ = gap.Wheel();
+    if (!umlauf::HadMemory([&] { wheel_ = gap.Wheel(); }))
+      return Fail(L"there is no memory for the gaps of the wheel");
   }
   raw_ = CPulseTrain();
   ends_ = {};

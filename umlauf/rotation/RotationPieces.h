@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "umlauf/Export.h"
-#include "umlauf/platform/framework/CString.h"
+#include "umlauf/platform/framework/FailureText.h"
 #include "umlauf/rotation/Levels.h"
 #include "umlauf/rotation/PulseTrain.h"
 #include "umlauf/rotation/RotationStream.h"
@@ -51,6 +51,8 @@ class UMLAUF_API CRotationPieces {
   /// Pieces are searched from `overlap` samples before their begin on. Of the settings, those for streams
   /// alone do not count.
   explicit CRotationPieces(const CRotationStream::Settings& settings, std::uint64_t overlap = 1u << 20);
+  CRotationPieces(CRotationPieces&&) noexcept = default;
+  CRotationPieces& operator=(CRotationPieces&&) noexcept = default;
 
   /// Finds the levels, in a part of the recording. Comes before all else; false with a reason in `Failure`.
   bool FindLevels(CBlockSource& recording, unsigned channel = 0);
@@ -67,7 +69,7 @@ class UMLAUF_API CRotationPieces {
   /// did not serve after all: the recording has to be analysed in one go.
   bool Join(CBlockSource& recording, std::span<const RotationPiece* const> pieces);
 
-  const CString& Failure() const { return failure_; }
+  const CString& Failure() const { return failure_.Text(); }
 
   // Results of `Join`, as of CRotation
   const CPulseTrain& Pulses() const { return pulses_; }
@@ -92,7 +94,7 @@ class UMLAUF_API CRotationPieces {
   std::uint64_t overlap_;
   unsigned channel_ = 0;
   bool splits_ = false;
-  CString failure_;
+  FailureText failure_;
   PulseLevels levels_;
   std::uint64_t frames_ = 0;
 

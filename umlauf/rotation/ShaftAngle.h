@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "umlauf/Export.h"
+#include "umlauf/platform/memory/WithoutMemory.h"
 #include "umlauf/rotation/PulseTrain.h"
 
 /// The angle of a shaft over time, from the edges of its pulses, in revolutions: 0 at the first edge, growing
@@ -67,6 +68,6 @@ class UMLAUF_API CShaftAngle {
   double Solve(std::size_t segment, double angle) const;
   std::size_t PassingsIn(std::size_t segment, double step, double from, std::size_t most, Passing* out) const;
 
-  std::vector<Knot> knots_;
+  umlauf::QuietCopy<std::vector<Knot>> knots_;
   bool oneWay_ = true;
 };

@@ -23,6 +23,8 @@ class UMLAUF_API CSpeedComparison {
 
   /// The known speed by rising time; without two points nothing is compared.
   explicit CSpeedComparison(std::vector<Point> known) : known_(std::move(known)) {}
+  CSpeedComparison(CSpeedComparison&&) noexcept = default;
+  CSpeedComparison& operator=(CSpeedComparison&&) noexcept = default;
 
   /// Takes the next pulses, gaps corrected.
   void Take(const CPulseTrain& pulses);

@@ -18,6 +18,8 @@ class UMLAUF_API CSpeedCurveBuilder {
 
   /// `step` in seconds, above 0.
   explicit CSpeedCurveBuilder(double step);
+  CSpeedCurveBuilder(CSpeedCurveBuilder&&) noexcept = default;
+  CSpeedCurveBuilder& operator=(CSpeedCurveBuilder&&) noexcept = default;
 
   /// Takes the next pulses, gaps corrected.
   void Take(const CPulseTrain& pulses);

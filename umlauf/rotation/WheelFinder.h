@@ -37,6 +37,8 @@ class UMLAUF_API CWheelFinder {
 
   /// `pitches` of the wheel without gaps; nothing: the teeth from gap to gap are counted.
   explicit CWheelFinder(std::optional<double> pitches) : pitches_(pitches) {}
+  CWheelFinder(CWheelFinder&&) noexcept = default;
+  CWheelFinder& operator=(CWheelFinder&&) noexcept = default;
 
   /// Finds the wheel from the long pulses of a recording, in their order. False when none come back after a
   /// revolution; a single one that can be a gap is believed.

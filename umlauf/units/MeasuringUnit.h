@@ -15,7 +15,7 @@ class CFile;
 /// A unit as it lies in flat streams: unit^power with a decimal prefix, plain, in dB or as a logarithm. As
 /// initialised here it is the cleared unit.
 struct SMeasuringUnitPOD {
-  std::uint32_t unit = 0;     ///< registry index of the name; below 31 a common unit
+  std::uint32_t unit = 0;     ///< registry index of the name; the common units come first
   std::int16_t exponent = 0;  ///< decimal exponent of the prefix: 3 for "k"; values count 10^exponent units
   std::int16_t power = 1;     ///< 1 plain, 2 squared, -1 inverse
   float logref = 1.0f;        ///< reference value of a logarithmic presentation
@@ -158,7 +158,7 @@ class UMLAUF_API CMeasuringUnitInterface : public CPODHolder<SMeasuringUnitPOD>,
 
   /// Registered name with an index; that of index 0, "-", when there is none.
   static CString UnitString(std::uint32_t index);
-  /// Columns of the table of common units (SCommonUnit); 0 for an index of 31 or more.
+  /// Columns of the table of common units (SCommonUnit); 0 for an uncommon unit.
   static std::uint32_t inverse(std::uint32_t index);
   static float inv_fac(std::uint32_t index);
   static std::uint32_t standard(std::uint32_t index);

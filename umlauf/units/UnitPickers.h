@@ -8,7 +8,7 @@
 #include "umlauf/platform/ui/CComboBox.h"
 #include "umlauf/units/MeasuringUnit.h"
 
-/// Drop-down list of the 31 common units. The control behind it holds the items, with the unit indices as
+/// Drop-down list of the common units. The control behind it holds the items, with the unit indices as
 /// their data; the picker itself remembers the choice that was set or read last. One object is used by one
 /// thread at a time, the one of the user interface.
 class UMLAUF_API CMeasuringUnitComboBox : public CComboBox {
@@ -21,7 +21,7 @@ class UMLAUF_API CMeasuringUnitComboBox : public CComboBox {
   /// Fills the list with the names of the common units, in place of what it held, and selects a unit.
   void Prepare(CMeasuringUnit const& unit);
   /// Makes a unit the current choice and selects the last item that stands for its index. False when there is
-  /// none, for example for an index of 31 or more; the selection then stays.
+  /// none, for example for the index of an uncommon unit; the selection then stays.
   bool SetSelection(CMeasuringUnit const& unit);
   /// The unit of the selected item, without prefix, power 1; the cleared unit when nothing is selected. It
   /// becomes the current choice.

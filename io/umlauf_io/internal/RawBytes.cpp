@@ -20,8 +20,8 @@ std::optional<std::uint64_t> RawBytes::frames() const {
 
 std::string RawBytes::OddBytesText() const {
   return fmt::format(
-      "{} ends with {} byte{} that make no whole frame of {}; check the format and the number of channels",
-      name(), oddBytes_, oddBytes_ > 1 ? "s" : "", frameSize_);
+      "{} ends with {} byte{} that make{} no whole frame of {}; check the format and the number of channels",
+      name(), oddBytes_, oddBytes_ > 1 ? "s" : "", oddBytes_ > 1 ? "" : "s", frameSize_);
 }
 
 std::size_t RawBytes::Read(void* to, std::size_t count) {

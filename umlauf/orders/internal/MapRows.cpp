@@ -49,8 +49,11 @@ bool MapRows::Curves(const MapScale& scale, const CMeasuringUnit& arrayUnit, CSi
   const bool had = HadMemory([&] {
     for (auto row = rows_.begin(); complete && row != rows_.end(); ++row) {
       auto curve = std::make_unique<CSigCurveExt>();
-      const auto& [sum, count] = row->second;
-      complete = Fill(*curve, scale, [&](std::size_t k) { return static_cast<double>(sum[k]) / count; });
+      const auto value = [&of = row->second](std::size_t k) {
+        const auto& [sum, count] = of;
+        return static_cast<double>(sum[k]) / count;
+      };
+      complete = Fill(*curve, scale, value);
       curve->ResetVMinMax();
       curve->Date(static_cast<float>(row->first));
       complete = complete && out.Append(std::move(curve));

@@ -8,6 +8,8 @@
 class UMLAUF_API CInvalidArgException : public std::invalid_argument {
  public:
   CInvalidArgException() : std::invalid_argument("An invalid argument was encountered.") {}
+  CInvalidArgException(const CInvalidArgException&) = default;
+  CInvalidArgException& operator=(const CInvalidArgException&) = default;
   ~CInvalidArgException() override;
 };
 

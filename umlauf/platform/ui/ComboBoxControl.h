@@ -14,7 +14,10 @@
 /// one of the user interface.
 class UMLAUF_API CComboBoxControl {
  public:
+  CComboBoxControl() = default;
   virtual ~CComboBoxControl() = default;
+  CComboBoxControl(const CComboBoxControl&) = delete;
+  CComboBoxControl& operator=(const CComboBoxControl&) = delete;
   /// Answers a message; 0 for one that it does not know. See ComboBoxMessages.h.
   virtual std::intptr_t SendMessageW(unsigned message, std::uintptr_t wParam, std::intptr_t lParam) = 0;
 

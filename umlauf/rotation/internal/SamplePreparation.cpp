@@ -14,7 +14,7 @@ constexpr float wholeRange = 0.8f;
 constexpr double fewWraps = 3, mostJumps = 0.5;
 constexpr float beyondOwn = 1.7f;
 
-constexpr std::size_t steps = 1024;  ///< that are looked at together
+constexpr std::size_t stepsAtATime = 1024;  ///< that are looked at together
 
 float Median(float a, float b, float c) { return std::max(std::min(a, b), std::min(std::max(a, b), c)); }
 
@@ -55,8 +55,9 @@ void SamplePreparation::Finish(std::vector<float>& out) {
 }
 
 bool AreFinite(std::span<const float> samples) {
-  for (std::size_t i = 0; i < samples.size(); i += steps) {
-    const QVL::Moments moments = QVL::VectorMoments(samples.data() + i, std::min(steps, samples.size() - i));
+  for (std::size_t i = 0; i < samples.size(); i += stepsAtATime) {
+    const QVL::Moments moments =
+        QVL::VectorMoments(samples.data() + i, std::min(stepsAtATime, samples.size() - i));
     if (!std::isfinite(moments.sumSquares)) return false;
   }
   return true;
@@ -68,11 +69,11 @@ float WrapRange(const std::vector<float>& samples) {
   QVL::VectorMinMax(samples.data(), samples.size(), 1, low, high);
   const float range = high - low;
   std::size_t jumps = 0, wraps = 0;
-  std::array<float, steps> differences;
+  std::array<float, stepsAtATime> differences;
   for (std::size_t i = 2; i + 1 < samples.size(); ++i) {
     // Most blocks hold no jump.
-    if ((i - 2) % steps == 0) {
-      const std::size_t n = std::min(steps, samples.size() - 1 - i);
+    if ((i - 2) % stepsAtATime == 0) {
+      const std::size_t n = std::min(stepsAtATime, samples.size() - 1 - i);
       QVL::SubVectors(differences.data(), samples.data() + i, samples.data() + i - 1, n);
       if (!(QVL::VectorMaxMagnitude(differences.data(), n) > wholeRange * range)) {
         i += n - 1;
