@@ -254,6 +254,7 @@ BENCHMARK(CombineBesideNumpy)
     ->Arg(1000)
     ->Arg(10000)
     ->Arg(100000)
+    ->Arg(1000000)
     ->UseManualTime();
 BENCHMARK(SortBesideStd)->Name("pairs/sort")->ArgsProduct({{1000, 10000, 100000}, {1, 10}})->UseManualTime();
 BENCHMARK(SortBesidePlain)

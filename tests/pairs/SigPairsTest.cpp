@@ -312,4 +312,24 @@ TEST(SigPairs, SortingGivesTheOrderOfTheExchangeSort) {
   }
 }
 
+/// The exchange sort in two loops gives the order; many points, in runs of a few and of many equal x.
+TEST(SigPairs, SortsLongSignalsAsTheExchangeSortDoes) {
+  RandomPoints random(7);
+  for (const auto& [n, distinct] :
+       Cases<std::size_t, std::size_t>{{63, 9}, {64, 9}, {3000, 300}, {3000, 40}, {17000, 2000}}) {
+    Points points(n);
+    for (std::size_t i = 0; i < n; ++i) {
+      points[i] = {(static_cast<float>(random.Below(distinct)) - 20.0f) * 1.1f, static_cast<float>(i)};
+    }
+    CSigPairs s = Pairs(points);
+    s.DatenSortieren(true);
+    for (std::size_t i = 1; i < n; ++i) {
+      for (std::size_t j = 0; j < i; ++j) {
+        if (points[j].x > points[i].x) std::swap(points[j], points[i]);
+      }
+    }
+    EXPECT_TRUE(PointsOf(s) == points) << n << ' ' << distinct;
+  }
+}
+
 }  // namespace

@@ -364,6 +364,23 @@ TEST_P(QVLKernels, BytesWrapAndNaNIsTheLowestInteger) {
   });
 }
 
+TEST_P(QVLKernels, PackedIntegersBecomeFloats) {
+  for (const unsigned size : {2u, 3u, 4u}) {
+    for (const std::size_t n : Lengths()) {
+      Exact<std::uint8_t> bytes(n * size, n % 7);
+      for (std::size_t i = 0; i < n * size; ++i) bytes[i] = static_cast<std::uint8_t>(random_());
+      Exact<float> out(n, n % 3);
+      QVL::WidenIntegers(out.data(), bytes.data(), n, size, 0.3f);
+      for (std::size_t i = 0; i < n; ++i) {
+        std::int64_t value = 0;
+        for (unsigned k = 0; k < size; ++k) value |= std::int64_t{bytes[i * size + k]} << (8 * k);
+        if (bytes[i * size + size - 1] >= 128) value -= std::int64_t{1} << (8 * size);
+        ASSERT_EQ(out[i], static_cast<float>(value) * 0.3f) << i << " of " << n << ", " << size << " bytes";
+      }
+    }
+  }
+}
+
 TEST_P(QVLKernels, MasksHaveOneBitASample) {
   const struct {
     float upper, lower;

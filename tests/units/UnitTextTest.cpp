@@ -33,6 +33,29 @@ TEST(UnitText, IsReadByItsRules) {
              CMeasuringUnit(L"kV^0") == CMeasuringUnit(U::volt, 9, 0));
 }
 
+TEST(UnitText, IsReadAlikeWithBlanks) {
+  const LogCapture silence;
+  std::mt19937 random(3);
+  constexpr std::wstring_view pieces[] = {L"V", L"m", L"kHz", L"/", L"*", L"^", L"²",
+                                          L"³", L"(", L")",   L"-", L"2", L"30"};
+  int read = 0;
+  for (int round = 0; round < 20000; ++round) {
+    std::wstring text, spaced;
+    for (unsigned i = 2 + random() % 8; i != 0; --i) {
+      const std::wstring_view piece = pieces[random() % std::size(pieces)];
+      const bool continues =
+          !text.empty() && std::wstring_view(L"VmkHz²³230").find(text.back()) != std::wstring_view::npos;
+      text += piece;
+      spaced += (continues ? L"" : L" ") + std::wstring(piece);
+    }
+    CMeasuringUnit unit, other;
+    EXPECT_EQ(unit.set(text.c_str()), other.set((spaced + L" ").c_str())) << CString(text).ToUtf8();
+    EXPECT_TRUE(unit == other) << CString(text).ToUtf8();
+    read += unit.empty() ? 0 : 1;
+  }
+  EXPECT_GT(read, 1000);
+}
+
 TEST(UnitText, UnknownNamesAreRejectedWithAMessage) {
   LogCapture log;
   const std::pair<const wchar_t*, const char*> cases[] = {

@@ -25,16 +25,17 @@ CSigPairs::CSigPairs(std::size_t n) {
   if (n != 0) NeueGroesse(n);
 }
 
-CSigPairs::CSigPairs(const CSigPairs& other, bool deep)
-    : CSignal(other, deep),
+CSigPairs::CSigPairs(const CSigPairs& other, HeaderOnly)
+    : CSignal(other, HeaderOnly()),
       parameter_(other.parameter_),
       number_(other.number_),
       ascending_(other.ascending_),
       descending_(other.descending_),
       tolerance_(other.tolerance_) {
   SetSigId(SigIdPairs);
-  // The base copies `DLen` floats; a point has two.
-  SetCount(0);
+}
+
+CSigPairs::CSigPairs(const CSigPairs& other, bool) : CSigPairs(other, HeaderOnly()) {
   CopyPoints(other.Punkte(), other.NPaare());
 }
 

@@ -281,6 +281,7 @@ class UMLAUF_API CSigPairs : public CSignal {
   void Append(const CSignal& other) override;
 
  private:
+  CSigPairs(const CSigPairs& other, HeaderOnly);
   bool Reserve(std::uint64_t n);
   bool ReserveNext();
   void SetCount(std::size_t n);
@@ -290,6 +291,8 @@ class UMLAUF_API CSigPairs : public CSignal {
   std::size_t UpperNeighbour(float x) const;
   float Report(std::size_t i, float* x, std::size_t* index) const;
   std::size_t KeepRange(std::size_t first, std::size_t n);
+  bool AreCombinable(const CSigPairs& other, float& tolerance) const;
+  bool TakeMerged(const CSigPairs& own, const CSigPairs& other, int operation, float tolerance);
   CSigPairs& Combine(const CSigPairs& other, int operation);
   CSigPairs Combined(const CSigPairs& other, int operation) const;
   bool Compare(const CSigPairs& other, float sign) const;

@@ -1,12 +1,12 @@
-#include <cmath>
+#include <algorithm>
 #include <tuple>
+#include <utility>
 
 #include "umlauf/pairs/SigPairs.h"
-#include "umlauf/pairs/internal/Interpolation.h"
-#include "umlauf/platform/basis/CAlignedMem.h"
+#include "umlauf/pairs/internal/GridMerger.h"
+#include "umlauf/platform/memory/AlignedBlock.h"
 
-using umlauf::pairs::AscendingReader;
-using umlauf::pairs::OnLine;
+using umlauf::pairs::GridMerger;
 
 namespace {
 
@@ -20,84 +20,29 @@ bool KeepsAll(int operation) {
          operation == 9;
 }
 
-/// Merges the grid of an ascending signal into that of another one in a single pass. The merged points grow
-/// in a block of their own; the signal's points that lie behind the current x follow them unmoved, so that
-/// together both are the grid "as it stands".
-class GridMerger {
- public:
-  /// `merged` has room for the points of both signals.
-  GridMerger(const CSigPairs& own, float tolerance, int operation, SPunkt* merged)
-      : own_(own.Punkte()),
-        n_(own.NPaare()),
-        tolerance_(tolerance),
-        operation_(operation),
-        merged_(merged),
-        first_(own.Punkt(0)),
-        last_(own.Punkt(n_ - 1)) {}
+// What becomes of y; see GridMerger.
 
-  void Add(const SPunkt& point) {
-    while (rest_ < n_ && own_[rest_].x <= point.x) merged_[count_++] = own_[rest_++];
-    const bool within = !(point.x < first_ - tolerance_ || point.x > last_ + tolerance_);
-    if (!within) {
-      if (IsUnion(operation_)) Insert({point.x, operation_ == CSigPairs::vereinigen ? point.y : 0.0f});
-      return;
-    }
-    const bool found = HasPointNear(point.x);
-    ++within_;
-    if (!found) Insert({point.x, operation_ == CSigPairs::gitter_vereinigen ? 0.0f : ValueAt(point.x)});
-  }
-
-  /// Takes over the rest of the points; returns the number of all.
-  std::size_t Finish() {
-    std::copy(own_ + rest_, own_ + n_, merged_ + count_);
-    return count_ + (n_ - rest_);
-  }
-
- private:
-  void Insert(const SPunkt& point) {
-    merged_[count_++] = point;
-    first_ = std::min(first_, point.x);
-    last_ = std::max(last_, point.x);
-  }
-
-  /// Looks for a point within the tolerance from index `within_` of the grid on. The points within it are
-  /// neighbours, so the last point that is not beyond decides.
-  bool HasPointNear(float x) {
-    near_ = std::max(near_, rest_);
-    while (near_ < n_ && own_[near_].x - x <= tolerance_) ++near_;
-    const std::size_t end = count_ + (near_ - rest_);
-    if (end <= within_) return false;
-    const float candidate = near_ > rest_ ? own_[near_ - 1].x : merged_[count_ - 1].x;
-    return std::fabs(candidate - x) <= tolerance_;
-  }
-
-  float ValueAt(float x) {
-    if (count_ == 0) return own_[rest_].y;
-    if (x <= merged_[0].x) return merged_[0].y;
-    if (rest_ == n_) return merged_[count_ - 1].y;
-    while (notBelow_ < count_ && merged_[notBelow_].x < x) ++notBelow_;
-    return OnLine(merged_[notBelow_ - 1], notBelow_ < count_ ? merged_[notBelow_] : own_[rest_], x);
-  }
-
-  const SPunkt* own_;
-  std::size_t n_;
-  float tolerance_;
-  int operation_;
-  SPunkt* merged_;
-  float first_;  // x of the first and the last point of the grid
-  float last_;
-  std::size_t count_ = 0;     // merged points: all that do not lie beyond the current x
-  std::size_t rest_ = 0;      // own points from here on are not merged yet
-  std::size_t near_ = 0;      // own points from here on lie beyond the current x and the tolerance
-  std::size_t notBelow_ = 1;  // merged points from here on do not lie below the current x
-  std::size_t within_ = 0;    // points of the other signal that were within the range
+struct Stays {
+  static constexpr bool kForms = false, kWithin = false;
+  float operator()(float y, float) const { return y; }
+};
+template <class Form>
+struct Everywhere : Form {
+  static constexpr bool kForms = true, kWithin = false;
+};
+template <class Form>
+struct Within : Form {
+  static constexpr bool kForms = true, kWithin = true;
 };
 
-/// Forms the values of ascending points from their own and the other signal's.
-void FormValues(SPunkt* from, SPunkt* end, AscendingReader other, int operation) {
-  const auto form = [&](auto rule) {
-    for (SPunkt* p = from; p != end; ++p) p->y = rule(p->y, other.At(p->x));
+/// Merges an ascending signal's grid into another one's and forms the values; returns the number of points.
+std::size_t Merge(const CSigPairs& own, const CSigPairs& other, float tolerance, int operation,
+                  SPunkt* merged) {
+  const auto by = [&]<class Rule>(Rule) {
+    return GridMerger<Rule>(own, other, tolerance, operation, merged).Merge();
   };
+  const auto form = [&by]<class Form>(Form) { return by(Everywhere<Form>()); };
+  const auto formWithin = [&by]<class Form>(Form) { return by(Within<Form>()); };
   switch (operation) {
     case CSigPairs::addieren:
       return form([](float y, float v) { return y + v; });
@@ -113,12 +58,12 @@ void FormValues(SPunkt* from, SPunkt* end, AscendingReader other, int operation)
       return form([](float y, float v) { return y - v * v; });
     case CSigPairs::minimum:
     case 9:
-      return form([](float y, float v) { return std::min(y, v); });
+      return formWithin([](float y, float v) { return std::min(y, v); });
     case CSigPairs::maximum:
     case 8:
-      return form([](float y, float v) { return std::max(y, v); });
+      return formWithin([](float y, float v) { return std::max(y, v); });
     default:
-      return;
+      return by(Stays());
   }
 }
 
@@ -139,15 +84,19 @@ float CSigPairs::ToleranzInX() const {
   return percent * 0.01f * ((hi - lo) / static_cast<float>(NPaare()));
 }
 
-bool CSigPairs::OperationVorbereiten(const CSigPairs& other, float& tolerance) {
+bool CSigPairs::AreCombinable(const CSigPairs& other, float& tolerance) const {
   if (!Gueltig() || !other.Gueltig() || !other.ascending_) return false;
-  DatenSortieren(false);
   float lo = 0.0f, hi = 0.0f, otherLo = 0.0f, otherHi = 0.0f;
   XBereich(lo, hi);
   other.XBereich(otherLo, otherHi);
   if (otherLo > hi || lo > otherHi) return false;
   tolerance = ToleranzInX();
   return true;
+}
+
+bool CSigPairs::OperationVorbereiten(const CSigPairs& other, float& tolerance) {
+  if (other.Gueltig() && other.ascending_) DatenSortieren(false);
+  return AreCombinable(other, tolerance);
 }
 
 void CSigPairs::Verrechnen(const CSigPairs& other, int operation) {
@@ -159,28 +108,38 @@ void CSigPairs::Verrechnen(const CSigPairs& other, int operation) {
   }
   float tolerance = 0.0f;
   if (!OperationVorbereiten(other, tolerance)) return Neustart();
-  const std::size_t before = NPaare();
-  CAlignedMem<SPunkt> grid;
-  if (!grid.alloc(std::uint64_t{before} + other.NPaare())) return;
-  GridMerger merger(*this, tolerance, operation, grid.data());
-  for (const SPunkt* p = other.Punkte(); p != other.PunkteEnd(); ++p) merger.Add(*p);
-  SPunkt* from = grid.data();
-  SPunkt* end = from + merger.Finish();
-  const bool grown = static_cast<std::size_t>(end - from) > before;
+  TakeMerged(*this, other, operation, tolerance);
+}
 
-  const float lo = other.Punkt(0);
-  const float hi = other.Punkt(other.NPaare() - 1);
-  if (KeepsAll(operation)) {
-    const auto [first, last] = Cropped(from, end, lo, hi);
-    FormValues(first, last, AscendingReader(other), operation);
-  } else if (!IsUnion(operation)) {
-    std::tie(from, end) = Cropped(from, end, lo - tolerance, hi + tolerance);
-    FormValues(from, end, AscendingReader(other), operation);
+bool CSigPairs::TakeMerged(const CSigPairs& own, const CSigPairs& other, int operation, float tolerance) {
+  const std::size_t before = own.NPaare();
+  const std::uint64_t room = std::uint64_t{before} + other.NPaare();
+  umlauf::AlignedBlock<float> block = umlauf::MakeAlignedBlock<float>(2 * room);
+  if (block == nullptr) return false;
+  SPunkt* const grid = reinterpret_cast<SPunkt*>(block.get());
+  SPunkt* from = grid;
+  SPunkt* end = from + Merge(own, other, tolerance, operation, grid);
+  const bool grown = static_cast<std::size_t>(end - from) > before;
+  if (!KeepsAll(operation) && !IsUnion(operation)) {
+    std::tie(from, end) =
+        Cropped(from, end, other.Punkt(0) - tolerance, other.Punkt(other.NPaare() - 1) + tolerance);
   }
-  if (from == end) return Neustart();
-  if (!CopyPoints(from, static_cast<std::size_t>(end - from))) return;
+  if (from == end) {
+    Neustart();
+    return true;
+  }
+  const auto n = static_cast<std::size_t>(end - from);
   const bool level = from->x == end[-1].x;
-  SetOrder(true, descending_ && level && !(grown && before == 1));
+  const bool descends = own.descending_ && level && !(grown && before == 1);
+  if (n >= room / 2) {
+    std::copy(from, end, grid);
+    Adopt(std::move(block), 2 * room);
+    SetCount(n);
+  } else if (!CopyPoints(from, n)) {
+    return false;
+  }
+  SetOrder(true, descends);
+  return true;
 }
 
 CSigPairs& CSigPairs::Combine(const CSigPairs& other, int operation) {
@@ -189,6 +148,11 @@ CSigPairs& CSigPairs::Combine(const CSigPairs& other, int operation) {
 }
 
 CSigPairs CSigPairs::Combined(const CSigPairs& other, int operation) const {
+  float tolerance = 0.0f;
+  if (&other != this && ascending_ && AreCombinable(other, tolerance)) {
+    CSigPairs result(*this, HeaderOnly());
+    if (result.TakeMerged(*this, other, operation, tolerance)) return result;
+  }
   CSigPairs result(*this);
   result.Verrechnen(other, operation);
   return result;

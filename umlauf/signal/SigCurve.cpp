@@ -254,7 +254,7 @@ bool CSigCurve::ReadFromFile(CFile& file, unsigned version) {
   umlauf::signal::CompressedVector section;
   section.ReadHeader(file);
   const std::uint64_t n = section.SampleCount();
-  const bool allocated = Malloc(n) != nullptr || n == 0;
+  const bool allocated = MallocUncleared(n) != nullptr || n == 0;
   SetXLen(DLen());
   if (!allocated) return false;
   section.ReadSamples(file, FData());

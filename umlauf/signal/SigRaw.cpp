@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
+#include <utility>
 
 UMLAUF_IMPLEMENT_DYNAMIC(CSigRaw, CObject)
 
@@ -21,12 +22,12 @@ void Move(float* to, const float* from, std::uint64_t n) {
 CSigRaw::CSigRaw(std::uint64_t n) { Malloc(n); }
 
 CSigRaw::CSigRaw(const CSigRaw& other) : CObject(other), dataWord_(other.dataWord_) {
-  if (Malloc(other.length_) != nullptr) Move(data_, other.data_, length_);
+  if (MallocUncleared(other.length_) != nullptr) Move(data_, other.data_, length_);
 }
 
 CSigRaw& CSigRaw::operator=(const CSigRaw& other) {
   if (this == &other) return *this;
-  if (Malloc(other.length_) == nullptr && other.length_ != 0) return *this;
+  if (MallocUncleared(other.length_) == nullptr && other.length_ != 0) return *this;
   dataWord_ = other.dataWord_;
   Move(data_, other.data_, length_);
   return *this;
@@ -36,10 +37,14 @@ CSigRaw& CSigRaw::operator=(const CSigRaw& other) {
 bool CSigRaw::Alloc(std::uint64_t n) {
   auto fresh = umlauf::MakeAlignedBlock<float>(n);
   if (fresh == nullptr) return false;
-  block_ = std::move(fresh);
+  Adopt(std::move(fresh), n);
+  return true;
+}
+
+void CSigRaw::Adopt(umlauf::AlignedBlock<float> block, std::uint64_t n) {
+  block_ = std::move(block);
   data_ = block_.get();
   length_ = capacity_ = n;
-  return true;
 }
 
 void CSigRaw::Release() {
@@ -49,14 +54,19 @@ void CSigRaw::Release() {
   length_ = 0;
 }
 
-ULONG* CSigRaw::Malloc(std::uint64_t n) {
+ULONG* CSigRaw::MallocUncleared(std::uint64_t n) {
   if (n > capacity_) {
     Release();
     if (!Alloc(n)) return nullptr;
   }
   length_ = n;
-  Clear(data_, n);
   return Data();
+}
+
+ULONG* CSigRaw::Malloc(std::uint64_t n) {
+  ULONG* const samples = MallocUncleared(n);
+  if (samples != nullptr) Clear(data_, n);
+  return samples;
 }
 
 bool CSigRaw::Resize(std::uint64_t n) {

@@ -82,6 +82,10 @@ class UMLAUF_API CSigRaw : public CObject {
   const float* Samples() const { return data_; }
   /// Samples that fit without allocating.
   std::uint64_t Capacity() const { return capacity_; }
+  /// As `Malloc`, but the samples are left as they come: for who writes all of them.
+  ULONG* MallocUncleared(std::uint64_t n);
+  /// Takes over a block with room for n samples, all of which are then valid, in place of what was there.
+  void Adopt(umlauf::AlignedBlock<float> block, std::uint64_t n);
   /// Sets the number of valid samples, at most the current length or the capacity.
   void SetDLen(std::uint64_t n) { length_ = n; }
 

@@ -43,13 +43,14 @@ CSignal::CSignal(std::uint64_t n) : CSigRaw(n) {
   HadMemory([this] { name_.reserve(kInitialNameRoom); });
 }
 
-CSignal::CSignal(const CSignal& other, bool)
-    : CSigRaw(other),
-      CViewable(),
-      infoId_(other.infoId_),
+CSignal::CSignal(const CSignal& other, bool) : CSignal(other, HeaderOnly()) { CSigRaw::operator=(other); }
+
+CSignal::CSignal(const CSignal& other, HeaderOnly)
+    : infoId_(other.infoId_),
       color_(other.color_),
       extName_(other.extName_),
       timestamp_(other.timestamp_) {
+  SetDataWord(other.DataWord());
   HadMemory([&] {
     name_ = other.name_;
     name_.reserve(kInitialNameRoom);

@@ -137,6 +137,9 @@ class UMLAUF_API CSignal : public CSigRaw, public CViewable {
   static void ShrinkRange(Range& acc, const Range& other);
 
  protected:
+  /// Asks for a copy without the samples.
+  struct HeaderOnly {};
+  CSignal(const CSignal& other, HeaderOnly);
   void SetXLen(std::uint64_t n) { xLen_ = n; }
   /// Empties the name and clears both units.
   void ClearNames();

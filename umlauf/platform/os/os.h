@@ -47,8 +47,7 @@ class File {
 /// [bytes] of a large page where the processor has such.
 inline constexpr std::size_t kLargePage = std::size_t{1} << 21;
 
-/// Asks for large pages behind a block that starts at a multiple of `kLargePage`; does nothing where the
-/// system has none.
+/// Asks for large pages wherever whole ones fit into a block; does nothing where the system has none.
 void WantLargePages(void* block, std::size_t bytes);
 
 /// Raises the calling thread to time-critical priority for the life of the object, where the process may have

@@ -102,7 +102,7 @@ void Quantize(std::uint8_t* out, const float* x, size_t n, float lo, float facto
     const auto value = hn::Add(scaled, hn::Set(d, 0.5f));
     // NaN becomes 0: the low byte of the lowest integer.
     const auto whole = hn::ConvertTo(dInt, hn::IfThenElseZero(hn::Eq(value, value), value));
-    return hn::DemoteTo(dByte, hn::And(whole, hn::Set(dInt, 255)));
+    return hn::TruncateTo(dByte, hn::BitCast(hn::RebindToUnsigned<decltype(dInt)>(), whole));
   };
   Map(Floats(), op, n, out, x);
 }

@@ -66,19 +66,22 @@ void CompressedVector::ReadHeader(CFile& file) {
 
 void CompressedVector::ReadSamples(CFile& file, float* samples) const {
   const std::uint64_t n = SampleCount();
-  std::uint64_t consumed = 0;
+  std::uint64_t consumed = 0, read = 0;
   if (mode == 0) {
-    consumed = file.Read(samples, n * sizeof(float));
+    consumed = n == 0 ? 0 : file.Read(samples, n * sizeof(float));
+    read = consumed / sizeof(float);
   } else {
     const float step = (yMax - yMin) * kByteStep;
     std::array<std::uint8_t, kBlock> bytes;
     while (consumed < n) {
       const std::size_t count = file.Read(bytes.data(), std::min<std::uint64_t>(kBlock, n - consumed));
-      if (count == 0) return;
+      if (count == 0) break;
       QVL::DequantizeBytes(samples + consumed, bytes.data(), count, step, yMin);
       consumed += count;
     }
+    read = consumed;
   }
+  std::fill(samples + read, samples + n, 0.0f);
   if (consumed < dataBytes) file.Seek(static_cast<std::int64_t>(dataBytes - consumed), CFile::current);
 }
 

@@ -38,7 +38,8 @@ class CompressedVector {
   /// Number of samples behind the header just read.
   std::uint64_t SampleCount() const { return mode == 1 ? dataBytes : dataBytes / 4; }
   /// Reads the data behind the header into `samples` [SampleCount()]: raw floats for mode 0, else one byte a
-  /// sample. The file then stands behind all D bytes, also where they hold more than the samples.
+  /// sample; zeros where the file gives none. The file then stands behind all D bytes, also where they hold
+  /// more than the samples.
   void ReadSamples(CFile& file, float* samples) const;
 };
 

@@ -1,6 +1,7 @@
 #include "umlauf/units/internal/UnitParser.h"
 
 #include <algorithm>
+#include <array>
 #include <cstdint>
 #include <limits>
 #include <new>
@@ -65,12 +66,13 @@ std::int16_t TakePrefix(std::wstring_view& name) {
   return static_cast<std::int16_t>(exponent * exponent);
 }
 
+constexpr bool EndsName(wchar_t c) {
+  return IsOperator(c) || c == L'²' || c == L'³' || c == L' ' || (c >= L'\t' && c <= L'\r');
+}
+
 /// True for a text that as an expression is one name or number and nothing else.
 bool IsSingleName(std::wstring_view text) {
-  constexpr auto ends = [](wchar_t c) {
-    return IsOperator(c) || c == L'²' || c == L'³' || c == L' ' || (c >= L'\t' && c <= L'\r');
-  };
-  return !text.empty() && std::none_of(text.begin(), text.end(), ends);
+  return !text.empty() && std::none_of(text.begin(), text.end(), EndsName);
 }
 
 std::wstring WithCarets(std::wstring_view text) {
@@ -83,16 +85,16 @@ std::wstring WithCarets(std::wstring_view text) {
   return out;
 }
 
-std::wstring WithSuperscripts(std::wstring_view text) {
-  std::wstring out;
-  out.reserve(text.size());
+/// `out` has room for the text.
+std::wstring_view WithSuperscripts(std::wstring_view text, wchar_t* out) {
+  std::size_t n = 0;
   for (std::size_t i = 0; i < text.size(); ++i) {
     const wchar_t next = i + 1 < text.size() ? text[i + 1] : L'\0';
     const bool superscript = text[i] == L'^' && (next == L'2' || next == L'3');
-    out += !superscript ? text[i] : next == L'2' ? L'²' : L'³';
+    out[n++] = !superscript ? text[i] : next == L'2' ? L'²' : L'³';
     i += superscript ? 1 : 0;
   }
-  return out;
+  return {out, n};
 }
 
 /// Takes a power with an integer operand off the root of the tree. False when it is out of range.
@@ -110,8 +112,101 @@ std::uint32_t Lookup(std::wstring_view name, std::optional<bool> registering) {
   return UnitStrings::Instance().Lookup(name, registering, registering ? std::optional(false) : std::nullopt);
 }
 
+/// A product of names and their whole powers, or a whole power of one in parentheses, without blanks: what
+/// units usually look like. Such a text is just what its tree would write, so that it needs none.
+class PlainExpression {
+ public:
+  static constexpr std::size_t kRoom = 64;  // characters
+
+  /// False for all other texts, and for long ones.
+  bool Read(std::wstring_view text) {
+    if (!ReadWithCarets(text)) return false;
+    const bool enclosed = Take(L'(');
+    const std::size_t start = at_;
+    int factors = 0, exponent = 1;
+    bool raised = false;
+    do {
+      if (!ReadOperand()) return false;
+      nameEnd_ = at_;
+      raised = Take(L'^');
+      if (raised && !ReadExponent(exponent)) return false;
+      ++factors;
+    } while (Take(L'*') || Take(L'/'));
+    if (enclosed) {
+      nameEnd_ = at_;
+      if (!Take(L')') || !Take(L'^') || !ReadExponent(exponent)) return false;
+    } else if (factors > 1) {
+      nameEnd_ = at_;
+      exponent = 1;
+    } else if (!raised) {
+      return false;
+    }
+    power_ = static_cast<std::int16_t>(exponent);
+    name_ = std::wstring_view(text_.data() + start, nameEnd_ - start);
+    return at_ == length_;
+  }
+
+  std::int16_t power() const { return power_; }
+  /// Without the power that was taken off.
+  std::wstring_view name() const { return name_; }
+
+ private:
+  bool Put(wchar_t c) {
+    if (length_ == text_.size()) return false;
+    text_[length_++] = c;
+    return true;
+  }
+
+  bool ReadWithCarets(std::wstring_view text) {
+    for (const wchar_t c : text) {
+      const bool raised = c == L'²' || c == L'³';
+      if (raised && !Put(L'^')) return false;
+      if (!Put(raised ? c == L'²' ? L'2' : L'3' : c)) return false;
+    }
+    return true;
+  }
+
+  bool Take(wchar_t c) {
+    if (at_ == length_ || text_[at_] != c) return false;
+    ++at_;
+    return true;
+  }
+
+  bool ReadOperand() {
+    const std::size_t start = at_;
+    while (at_ < length_ && !EndsName(text_[at_])) ++at_;
+    return at_ > start;
+  }
+
+  bool ReadExponent(int& exponent) {
+    constexpr std::size_t mostDigits = 4;
+    const bool negative = Take(L'-');
+    const std::size_t start = at_;
+    exponent = 0;
+    while (at_ < length_ && text_[at_] >= L'0' && text_[at_] <= L'9' && at_ - start < mostDigits) {
+      exponent = exponent * 10 + static_cast<int>(text_[at_++] - L'0');
+    }
+    if (negative) exponent = -exponent;
+    return at_ > start && (at_ == length_ || (text_[at_] != L'^' && IsOperator(text_[at_])));
+  }
+
+  std::array<wchar_t, kRoom> text_;
+  std::size_t length_ = 0, at_ = 0, nameEnd_ = 0;
+  std::wstring_view name_;
+  std::int16_t power_ = 1;
+};
+
 bool ParseExpression(std::wstring_view text, SMeasuringUnitPOD& unit, CString& reason,
                      std::optional<bool> registering) {
+  PlainExpression plain;
+  if (plain.Read(text)) {
+    unit.power = plain.power();
+    std::wstring_view name = plain.name();
+    unit.exponent = TakePrefix(name);
+    std::array<wchar_t, PlainExpression::kRoom> superscripted;
+    unit.unit = Lookup(WithSuperscripts(name, superscripted.data()), registering);
+    return true;
+  }
   const CArithExpression expression(WithCarets(text));
   if (!expression.valid()) {
     reason = expression.reason();
@@ -127,7 +222,8 @@ bool ParseExpression(std::wstring_view text, SMeasuringUnitPOD& unit, CString& r
   if (rest.IsEmpty()) throw std::bad_alloc();  // every tree has a text
   std::wstring_view prefixed = rest.view();
   unit.exponent = TakePrefix(prefixed);
-  unit.unit = Lookup(WithSuperscripts(prefixed), registering);
+  std::wstring superscripted(prefixed.size(), L'\0');
+  unit.unit = Lookup(WithSuperscripts(prefixed, superscripted.data()), registering);
   return true;
 }
 
