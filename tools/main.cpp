@@ -73,6 +73,7 @@ int main(int argc, char** argv) {
   PrWin::SetSink([](int, int, const CString&) {});
   CLI::App app("Speed from tacho recordings of rotating machinery, and the signal files made of it.",
                "umlauf");
+  app.allow_windows_style_options(false);  // "/data/run.wav" is a file on every system
   app.set_version_flag("--version", UMLAUF_VERSION);
   umlauf::tool::AddCommands(app);
   try {

@@ -88,8 +88,7 @@ bool COutputFile::Commit() {
   const bool closed = file_ == stdout || std::fclose(std::exchange(file_, nullptr)) == 0;
   if (!Note(closed, errno)) return false;
   if (direct_) return true;
-  std::error_code error;
-  fs::rename(temporary_, target_, error);
-  committed_ = !error;
-  return Note(committed_, error.value());
+  const int reason = umlauf::io::MoveInto(temporary_, target_);
+  committed_ = reason == 0;
+  return Note(committed_, reason);
 }

@@ -153,7 +153,8 @@ TEST(TisDetector, LongStreamsJoinWithoutASeam) {
       CDzPulsListe list;
       std::uint64_t samples = 0, pulses = 0;
       for (std::size_t done = 0, n = 0; done < kWords; done += n) {
-        n = seed == 0 ? kWords : std::min(kWords - done, split() % (split() % 2 == 0 ? 9 : 3000) + 1);
+        n = seed == 0 ? kWords
+                      : std::min<std::size_t>(kWords - done, split() % (split() % 2 == 0 ? 9 : 3000) + 1);
         detector.PulseSuchen(words.data() + done, n, 1, list);
         for (const PulsEntry& entry : list) {
           samples += entry.NrSamples();

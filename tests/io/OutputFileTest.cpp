@@ -1,5 +1,15 @@
 #include "umlauf_io/OutputFile.h"
 
+#ifdef _WIN32
+#define WIN32_LEAN_AND_MEAN
+#ifndef NOMINMAX
+#define NOMINMAX
+#endif
+#include <windows.h>
+#endif
+
+#include <thread>
+
 #include "io/TestFolder.h"
 #include "support/ExpectAll.h"
 #include "umlauf/platform/framework/CFile.h"
@@ -22,10 +32,11 @@ TEST_F(OutputFile, AppearsWhenItIsComplete) {
   COutputFile kept, other;
   ASSERT_TRUE(kept.Open(Path("a.txt")));
   ASSERT_TRUE(other.Open(Path("a.txt")));  // two writers of one file do not meet
-  const CFile reader(Path("a.txt").wstring().c_str(), CFile::modeRead);
+  CFile reader(Path("a.txt").wstring().c_str(), CFile::modeRead);
   EXPECT_TRUE(kept.Write("after"));
   EXPECT_TRUE(kept.Commit());  // also while somebody reads the one before
   EXPECT_EQ(Bytes("a.txt"), "after");
+  reader.Close();
   EXPECT_TRUE(other.Commit());
   EXPECT_EQ(Bytes("a.txt"), "");
   EXPECT_EQ(Files(), (std::set<std::string>{"a.txt"}));
@@ -43,7 +54,26 @@ TEST_F(OutputFile, NamesBeyondTheCodePageAndLongOnes) {
   }
 }
 
-#ifndef _WIN32
+#ifdef _WIN32
+TEST_F(OutputFile, WaitsAMomentForWhoSharesTheFileWithNobody) {
+  Write("a.txt", "before");
+  const auto hold = [this] {
+    return CreateFileW(Path("a.txt").c_str(), GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0, nullptr);
+  };
+  COutputFile kept, other;
+  EXPECT_ALL(kept.Open(Path("a.txt")), kept.Write("after"), other.Open(Path("a.txt")), other.Write("never"));
+  std::thread scanner([held = hold()] {
+    Sleep(100);
+    CloseHandle(held);
+  });
+  EXPECT_TRUE(kept.Commit());
+  scanner.join();
+  const HANDLE held = hold();
+  EXPECT_FALSE(other.Commit());
+  CloseHandle(held);
+  EXPECT_EQ(Bytes("a.txt"), "after");
+}
+#else
 TEST_F(OutputFile, LinksKeepPointingWhereTheyPoint) {
   Write("a.txt", "before");
   std::filesystem::create_symlink("a.txt", Path("link"));

@@ -4,6 +4,7 @@
 #include <locale>
 #include <sstream>
 
+#include "support/Process.h"
 #include "support/Test.h"
 #include "umlauf/platform/tramsea/CResourceSea.h"
 #include "umlauf/platform/tramsea/CSeaBase.h"
@@ -84,7 +85,7 @@ TEST(Clavis, MalformedTextFailsTheStreamAndKeepsTheKey) {
 }
 
 TEST(Clavis, SettingsEntryHoldsTheFieldsByIndex) {
-  setenv("UMLAUF_SETTINGS", ":memory:", 1);  // the user's settings stay out of it
+  SetEnvironment("UMLAUF_SETTINGS", ":memory:");  // the user's settings stay out of it
   CResourceSea& sea = CSeaBase::ApplicationSea();
   ASSERT_EQ(sea.Path(), L":memory:");
   const CClavis key(1, -1, 3, 4, 5, INT_MIN);

@@ -33,7 +33,7 @@ TEST_F(SigPairsFile, RecordIsHeaderAndGoldenBytesAndReadsBack) {
   file.Seek(0, CFile::begin);
   CSigPairs back = Pairs({{1, 1}});
   EXPECT_ALL(back.ReadFromFile(file, 2), file.Remaining() == 0, PointsOf(back) == PointsOf(Sample()),
-             std::pair(back.Parameter(), back.Nummer()) == std::pair(0.5f, 0x00020003));
+             std::pair(back.Parameter(), back.Nummer()) == std::pair(0.5f, LONG{0x00020003}));
   EXPECT_STREQ(back.Name(), L"Öl?");  // code page 1252
   EXPECT_ALL(back.IstInversSortiert(), !back.IstSortiert());
 }

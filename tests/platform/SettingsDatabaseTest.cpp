@@ -165,7 +165,7 @@ TEST_F(SettingsDatabase, ThreadsShareOneObject) {
 }
 
 TEST_F(SettingsDatabase, ApplicationOpensTheFileThatIsNamed) {
-  const std::string home = Path("home").string();
+  const std::string home = (Path("home") / std::string(140, 'a') / std::string(140, 'b')).string();
   const struct {
     const char *settings, *config, *home;
     std::string expected;

@@ -61,6 +61,7 @@ void FlushOut() {
 void WriteNote(std::string_view text) {
   // A note that nobody can receive is no failure.
   std::fputs(fmt::format("umlauf: {}\n", OnOneLine(text)).c_str(), stderr);
+  std::fflush(stderr);
 }
 
 }  // namespace umlauf::tool

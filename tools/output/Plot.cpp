@@ -46,7 +46,7 @@ bool IsWholeSvg(std::ifstream& file, std::uint64_t size) {
 
 /// Whether a file is a PNG picture with all its chunks or an SVG picture with its end, by the ending of its
 /// name. Whoever wrote it may not have noticed that the disk was full.
-bool IsWholePicture(const FilePath& path) {
+bool IsWholePicture(const std::filesystem::path& path) {
   std::error_code error;
   const std::uint64_t size = std::filesystem::file_size(path, error);
   std::ifstream file(path, std::ios::binary);

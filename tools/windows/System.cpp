@@ -14,6 +14,7 @@
 #include <array>
 #include <atomic>
 #include <cstdio>
+#include <utility>
 
 #include "umlauf/platform/framework/CString.h"
 
@@ -29,22 +30,28 @@ struct WatchedPath {
 };
 std::array<WatchedPath, 16> watched;
 
-BOOL WINAPI RemoveWatched(DWORD) {
+/// The code page of a console while this program runs; the console keeps it beyond.
+struct ConsoleCodePage {
+  std::atomic<UINT> before = 0;
+  void Set() {
+    if (before == 0) before = GetConsoleOutputCP();
+    SetConsoleOutputCP(CP_UTF8);
+  }
+  void TakeBack() {
+    if (before != 0) SetConsoleOutputCP(before);
+  }
+  ~ConsoleCodePage() { TakeBack(); }
+} consoleCodePage;
+
+BOOL WINAPI Interrupted(DWORD) {
   // They are open for others to delete, so they go when this process does.
   for (const WatchedPath& each : watched) {
     if (each.used) DeleteFileW(each.path.data());
   }
-  return FALSE;  // the default handler ends the process
+  consoleCodePage.TakeBack();
+  TerminateProcess(GetCurrentProcess(), static_cast<UINT>(STATUS_CONTROL_C_EXIT));
+  return TRUE;
 }
-
-/// The code page of a console while this program runs; the console keeps it beyond.
-struct ConsoleCodePage {
-  UINT before = GetConsoleOutputCP();
-  ConsoleCodePage() { SetConsoleOutputCP(CP_UTF8); }
-  ~ConsoleCodePage() {
-    if (before != 0) SetConsoleOutputCP(before);
-  }
-};
 
 bool IsConsole(DWORD stream) {
   DWORD mode = 0;
@@ -77,10 +84,16 @@ std::vector<std::string> Arguments(int argc, char** argv) {
 }
 
 void PrepareStandardStreams() {
+  SetConsoleCtrlHandler(Interrupted, TRUE);
   for (std::FILE* stream : {stdin, stdout, stderr}) {
     if (_fileno(stream) >= 0) _setmode(_fileno(stream), _O_BINARY);
   }
-  if (IsConsole(STD_OUTPUT_HANDLE) || IsConsole(STD_ERROR_HANDLE)) static const ConsoleCodePage utf8;
+  for (const auto& [handle, stream] : {std::pair{STD_OUTPUT_HANDLE, stdout}, {STD_ERROR_HANDLE, stderr}}) {
+    if (!IsConsole(handle)) continue;
+    consoleCodePage.Set();
+    // It gets each byte by itself otherwise, and shows no character that takes several.
+    std::setvbuf(stream, nullptr, _IOFBF, 1 << 16);
+  }
 }
 
 bool StandardErrorIsTerminal() { return IsConsole(STD_ERROR_HANDLE); }
@@ -99,8 +112,6 @@ const char* ClearLine() {
 unsigned long ProcessNumber() { return GetCurrentProcessId(); }
 
 void RemoveOnSignal(const std::string& path) {
-  static const bool once = SetConsoleCtrlHandler(RemoveWatched, TRUE) != 0;
-  static_cast<void>(once);
   const std::wstring wide = Wide(path);
   for (WatchedPath& each : watched) {
     if (each.used || wide.size() >= each.path.size()) continue;

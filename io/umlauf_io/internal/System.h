@@ -18,6 +18,10 @@ std::FILE* OpenFile(const std::filesystem::path& path, const char* mode);
 /// errno.
 std::FILE* TemporaryFile();
 
+/// Puts a file in the place of another one in the same folder, which may be open for others to read: who
+/// opens it gets the old or the new one. 0, or the reason in terms of errno.
+int MoveInto(const std::filesystem::path& from, const std::filesystem::path& to);
+
 /// As std::fseek and std::ftell, with positions of 64 bits.
 bool SeekIn(std::FILE* file, std::int64_t offset, int whence);
 std::int64_t PositionIn(std::FILE* file);

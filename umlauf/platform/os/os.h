@@ -22,6 +22,9 @@ std::wstring UserConfigFolder();
 /// Creates a folder with all folders above it, for this user alone; true when it is there afterwards.
 bool CreateFolders(const std::wstring& path);
 
+/// A path as libraries can hand it to the system, however long it is.
+std::wstring SystemPath(const std::wstring& path);
+
 struct OpenMode {
   bool read = true;
   bool write = false;

@@ -1,5 +1,7 @@
 #include "umlauf_io/internal/System.h"
 
+#include <cerrno>
+
 namespace umlauf::io {
 
 std::filesystem::path LongPath(const std::filesystem::path& path) { return path; }
@@ -7,6 +9,9 @@ std::FILE* OpenFile(const std::filesystem::path& path, const char* mode) {
   return std::fopen(path.c_str(), mode);
 }
 std::FILE* TemporaryFile() { return std::tmpfile(); }
+int MoveInto(const std::filesystem::path& from, const std::filesystem::path& to) {
+  return std::rename(from.c_str(), to.c_str()) == 0 ? 0 : errno;
+}
 
 bool SeekIn(std::FILE* file, std::int64_t offset, int whence) {
   return fseeko(file, static_cast<off_t>(offset), whence) == 0;

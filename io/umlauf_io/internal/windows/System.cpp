@@ -27,7 +27,12 @@ int ErrnoOf(DWORD error) {
     case ERROR_ACCESS_DENIED:
     case ERROR_SHARING_VIOLATION:
       return EACCES;
+    case ERROR_WRITE_PROTECT:
+      return EACCES;
+    case ERROR_TOO_MANY_OPEN_FILES:
+      return EMFILE;
     case ERROR_DISK_FULL:
+    case ERROR_HANDLE_DISK_FULL:
       return ENOSPC;
     default:
       return EIO;
@@ -56,10 +61,13 @@ constexpr DWORD kShared = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE
 std::filesystem::path LongPath(const std::filesystem::path& path) {
   constexpr std::size_t nearLimit = MAX_PATH - 20;
   const std::wstring& name = path.native();
-  if (name.size() < nearLimit || name.starts_with(L"\\\\")) return path;
-  std::error_code error;
-  const std::filesystem::path whole = std::filesystem::absolute(path, error).lexically_normal();
-  return error ? path : std::filesystem::path(L"\\\\?\\" + whole.native());
+  if (name.size() < nearLimit || name.starts_with(L"\\\\?\\") || name.starts_with(L"\\\\.\\")) return path;
+  std::wstring whole(GetFullPathNameW(name.c_str(), 0, nullptr, nullptr), L'\0');
+  const DWORD length =
+      GetFullPathNameW(name.c_str(), static_cast<DWORD>(whole.size()), whole.data(), nullptr);
+  if (length == 0 || length >= whole.size()) return path;
+  whole.resize(length);
+  return whole.starts_with(L"\\\\") ? L"\\\\?\\UNC\\" + whole.substr(2) : L"\\\\?\\" + whole;
 }
 
 std::FILE* OpenFile(const std::filesystem::path& path, const char* mode) {
@@ -82,6 +90,23 @@ std::FILE* TemporaryFile() {
   const HANDLE handle = CreateFileW(name, GENERIC_READ | GENERIC_WRITE, kShared, nullptr, CREATE_ALWAYS,
                                     FILE_ATTRIBUTE_TEMPORARY | FILE_FLAG_DELETE_ON_CLOSE, nullptr);
   return AsStdio(handle, "w+b");
+}
+
+int MoveInto(const std::filesystem::path& from, const std::filesystem::path& to) {
+  // Who indexes files or looks for viruses has each new one open for a moment, and shares it with nobody.
+  constexpr int attempts = 10;
+  for (int attempt = 1;; ++attempt) {
+    if (MoveFileExW(from.c_str(), to.c_str(), MOVEFILE_REPLACE_EXISTING) != 0) return 0;
+    const DWORD error = GetLastError();
+    if (error != ERROR_ACCESS_DENIED && error != ERROR_SHARING_VIOLATION) return ErrnoOf(error);
+    // What others have open is moved away only by this, where the system is an older one.
+    if (ReplaceFileW(to.c_str(), from.c_str(), nullptr, REPLACEFILE_IGNORE_MERGE_ERRORS, nullptr, nullptr) !=
+        0) {
+      return 0;
+    }
+    if (attempt == attempts) return ErrnoOf(error);
+    Sleep(30);
+  }
 }
 
 bool SeekIn(std::FILE* file, std::int64_t offset, int whence) { return _fseeki64(file, offset, whence) == 0; }

@@ -21,6 +21,8 @@ std::uint64_t StdioLength(std::FILE* file) {
   return fstat(fileno(file), &info) == 0 && info.st_size > 0 ? static_cast<std::uint64_t>(info.st_size) : 0;
 }
 
+std::wstring SystemPath(const std::wstring& path) { return path; }
+
 std::unique_ptr<File> File::Open(const std::wstring& path, const OpenMode& mode) {
   const std::string name = WideToName(path);
   struct stat info {};

@@ -8,13 +8,3 @@
 #define NOMINMAX
 #endif
 #include <windows.h>
-
-#include <string>
-
-namespace umlauf::os {
-
-/// A path as functions of the system take it at any length: one that nears their usual limit of 260
-/// characters becomes absolute and begins with "\\?\".
-std::wstring LongPath(const std::wstring& path);
-
-}  // namespace umlauf::os

@@ -8,7 +8,7 @@ namespace umlauf::os {
 namespace {
 
 bool IsFolder(const std::wstring& path) {
-  const DWORD attributes = GetFileAttributesW(LongPath(path).c_str());
+  const DWORD attributes = GetFileAttributesW(SystemPath(path).c_str());
   return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
 }
 
@@ -52,9 +52,9 @@ bool CreateFolders(const std::wstring& path) {
   // A folder in the user's own ones inherits who may use it.
   for (std::size_t end = path.find_first_of(L"\\/", 1); end != std::wstring::npos;
        end = path.find_first_of(L"\\/", end + 1)) {
-    CreateDirectoryW(LongPath(path.substr(0, end)).c_str(), nullptr);
+    CreateDirectoryW(SystemPath(path.substr(0, end)).c_str(), nullptr);
   }
-  CreateDirectoryW(LongPath(path).c_str(), nullptr);
+  CreateDirectoryW(SystemPath(path).c_str(), nullptr);
   return IsFolder(path);
 }
 

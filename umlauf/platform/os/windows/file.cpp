@@ -7,7 +7,8 @@
 
 namespace umlauf::os {
 
-std::wstring LongPath(const std::wstring& path) {
+// One that nears the usual limit of 260 characters becomes absolute and begins with "\\?\".
+std::wstring SystemPath(const std::wstring& path) {
   constexpr std::size_t nearLimit = MAX_PATH - 20;
   if (path.size() < nearLimit || path.starts_with(L"\\\\?\\") || path.starts_with(L"\\\\.\\")) return path;
   std::wstring whole(GetFullPathNameW(path.c_str(), 0, nullptr, nullptr), L'\0');
@@ -33,7 +34,7 @@ std::uint64_t StdioLength(std::FILE* file) {
 }
 
 std::unique_ptr<File> File::Open(const std::wstring& path, const OpenMode& mode) {
-  const std::wstring name = LongPath(path);
+  const std::wstring name = SystemPath(path);
   const DWORD access = (mode.read || !mode.write ? GENERIC_READ : 0) | (mode.write ? GENERIC_WRITE : 0);
   const bool create = mode.write && mode.create;
   const DWORD disposition = !create ? OPEN_EXISTING : mode.truncate ? CREATE_ALWAYS : OPEN_ALWAYS;

@@ -8,6 +8,7 @@
 #include <thread>
 #include <utility>
 
+#include "umlauf/platform/os/os.h"
 #include "umlauf/platform/tramsea/PrWin.h"
 
 namespace umlauf::sea {
@@ -123,15 +124,16 @@ bool SettingsFile::Connect(bool writable) {
   if (path_.IsEmpty()) return Refuse(L"no file is named");
   // A reader, too, opens for writing where it may: it has to undo what a killed writer left half done.
   const int flags = SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX | (writable ? SQLITE_OPEN_CREATE : 0);
-  const std::string name = path_.ToPath();
+  const std::string name = CString(os::SystemPath(path_.str())).ToPath();
   if (name.empty())
     throw std::bad_alloc();  // SQLite would take no name for a file that is gone when it is closed
-  sqlite3_vfs* const files = sqlite3_vfs_find(nullptr);
+  sqlite3_vfs* files = sqlite3_vfs_find("win32-longpath");
+  if (files == nullptr) files = sqlite3_vfs_find(nullptr);
   int exists = 0;
   fileIsNew_ = writable &&
                files->xAccess(files, name.c_str(), SQLITE_ACCESS_READWRITE, &exists) == SQLITE_OK &&
                exists == 0;
-  const int result = sqlite3_open_v2(name.c_str(), &connection_, flags, nullptr);
+  const int result = sqlite3_open_v2(name.c_str(), &connection_, flags, files->zName);
   if (result != SQLITE_OK) return Failed(L"cannot open");
   sqlite3_busy_handler(
       connection_,
