@@ -16,8 +16,8 @@ try:
 except ImportError as error:
     assert "pip install umlauf[pandas]" in str(error), error
 
-# At its best of three: other work on the machine does not count.
-code = "import time; t = time.perf_counter(); import umlauf; print(time.perf_counter() - t)"
+# By processor time: other work on the machine does not count.
+code = "import time; t = time.process_time(); import umlauf; print(time.process_time() - t)"
 best = min(float(subprocess.check_output([sys.executable, "-I", "-c", code])) for _ in range(3))
 assert best < 0.1, f"import takes {best:.3f} s"
 modules = subprocess.check_output([sys.executable, "-I", "-c", "import sys, umlauf; print(*sys.modules)"], text=True)

@@ -100,6 +100,15 @@ TEST_F(OrdersTool, FindsTheSpeedWithoutATacho) {
   for (const double each : json["tracks"][0]["amplitude"]) EXPECT_NEAR(each, 0.7, 0.07);
   EXPECT_NE(Text("s.svg").find("confidence"), std::string::npos);
 
+  // A part of the recording keeps its times.
+  const nlohmann::json part = nlohmann::json::parse(Good(comb + "--from 3 --tracks 2 --json"));
+  for (std::size_t i = 0; i < part["speed"]["rpm"].size(); ++i) {
+    const double time = part["speed"]["time_s"][i], known = 900 + 360 * time;
+    EXPECT_GT(time, 3);
+    EXPECT_NEAR(part["speed"]["rpm"][i].get<double>() / known, 1, 0.01) << i;
+  }
+  for (const double each : part["tracks"][0]["amplitude"]) EXPECT_NEAR(each, 0.7, 0.07);
+
   // Nothing to follow, or too little to tell one speed from another.
   Good("simulate still.wav --rate 25600 --profile 0:900,10:4500 --orders 1:0.001 --vibration-noise 0.3");
   Bad("orders still.wav --channel 2 --max-order 10 --comb 1,2,4.5", 1, "no speed to be believed");

@@ -36,22 +36,26 @@ TEST(UnitText, IsReadByItsRules) {
 TEST(UnitText, IsReadAlikeWithBlanks) {
   const LogCapture silence;
   std::mt19937 random(3);
-  constexpr std::wstring_view pieces[] = {L"V", L"m", L"kHz", L"/", L"*", L"^", L"²",
-                                          L"³", L"(", L")",   L"-", L"2", L"30"};
+  constexpr std::wstring_view operands[] = {L"V", L"m", L"kHz", L"(V", L"m", L"2"};
+  constexpr std::wstring_view operators[] = {L"/", L"*", L"^", L"²", L"³/", L"^2)*", L")^", L"^-"};
   int read = 0;
   for (int round = 0; round < 20000; ++round) {
     std::wstring text, spaced;
-    for (unsigned i = 2 + random() % 8; i != 0; --i) {
-      const std::wstring_view piece = pieces[random() % std::size(pieces)];
+    const unsigned n = 1 + random() % 8;
+    for (unsigned i = 0; i < n; ++i) {
+      const auto any = random();
+      const std::wstring_view piece =
+          i % 2 == 0 ? operands[any % std::size(operands)] : operators[any % std::size(operators)];
       const bool continues =
           !text.empty() && std::wstring_view(L"VmkHz²³230").find(text.back()) != std::wstring_view::npos;
       text += piece;
       spaced += (continues ? L"" : L" ") + std::wstring(piece);
     }
     CMeasuringUnit unit, other;
-    EXPECT_EQ(unit.set(text.c_str()), other.set((spaced + L" ").c_str())) << CString(text).ToUtf8();
+    const bool whole = unit.set(text.c_str());
+    EXPECT_EQ(whole, other.set((spaced + L" ").c_str())) << CString(text).ToUtf8();
     EXPECT_TRUE(unit == other) << CString(text).ToUtf8();
-    read += unit.empty() ? 0 : 1;
+    read += whole ? 1 : 0;
   }
   EXPECT_GT(read, 1000);
 }
