@@ -55,7 +55,7 @@ TEST_F(ProgramTool, ErrorsAreOneLineAndLeaveNothing) {
       {"info missing.usig", 1, "missing.usig"},
       {"info noise.bin", 1, "known format"},
       {"speed run.wav --from 2 --to 1" + out, 2, "--from"},
-      {"speed run.wav --from 5" + out, 1, "no samples"},
+      {"speed run.wav --from 5" + out, 1, "nothing of it lies"},
       {"export run.wav -o new.csv", 1, "no signal file"},
       {"import run.csv -o new.usig --column speed", 1, "name from its header"},
       {"import run.csv -o new.usig --as line", 2, "curve, pairs or array"},
