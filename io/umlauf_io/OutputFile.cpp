@@ -30,11 +30,10 @@ bool COutputFile::Open(const fs::path& target, void (*announce)(const std::strin
       const fs::path real = fs::weakly_canonical(target_, error);
       if (!error) target_ = real;
     }
-    const fs::file_status status = fs::status(target_, error);
-    if (fs::is_directory(status)) {
+    if (fs::is_directory(target_, error)) {
       Fail(Kind::unwritable, "cannot write {}: it is a folder; name a file", target_.string());
     }
-    direct_ = target_ == "-" || (fs::exists(status) && !fs::is_regular_file(status));
+    direct_ = target_ == "-" || umlauf::io::IsDevice(target_);
     if (direct_) {
       temporary_ = target_;
       file_ = target_ == "-" ? stdout : OpenFile(target_, "wb");

@@ -54,6 +54,16 @@ TEST_F(OutputFile, NamesBeyondTheCodePageAndLongOnes) {
   }
 }
 
+TEST_F(OutputFile, DevicesAreWrittenDirectly) {
+#ifdef _WIN32
+  const char* const device = "NUL";
+#else
+  const char* const device = "/dev/null";
+#endif
+  COutputFile file;
+  EXPECT_ALL(file.Open(device), file.IsDirect(), file.Write("x"), file.Commit());
+}
+
 #ifdef _WIN32
 TEST_F(OutputFile, WaitsAMomentForWhoSharesTheFileWithNobody) {
   Write("a.txt", "before");

@@ -122,11 +122,15 @@ TEST_F(ProgramTool, OutputThatCannotBeWrittenIsAnError) {
       EXPECT_THAT(result.err, HasSubstr("cannot write ")) << command;
     }
   }
-  Bad("speed run.wav --csv /dev/full", 1, "/dev/full");
   // A file that is opened while standard output is closed must not receive its text.
   const std::string pulses = Good("speed run.wav --csv -");
   EXPECT_ALL(Run("speed run.wav --csv pulses.csv >&-").code == 1, Text("pulses.csv") == pulses,
              Run("speed run.wav <&- 2>&-").code == 0);
+}
+
+TEST_F(ProgramTool, FullDeviceIsTold) {
+  Good("simulate run.wav --profile 0:600,0.2:600 --missing 0");
+  Bad("speed run.wav --csv /dev/full", 1, "/dev/full");
 }
 
 TEST_F(ProgramTool, ControlCharactersDoNotReachTheTerminal) {

@@ -10,23 +10,49 @@
 
 #include "umlauf_win/WinComboBoxControl.h"
 
+namespace {
+
+/// Subclassing by the system's common controls. The version that programs without a manifest get may export
+/// these functions by number only.
+struct Subclassing {
+  template <class Function>
+  static Function Find(const char* name, WORD number) {
+    const HMODULE controls = LoadLibraryW(L"comctl32.dll");
+    FARPROC found = GetProcAddress(controls, name);
+    if (found == nullptr) found = GetProcAddress(controls, MAKEINTRESOURCEA(number));
+    return reinterpret_cast<Function>(reinterpret_cast<void*>(found));
+  }
+
+  decltype(&::SetWindowSubclass) set = Find<decltype(&::SetWindowSubclass)>("SetWindowSubclass", 410);
+  decltype(&::RemoveWindowSubclass) remove =
+      Find<decltype(&::RemoveWindowSubclass)>("RemoveWindowSubclass", 412);
+  decltype(&::DefSubclassProc) next = Find<decltype(&::DefSubclassProc)>("DefSubclassProc", 413);
+};
+
+const Subclassing& Controls() {
+  static const Subclassing functions;
+  return functions;
+}
+
+}  // namespace
+
 /// Procedures in front of those of the window and of its parent, which gets the notifications.
 struct CWinComboBoxControl::Hooks {
   static LRESULT CALLBACK OfWindow(HWND window, UINT message, WPARAM wParam, LPARAM lParam, UINT_PTR id,
                                    DWORD_PTR data) {
     if (message == WM_NCDESTROY) {
       auto* const control = reinterpret_cast<CWinComboBoxControl*>(data);
-      RemoveWindowSubclass(window, OfWindow, id);
-      RemoveWindowSubclass(control->parent_, OfParent, id);
+      Controls().remove(window, OfWindow, id);
+      Controls().remove(control->parent_, OfParent, id);
       control->window_ = nullptr;
     }
-    return DefSubclassProc(window, message, wParam, lParam);
+    return Controls().next(window, message, wParam, lParam);
   }
 
   static LRESULT CALLBACK OfParent(HWND parent, UINT message, WPARAM wParam, LPARAM lParam, UINT_PTR,
                                    DWORD_PTR data) {
     // The application's own handler comes first, as if nobody listened.
-    const LRESULT result = DefSubclassProc(parent, message, wParam, lParam);
+    const LRESULT result = Controls().next(parent, message, wParam, lParam);
     if (message != WM_COMMAND || lParam == 0) return result;
     auto* const control = reinterpret_cast<CWinComboBoxControl*>(data);
     if (reinterpret_cast<HWND>(lParam) == control->window_ && control->on_notify) {
@@ -41,8 +67,8 @@ CWinComboBoxControl::CWinComboBoxControl(HWND window)
   const auto id = reinterpret_cast<UINT_PTR>(this);
   const auto data = reinterpret_cast<DWORD_PTR>(this);
   if (window_ == nullptr) return;
-  SetWindowSubclass(window_, Hooks::OfWindow, id, data);
-  SetWindowSubclass(parent_, Hooks::OfParent, id, data);
+  Controls().set(window_, Hooks::OfWindow, id, data);
+  Controls().set(parent_, Hooks::OfParent, id, data);
 }
 
 std::unique_ptr<CWinComboBoxControl> CWinComboBoxControl::MakeIn(HWND parent) {
@@ -63,8 +89,8 @@ CWinComboBoxControl::~CWinComboBoxControl() {
   if (window_ == nullptr) return;
   const auto id = reinterpret_cast<UINT_PTR>(this);
   const HWND window = window_;
-  RemoveWindowSubclass(window, Hooks::OfWindow, id);
-  RemoveWindowSubclass(parent_, Hooks::OfParent, id);
+  Controls().remove(window, Hooks::OfWindow, id);
+  Controls().remove(parent_, Hooks::OfParent, id);
   if (own_) DestroyWindow(window);
 }
 

@@ -5,6 +5,8 @@
 #define NOMINMAX
 #endif
 #include <windows.h>
+// The system's other headers come behind its first.
+#include <commctrl.h>
 
 #include <fmt/format.h>
 #include <fmt/xchar.h>
@@ -27,6 +29,7 @@ struct Side {
   void Attach(HWND dialog, int prefixBox, int unitBox) {
     prefix.Attach(std::make_unique<CWinComboBoxControl>(GetDlgItem(dialog, prefixBox)));
     unit.Attach(std::make_unique<CWinComboBoxControl>(GetDlgItem(dialog, unitBox)));
+    SendDlgItemMessageW(dialog, unitBox, CB_SETMINVISIBLE, 12, 0);  // of 31
     prefix.Prepare(0);
     unit.Prepare(CMeasuringUnit());
   }

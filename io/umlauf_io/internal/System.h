@@ -11,6 +11,8 @@ namespace umlauf::io {
 
 /// The path as the system's functions take it, however long it is.
 std::filesystem::path LongPath(const std::filesystem::path& path);
+/// Whether something that is no file and no folder has this name: a device, a pipe.
+bool IsDevice(const std::filesystem::path& path);
 /// A file for bytes: "rb", "wb", "wb+", or "wbx" for one that must not be there yet. Others may meanwhile
 /// read, rename and remove it. Null on failure, with the reason in errno.
 std::FILE* OpenFile(const std::filesystem::path& path, const char* mode);

@@ -5,6 +5,11 @@
 namespace umlauf::io {
 
 std::filesystem::path LongPath(const std::filesystem::path& path) { return path; }
+bool IsDevice(const std::filesystem::path& path) {
+  std::error_code error;
+  const std::filesystem::file_status status = std::filesystem::status(path, error);
+  return exists(status) && !is_regular_file(status) && !is_directory(status);
+}
 std::FILE* OpenFile(const std::filesystem::path& path, const char* mode) {
   return std::fopen(path.c_str(), mode);
 }

@@ -8,6 +8,7 @@
 #include <io.h>
 #include <windows.h>
 
+#include <array>
 #include <cerrno>
 #include <string>
 #include <string_view>
@@ -68,6 +69,13 @@ std::filesystem::path LongPath(const std::filesystem::path& path) {
   if (length == 0 || length >= whole.size()) return path;
   whole.resize(length);
   return whole.starts_with(L"\\\\") ? L"\\\\?\\UNC\\" + whole.substr(2) : L"\\\\?\\" + whole;
+}
+
+bool IsDevice(const std::filesystem::path& path) {
+  // Some have plain names, in every folder: NUL, CON, COM1.
+  std::array<wchar_t, MAX_PATH> whole{};
+  const DWORD length = GetFullPathNameW(path.c_str(), MAX_PATH, whole.data(), nullptr);
+  return length < MAX_PATH && std::wstring_view(whole.data(), length).starts_with(L"\\\\.\\");
 }
 
 std::FILE* OpenFile(const std::filesystem::path& path, const char* mode) {
