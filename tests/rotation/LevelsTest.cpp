@@ -87,7 +87,7 @@ TEST(Levels, FindTheTeethOrSayWhatIsWrong) {
        },
        0.5f, -0.5f, "extra-pulses", 0.501, 1},
       {[](double value, double time) { return std::abs(time - 1.3) < 0.02 ? 0 : value; }, 0.5f, -0.5f,
-       "lost-pulses", 1.3, 2},
+       "clipped", 1.3, 2},
       {[](double, double time) { return std::floor(time * 2); }, 0.5f, 0.4f, "few-pulses"},
   };
   for (const auto& c : cases) {
