@@ -1,5 +1,6 @@
 #include <gmock/gmock.h>
 
+#include <array>
 #include <cmath>
 #include <filesystem>
 #include <functional>
@@ -39,6 +40,22 @@ Results Speed() {
           curve->YUnit().prefixunitA(true)};
 }
 
+// As the workers of an archive do.
+Results Pieces() {
+  const std::vector<float> samples = Run();
+  CMemorySource recording(samples, 20000);
+  CRotationStream::Settings settings;
+  settings.pulsesPerRevolution = 60;
+  settings.gap = true;
+  CRotationPieces rotation(settings, 2000);
+  RotationPiece first, second;
+  const std::array pieces{&std::as_const(first), &std::as_const(second)};
+  if (!rotation.FindLevels(recording) || !rotation.Search(recording, 0, 5000, first) ||
+      !rotation.Search(recording, 5000, samples.size(), second) || !rotation.Join(recording, pieces))
+    return {rotation.Failure().ToUtf8()};
+  return {Text(rotation.Pulses().size()), Text(rotation.Pulses().Edges().back())};
+}
+
 Results Orders() {
   const std::vector<float> samples = Run();
   CMemorySource recording(samples, 20000);
@@ -47,6 +64,8 @@ Results Orders() {
   if (!rotation.Analyse(recording)) return {rotation.Failure().ToUtf8()};
   COrderAnalysis::Settings settings;
   settings.map = {.maxOrder = 10, .resolution = 1};
+  settings.tracks.orders = {1, 2};
+  settings.tracks.method = OrderTrackSettings::Method::voldKalman;
   COrderAnalysis orders(settings);
   recording.Rewind();
   CSigCurve spectrum;
@@ -115,7 +134,8 @@ Results Settings() {
 
 TEST(Threads, ObjectsOfTheirOwnGiveTheSameOnSeveralThreads) {
   const PrWin::Sink before = PrWin::SetSink([](int, int, const CString&) {});
-  const std::vector<std::function<Results()>> jobs = {Speed, Orders, Rates, Spectra, Texts, Files, Settings};
+  const std::vector<std::function<Results()>> jobs = {Speed,   Pieces, Orders, Rates,
+                                                      Spectra, Texts,  Files,  Settings};
   constexpr std::size_t count = 4, rounds = 3;
   std::vector<std::vector<Results>> found(count, std::vector<Results>(jobs.size()));
   std::vector<std::thread> threads;
