@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <numeric>
+#include <random>
 #include <span>
 #include <thread>
 
@@ -64,6 +65,51 @@ TEST_F(RecordingSource, SeeksInPartsOfAnyFormat) {
   }
   Save("r.csv", 2);
   EXPECT_FALSE(Open("r.csv", RecordingFormat())->Seek(10));
+}
+
+/// A WAV file of whole numbers, written by hand.
+std::string IntegerWav(unsigned bits, unsigned channels, const std::vector<std::int64_t>& samples) {
+  const auto number = [](std::uint64_t value, unsigned bytes) {
+    std::string text;
+    for (unsigned i = 0; i < bytes; ++i) text += static_cast<char>(value >> (8 * i));
+    return text;
+  };
+  const unsigned frame = channels * bits / 8;
+  const std::size_t size = samples.size() * bits / 8;
+  std::string wav = "RIFF" + number(36 + size, 4) + "WAVEfmt " + number(16, 4) + number(1, 2) +
+                    number(channels, 2) + number(100, 4) + number(100 * frame, 4) + number(frame, 2) +
+                    number(bits, 2) + "data" + number(size, 4);
+  for (const std::int64_t sample : samples) wav += number(static_cast<std::uint64_t>(sample), bits / 8);
+  return wav;
+}
+
+TEST_F(RecordingSource, WholeNumbersOfSoundFilesArePartsOfFullScale) {
+  std::mt19937_64 random(1);
+  for (const unsigned bits : {16u, 24u, 32u}) {
+    const std::int64_t full = std::int64_t{1} << (bits - 1);
+    std::vector<std::int64_t> samples = {-full, full - 1, 0, -1, 1};
+    while (samples.size() < 60001) samples.push_back(static_cast<std::int64_t>(random() % (2 * full)) - full);
+    std::vector<float> expected;
+    for (const std::int64_t each : samples)
+      expected.push_back(static_cast<float>(each) / static_cast<float>(full));
+    for (const unsigned channels : {1u, 3u}) {
+      Write("r.wav", IntegerWav(bits, channels, samples));
+      const auto source = Open("r.wav");
+      const std::size_t frames = samples.size() / channels;
+      for (const std::size_t start : {std::size_t{0}, frames - 10000, frames - 5}) {
+        ASSERT_TRUE(source->Seek(start));
+        for (std::size_t at = start; at < frames;) {
+          const SampleBlock block = source->Read(9999);
+          ASSERT_GT(block.count, 0u) << bits << " bits, frame " << at;
+          for (std::size_t i = 0; i < block.count * channels; ++i) {
+            ASSERT_EQ(block.samples[i], expected[at * channels + i]) << bits << " bits, " << at << " + " << i;
+          }
+          at += block.count;
+        }
+        EXPECT_EQ(source->Read(1).count, 0u);
+      }
+    }
+  }
 }
 
 TEST_F(RecordingSource, ChannelsSectionsAndScales) {

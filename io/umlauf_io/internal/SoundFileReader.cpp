@@ -1,8 +1,10 @@
 #include <sndfile.h>
 
 #include <algorithm>
+#include <bit>
 #include <cmath>
 
+#include "umlauf/platform/vekta/QVL.h"
 #include "umlauf_io/internal/Error.h"
 #include "umlauf_io/internal/FrameReader.h"
 #include "umlauf_io/internal/SoundHeader.h"
@@ -58,6 +60,26 @@ std::string FormatName(int format) {
   return name;
 }
 
+/// Bytes of a sample that the file holds just as numbers of this machine; 0 for all other files.
+std::size_t PlainSampleSize(int format) {
+  static_assert(std::endian::native == std::endian::little);
+  const int kind = format & SF_FORMAT_TYPEMASK, order = format & SF_FORMAT_ENDMASK;
+  const bool riff =
+      kind == SF_FORMAT_WAV || kind == SF_FORMAT_WAVEX || kind == SF_FORMAT_RF64 || kind == SF_FORMAT_W64;
+  if (!riff || (order != SF_ENDIAN_FILE && order != SF_ENDIAN_LITTLE)) return 0;
+  switch (format & SF_FORMAT_SUBMASK) {
+    case SF_FORMAT_PCM_16:
+      return 2;
+    case SF_FORMAT_PCM_24:
+      return 3;
+    case SF_FORMAT_PCM_32:
+    case SF_FORMAT_FLOAT:
+      return 4;
+    default:
+      return 0;
+  }
+}
+
 /// WAV, FLAC, W64, RF64, MAT and whatever else libsndfile reads. Floating-point files keep their numbers,
 /// integer files come as parts of full scale (-1 ... 1).
 class SoundFileReader final : public FrameReader {
@@ -80,6 +102,8 @@ class SoundFileReader final : public FrameReader {
     }
     NumberChannels(static_cast<unsigned>(info.channels));
     format_ = FormatName(info.format);
+    sampleSize_ = PlainSampleSize(info.format);
+    isFloat_ = (info.format & SF_FORMAT_SUBMASK) == SF_FORMAT_FLOAT;
     rate_ = info.samplerate;
     frames_ = static_cast<std::uint64_t>(info.frames);
   }
@@ -89,7 +113,9 @@ class SoundFileReader final : public FrameReader {
     const std::size_t channels = channels_.size();
     count = std::clamp<std::size_t>(bufferSamples / channels, 1, count);
     buffer_.resize(count * channels);
-    const sf_count_t n = sf_readf_float(file_.get(), buffer_.data(), static_cast<sf_count_t>(count));
+    const sf_count_t n = sampleSize_ != 0
+                             ? ReadPlain(count)
+                             : sf_readf_float(file_.get(), buffer_.data(), static_cast<sf_count_t>(count));
     // A decoder that finds no more at the end of the file has found a file that was cut.
     const bool cut = position_ > 0 && BytesBehind(*stream_) == 0;
     if (n <= 0 && !cut && sf_error(file_.get()) != SF_ERR_NO_ERROR) {
@@ -124,6 +150,29 @@ class SoundFileReader final : public FrameReader {
 
  private:
   static constexpr std::size_t bufferSamples = std::size_t{1} << 22;
+  static constexpr std::size_t pieceSamples = std::size_t{1} << 15;  // that are read and widened at a time
+
+  /// The next frames of a plain file into the buffer; the numbers are those that `sf_readf_float` gives.
+  sf_count_t ReadPlain(std::size_t count) {
+    const std::size_t channels = channels_.size(), frameSize = channels * sampleSize_;
+    const auto read = [&](void* to, std::size_t frames) {
+      const sf_count_t bytes = sf_read_raw(file_.get(), to, static_cast<sf_count_t>(frames * frameSize));
+      return static_cast<std::size_t>(std::max<sf_count_t>(bytes, 0)) / frameSize;
+    };
+    if (isFloat_) return static_cast<sf_count_t>(read(buffer_.data(), count));
+    const float fullScale = std::ldexp(1.0f, 1 - 8 * static_cast<int>(sampleSize_));
+    const std::size_t piece = std::max<std::size_t>(pieceSamples / channels, 1);
+    bytes_.resize(piece * frameSize);
+    std::size_t done = 0;
+    while (done < count) {
+      const std::size_t wanted = std::min(piece, count - done), n = read(bytes_.data(), wanted);
+      QVL::WidenIntegers(buffer_.data() + done * channels, bytes_.data(), n * channels,
+                         static_cast<unsigned>(sampleSize_), fullScale);
+      done += n;
+      if (n < wanted) break;
+    }
+    return static_cast<sf_count_t>(done);
+  }
 
   /// libsndfile takes the length from what is there where the header promises more.
   void CheckLength() {
@@ -139,7 +188,10 @@ class SoundFileReader final : public FrameReader {
 
   std::unique_ptr<ByteStream> stream_;  ///< outlives the file that reads from it
   std::unique_ptr<SNDFILE, CloseSound> file_;
+  std::size_t sampleSize_ = 0;  ///< of a plain file, else 0
+  bool isFloat_ = false;
   std::vector<float> buffer_;
+  std::vector<char> bytes_;
   std::uint64_t position_ = 0;
 };
 

@@ -27,6 +27,20 @@ HWY_INLINE float Element(const std::uint8_t* in, float factor) {
 }
 
 #if HWY_TARGET != HWY_SCALAR
+/// Lanes of integers that come from three bytes each: those of one or two blocks of 16 bytes.
+constexpr size_t kPackedLanes = HWY_ARCH_X86 && HWY_TARGET <= HWY_AVX2 ? 8 : 4;
+
+/// Blocks of 16 bytes, each from 12 bytes further on.
+template <class D>
+HWY_INLINE hn::Vec<D> LoadTwelves(D d, const std::uint8_t* in) {
+  if constexpr (kPackedLanes == 4) {
+    return hn::LoadU(d, in);
+  } else {
+    const hn::Half<D> half;
+    return hn::Combine(d, hn::LoadU(half, in + 12), hn::LoadU(half, in));
+  }
+}
+
 /// Lanes of int32 from as many packed integers; may read up to a vector of bytes.
 template <size_t kBytes, class D>
 HWY_INLINE hn::Vec<D> LoadPacked(D d, const std::uint8_t* in) {
@@ -37,11 +51,11 @@ HWY_INLINE hn::Vec<D> LoadPacked(D d, const std::uint8_t* in) {
     return hn::PromoteTo(
         d, hn::BitCast(shorts, hn::LoadU(hn::Repartition<std::uint8_t, decltype(shorts)>(), in)));
   } else {
-    static_assert(kBytes == 3 && hn::MaxLanes(D()) == 4);
-    HWY_ALIGN static constexpr std::uint8_t kSpread[16] = {0x80, 0, 1, 2, 0x80, 3, 4,  5,
-                                                           0x80, 6, 7, 8, 0x80, 9, 10, 11};
+    static_assert(kBytes == 3 && hn::MaxLanes(D()) == kPackedLanes);
+    alignas(16) static constexpr std::uint8_t kSpread[16] = {0x80, 0, 1, 2, 0x80, 3, 4,  5,
+                                                             0x80, 6, 7, 8, 0x80, 9, 10, 11};
     const hn::Repartition<std::uint8_t, D> bytes;
-    const auto spread = hn::TableLookupBytesOr0(hn::LoadU(bytes, in), hn::Load(bytes, kSpread));
+    const auto spread = hn::TableLookupBytesOr0(LoadTwelves(bytes, in), hn::LoadDup128(bytes, kSpread));
     return hn::ShiftRight<8>(hn::BitCast(d, spread));
   }
 }
@@ -51,13 +65,13 @@ template <size_t kBytes>
 void Widen(float* out, const std::uint8_t* in, size_t n, float factor) {
   size_t i = 0;
 #if HWY_TARGET != HWY_SCALAR
-  using Floats = hn::CappedTag<float, kBytes == 3 ? 4 : 16>;
+  using Floats = hn::CappedTag<float, kBytes == 3 ? kPackedLanes : 16>;
   const Floats d;
   const size_t N = hn::Lanes(d);
   if (N > 1) {
     const auto factors = hn::Set(d, factor);
     const hn::RebindToSigned<Floats> integers;
-    // What a load takes beyond its elements belongs to those that follow.
+    // What a load takes beyond its elements, 4 bytes, belongs to those that follow.
     for (const size_t spare = kBytes == 3 ? 2 : 0; i + N + spare <= n; i += N) {
       const auto values = hn::ConvertTo(d, LoadPacked<kBytes>(integers, in + kBytes * i));
       hn::StoreU(hn::Mul(values, factors), d, out + i);
