@@ -75,4 +75,4 @@ BENCHMARK(Decode)
     ->ArgNames({"mode", "samples_per_edge"})
     ->ArgsProduct({{1, 2, 4, 5}, {10, 1000}})
     ->UseManualTime()
-    ->MinTime(0.5);
+    ->MinTime(0.2);

@@ -6,6 +6,7 @@
 #include <benchmark/benchmark.h>
 
 #include <algorithm>
+#include <bit>
 #include <cmath>
 #include <cstdint>
 #include <limits>
@@ -24,7 +25,14 @@ constexpr std::size_t kFloats = 4096;
 /// Blocks that are aligned as those of signals are.
 struct Blocks {
   Blocks()
-      : a(8 * kFloats), b(a), out(a), words(8 * kFloats), bytes(kFloats), above(kFloats / 64), below(above) {
+      : a(8 * kFloats),
+        b(a),
+        out(a),
+        words(8 * kFloats),
+        bytes(kFloats),
+        above(kFloats / 64),
+        below(above),
+        places(kFloats + 16) {
     std::mt19937 random(1);
     std::uniform_real_distribution<float> digits(-1.0f, 1.0f);
     for (std::size_t i = 0; i < a.size(); ++i) a[i] = digits(random), b[i] = digits(random), words[i] = 0;
@@ -34,6 +42,7 @@ struct Blocks {
   CAlignedMem<std::uint32_t> words;
   std::vector<std::uint8_t> bytes;
   std::vector<std::uint64_t> above, below;
+  std::vector<std::uint32_t> places;
   float* parts[8];
   const float* sources[8];
   float low[8], high[8], result = 0;
@@ -103,6 +112,34 @@ constexpr Form kFrames = {
         }
       }
     }};
+
+/// One mark in ten words.
+const Form kFindAll{[](Blocks& k) {
+                      const auto* const words = reinterpret_cast<const std::uint32_t*>(k.a.data());
+                      k.place = QVL::FindAllMasked(words, kFloats, 1, 0x700, 0x100, k.places.data());
+                    },
+                    [](Blocks& k) {
+                      std::size_t count = 0;
+                      for (std::uint32_t i = 0; i < kFloats; ++i) {
+                        if ((std::bit_cast<std::uint32_t>(k.a[i]) & 0x700) == 0x100) k.places[count++] = i;
+                      }
+                      k.place = count;
+                    }};
+
+const Form kFindChanges{[](Blocks& k) {
+                          const auto* const words = reinterpret_cast<const std::uint32_t*>(k.a.data());
+                          k.place = QVL::FindChanges(words + 1, kFloats - 1, 1, 0xC0000000, k.places.data());
+                        },
+                        [](Blocks& k) {
+                          std::size_t count = 0;
+                          const auto at = [&](std::uint32_t i) {
+                            return std::bit_cast<std::uint32_t>(k.a[i]);
+                          };
+                          for (std::uint32_t i = 1; i < kFloats; ++i) {
+                            if (((at(i) ^ at(i - 1)) & 0xC0000000) != 0) k.places[count++] = i - 1;
+                          }
+                          k.place = count;
+                        }};
 
 constexpr Form Named(const char* name, Form form) { return {name, form.ours, form.plain}; }
 
@@ -199,6 +236,8 @@ const Form kForms[] = {
     Named("find_masked_stride_1", kFind<1>),
     Named("find_masked_stride_2", kFind<2>),
     Named("find_masked_stride_4", kFind<4>),
+    Named("find_all_masked", kFindAll),
+    Named("find_changes", kFindChanges),
     Named("split_2_channels", kSplit<2>),
     Named("split_4_channels", kSplit<4>),
     Named("split_8_channels", kSplit<8>),

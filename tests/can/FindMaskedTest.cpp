@@ -34,4 +34,51 @@ TEST_P(FindMasked, FindsTheFirstMatchOfItsElementsOnly) {
   }
 }
 
+/// Indices below n as a plain loop gives them.
+template <class Marked>
+std::vector<std::uint32_t> PlacesOf(std::uint32_t n, Marked marked) {
+  std::vector<std::uint32_t> places;
+  for (std::uint32_t i = 0; i < n; ++i) {
+    if (marked(i)) places.push_back(i);
+  }
+  return places;
+}
+
+TEST_P(FindMasked, FindsAllMatchesAndChanges) {
+  constexpr std::uint32_t mask = 0x00F10003, pattern = 0x00100001;
+  std::mt19937 random(23);
+  for (const std::size_t stride : {1u, 2u, 3u, 4u, 5u, 8u, 9u}) {
+    for (const std::uint32_t n : {0u, 1u, 2u, 63u, 64u, 65u, 128u, 129u, 700u, 3000u}) {
+      const auto rare = 1 + random() % 300;
+      // A word in front of the first; ends with the last one, so that an address sanitizer sees every step.
+      std::vector<std::uint32_t> memory(n * stride + 1);
+      for (std::uint32_t& word : memory) {
+        const bool other = random() % rare == 0;
+        word = (other ? static_cast<std::uint32_t>(random()) : pattern ^ 2) & 0x00110F03;
+      }
+      const std::uint32_t* const words = memory.data() + stride;
+      const auto at = [&](std::uint32_t i) { return words[i * stride]; };
+      const std::uint32_t count = n == 0 ? 0 : n - 1;
+      std::vector<std::uint32_t> places(n + 16);
+      const auto found = [&](std::size_t number) {
+        return std::vector<std::uint32_t>(places.begin(),
+                                          places.begin() + static_cast<std::ptrdiff_t>(number));
+      };
+      const auto matches = [&](std::uint32_t i) { return (at(i) & mask) == pattern; };
+      const auto others = [&](std::uint32_t i) { return !matches(i); };
+      const auto changes = [&](std::uint32_t i) {
+        return ((at(i) ^ *(words + i * stride - stride)) & mask) != 0;
+      };
+      EXPECT_EQ(found(QVL::FindAllMasked(words, count, stride, mask, pattern, places.data())),
+                PlacesOf(count, matches))
+          << n << " by " << stride;
+      EXPECT_EQ(found(QVL::FindAllUnlike(words, count, stride, mask, pattern, places.data())),
+                PlacesOf(count, others))
+          << n << " by " << stride;
+      EXPECT_EQ(found(QVL::FindChanges(words, count, stride, mask, places.data())), PlacesOf(count, changes))
+          << n << " by " << stride;
+    }
+  }
+}
+
 }  // namespace

@@ -1,6 +1,7 @@
 #include "umlauf/can/CanMessageFinder.h"
 
 #include <algorithm>
+#include <bit>
 #include <cstdlib>
 #include <cstring>
 
@@ -32,6 +33,11 @@ void CCanMessageFinder::StartSearchBlock(const ULONG* data, unsigned nSamples, i
   const bool usable = data != nullptr && (TwoChannels() ? isOfFrame(channel1) : channel1 >= 0);
   total_ = remaining_ = usable ? nSamples : 0;
   messageSamples_ = 0;
+  words_ = total_ != 0 ? data + (TwoChannels() ? std::min(channel1_, channel2_) : channel1_) : nullptr;
+  wordStep_ = TwoChannels() ? 1 : stride;
+  secondWord_ = TwoChannels() ? static_cast<std::size_t>(std::abs(channel2_ - channel1_)) : 0;
+  searchedBegin_ = searchedEnd_ = 0;
+  marks_ = nextMark_ = 0;
 }
 
 /// The word of a channel at the sample reached.
@@ -39,65 +45,100 @@ const ULONG* CCanMessageFinder::Current(int channel) const {
   return data_ + static_cast<std::size_t>(channel) + std::size_t{total_ - remaining_} * stride_;
 }
 
-bool CCanMessageFinder::FindNextMessage() {
-  const unsigned floor = TwoChannels() ? kFloor2C : kFloor1C;
-  if (remaining_ >= floor) {
-    const unsigned tested = remaining_ - floor + 1;
-    const unsigned skipped = SamplesToHeader(tested);
-    remaining_ -= skipped;
-    if (skipped < tested) {
-      messageSamples_ = SamplesOfMessage();
-      if (messageSamples_ <= remaining_) {
-        CopyMessage();
-        samplePos_ = total_ - remaining_;
-        remaining_ -= messageSamples_;
-        return true;
-      }
-      messageSamples_ = 0;
+/// The first word from `from` on, before `end`, that looks like a header; `end` when none does.
+inline std::size_t CCanMessageFinder::NextMark(std::size_t from, std::size_t end) {
+  do {
+    while (nextMark_ < marks_) {
+      const std::size_t at = searchedBegin_ + mark_[nextMark_++];
+      if (at >= from) return std::min(at, end);
     }
+  } while (Search(std::max(from, searchedEnd_), end));
+  return end;
+}
+
+/// Goes on with the words from `from` on; false when none is left before `end`. Where there was a mark among
+/// the words before, the next ones are taken all at once; else a search goes further ahead.
+bool CCanMessageFinder::Search(std::size_t from, std::size_t end) {
+  if (from < end && marks_ == 0) {
+    from += QVL::FindMasked(words_ + from * wordStep_, end - from, wordStep_, kCanHeaderMask, kCanHeaderSync);
   }
+  if (from >= end) return false;
+  const std::size_t count = std::min(end - from, kSearchedWords);
+  searchedBegin_ = from;
+  searchedEnd_ = from + count;
+  marks_ = QVL::FindAllMasked(words_ + from * wordStep_, count, wordStep_, kCanHeaderMask, kCanHeaderSync,
+                              mark_.data());
+  nextMark_ = 0;
+  return true;
+}
+
+/// Sets word i of the message, whose bytes lie as in the stream.
+inline void CCanMessageFinder::SetWord(unsigned i, const ULONG* word) {
+  std::memcpy(reinterpret_cast<std::byte*>(&message_) + i * sizeof *word, word, sizeof *word);
+}
+
+/// Clears what a message need not have: all but the header.
+inline void CCanMessageFinder::ClearData() {
+  message_.second = 0;
+  std::memset(message_.data, 0, sizeof message_.data);
+}
+
+inline void CCanMessageFinder::CopyWords(const ULONG* words, unsigned samples) {
+  ClearData();
+  for (unsigned i = 0; i < samples; ++i) SetWord(i, words + std::size_t{i} * stride_);
+}
+
+bool CCanMessageFinder::FindNextMessage() {
+  if (TwoChannels() ? FindNext2C() : FindNext1C()) return true;
   remaining_ = 0;
   return false;
 }
 
-/// Samples in front of the first header among the next `samples`; `samples` when there is none.
-unsigned CCanMessageFinder::SamplesToHeader(unsigned samples) const {
-  if (TwoChannels()) return SamplesToHeader2C(samples);
-  const ULONG* words = Current(channel1_);
-  for (std::size_t i = 0; i < samples; ++i) {
-    i += QVL::FindMasked(words + i * stride_, samples - i, stride_, kCanHeaderMask, kCanHeaderSync);
-    if (i < samples && IsCanHeader(Load(words + i * stride_))) return static_cast<unsigned>(i);
+inline bool CCanMessageFinder::FindNext1C() {
+  if (remaining_ < kFloor1C) return false;
+  const std::size_t end = total_ - (kFloor1C - 1);
+  for (std::size_t i = total_ - remaining_; (i = NextMark(i, end)) < end; ++i) {
+    const ULONG* const words = words_ + i * stride_;
+    const std::uint32_t header = Load(words);
+    if (!IsCanHeader(header)) continue;
+    const unsigned samples = CanSamples1C(CanDataLength(header)), sample = static_cast<unsigned>(i);
+    if (samples > total_ - sample) {
+      messageSamples_ = 0;
+      return false;
+    }
+    CopyWords(words, samples);
+    samplePos_ = sample;
+    messageSamples_ = samples;
+    remaining_ = total_ - sample - samples;
+    return true;
   }
-  return samples;
+  return false;
 }
 
-/// One pass over the memory of both channels; what looks like a header in other channels is passed over.
-unsigned CCanMessageFinder::SamplesToHeader2C(unsigned samples) const {
-  const std::size_t second = static_cast<std::size_t>(std::abs(channel2_ - channel1_));
-  const ULONG* words = Current(std::min(channel1_, channel2_));
-  const std::size_t count = std::size_t{samples - 1} * stride_ + second + 1;
-  for (std::size_t i = 0; i < count; ++i) {
-    i += QVL::FindMasked(words + i, count - i, 1, kCanHeaderMask, kCanHeaderSync);
+/// One pass goes over the memory of both channels; what looks like a header in other channels is passed over.
+bool CCanMessageFinder::FindNext2C() {
+  if (remaining_ < kFloor2C) return false;
+  const std::size_t tested = total_ - (kFloor2C - 1), end = (tested - 1) * stride_ + secondWord_ + 1;
+  for (std::size_t i = std::size_t{total_ - remaining_} * stride_; (i = NextMark(i, end)) < end; ++i) {
     const std::size_t channel = i % stride_;
-    const bool searched = channel == 0 || channel == second;
-    if (i < count && searched && IsCanHeader(Load(words + i))) return static_cast<unsigned>(i / stride_);
+    if ((channel != 0 && channel != secondWord_) || !IsCanHeader(Load(words_ + i))) continue;
+    remaining_ = total_ - static_cast<unsigned>(i / stride_);
+    const std::uint32_t first = Load(Current(channel1_));
+    messageSamples_ = CanSamples2C(CanDataLength(IsCanHeader(first) ? first : Load(Current(channel2_))));
+    if (messageSamples_ > remaining_) {
+      messageSamples_ = 0;
+      return false;
+    }
+    CopyMessage2C();
+    samplePos_ = total_ - remaining_;
+    remaining_ -= messageSamples_;
+    return true;
   }
-  return samples;
+  return false;
 }
 
-/// Samples of the message that begins at the sample reached.
-unsigned CCanMessageFinder::SamplesOfMessage() const {
-  const std::uint32_t first = Load(Current(channel1_));
-  if (!TwoChannels()) return CanSamples1C(CanDataLength(first));
-  return CanSamples2C(CanDataLength(IsCanHeader(first) ? first : Load(Current(channel2_))));
-}
-
-void CCanMessageFinder::CopyMessage() {
+void CCanMessageFinder::CopyMessage2C() {
   const ULONG* ch1 = Current(channel1_);
-  if (!TwoChannels()) {
-    IsValidMessageData1C(ch1);
-    return;
-  }
   const ULONG* ch2 = Current(channel2_);
   if (IsCanHeader(Load(ch1))) return CopyPairs(ch1, ch2, messageSamples_, messageSamples_);
   // What would lie behind the block's last word counts as 0.
@@ -112,9 +153,7 @@ unsigned CCanMessageFinder::IsValidMessageData1C(const ULONG* words) {
   const std::uint32_t header = Load(words);
   if (!IsCanHeader(header)) return 0;
   const unsigned samples = CanSamples1C(CanDataLength(header));
-  std::uint32_t copied[kCanMessageWords] = {};
-  for (unsigned i = 0; i < samples; ++i) copied[i] = Load(words + std::size_t{i} * stride_);
-  std::memcpy(&message_, copied, sizeof message_);
+  CopyWords(words, samples);
   return samples;
 }
 
@@ -130,10 +169,9 @@ unsigned CCanMessageFinder::IsValidMessageData2C(const ULONG* ch1, const ULONG* 
 /// Fills the message from two columns of words; of the odd ones only the first `oddSamples` are readable.
 void CCanMessageFinder::CopyPairs(const ULONG* even, const ULONG* odd, unsigned samples,
                                   unsigned oddSamples) {
-  std::uint32_t copied[kCanMessageWords] = {};
-  for (unsigned i = 0; i < samples; ++i) copied[2 * i] = Load(even + std::size_t{i} * stride_);
-  for (unsigned i = 0; i < oddSamples; ++i) copied[2 * i + 1] = Load(odd + std::size_t{i} * stride_);
-  std::memcpy(&message_, copied, sizeof message_);
+  ClearData();
+  for (unsigned i = 0; i < samples; ++i) SetWord(2 * i, even + std::size_t{i} * stride_);
+  for (unsigned i = 0; i < oddSamples; ++i) SetWord(2 * i + 1, odd + std::size_t{i} * stride_);
 }
 
 void CCanMessageFinder::GenerateWavEditorCurve(float* out, unsigned n, int channel1, int channel2,

@@ -1,6 +1,8 @@
 #pragma once
 
+#include <array>
 #include <cstddef>
+#include <cstdint>
 
 #include "umlauf/Export.h"
 #include "umlauf/can/CanMessage.h"
@@ -59,10 +61,14 @@ class UMLAUF_API CCanMessageFinder {
  private:
   bool TwoChannels() const { return channel2_ >= 0; }
   const ULONG* Current(int channel) const;
-  unsigned SamplesToHeader(unsigned samples) const;
-  unsigned SamplesToHeader2C(unsigned samples) const;
-  unsigned SamplesOfMessage() const;
-  void CopyMessage();
+  bool FindNext1C();
+  bool FindNext2C();
+  std::size_t NextMark(std::size_t from, std::size_t end);
+  bool Search(std::size_t from, std::size_t end);
+  void ClearData();
+  void SetWord(unsigned i, const ULONG* word);
+  void CopyWords(const ULONG* words, unsigned samples);
+  void CopyMessage2C();
   void CopyPairs(const ULONG* even, const ULONG* odd, unsigned samples, unsigned oddSamples);
 
   CanMessageBlock_s message_;
@@ -74,4 +80,14 @@ class UMLAUF_API CCanMessageFinder {
   unsigned stride_ = 1;
   unsigned samplePos_ = 0;
   unsigned messageSamples_ = 0;
+
+  // Words are looked at many at a time. They count from the first one of the channels that are searched, in
+  // steps of `wordStep_`.
+  static constexpr std::size_t kSearchedWords = 512;
+  const ULONG* words_ = nullptr;
+  unsigned wordStep_ = 1;
+  std::size_t secondWord_ = 0;  // of two channels: words from the one in front to the other
+  std::size_t searchedBegin_ = 0, searchedEnd_ = 0;
+  std::size_t marks_ = 0, nextMark_ = 0;  // how many of these words look like a header, and which is next
+  std::array<std::uint32_t, kSearchedWords + 16> mark_;
 };

@@ -5,22 +5,45 @@
 #include <cmath>
 
 #include "umlauf/encoder/EncoderWord.h"
+#include "umlauf/encoder/internal/PulseBuffer.h"
 #include "umlauf/encoder/internal/WordScan.h"
 #include "umlauf/platform/framework/CString.h"
 #include "umlauf/platform/ui/UserInterface.h"
+#include "umlauf/platform/vekta/QVL.h"
 #include "umlauf/platform/vekta/numeric.h"
 #include "umlauf/pulses/DzPulsListe.h"
 
 namespace {
 
-using umlauf::encoder::ForEachMarked;
-
-// Words of a quadrature stream that are decoded at a time, so that the events stay in the cache.
-constexpr std::uint64_t kChunk = 4096;
+using umlauf::encoder::kScanned;
+using umlauf::encoder::PulseBuffer;
+using umlauf::encoder::WordMarks;
 
 /// Sub-samples in samples, rounded up; sub-samples per sample are a power of two.
 std::int64_t WholeSamplesUp(std::int64_t time, unsigned subsamples) {
   return (time + static_cast<std::int64_t>(subsamples) - 1) >> std::countr_zero(subsamples);
+}
+
+/// Calls mark(words, n, marks) for successive words of a block, then take(i, word) in order for each marked
+/// one, and moves the pulses that this gave into the list. takeRest(i, word, n), with word[k] the k-th of n
+/// words and i(k) its place, may take all behind the first one at once, or none and return false.
+template <class Mark, class Take, class TakeRest>
+void ForEachMarked(const ULONG* words, std::uint64_t count, unsigned stride, PulseBuffer& pulses,
+                   CDzPulsListe& list, Mark mark, Take take, TakeRest takeRest) {
+  WordMarks marks;
+  for (std::uint64_t done = 0; done < count;) {
+    const auto n = static_cast<std::size_t>(std::min<std::uint64_t>(kScanned, count - done));
+    const ULONG* const some = words + done * stride;
+    mark(some, n, marks);
+    const auto place = [&](std::size_t k) { return done + marks.place[k]; };
+    const umlauf::encoder::MarkedWords word(some, stride, marks);
+    for (std::size_t k = 0; k < marks.count; ++k) {
+      take(place(k), word[k]);
+      if (k == 0 && takeRest(place, word, marks.count)) break;
+    }
+    pulses.MoveTo(list);
+    done += n;
+  }
 }
 
 /// What remains of a block behind its last pulse. An edge whose time lies past its sample may have used more
@@ -117,8 +140,13 @@ unsigned CDzPulsTisDetector::PulseSuchenStandardTis(const ULONG* words, std::uin
   double lastEdge = 0.0;
   std::int64_t pulseStart = 0;  // sample in which the pulse in progress began, in this block
   unsigned errors = 0;
+  PulseBuffer pulses;
   ForEachMarked(
-      words, count, stride, 0, [=](ULONG word, ULONG) { return EncoderWord::StandardEdge(word, shift); },
+      words, count, stride, pulses, list,
+      [=](const ULONG* some, std::size_t n, WordMarks& marks) {
+        const ULONG edge = EncoderWord::standardEdge << shift;
+        marks.count = QVL::FindAllMasked(some, n, stride, edge, edge, marks.place.data());
+      },
       [&](std::uint64_t i, ULONG word) {
         const ULONG half = (word >> shift) & EncoderWord::halfMask;
         errors += (half & EncoderWord::standardError) != 0 ? 1 : 0;
@@ -133,10 +161,36 @@ unsigned CDzPulsTisDetector::PulseSuchenStandardTis(const ULONG* words, std::uin
         const std::int64_t wholeSamples = edgeSample - pulseStart;
         if (wholeSamples < minimum) return;
         const double value = carry * revPerEdge / static_cast<double>(edgesInPulse);
-        list.AddEntry(static_cast<std::uint64_t>(wholeSamples), static_cast<float>(value));
+        pulses.Add(wholeSamples, value);
         pulseStart = edgeSample;
         edgesInPulse = 0;
         carry = 0.0;
+      },
+      // Mostly every edge ends a pulse, as the one before did.
+      [&](auto place, auto word, std::size_t n) {
+        if (divider_ != 1 || countdown != 1 || edgesInPulse != 0 || carry != 0.0) return false;
+        if (numeric::trunc_sat<std::int64_t>(lastEdge) != pulseStart) return false;
+        double last = lastEdge;
+        std::int64_t start = pulseStart;
+        unsigned errorBits = 0, merged = 0;
+        for (std::size_t k = 1; k < n; ++k) {
+          const ULONG half = (word[k] >> shift) & EncoderWord::halfMask;
+          errorBits += (half & EncoderWord::standardError) != 0 ? 1 : 0;
+          const double edge =
+              static_cast<double>(static_cast<int>(half >> EncoderWord::standardTimeShift)) * samplesPerTick +
+              static_cast<double>(static_cast<std::int64_t>(place(k)));
+          const auto edgeSample = static_cast<std::int64_t>(edge);
+          merged |= edgeSample - start < minimum ? 1 : 0;
+          pulses.Put(k - 1, edgeSample - start, (edge - last) * revPerEdge);
+          last = edge;
+          start = edgeSample;
+        }
+        if (merged != 0) return false;
+        pulses.Keep(n - 1);
+        lastEdge = last;
+        pulseStart = start;
+        errors += errorBits;
+        return true;
       });
 
   list.CompletePulsList(Rest(count, pulseStart));
@@ -163,10 +217,12 @@ unsigned CDzPulsTisDetector::PulseSuchenHiResTis(const ULONG* words, std::uint64
   std::uint64_t lastEdge = 0 - half.samplesSinceEdge - 1;
   std::int64_t entered = 0;
   unsigned errors = 0;
+  PulseBuffer pulses;
   ForEachMarked(
-      words, count, stride, 0,
-      [=](ULONG word, ULONG) {
-        return word & (EncoderWord::edgeCountMask << EncoderWord::edgeCountShift << shift);
+      words, count, stride, pulses, list,
+      [=](const ULONG* some, std::size_t n, WordMarks& marks) {
+        const ULONG anyEdge = EncoderWord::edgeCountMask << EncoderWord::edgeCountShift << shift;
+        marks.count = QVL::FindAllUnlike(some, n, stride, anyEdge, 0, marks.place.data());
       },
       [&](std::uint64_t i, ULONG word) {
         const ULONG edges = (word >> shift >> EncoderWord::edgeCountShift) & EncoderWord::edgeCountMask;
@@ -187,11 +243,45 @@ unsigned CDzPulsTisDetector::PulseSuchenHiResTis(const ULONG* words, std::uint64
         const std::int64_t end = free + WholeSamplesUp(position, subsamples);
         if (end != 0) {
           const double value = revPerEdge * carry / static_cast<double>(edgesInPulse);
-          list.AddEntry(static_cast<std::uint64_t>(end), static_cast<float>(value));
+          pulses.Add(end, value);
           entered += end;
         }
         carry = 0.0;
         edgesInPulse = 0;
+      },
+      // Mostly every edge ends a pulse, as the one before did.
+      [&](auto place, auto word, std::size_t n) {
+        const auto endOf = [=](std::uint64_t i, std::uint32_t position) {
+          return static_cast<std::int64_t>(i) + WholeSamplesUp(position, subsamples);
+        };
+        if (edgesInPulse != 0 || carry != 0.0 || entered != endOf(lastEdge, half.lastPosition)) return false;
+        std::uint64_t last = lastEdge;
+        std::int64_t end = entered;
+        std::uint32_t lastPosition = half.lastPosition;
+        unsigned errorWords = 0, merged = 0;
+        for (std::size_t k = 1; k < n; ++k) {
+          const std::uint64_t i = place(k);
+          const ULONG bits = word[k] >> shift;
+          const ULONG edges = (bits >> EncoderWord::edgeCountShift) & EncoderWord::edgeCountMask;
+          const std::uint32_t position = (bits >> EncoderWord::timeShift) & EncoderWord::timeMask;
+          errorWords += edges == EncoderWord::edgeCountError ? 1 : 0;
+          const auto step = static_cast<int>(position) - static_cast<int>(lastPosition);
+          const double length = static_cast<double>(step) * resolution +
+                                static_cast<double>(static_cast<std::int64_t>(i - last));
+          const std::int64_t before = end;
+          end = endOf(i, position);
+          merged |= static_cast<std::int64_t>(i) - before < minimum || end == before ? 1 : 0;
+          pulses.Put(k - 1, end - before, revPerEdge * length / static_cast<double>(static_cast<int>(edges)));
+          last = i;
+          lastPosition = position;
+        }
+        if (merged != 0) return false;
+        pulses.Keep(n - 1);
+        lastEdge = last;
+        half.lastPosition = lastPosition;
+        entered = end;
+        errors += errorWords;
+        return true;
       });
 
   list.CompletePulsList(Rest(count, entered));
@@ -226,10 +316,12 @@ unsigned CDzPulsTisDetector::PulseSuchenQuadratureEnc(const ULONG* words, std::u
   block.minimum = (static_cast<std::int64_t>(minSamples_) + 1) * subsamples;
   block.lastPulse = -static_cast<std::int64_t>(subsamples);
   block.carry = static_cast<double>(carry_);
+  PulseBuffer pulses;
   for (std::uint64_t done = 0; done < count;) {
-    const std::uint64_t n = std::min(kChunk, count - done);
+    const std::uint64_t n = std::min<std::uint64_t>(kScanned, count - done);
     decoder_.decode(words + done * stride, static_cast<unsigned>(n), stride, highRes);
-    TakeEvents(block, done, list);
+    TakeEvents(block, done, pulses);
+    pulses.MoveTo(list);
     done += n;
   }
   list.CompletePulsList(Rest(count, block.entered));
@@ -239,32 +331,60 @@ unsigned CDzPulsTisDetector::PulseSuchenQuadratureEnc(const ULONG* words, std::u
   return 0;
 }
 
-void CDzPulsTisDetector::TakeEvents(QuadratureBlock& block, std::uint64_t firstSample, CDzPulsListe& list) {
-  // Copies, which stay in registers: what is written to the list could otherwise change the originals.
-  QuadratureBlock b = block;
-  PreviousEvent previous = previous_;
-  std::int64_t edgesInPulse = edgesInPulse_;
-  const auto firstTime = static_cast<std::int64_t>(firstSample * b.subsamples);
-  for (const CQuadratureDecoder::Event& event : decoder_.events()) {
-    const PreviousEvent before = previous;
-    previous = {firstTime + static_cast<std::int64_t>(event.time), event.position, true};
-    if (!before.seen) continue;
-    // The position wraps around, its change does not.
-    edgesInPulse += static_cast<std::int32_t>(static_cast<std::uint32_t>(previous.position) -
-                                              static_cast<std::uint32_t>(before.position));
-    b.carry += static_cast<double>(previous.time - before.time);
-    if (edgesInPulse == 0 || previous.time - b.lastPulse < b.minimum) continue;
-    const std::int64_t samples = WholeSamplesUp(previous.time, b.subsamples) - b.entered;
-    const double value = b.carry * b.revPerEdge / static_cast<double>(edgesInPulse);
-    list.AddEntry(static_cast<std::uint64_t>(samples), static_cast<float>(value));
-    b.entered += samples;
-    b.carry = 0.0;
-    b.lastPulse = previous.time;
-    edgesInPulse = 0;
+/// Takes all events behind the first one, each of which ends a pulse, as mostly all do. False when one does
+/// not, and then nothing has changed.
+bool CDzPulsTisDetector::TakeEveryEvent(QuadratureBlock& block, std::int64_t firstTime, PulseBuffer& pulses) {
+  const std::vector<CQuadratureDecoder::Event>& events = decoder_.events();
+  std::int64_t last = previous_.time, entered = block.entered;
+  if (edgesInPulse_ != 0 || block.carry != 0.0 || block.lastPulse != last) return false;
+  if (entered != WholeSamplesUp(last, block.subsamples)) return false;
+  std::int32_t position = previous_.position;
+  unsigned merged = 0;
+  for (std::size_t k = 1; k < events.size(); ++k) {
+    const std::int64_t time = firstTime + static_cast<std::int64_t>(events[k].time);
+    const auto edges = static_cast<std::int32_t>(static_cast<std::uint32_t>(events[k].position) -
+                                                 static_cast<std::uint32_t>(position));
+    const std::int64_t end = WholeSamplesUp(time, block.subsamples);
+    merged |= time - last < block.minimum || edges == 0 ? 1 : 0;
+    pulses.Put(k - 1, end - entered,
+               static_cast<double>(time - last) * block.revPerEdge / static_cast<double>(edges));
+    last = time;
+    entered = end;
+    position = events[k].position;
   }
-  block = b;
-  previous_ = previous;
-  edgesInPulse_ = edgesInPulse;
+  if (merged != 0) return false;
+  pulses.Keep(events.size() - 1);
+  previous_ = {last, position, true};
+  block.lastPulse = last;
+  block.entered = entered;
+  return true;
+}
+
+void CDzPulsTisDetector::TakeEvents(QuadratureBlock& block, std::uint64_t firstSample, PulseBuffer& pulses) {
+  const auto firstTime = static_cast<std::int64_t>(firstSample * block.subsamples);
+  const std::vector<CQuadratureDecoder::Event>& events = decoder_.events();
+  for (std::size_t k = 0; k < events.size(); ++k) {
+    const PreviousEvent before = previous_;
+    previous_ = {firstTime + static_cast<std::int64_t>(events[k].time), events[k].position, true};
+    TakeEvent(block, before, pulses);
+    if (k == 0 && TakeEveryEvent(block, firstTime, pulses)) return;
+  }
+}
+
+/// Takes the event that is the previous one from now on.
+void CDzPulsTisDetector::TakeEvent(QuadratureBlock& block, const PreviousEvent& before, PulseBuffer& pulses) {
+  if (!before.seen) return;
+  // The position wraps around, its change does not.
+  edgesInPulse_ += static_cast<std::int32_t>(static_cast<std::uint32_t>(previous_.position) -
+                                             static_cast<std::uint32_t>(before.position));
+  block.carry += static_cast<double>(previous_.time - before.time);
+  if (edgesInPulse_ == 0 || previous_.time - block.lastPulse < block.minimum) return;
+  const std::int64_t samples = WholeSamplesUp(previous_.time, block.subsamples) - block.entered;
+  pulses.Add(samples, block.carry * block.revPerEdge / static_cast<double>(edgesInPulse_));
+  block.entered += samples;
+  block.carry = 0.0;
+  block.lastPulse = previous_.time;
+  edgesInPulse_ = 0;
 }
 
 bool CDzPulsTisDetector::IsEdge(ULONG word) const {

@@ -10,6 +10,10 @@
 class CDzPulsListe;
 class CString;
 
+namespace umlauf::encoder {
+class PulseBuffer;
+}
+
 /// Finds speed pulses in the digital stream of an edge-timing (Tis) input, whose words tell for each sample
 /// whether there was an edge and when, and writes those of each block into a pulse list.
 ///
@@ -118,7 +122,9 @@ class UMLAUF_API CDzPulsTisDetector {
   unsigned PulseSuchenHiResTis(const ULONG* words, std::uint64_t count, unsigned stride, CDzPulsListe& list);
   unsigned PulseSuchenQuadratureEnc(const ULONG* words, std::uint64_t count, unsigned stride, bool fourfold,
                                     bool highRes, CDzPulsListe& list);
-  void TakeEvents(QuadratureBlock& block, std::uint64_t firstSample, CDzPulsListe& list);
+  void TakeEvents(QuadratureBlock& block, std::uint64_t firstSample, umlauf::encoder::PulseBuffer& pulses);
+  bool TakeEveryEvent(QuadratureBlock& block, std::int64_t firstTime, umlauf::encoder::PulseBuffer& pulses);
+  void TakeEvent(QuadratureBlock& block, const PreviousEvent& before, umlauf::encoder::PulseBuffer& pulses);
   bool IsEdge(ULONG word) const;
   void KeepForDisplay(ULONG word);
 

@@ -1,5 +1,7 @@
 #include "umlauf/encoder/QuadratureDecoder.h"
 
+#include <algorithm>
+
 #include "umlauf/encoder/EncoderWord.h"
 #include "umlauf/encoder/internal/WordScan.h"
 #include "umlauf/platform/memory/WithoutMemory.h"
@@ -20,16 +22,24 @@ bool CQuadratureDecoder::Decode(const ULONG* words, unsigned count, unsigned str
   ULONG last = static_cast<ULONG>(last_) << 16;
   auto position = static_cast<std::uint32_t>(position_);
   const std::uint64_t subsamples = subsamples_;
-  umlauf::encoder::ForEachMarked(
-      words, count, stride, last,
-      [](ULONG word, ULONG before) { return (word ^ before) & EncoderWord::counterMask; },
-      [&](std::uint64_t i, ULONG word) {
-        const auto change = static_cast<std::int16_t>((word >> 16) - (last >> 16));
-        position += static_cast<std::uint32_t>(change);
-        const std::uint64_t time = (word >> EncoderWord::timeShift) & EncoderWord::timeMask;
-        events_.push_back({i * subsamples + scaleTime(time), static_cast<std::int32_t>(position)});
-        last = word;
-      });
+  umlauf::encoder::WordMarks marks;
+  for (std::size_t done = 0; done < count; done += umlauf::encoder::kScanned) {
+    const std::size_t n = std::min(umlauf::encoder::kScanned, count - done);
+    const ULONG* const some = words + done * stride;
+    umlauf::encoder::MarkChanges(some, n, stride, last, EncoderWord::counterMask, marks);
+    const umlauf::encoder::MarkedWords marked(some, stride, marks);
+    const std::size_t before = events_.size();
+    events_.resize(before + marks.count);  // within what was reserved
+    Event* const events = events_.data() + before;
+    for (std::size_t k = 0; k < marks.count; ++k) {
+      const std::size_t at = marks.place[k];
+      const ULONG word = marked[k];
+      position += static_cast<std::uint32_t>(static_cast<std::int16_t>((word >> 16) - (last >> 16)));
+      const std::uint64_t time = (word >> EncoderWord::timeShift) & EncoderWord::timeMask;
+      events[k] = {(done + at) * subsamples + scaleTime(time), static_cast<std::int32_t>(position)};
+      last = word;
+    }
+  }
   last_ = static_cast<std::uint16_t>(last >> 16);
   position_ = static_cast<std::int32_t>(position);
   return true;

@@ -1,73 +1,57 @@
 #pragma once
 
-#include <bit>
+#include <array>
 #include <cstddef>
 #include <cstdint>
-#include <cstring>
-#include <type_traits>
 
 #include "umlauf/platform/framework/Types.h"
+#include "umlauf/platform/vekta/QVL.h"
 
 namespace umlauf::encoder {
 
-/// Words that are looked at together: one bit each in a 64-bit number.
-inline constexpr std::size_t kScanGroup = 64;
+/// Words that are looked at together.
+inline constexpr std::size_t kScanned = 2048;
 
-/// One bit a flag (0 or 1) of 64 bytes.
-inline std::uint64_t PackFlags(const std::uint8_t (&flags)[kScanGroup]) {
-  std::uint64_t bits = 0;
-  for (std::size_t k = 0; k < kScanGroup; k += 8) {
-    std::uint64_t eight;
-    std::memcpy(&eight, flags + k, sizeof eight);
-    // Moves byte b's flag to bit 56 + b; no two products meet in one bit.
-    bits |= (eight * 0x0102040810204080u >> 56) << k;
-  }
-  return bits;
-}
+/// Places of marked words among those that were looked at, in order; with the room that a search needs.
+struct WordMarks {
+  std::size_t count;
+  std::array<std::uint32_t, kScanned + 16> place;
+};
 
-template <class Stride, class Marked, class Take>
-inline void ScanWords(const ULONG* words, std::uint64_t count, Stride stride, ULONG before, Marked marked,
-                      Take take) {
-  std::uint64_t i = 0;
-  const auto scanTo = [&](std::uint64_t end) {
-    for (; i < end; ++i) {
-      const ULONG word = words[i * stride];
-      if (marked(word, before) != 0) take(i, word);
-      before = word;
-    }
-  };
-  if (count != 0) scanTo(1);
-  // Without branches, for the compiler to take several words at a time: most groups hold nothing.
-  for (; i + kScanGroup <= count; i += kScanGroup) {
-    const ULONG* group = words + i * stride;
-    const auto mark = [&](std::size_t k) {
-      return marked(group[k * stride], *(group + k * stride - stride));
-    };
-    ULONG any = 0;
-    for (std::size_t k = 0; k < kScanGroup; ++k) any |= mark(k);
-    if (any == 0) continue;
-    std::uint8_t flags[kScanGroup];
-    for (std::size_t k = 0; k < kScanGroup; ++k) flags[k] = mark(k) != 0 ? 1 : 0;
-    for (std::uint64_t bits = PackFlags(flags); bits != 0; bits &= bits - 1) {
-      const auto k = static_cast<std::size_t>(std::countr_zero(bits));
-      take(i + k, group[k * stride]);
-    }
+/// The marked words themselves. Where marks are dense, the words behind those that were looked at are wanted
+/// later than the processor expects, so each access fetches them, too. They need not be there.
+class MarkedWords {
+ public:
+  MarkedWords(const ULONG* words, std::size_t stride, const WordMarks& marks)
+      : words_(words),
+        stride_(stride),
+        marks_(marks),
+        ahead_(marks.count * 64 > kScanned ? kScanned * stride * sizeof *words : 0) {}
+  ULONG operator[](std::size_t k) const {
+    const ULONG* const word = words_ + marks_.place[k] * stride_;
+#ifdef __GNUC__
+    __builtin_prefetch(reinterpret_cast<const void*>(reinterpret_cast<std::uintptr_t>(word) + ahead_));
+#endif
+    return *word;
   }
-  if (i != 0) before = words[(i - 1) * stride];
-  scanTo(count);
-}
 
-/// Calls take(i, word) in order for each of `count` words, `stride` apart, for which marked(word, word
-/// before) is not 0. `before` is the word before the first.
-template <class Marked, class Take>
-inline void ForEachMarked(const ULONG* words, std::uint64_t count, unsigned stride, ULONG before,
-                          Marked marked, Take take) {
-  // A distance known to the compiler lets it look at several words at a time.
-  if (stride == 1) {
-    ScanWords(words, count, std::integral_constant<std::size_t, 1>(), before, marked, take);
-  } else {
-    ScanWords(words, count, std::size_t{stride}, before, marked, take);
-  }
+ private:
+  const ULONG* words_;
+  std::size_t stride_;
+  const WordMarks& marks_;
+  std::size_t ahead_;  // bytes
+};
+
+/// Marks words that differ under the mask from the one before, the first one from `before`; n <= kScanned.
+inline void MarkChanges(const ULONG* words, std::size_t n, std::size_t stride, ULONG before, ULONG mask,
+                        WordMarks& marks) {
+  const bool first = ((*words ^ before) & mask) != 0;
+  marks.count = first ? 1 : 0;
+  marks.place[0] = 0;
+  std::uint32_t* const places = marks.place.data() + marks.count;
+  const std::size_t changes = QVL::FindChanges(words + stride, n - 1, stride, mask, places);
+  for (std::size_t k = 0; k < changes; ++k) ++places[k];  // they count from the second word
+  marks.count += changes;
 }
 
 }  // namespace umlauf::encoder

@@ -142,7 +142,7 @@ UMLAUF_API void WidenIntegers(float* out, const void* in, std::size_t n, unsigne
 UMLAUF_API void ThresholdMasks(const float* x, std::size_t n, float upper, float lower, std::uint64_t* above,
                                std::uint64_t* below);
 /// Places of the bits that are set in n <= 1024 words, in order: bit i % 64 of words[i / 64] gives i. Returns
-/// their number; `places` has room for 3 more, which may be written to.
+/// their number; `places` has room for 4 more, which may be written to.
 UMLAUF_API std::size_t SetBits(const std::uint64_t* words, std::size_t n, std::uint16_t* places);
 /// Number of elements that equal a value (NaN equals nothing).
 UMLAUF_API std::size_t CountEqual(const float* x, std::size_t n, float value);
@@ -150,6 +150,18 @@ UMLAUF_API std::size_t CountEqual(const float* x, std::size_t n, float value);
 /// there is none. The memory may hold other 32-bit data, such as floats. Here a stride of 0 is allowed.
 UMLAUF_API std::size_t FindMasked(const std::uint32_t* words, std::size_t n, std::size_t stride,
                                   std::uint32_t mask, std::uint32_t pattern);
+
+/// Indices of all of words[0], words[stride], ... (n words, fewer than 2^32) for which (word & mask) ==
+/// pattern, in order. Returns their number; `places` has room for 16 more, which may be written to. The
+/// memory may hold other 32-bit data, such as floats.
+UMLAUF_API std::size_t FindAllMasked(const std::uint32_t* words, std::size_t n, std::size_t stride,
+                                     std::uint32_t mask, std::uint32_t pattern, std::uint32_t* places);
+/// The same for (word & mask) != pattern.
+UMLAUF_API std::size_t FindAllUnlike(const std::uint32_t* words, std::size_t n, std::size_t stride,
+                                     std::uint32_t mask, std::uint32_t pattern, std::uint32_t* places);
+/// The same for words that differ under the mask from the one before; a word precedes the first.
+UMLAUF_API std::size_t FindChanges(const std::uint32_t* words, std::size_t n, std::size_t stride,
+                                   std::uint32_t mask, std::uint32_t* places);
 
 // Frames and resampling
 
@@ -191,6 +203,18 @@ inline void CopyChannels(unsigned long* out, std::size_t outStride, const unsign
 inline std::size_t FindMasked(const unsigned long* words, std::size_t n, std::size_t stride,
                               std::uint32_t mask, std::uint32_t pattern) {
   return FindMasked(reinterpret_cast<const std::uint32_t*>(words), n, stride, mask, pattern);
+}
+inline std::size_t FindAllMasked(const unsigned long* words, std::size_t n, std::size_t stride,
+                                 std::uint32_t mask, std::uint32_t pattern, std::uint32_t* places) {
+  return FindAllMasked(reinterpret_cast<const std::uint32_t*>(words), n, stride, mask, pattern, places);
+}
+inline std::size_t FindAllUnlike(const unsigned long* words, std::size_t n, std::size_t stride,
+                                 std::uint32_t mask, std::uint32_t pattern, std::uint32_t* places) {
+  return FindAllUnlike(reinterpret_cast<const std::uint32_t*>(words), n, stride, mask, pattern, places);
+}
+inline std::size_t FindChanges(const unsigned long* words, std::size_t n, std::size_t stride,
+                               std::uint32_t mask, std::uint32_t* places) {
+  return FindChanges(reinterpret_cast<const std::uint32_t*>(words), n, stride, mask, places);
 }
 #endif
 

@@ -93,8 +93,7 @@ class FilterEngine : public StreamEngine {
   std::uint64_t Run(float* out) {
     const std::int64_t end = origin_ + static_cast<std::int64_t>(held_) - kernel_.Last();
     const GridPosition first = next_;
-    std::uint64_t count = 0;
-    for (; static_cast<std::int64_t>(next_.whole) < end; grid_.Advance(next_)) ++count;
+    const std::uint64_t count = grid_.Pass(next_, static_cast<std::uint64_t>(std::max<std::int64_t>(end, 0)));
     RunTaps(
         out, channels_, {grid_, first, count, kernel_.Period()}, {history_.data(), capacity_, channels_},
         [&](const GridPosition& position) { return kernel_.At(position, origin_); },

@@ -83,6 +83,23 @@ class RatioGrid {
     position.whole += distance.whole + (carry ? 1 : 0);
   }
   void Advance(GridPosition& position) const { Add(position, step_); }
+  /// Moves a position by steps until its whole part is not below `end`; returns the number of steps. The
+  /// distance to `end` and a step, in parts, fit in 63 bits.
+  std::uint64_t Pass(GridPosition& position, std::uint64_t end) const {
+    std::uint64_t count = 0;
+    if (position.whole >= end) return count;
+    if (parts_ == 0) {
+      for (; position.whole < end; ++count) Advance(position);
+      return count;
+    }
+    const std::uint64_t step = step_.whole * parts_ + step_.part;
+    const std::uint64_t left = (end - position.whole) * parts_ - position.part;
+    count = (left + step - 1) / step;
+    const std::uint64_t part = position.part + count * step;
+    position.whole += part / parts_;
+    position.part = part % parts_;
+    return count;
+  }
 
  private:
   /// share / whole in parts of 2^64, rounded up; share < whole <= 2^22.

@@ -28,14 +28,23 @@ GridPosition RunLane(float* out, std::size_t outStride, const RatioGrid& grid, G
                      const GridPosition& distance, std::uint64_t count, const vekta::TapPlanes& planes,
                      WindowAt windowAt, Products products) {
   std::array<vekta::TapWindow, 128> windows;
+  const bool oneRow = distance.part == 0;  // windows differ in their place only
   for (std::uint64_t done = 0; done < count;) {
-    float* to = out + done * outStride;
-    std::size_t n = 0;
-    for (; n < windows.size() && done < count; ++done) {
-      windows[n++] = windowAt(position);
-      grid.Add(position, distance);
+    const auto n = static_cast<std::size_t>(std::min<std::uint64_t>(windows.size(), count - done));
+    if (oneRow) {
+      const vekta::TapWindow first = windowAt(position);
+      const auto step = static_cast<std::ptrdiff_t>(distance.whole);
+      for (std::size_t i = 0; i < n; ++i)
+        windows[i] = {first.in + static_cast<std::ptrdiff_t>(i) * step, first.row, first.mix};
+      position.whole += n * distance.whole;
+    } else {
+      for (std::size_t i = 0; i < n; ++i) {
+        windows[i] = windowAt(position);
+        grid.Add(position, distance);
+      }
     }
-    products(to, outStride, windows.data(), n, planes);
+    products(out + done * outStride, outStride, windows.data(), n, planes);
+    done += n;
   }
   return position;
 }
