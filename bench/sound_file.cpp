@@ -1,6 +1,6 @@
-// Sound files to samples and to pulses, from the page cache, 24 bits, 30 samples per pulse. Counters: vs_bytes, the
-// processor time of reading the file's bytes in blocks of 64 kB over ours; vs_libsndfile, that of libsndfile
-// reading the same samples as floats.
+// Sound files to samples and to pulses, from the page cache, 24 bits, 30 samples per pulse. Counters:
+// vs_bytes, the processor time of reading the file's bytes in blocks of 64 kB over ours; vs_libsndfile, that
+// of libsndfile reading the same samples as floats.
 
 #include <benchmark/benchmark.h>
 #include <sndfile.h>

@@ -52,19 +52,21 @@ UnitStrings& UnitStrings::Instance() {
 }
 
 UnitStrings::UnitStrings() {
-  for (const SCommonUnit& row : kCommonUnits) indices_.emplace(names_.emplace_back(row.name), row.unit);
+  for (const SCommonUnit& row : kCommonUnits) common_.emplace(row.name, row.unit);
   // Names go before alternative names: emplacing leaves what is there.
-  for (const AlternativeName& row : kAlternativeNames) indices_.emplace(row.name, row.unit);
+  for (const AlternativeName& row : kAlternativeNames) common_.emplace(row.name, row.unit);
 }
 
 std::uint32_t UnitStrings::Lookup(std::wstring_view name, std::optional<bool> registering,
                                   std::optional<bool> warning) {
+  if (const auto known = common_.find(name); known != common_.end()) return known->second;
   std::uint32_t index = 0;
   {
     const std::lock_guard lock(mutex_);
     if (const auto known = indices_.find(name); known != indices_.end()) return known->second;
-    if (registering.value_or(registers) && !name.empty() && names_.size() < kMaxNames) {
-      index = static_cast<std::uint32_t>(names_.size());
+    const std::size_t next = kCommonUnits.size() + names_.size();
+    if (registering.value_or(registers) && !name.empty() && next < kMaxNames) {
+      index = static_cast<std::uint32_t>(next);
       names_.emplace_back(name);
       if (!umlauf::HadMemory([&] { indices_.emplace(names_.back(), index); })) {
         names_.pop_back();
@@ -82,6 +84,8 @@ std::uint32_t UnitStrings::Lookup(std::wstring_view name, std::optional<bool> re
 }
 
 std::wstring_view UnitStrings::Name(std::uint32_t index) const {
+  if (index < kCommonUnits.size()) return kCommonUnits[index].name;
   const std::lock_guard lock(mutex_);
-  return names_[index < names_.size() ? index : 0];
+  index -= static_cast<std::uint32_t>(kCommonUnits.size());
+  return index < names_.size() ? std::wstring_view(names_[index]) : std::wstring_view(kCommonUnits[0].name);
 }

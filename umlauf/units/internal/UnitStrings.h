@@ -11,9 +11,9 @@
 
 /// The process-wide registry of unit names, internal to the units: names get indices here, and an index
 /// keeps its name for the life of the process. It starts with the common units, whose indices are their
-/// values. Never destroyed, so that units may be used until
-/// the process ends. May be used by all threads; messages are logged outside the lock, so that a log sink may
-/// use units itself.
+/// values. Never destroyed, so that units may be used until the process ends. May be used by all threads: the
+/// common names without a lock, since they never change; messages are logged outside the lock, so that a log
+/// sink may use units itself.
 class UnitStrings {
  public:
   /// No more names than this are registered, whatever files and texts contain.
@@ -36,7 +36,10 @@ class UnitStrings {
   UnitStrings();
 
  private:
+  using Indices = std::unordered_map<std::wstring_view, std::uint32_t>;
+
+  Indices common_;  // of common units, alternative names included
   mutable std::mutex mutex_;
-  std::deque<std::wstring> names_;  // a deque: names stay where they are
-  std::unordered_map<std::wstring_view, std::uint32_t> indices_;
+  std::deque<std::wstring> names_;  // behind those of common units; a deque: names stay where they are
+  Indices indices_;
 };
