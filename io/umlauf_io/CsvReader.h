@@ -34,8 +34,8 @@ class UMLAUF_IO_API CCsvReader {
   /// [s] Unit of times in the first column, as header or row of units tell it ("time_ms", "t [ms]"); else 1.
   double TimeUnit() const;
 
-  /// Unit of a column [from 0], from the row of units or the end of its name ("torque [Nm]"); empty where none
-  /// is told. Valid until the next file is opened.
+  /// Unit of a column [from 0], from the row of units or the end of its name ("torque [Nm]"); empty where
+  /// none is told. Valid until the next file is opened.
   std::string_view Unit(std::size_t column) const;
 
   /// Goes to the next row; false at the end of the file, and when it cannot be read.

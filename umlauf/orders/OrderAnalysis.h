@@ -26,7 +26,8 @@
 ///
 /// Reads the recording block by block. What grows with its length are the results (a row of a map has 4 bytes
 /// for each bin, a point of a track 40) and, beside the 33 bytes for each of the caller's pulses, the angle
-/// with 24 for each: 60 pulses of a revolution at 1000 rpm make 0.2 GB in an hour. Nothing throws. One object is used by one thread at a time.
+/// with 24 for each: 60 pulses of a revolution at 1000 rpm make 0.2 GB in an hour. Nothing throws. One object
+/// is used by one thread at a time.
 class UMLAUF_API COrderAnalysis {
  public:
   struct Settings {

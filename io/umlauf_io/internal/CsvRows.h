@@ -25,7 +25,8 @@ class CsvRows {
   /// Column names, without quotes; empty when the file has no header.
   const std::vector<std::string>& header() const { return header_; }
   std::size_t columns() const { return columns_; }
-  /// Unit of a column [from 0], from the row of units or the header ("torque [Nm]"); empty where none is told.
+  /// Unit of a column [from 0], from the row of units or the header ("torque [Nm]"); empty where none is
+  /// told.
   std::string_view unit(std::size_t column) const {
     return column < units_.size() ? units_[column] : std::string_view();
   }
