@@ -81,7 +81,7 @@ TEST(CurveFeatures, PeaksLieOnTheParabolaWithinTheSpan) {
   ASSERT_TRUE(CurveFeatures::Peaks(curve, {40.0f, 0.6, 0.0f}, peaks));
   EXPECT_EQ(peaks.size(), 2u) << "6 samples apart";
   ASSERT_TRUE(CurveFeatures::Peaks(curve, {40.0f, 0.7, 0.0f}, peaks));
-  EXPECT_TRUE(peaks.size() == 1 && peaks[0].index == 96) << "the higher one stays";
+  EXPECT_ALL(peaks.size() == 1, peaks[0].index == 96) << "the higher one stays";
   for (const auto& flat :
        {Samples({}), Samples({1, 2}), Samples({1, 1, 1, 1}), Samples({NAN, 2, NAN, 3, 2})}) {
     ASSERT_TRUE(CurveFeatures::Peaks(flat, {}, peaks));
@@ -167,8 +167,7 @@ TEST(CurveCalculus, OnlyTheSpanCountsAndNothingCanBeOfNothing) {
   line.Date(7);
   CSigCurveExt out;
   ASSERT_TRUE(CurveCalculus::Derivative(line, out));
-  EXPECT_TRUE(out.DLen() == 80 && out.XMin() == 10 && out.XMax() == 90 && out.IMax() == 79 &&
-              out.Date() == 7);
+  EXPECT_ALL(out.DLen() == 80, out.XMin() == 10, out.XMax() == 90, out.IMax() == 79, out.Date() == 7);
   ExpectFollows(
       out, [](double) { return 2.0; }, 1e-5);
   CSigCurveExt noStep(5);
@@ -243,7 +242,7 @@ TEST(CurveResampling, FollowsTheCurveBetweenItsSamples) {
     ExpectFollows(out, wave, 1e-5, 40);
     // Beyond the ends they are held and not valid.
     ASSERT_TRUE(CurveResampling::Resample(Samples({1, 2, 3}), -2, 6, 8, c.method, out));
-    EXPECT_TRUE(out.IMin() == 2 && out.IMax() == 4 && out.FData()[0] == out.FData()[2]);
+    EXPECT_ALL(out.IMin() == 2, out.IMax() == 4, out.FData()[0] == out.FData()[2]);
   }
   // What a coarser axis cannot hold goes.
   const CSigCurveExt high = Curve(4000, 0, 40, [](double t) { return std::sin(kTurn * 30 * t); });
@@ -267,7 +266,7 @@ TEST(CurveCorrelation, FindsTheDelayAndAligns) {
   for (std::size_t i = 0; i < 2000; ++i) y.FData()[i] = 5.0f - 2.0f * noise[i + 300];  // 300 samples earlier
   CSigCurveExt r;
   ASSERT_TRUE(CurveCorrelation::Correlation(x, y, 400, r));
-  EXPECT_TRUE(r.DLen() == 801 && r.XMin() == -400);
+  EXPECT_ALL(r.DLen() == 801, r.XMin() == -400);
   // By the definition at a few delays.
   double meanX = 0, meanY = 0, xx = 0, yy = 0;
   for (const float v : noise) meanX += double{v} / 3000;
@@ -290,11 +289,11 @@ TEST(CurveCorrelation, FindsTheDelayAndAligns) {
   y.SetVIMinMax(100, 1899);
   ASSERT_TRUE(CurveCorrelation::Align(x, y, 400, delay));
   EXPECT_NEAR(y.XMin(), 300, 0.1);
-  EXPECT_TRUE(y.IMin() == 100 && y.IMax() == 1899);
+  EXPECT_ALL(y.IMin() == 100, y.IMax() == 1899);
   ASSERT_TRUE(CurveCorrelation::Delay(x, y, 400, delay, coefficient));
   EXPECT_NEAR(delay, 0, 0.1);
   EXPECT_FALSE(CurveCorrelation::Correlation(x, Curve(10, 0, 1, [](double t) { return t; }), 1, r));
-  EXPECT_TRUE(CurveCorrelation::Correlation(x, Samples({1, 1, 1}), 1, r) && r.FData()[0] == 0.0f);
+  EXPECT_ALL(CurveCorrelation::Correlation(x, Samples({1, 1, 1}), 1, r), r.FData()[0] == 0.0f);
 }
 
 }  // namespace

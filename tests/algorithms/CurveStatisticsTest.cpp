@@ -6,6 +6,8 @@
 #include <map>
 #include <vector>
 
+#include "support/ExpectAll.h"
+
 namespace {
 
 CSigCurve Samples(const std::vector<float>& samples) {
@@ -41,7 +43,7 @@ TEST(CurveStatistics, HistogramsCountWhatLiesWithin) {
   ASSERT_TRUE(CurveStatistics::Histogram(Samples({0, 0.5f, 1, 1.999f, 2, 4, 4.1f, -0.1f, NAN, INFINITY}), 0,
                                          4, 4, out));
   EXPECT_EQ(std::vector(out.FData(), out.FData() + 4), (std::vector<float>{2, 2, 1, 1}));
-  EXPECT_TRUE(out.XMin() == 0 && out.XMax() == 4);
+  EXPECT_ALL(out.XMin() == 0, out.XMax() == 4);
   for (const auto& [lo, hi, bins] : {std::tuple(0.0f, 0.0f, 4u),
                                      {2.0f, 1.0f, 4u},
                                      {0.0f, 1.0f, 0u},
@@ -69,8 +71,8 @@ TEST(CurveStatistics, RainflowOfTheExampleInTheStandard) {
   CAlignedMem<RainflowCycle> cycles;
   ASSERT_TRUE(CurveStatistics::Rainflow(Samples(loads), cycles));
   ASSERT_EQ(cycles.size(), 7u);
-  EXPECT_TRUE(cycles[0].range == 3 && cycles[0].mean == -0.5f && cycles[0].count == 0.5f);
-  EXPECT_TRUE(cycles[2].range == 4 && cycles[2].mean == 1.0f && cycles[2].count == 1.0f);
+  EXPECT_ALL(cycles[0].range == 3, cycles[0].mean == -0.5f, cycles[0].count == 0.5f);
+  EXPECT_ALL(cycles[2].range == 4, cycles[2].mean == 1.0f, cycles[2].count == 1.0f);
 }
 
 TEST(CurveStatistics, RainflowOfLittle) {

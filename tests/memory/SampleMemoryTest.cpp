@@ -18,6 +18,7 @@ TEST(WithoutMemory, Pulses) {
     detector.SchrankenSetzen(0.5f, -0.5f);
     const CString settings = detector.SettingsStringBilden();
     detector.SettingsStringLesen(settings);
+    detector.SettingsStringLesen(L"[-0.5000000000000000000000|0.5000000000000000000000|1|2|0|0]");
     CDzPulsDetektor same(detector);
     CDzPulsListe list, copy;
     detector.PulseSuchen(tacho.data(), tacho.size(), list, 1);

@@ -50,14 +50,14 @@ TEST(SigCurveArray, KeepsCurvesInTheOrderOfTheirDates) {
   EXPECT_FALSE(array.Append(std::move(undated)) || array.Append(nullptr));
   EXPECT_EQ(Ids(array), (std::vector{4, 1, 2, 5, 3}));
   const auto removed = array.Remove(1);
-  EXPECT_TRUE(removed->CurveId() == 1 && array.Remove(9) == nullptr);
+  EXPECT_ALL(removed->CurveId() == 1, array.Remove(9) == nullptr);
   array[0].Date(100);
   array[1].Date(NAN);
   array.Sort();
   EXPECT_EQ(Ids(array), (std::vector{5, 3, 4, 2}));
   const CSigCurveArray copy(array);
   array.Clear();
-  EXPECT_TRUE(array.IsEmpty() && copy.Count() == 4 && copy.SigId() == SigIdCurveArray);
+  EXPECT_ALL(array.IsEmpty(), copy.Count() == 4, copy.SigId() == SigIdCurveArray);
   EXPECT_EQ(std::unique_ptr<CObject>(CSigCurveArray::CreateObject())->GetRuntimeClass(),
             CSigCurveArray::GetThisClass());
 }
@@ -78,7 +78,7 @@ TEST(SigCurveArray, FindsByPosition) {
   EXPECT_EQ(CSigCurveArray().FindNearest(1), none);
   float lo = -1, hi = -1;
   array.GetArrayRange(lo, hi);
-  EXPECT_TRUE(lo == 10 && hi == 40);
+  EXPECT_ALL(lo == 10, hi == 40);
   CSigCurveArray part = array;
   ASSERT_TRUE(part.Part(10, 20, part));
   EXPECT_EQ(Ids(part), (std::vector{1, 2}));
@@ -92,7 +92,7 @@ TEST(SigCurveArray, SectionsInterpolateAlongBothAxes) {
   EXPECT_THAT(points, ElementsAre(10, 1.5f, 20, 11.5f, 40, 4));
   CSigPairs pairs;
   ASSERT_TRUE(SectionAtX(array, 1.5f, pairs));
-  EXPECT_TRUE(pairs.NPaare() == 3 && pairs.WertBei(15) == 6.5f && pairs.XUnit() == L"rpm");
+  EXPECT_ALL(pairs.NPaare() == 3, pairs.WertBei(15) == 6.5f, pairs.XUnit() == L"rpm");
   CSigCurveExt section;
   ASSERT_TRUE(array.SectionAtX(1.5f, 7, section));
   EXPECT_EQ(Text(section), "10...45: 1.5 6.5 11.5 9.625 7.75 5.875 4");
@@ -108,7 +108,7 @@ TEST(SigCurveArray, SectionsInterpolateAlongBothAxes) {
   array[1].SetVIMinMax(2, 3);
   EXPECT_EQ(array.SectionAtX(1.0f, points), 2u) << "a curve whose span does not hold the x";
   ASSERT_TRUE(array.SectionAt(15.0f, section));
-  EXPECT_TRUE(section.IMin() == 2 && section.IMax() == 3);
+  EXPECT_ALL(section.IMin() == 2, section.IMax() == 3);
   EXPECT_FALSE(array.SectionAtX(7.0f, 5, section) || array.SectionAt(NAN, section) ||
                CSigCurveArray().SectionAt(1, section));
   EXPECT_EQ(section.DLen(), 0u);
@@ -142,9 +142,9 @@ TEST(SigCurveArray, DifferingAxesGetOneThatHoldsAll) {
   CSigCurveExt mean;
   ASSERT_TRUE(array.Mean(mean));
   ASSERT_TRUE(array.MakeCommonAxis() && array.HasCommonAxis());
-  EXPECT_TRUE(array[0].XMin() == 0 && array[0].XMax() == 5 && array[0].DLen() == 10);
+  EXPECT_ALL(array[0].XMin() == 0, array[0].XMax() == 5, array[0].DLen() == 10);
   EXPECT_THAT(std::vector(array[0].FData(), array[0].FData() + 7), ElementsAre(0, 1, 2, 3, 4, 5, 6));
-  EXPECT_TRUE(array[1].IMin() == 4 && array[1].IMax() == 9) << array[1].IMin();
+  EXPECT_ALL(array[1].IMin() == 4, array[1].IMax() == 9) << array[1].IMin();
   EXPECT_THAT(Values(mean), ElementsAre(0, 1, 2, 3, 7, 7.5f, 8, 10, 10, 10));
   // Steps that would take more samples than there are.
   array.Append(Dated({1, 1}, 3, 3, 0, 1e-20f));
@@ -157,11 +157,11 @@ TEST(SigCurveArray, IsASignalOfAllItsCurves) {
   CSigCurveArray array = Three();
   float lo = 0, hi = 0;
   array.GetYRange(lo, hi);
-  EXPECT_TRUE(lo == 0 && hi == 13);
+  EXPECT_ALL(lo == 0, hi == 13);
   array.GetYRangeX(lo, hi, 1.0f, 2.0f);
-  EXPECT_TRUE(lo == 1 && hi == 12);
+  EXPECT_ALL(lo == 1, hi == 12);
   array.GetXRange(lo, hi);
-  EXPECT_TRUE(lo == 0 && hi == 4);
+  EXPECT_ALL(lo == 0, hi == 4);
   EXPECT_EQ(array.YRange().second, std::pair(3.0f, 13.0f));
   std::size_t index = 9;
   EXPECT_FLOAT_EQ(array.PointDistance(1.0f, 11.5f, &index), 0.5f);
@@ -171,7 +171,7 @@ TEST(SigCurveArray, IsASignalOfAllItsCurves) {
   EXPECT_EQ(Text(array[1]), "2...4: 5 5");
   EXPECT_FALSE(array.IsInRange(1.0f));
   CSigCurveArray().GetYRange(lo, hi);
-  EXPECT_TRUE(lo == 0 && hi == 4) << "untouched";
+  EXPECT_ALL(lo == 0, hi == 4) << "untouched";
 }
 
 CSigCurveArray Recorded() {
@@ -217,9 +217,8 @@ TEST(SigCurveArray, GoldenBytesAndBack) {
   ASSERT_TRUE(back.ReadFromFile(file, 2));
   EXPECT_EQ(file.Remaining(), 0u);
   EXPECT_EQ(Ids(back), (std::vector{7, -1}));
-  EXPECT_TRUE(back[0].Date() == 2.5f && back[0].IMin() == 1 && back[0].IMax() == 3 &&
-              back[0].YUnit() == L"Pa");
-  EXPECT_TRUE(back.ArrayUnit() == L"rpm" && back.XUnit() == L"s" && std::wstring(back.Name()) == L"map");
+  EXPECT_ALL(back[0].Date() == 2.5f, back[0].IMin() == 1, back[0].IMax() == 3, back[0].YUnit() == L"Pa");
+  EXPECT_ALL(back.ArrayUnit() == L"rpm", back.XUnit() == L"s", std::wstring(back.Name()) == L"map");
   EXPECT_EQ(Values(back[1]), (std::vector<float>{1, 2}));
   file.Seek(0, CFile::begin);
   EXPECT_FALSE(back.ReadFromFile(file, 1));

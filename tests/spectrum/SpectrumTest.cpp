@@ -222,7 +222,7 @@ TEST(SpectrumAverage, CurvesBringTheirRateUnitNameAndSpan) {
   curve.SetVIMinMax(0, 99);
   ASSERT_TRUE(CSpectrumAverage::OfCurve(curve, settings, SpectrumScaling::Amplitude, curve));
   EXPECT_EQ(curve.DLen(), 51u);
-  EXPECT_TRUE(curve.IMax() == 50 && curve.YUnit() == L"Pa");
+  EXPECT_ALL(curve.IMax() == 50, curve.YUnit() == L"Pa");
   EXPECT_FALSE(CSpectrumAverage::OfCurve(CSigCurve(), settings, SpectrumScaling::Density, spectrum));
 }
 
@@ -267,9 +267,9 @@ TEST(SpectrogramBuilder, GivesTheRowsWithTheirTimesAndUnits) {
           << r;
       EXPECT_FLOAT_EQ(array[r].Date(), static_cast<float>(100.0 + stream.RowTime(r)));
     }
-    EXPECT_TRUE(array.ArrayUnit() == L"s" && array.XUnit() == L"Hz" && array[3].XUnit() == L"Hz");
+    EXPECT_ALL(array.ArrayUnit() == L"s", array.XUnit() == L"Hz", array[3].XUnit() == L"Hz");
     const wchar_t* unit = scaling == SpectrumScaling::Density ? L"Pa²/Hz" : L"Pa";
-    EXPECT_TRUE(array.YUnit() == unit && array[3].YUnit() == unit);
+    EXPECT_ALL(array.YUnit() == unit, array[3].YUnit() == unit);
     EXPECT_FALSE(builder.Finish(array));  // nothing since
     EXPECT_TRUE(array.IsEmpty());
   }

@@ -6,6 +6,7 @@
 #include <string>
 #include <string_view>
 
+#include "umlauf/platform/memory/WithoutMemory.h"
 #include "umlauf/platform/vekta/numeric.h"
 #include "umlauf/tacho/DzPulsDetektor.h"
 
@@ -141,7 +142,9 @@ bool CDzPulsDetektor::SettingsStringLesen(const CString& text) {
     return read([this](std::wstring_view token) { PulsTeilerSetzen(std::max(ToCount(token), 1u)); });
   };
   Settings& s = settings_;
-  return real(s.lower) && real(s.upper) && divider() && count(s.minLength) && flag(s.both) && flag(s.ttl) &&
-         flag(s.spikeFilter) && real(s.spikeThreshold) && count(s.runIn) && count(s.deadTime) &&
-         flag(s.falling);
+  return umlauf::WithMemory(false, [&] {  // for numbers of many digits
+    return real(s.lower) && real(s.upper) && divider() && count(s.minLength) && flag(s.both) && flag(s.ttl) &&
+           flag(s.spikeFilter) && real(s.spikeThreshold) && count(s.runIn) && count(s.deadTime) &&
+           flag(s.falling);
+  });
 }
