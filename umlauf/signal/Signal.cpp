@@ -46,10 +46,7 @@ CSignal::CSignal(std::uint64_t n) : CSigRaw(n) {
 CSignal::CSignal(const CSignal& other, bool) : CSignal(other, HeaderOnly()) { CSigRaw::operator=(other); }
 
 CSignal::CSignal(const CSignal& other, HeaderOnly)
-    : infoId_(other.infoId_),
-      color_(other.color_),
-      extName_(other.extName_),
-      timestamp_(other.timestamp_) {
+    : infoId_(other.infoId_), color_(other.color_), extName_(other.extName_), timestamp_(other.timestamp_) {
   SetDataWord(other.DataWord());
   HadMemory([&] {
     name_ = other.name_;

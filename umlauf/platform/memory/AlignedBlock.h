@@ -14,8 +14,8 @@ namespace umlauf {
 inline constexpr std::size_t kSampleAlignment = 128;
 
 /// Allocates `bytes` bytes, aligned to `kSampleAlignment`, not cleared. Null when there is no memory. 0 bytes
-/// is a valid block. Great blocks come in large pages where the system has them: it clears and hands out small
-/// ones one by one, which takes longer than to fill them.
+/// is a valid block. Great blocks come in large pages where the system has them: it clears and hands out
+/// small ones one by one, which takes longer than to fill them.
 UMLAUF_API void* AlignedAlloc(std::size_t bytes) noexcept;
 UMLAUF_API void AlignedFree(void* block) noexcept;
 

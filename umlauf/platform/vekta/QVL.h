@@ -131,8 +131,8 @@ UMLAUF_API void CopyChannels(std::int16_t* out, std::size_t outStride, const std
 UMLAUF_API void QuantizeBytes(std::uint8_t* out, const float* x, std::size_t n, float lo, float factor);
 /// out[i] = in[i] * step + lo.
 UMLAUF_API void DequantizeBytes(float* out, const std::uint8_t* in, std::size_t n, float step, float lo);
-/// Packed little-endian signed integers of 2, 3 or 4 bytes each (any other size does nothing), at any address:
-/// out[i] = float(in[i]) * factor. The two must not overlap.
+/// Packed little-endian signed integers of 2, 3 or 4 bytes each (any other size does nothing), at any
+/// address: out[i] = float(in[i]) * factor. The two must not overlap.
 UMLAUF_API void WidenIntegers(float* out, const void* in, std::size_t n, unsigned size, float factor);
 
 // Searches
