@@ -6,15 +6,15 @@
 #include <string>
 #include <vector>
 
-#include "tools/CanSignals.h"
-#include "tools/CanStream.h"
 #include "tools/Error.h"
 #include "tools/commands/Commands.h"
+#include "tools/input/CanSignals.h"
+#include "tools/input/CanStream.h"
 #include "tools/options/Outputs.h"
 #include "tools/output/Console.h"
 #include "tools/output/Json.h"
 #include "tools/output/OutputFile.h"
-#include "tools/output/Plot.h"
+#include "tools/pictures/Plot.h"
 
 namespace umlauf::tool {
 namespace {

@@ -7,8 +7,8 @@
 #include <vector>
 
 #include "tools/Error.h"
-#include "tools/RecordingInput.h"
 #include "tools/commands/Commands.h"
+#include "tools/input/RecordingInput.h"
 #include "tools/output/Console.h"
 #include "tools/output/OutputFile.h"
 #include "tools/output/Progress.h"

@@ -4,14 +4,14 @@
 #include <string>
 #include <utility>
 
-#include "tools/EdgeWarnings.h"
 #include "tools/EncoderFormat.h"
 #include "tools/Error.h"
 #include "tools/LibraryNotes.h"
-#include "tools/WordSource.h"
 #include "tools/commands/Commands.h"
+#include "tools/input/WordSource.h"
 #include "tools/output/Progress.h"
-#include "tools/output/SpeedOutputs.h"
+#include "tools/speed/EdgeWarnings.h"
+#include "tools/speed/SpeedOutputs.h"
 #include "umlauf/encoder/EncoderWord.h"
 #include "umlauf/platform/vekta/numeric.h"
 #include "umlauf/rotation/EncoderPulseFinder.h"

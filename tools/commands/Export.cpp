@@ -4,8 +4,8 @@
 #include <vector>
 
 #include "tools/Error.h"
-#include "tools/SignalFile.h"
 #include "tools/commands/Commands.h"
+#include "tools/input/SignalFile.h"
 #include "tools/output/OutputFile.h"
 #include "tools/output/UnitText.h"
 #include "umlauf/signal/CurveSpan.h"

@@ -9,8 +9,8 @@
 
 #include "tools/Error.h"
 #include "tools/LibraryNotes.h"
-#include "tools/SignalFile.h"
 #include "tools/commands/Commands.h"
+#include "tools/input/SignalFile.h"
 #include "tools/options/Lists.h"
 #include "tools/output/Console.h"
 #include "tools/output/OutputFile.h"

@@ -5,10 +5,10 @@
 #include <vector>
 
 #include "tools/Error.h"
-#include "tools/ProgressSource.h"
-#include "tools/RecordingInput.h"
-#include "tools/SignalFile.h"
 #include "tools/commands/Commands.h"
+#include "tools/input/ProgressSource.h"
+#include "tools/input/RecordingInput.h"
+#include "tools/input/SignalFile.h"
 #include "tools/output/Console.h"
 #include "tools/output/UnitText.h"
 #include "umlauf/rotation/Levels.h"

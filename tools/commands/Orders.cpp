@@ -6,8 +6,8 @@
 #include <utility>
 
 #include "tools/Error.h"
-#include "tools/ProgressSource.h"
 #include "tools/commands/Commands.h"
+#include "tools/input/ProgressSource.h"
 #include "tools/options/OrdersOptions.h"
 #include "tools/output/Console.h"
 #include "tools/output/OrdersOutputs.h"

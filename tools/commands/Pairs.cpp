@@ -5,8 +5,8 @@
 #include <string>
 
 #include "tools/Error.h"
-#include "tools/SignalFile.h"
 #include "tools/commands/Commands.h"
+#include "tools/input/SignalFile.h"
 #include "tools/output/OutputFile.h"
 #include "tools/output/UnitText.h"
 #include "umlauf/pairs/SigPairs.h"

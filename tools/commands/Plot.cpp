@@ -6,13 +6,13 @@
 #include <vector>
 
 #include "tools/Error.h"
-#include "tools/RecordingInput.h"
-#include "tools/SignalFile.h"
 #include "tools/commands/Commands.h"
-#include "tools/output/ArrayPicture.h"
-#include "tools/output/Plot.h"
+#include "tools/input/RecordingInput.h"
+#include "tools/input/SignalFile.h"
 #include "tools/output/Progress.h"
 #include "tools/output/UnitText.h"
+#include "tools/pictures/ArrayPicture.h"
+#include "tools/pictures/Plot.h"
 #include "tools/plot/Limits.h"
 #include "tools/plot/SeriesColours.h"
 #include "umlauf/rate/DownsamplingStream.h"

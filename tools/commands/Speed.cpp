@@ -4,12 +4,12 @@
 #include <utility>
 #include <vector>
 
-#include "tools/ChannelSpeed.h"
-#include "tools/EdgeListSpeed.h"
 #include "tools/Error.h"
 #include "tools/commands/Commands.h"
 #include "tools/output/Console.h"
-#include "tools/output/SpeedResults.h"
+#include "tools/speed/ChannelSpeed.h"
+#include "tools/speed/EdgeListSpeed.h"
+#include "tools/speed/SpeedResults.h"
 #include "umlauf/platform/vekta/QVL.h"
 
 namespace umlauf::tool {

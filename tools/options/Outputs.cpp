@@ -2,7 +2,7 @@
 
 #include "tools/Error.h"
 #include "tools/output/OutputFile.h"
-#include "tools/output/Plot.h"
+#include "tools/pictures/Plot.h"
 
 namespace umlauf::tool {
 namespace {

@@ -1,6 +1,6 @@
 
-#include "tools/RecordingInput.h"
 #include "tools/commands/Commands.h"
+#include "tools/input/RecordingInput.h"
 
 namespace umlauf::tool {
 

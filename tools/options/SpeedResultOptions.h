@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "tools/RecordingInput.h"
+#include "tools/input/RecordingInput.h"
 #include "tools/options/Outputs.h"
 
 namespace umlauf::tool {

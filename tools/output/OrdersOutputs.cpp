@@ -9,12 +9,12 @@
 #include <span>
 
 #include "tools/Error.h"
-#include "tools/SignalFile.h"
+#include "tools/input/SignalFile.h"
 #include "tools/output/Console.h"
 #include "tools/output/Json.h"
-#include "tools/output/OrdersPictures.h"
-#include "tools/output/Plot.h"
 #include "tools/output/UnitText.h"
+#include "tools/pictures/OrdersPictures.h"
+#include "tools/pictures/Plot.h"
 #include "umlauf/spectrum/SpectrumLevels.h"
 
 namespace umlauf::tool {

@@ -1,6 +1,6 @@
-#include "tools/EdgeWarnings.h"
+#include "tools/speed/EdgeWarnings.h"
 
-#include "tools/RecordingInput.h"
+#include "tools/input/RecordingInput.h"
 
 namespace umlauf::tool {
 

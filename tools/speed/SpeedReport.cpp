@@ -1,4 +1,4 @@
-#include "tools/output/SpeedReport.h"
+#include "tools/speed/SpeedReport.h"
 
 #include <fmt/format.h>
 

@@ -1,4 +1,4 @@
-#include "tools/SignalFile.h"
+#include "tools/input/SignalFile.h"
 
 #include <cerrno>
 #include <cstring>

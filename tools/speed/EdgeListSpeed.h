@@ -1,7 +1,7 @@
 #pragma once
 
 #include "tools/options/SpeedOptions.h"
-#include "tools/output/SpeedResults.h"
+#include "tools/speed/SpeedResults.h"
 #include "umlauf_io/EdgeListSource.h"
 
 namespace umlauf::tool {

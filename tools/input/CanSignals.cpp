@@ -1,4 +1,4 @@
-#include "tools/CanSignals.h"
+#include "tools/input/CanSignals.h"
 
 #include <algorithm>
 #include <set>

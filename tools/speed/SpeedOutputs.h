@@ -5,8 +5,8 @@
 
 #include "tools/options/SpeedResultOptions.h"
 #include "tools/output/OutputFile.h"
-#include "tools/output/SpeedPicture.h"
-#include "tools/output/SpeedReport.h"
+#include "tools/pictures/SpeedPicture.h"
+#include "tools/speed/SpeedReport.h"
 #include "umlauf/rotation/PulseTrain.h"
 #include "umlauf/rotation/SpeedSignals.h"
 

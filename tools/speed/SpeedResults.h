@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "tools/output/SpeedReport.h"
+#include "tools/speed/SpeedReport.h"
 
 namespace umlauf::tool {
 

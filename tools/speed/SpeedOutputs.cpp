@@ -1,4 +1,4 @@
-#include "tools/output/SpeedOutputs.h"
+#include "tools/speed/SpeedOutputs.h"
 
 #include <fmt/compile.h>
 
@@ -10,9 +10,9 @@
 #include <vector>
 
 #include "tools/Error.h"
-#include "tools/SignalFile.h"
+#include "tools/input/SignalFile.h"
 #include "tools/output/Console.h"
-#include "tools/output/Plot.h"
+#include "tools/pictures/Plot.h"
 #include "umlauf_io/CsvReader.h"
 
 namespace umlauf::tool {

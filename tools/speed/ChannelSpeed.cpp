@@ -1,4 +1,4 @@
-#include "tools/ChannelSpeed.h"
+#include "tools/speed/ChannelSpeed.h"
 
 #include "tools/Error.h"
 #include "umlauf/rotation/RecordingStatistics.h"

@@ -3,9 +3,9 @@
 #include <optional>
 #include <string>
 
-#include "tools/ProgressSource.h"
+#include "tools/input/ProgressSource.h"
 #include "tools/options/SpeedOptions.h"
-#include "tools/output/SpeedOutputs.h"
+#include "tools/speed/SpeedOutputs.h"
 #include "umlauf/rotation/TachoPulses.h"
 #include "umlauf_io/RecordingSource.h"
 

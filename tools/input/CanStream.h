@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <functional>
 
-#include "tools/WordSource.h"
+#include "tools/input/WordSource.h"
 #include "umlauf/can/CanMessage.h"
 
 namespace umlauf::tool {

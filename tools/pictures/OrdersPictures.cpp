@@ -1,4 +1,4 @@
-#include "tools/output/OrdersPictures.h"
+#include "tools/pictures/OrdersPictures.h"
 
 #include <fmt/format.h>
 

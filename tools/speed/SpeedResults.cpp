@@ -1,4 +1,4 @@
-#include "tools/output/SpeedResults.h"
+#include "tools/speed/SpeedResults.h"
 
 #include <fmt/format.h>
 

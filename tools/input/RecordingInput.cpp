@@ -1,4 +1,4 @@
-#include "tools/RecordingInput.h"
+#include "tools/input/RecordingInput.h"
 
 #include <algorithm>
 

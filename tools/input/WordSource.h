@@ -4,7 +4,7 @@
 #include <span>
 #include <string>
 
-#include "tools/RecordingInput.h"
+#include "tools/input/RecordingInput.h"
 #include "umlauf_io/WordSource.h"
 
 namespace umlauf::tool {

@@ -1,4 +1,4 @@
-#include "tools/CanStream.h"
+#include "tools/input/CanStream.h"
 
 #include <algorithm>
 #include <vector>

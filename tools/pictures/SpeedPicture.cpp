@@ -1,4 +1,4 @@
-#include "tools/output/SpeedPicture.h"
+#include "tools/pictures/SpeedPicture.h"
 
 #include <utility>
 #include <vector>

@@ -1,4 +1,4 @@
-#include "tools/output/Plot.h"
+#include "tools/pictures/Plot.h"
 
 #include <algorithm>
 #include <array>

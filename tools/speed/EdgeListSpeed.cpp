@@ -1,9 +1,9 @@
-#include "tools/EdgeListSpeed.h"
+#include "tools/speed/EdgeListSpeed.h"
 
-#include "tools/EdgeWarnings.h"
 #include "tools/Error.h"
 #include "tools/output/Console.h"
-#include "tools/output/SpeedOutputs.h"
+#include "tools/speed/EdgeWarnings.h"
+#include "tools/speed/SpeedOutputs.h"
 #include "umlauf/rotation/EdgePulses.h"
 #include "umlauf/rotation/PulseJudge.h"
 

@@ -1,4 +1,4 @@
-#include "tools/WordSource.h"
+#include "tools/input/WordSource.h"
 
 #include "tools/Error.h"
 

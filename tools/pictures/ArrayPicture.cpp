@@ -1,4 +1,4 @@
-#include "tools/output/ArrayPicture.h"
+#include "tools/pictures/ArrayPicture.h"
 
 #include <algorithm>
 #include <cmath>
