@@ -38,6 +38,7 @@ void CCanMessageFinder::StartSearchBlock(const ULONG* data, unsigned nSamples, i
   secondWord_ = TwoChannels() ? static_cast<std::size_t>(std::abs(channel2_ - channel1_)) : 0;
   searchedBegin_ = searchedEnd_ = 0;
   marks_ = nextMark_ = 0;
+  barren_ = kBarren;
 }
 
 /// The word of a channel at the sample reached.
@@ -56,10 +57,11 @@ inline std::size_t CCanMessageFinder::NextMark(std::size_t from, std::size_t end
   return end;
 }
 
-/// Goes on with the words from `from` on; false when none is left before `end`. Where there was a mark among
-/// the words before, the next ones are taken all at once; else a search goes further ahead.
+/// Goes on with the words from `from` on; false when none is left before `end`. Where there were marks not
+/// long before, the next words are taken all at once; else a search goes further ahead.
 bool CCanMessageFinder::Search(std::size_t from, std::size_t end) {
-  if (from < end && marks_ == 0) {
+  barren_ = marks_ == 0 ? barren_ + 1 : 0;
+  if (from < end && barren_ > kBarren) {
     from += QVL::FindMasked(words_ + from * wordStep_, end - from, wordStep_, kCanHeaderMask, kCanHeaderSync);
   }
   if (from >= end) return false;

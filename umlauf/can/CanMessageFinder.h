@@ -89,5 +89,7 @@ class UMLAUF_API CCanMessageFinder {
   std::size_t secondWord_ = 0;  // of two channels: words from the one in front to the other
   std::size_t searchedBegin_ = 0, searchedEnd_ = 0;
   std::size_t marks_ = 0, nextMark_ = 0;  // how many of these words look like a header, and which is next
+  static constexpr unsigned kBarren = 4;
+  unsigned barren_ = kBarren;  // how many stretches without a mark came one after the other
   std::array<std::uint32_t, kSearchedWords + 16> mark_;
 };
