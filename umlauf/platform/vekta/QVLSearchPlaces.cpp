@@ -1,5 +1,6 @@
 // The places of words that match a pattern, or that differ from the one before.
 
+#include <bit>
 #include <cstring>
 
 #include "umlauf/platform/vekta/QVL.h"
@@ -9,6 +10,14 @@
 #include "hwy/foreach_target.h"
 // The strided loads follow the target.
 #include "umlauf/platform/vekta/internal/Strided-inl.h"
+
+// Where the processor moves the marked elements of a vector together by itself; else their bits are walked.
+#undef UMLAUF_QVL_COMPRESSES
+#if (HWY_ARCH_ARM_A64 && HWY_TARGET != HWY_NEON) || (HWY_ARCH_X86 && HWY_TARGET <= HWY_AVX3)
+#define UMLAUF_QVL_COMPRESSES 1
+#else
+#define UMLAUF_QVL_COMPRESSES 0
+#endif
 
 HWY_BEFORE_NAMESPACE();
 namespace QVL {
@@ -65,16 +74,40 @@ HWY_INLINE size_t PlacesPlainly(const Word* words, size_t i, size_t n, size_t st
   return count;
 }
 
+#if HWY_TARGET != HWY_SCALAR && !UMLAUF_QVL_COMPRESSES
+/// Bit k for element k, of at most 8.
+template <class D>
+HWY_INLINE Word Bits(D d, hn::Mask<D> mask) {
+  static_assert(hn::MaxLanes(D()) <= 8);
+  std::uint8_t byte = 0;
+  hn::StoreMaskBits(d, mask, &byte);
+  return byte;
+}
+
+/// Writes the places `first` + k of the bits k that are set, four at a time, as their number cannot be
+/// foretold.
+HWY_INLINE size_t PlacesOfBits(Word bits, Word first, Word* places, size_t count) {
+  const auto found = static_cast<size_t>(std::popcount(bits));
+  for (Word* out = places + count; bits != 0; out += 4) {
+    for (size_t k = 0; k < 4; ++k, bits &= bits - 1)
+      out[k] = first + static_cast<Word>(std::countr_zero(bits));
+  }
+  return count + found;
+}
+#endif
+
 template <size_t kStride, class Marked>
 HWY_INLINE size_t PlacesInVectors(const Word* words, size_t n, Marked marked, Word* places) {
   size_t i = 0, count = 0;
 #if HWY_TARGET != HWY_SCALAR
-  const hn::CappedTag<Word, 16> d;
+  const hn::CappedTag<Word, UMLAUF_QVL_COMPRESSES ? 16 : 8> d;
   const size_t N = hn::Lanes(d);
   // A strided vector is loaded only while a further element follows it.
   const size_t end = n == 0 || kStride == 1 ? n : n - 1;
+#if UMLAUF_QVL_COMPRESSES
   auto numbers = hn::Iota(d, 0);
   const auto some = hn::Set(d, static_cast<Word>(N));
+#endif
   for (; i + 4 * N <= end; i += 4 * N) {
     const auto at = [&](size_t k) HWY_ATTR {
       return marked.template Vector<kStride>(d, words + (i + k * N) * kStride);
@@ -82,14 +115,22 @@ HWY_INLINE size_t PlacesInVectors(const Word* words, size_t n, Marked marked, Wo
     const auto first = at(0), second = at(1), third = at(2), fourth = at(3);
     // Whether to pass over vectors without a mark cannot be foretold where marks are dense.
     if (count * 64 <= i && hn::AllFalse(d, hn::Or(hn::Or(first, second), hn::Or(third, fourth)))) {
+#if UMLAUF_QVL_COMPRESSES
       numbers = hn::Add(numbers, hn::Set(d, static_cast<Word>(4 * N)));
+#endif
       continue;
     }
+#if UMLAUF_QVL_COMPRESSES
     for (const auto mask : {first, second, third, fourth}) {
       hn::StoreU(hn::Compress(numbers, mask), d, places + count);
       count += hn::CountTrue(d, mask);
       numbers = hn::Add(numbers, some);
     }
+#else
+    const Word bits =
+        Bits(d, first) | Bits(d, second) << N | Bits(d, third) << (2 * N) | Bits(d, fourth) << (3 * N);
+    count = PlacesOfBits(bits, static_cast<Word>(i), places, count);
+#endif
   }
 #endif
   return PlacesPlainly(words, i, n, kStride, marked, places, count);
