@@ -9,6 +9,7 @@ import signal
 import tempfile
 import time
 from concurrent.futures import Future
+from multiprocessing import resource_tracker
 from typing import TYPE_CHECKING, Any, Protocol
 
 from .._extras import need
@@ -126,6 +127,8 @@ def _deaf_to_ctrl_c() -> Iterator[None]:
     if not hasattr(signal, "pthread_sigmask"):
         yield
         return
+    # Who starts it lets Ctrl-C through from then on.
+    resource_tracker.ensure_running()
     before = signal.pthread_sigmask(signal.SIG_BLOCK, {signal.SIGINT})
     try:
         yield
