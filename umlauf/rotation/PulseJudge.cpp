@@ -45,7 +45,16 @@ struct CPulseJudge::State {
         none ? std::numeric_limits<double>::infinity() : static_cast<double>(counts[stretch].begin);
     stretchEnd = none ? std::numeric_limits<double>::infinity() : static_cast<double>(counts[stretch].end);
   }
-  std::vector<RotationWarning::Place> DifferentCounts() const;
+  /// Stretches [samples] with another number of pulses than of swings.
+  std::vector<RotationWarning::Place> DifferentCounts() const {
+    std::vector<RotationWarning::Place> places;
+    for (std::size_t i = 0; comparable && i < counts.size(); ++i) {
+      const double off = std::abs(found[i] - counts[i].swings);
+      if (off <= cutSwings + divider - 1 + sameCount * counts[i].swings) continue;
+      places.push_back({static_cast<double>(counts[i].begin), static_cast<double>(counts[i].end)});
+    }
+    return places;
+  }
 };
 
 CPulseJudge::CPulseJudge(const PulseLevels& levels, const CDzPulsDetektor& detector) {
@@ -100,17 +109,6 @@ void CPulseJudge::TakeRising(const CPulseTrain& pulses) {
     if (s.lastEdge >= 0 && edge > s.lastEdge) s.regularity.Take(edge - s.lastEdge, edge);
     s.lastEdge = edge;
   }
-}
-
-/// Stretches [samples] with another number of pulses than of swings.
-std::vector<RotationWarning::Place> CPulseJudge::State::DifferentCounts() const {
-  std::vector<RotationWarning::Place> places;
-  for (std::size_t i = 0; comparable && i < counts.size(); ++i) {
-    const double off = std::abs(found[i] - counts[i].swings);
-    if (off <= cutSwings + divider - 1 + sameCount * counts[i].swings) continue;
-    places.push_back({static_cast<double>(counts[i].begin), static_cast<double>(counts[i].end)});
-  }
-  return places;
 }
 
 std::vector<RotationWarning> CPulseJudge::Finish() {
