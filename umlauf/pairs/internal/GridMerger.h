@@ -111,8 +111,7 @@ class GridMerger {
     merged_[count_++] = {point.x, formed};
   }
 
-  /// Value of the other signal at an x on its current line. The slope of the line is
-  /// one for all points on it.
+  /// Value of the other signal at an x on its current line, all points of which are formed with one slope.
   template <bool kInner>
   float OtherAt(float x) const {
     if constexpr (!kInner) {
