@@ -73,17 +73,17 @@ CPulseJudge::CPulseJudge(const PulseLevels& levels, const CDzPulsDetektor& detec
 
 CPulseJudge::~CPulseJudge() = default;
 
-void CPulseJudge::Take(const CPulseTrain& pulses) {
-  if (state_ == nullptr) return;
+void CPulseJudge::Take(const CPulseTrain& pulses, std::size_t from) {
+  if (state_ == nullptr || from >= pulses.size()) return;
   State& s = *state_;
-  const auto edges = pulses.Edges();
-  const auto flags = pulses.Flags();
-  const auto pitches = pulses.Pitches();
+  const auto edges = pulses.Edges().subspan(from);
+  const auto flags = pulses.Flags().subspan(from);
+  const auto pitches = pulses.Pitches().subspan(from);
   s.rate = pulses.SampleRate();
   umlauf::HadMemory([&] {
-    if (s.bothEdges) return TakeRising(pulses);
+    if (s.bothEdges) return TakeRising(pulses, from);
     // Most of a long recording lies between the stretches.
-    const bool within = !edges.empty() && edges.back() >= s.stretchBegin;
+    const bool within = edges.back() >= s.stretchBegin;
     for (std::size_t i = 0; within && i < flags.size(); ++i) s.Count(edges[i + 1], pitches[i]);
     std::array<double, 256> lengths;
     for (std::size_t i = 0; i < flags.size();) {
@@ -100,9 +100,9 @@ void CPulseJudge::Take(const CPulseTrain& pulses) {
 }
 
 /// From rising edge to rising edge: the duty does not matter.
-void CPulseJudge::TakeRising(const CPulseTrain& pulses) {
+void CPulseJudge::TakeRising(const CPulseTrain& pulses, std::size_t from) {
   State& s = *state_;
-  for (std::size_t i = 0; i < pulses.size(); ++i) {
+  for (std::size_t i = from; i < pulses.size(); ++i) {
     if ((pulses.Flags()[i] & CPulseTrain::rising) == 0) continue;
     const double edge = pulses.Edges()[i + 1];
     s.Count(edge, 1);

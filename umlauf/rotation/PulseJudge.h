@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <cstddef>
 #include <memory>
 #include <vector>
 
@@ -25,7 +26,8 @@ class UMLAUF_API CPulseJudge {
   CPulseJudge(const CPulseJudge&) = delete;
   CPulseJudge& operator=(const CPulseJudge&) = delete;
 
-  void Take(const CPulseTrain& pulses);
+  /// Takes the pulses from number `from` on.
+  void Take(const CPulseTrain& pulses, std::size_t from = 0);
   /// What is doubtful; nothing else when the levels are. Codes `levels-uncertain`, `wrapped`, `few-pulses`,
   /// `irregular`, `extra-pulses`, `lost-pulses`, `clipped`, `count-differs`, of which the last four have
   /// places: up to 200, neighbours in one where there are more. Call once, behind the last pulse.
@@ -34,7 +36,7 @@ class UMLAUF_API CPulseJudge {
  private:
   struct State;
 
-  void TakeRising(const CPulseTrain& pulses);
+  void TakeRising(const CPulseTrain& pulses, std::size_t from);
 
   std::unique_ptr<State> state_;
 };

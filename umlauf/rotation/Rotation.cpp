@@ -92,10 +92,14 @@ bool CRotation::FindPulses(CBlockSource& recording, unsigned channel) {
   CTachoPulses tacho(levels_, detector);
   CGapCorrection gap(gapLength_, pulsesPerRevolution_);
   CPulseTrain block(recording.SampleRate(), recording.StartTime());
-  const auto keep = [&] {
+  const auto take = [&](const SampleBlock& samples) {
+    const float* first = samples.samples + channel;
     const std::size_t known = pulses_.size();
-    gap_ ? gap.Take(block, pulses_) : pulses_.Append(block);
+    const bool taken = gap_ ? tacho.Take(first, samples.count, samples.stride, block)
+                            : tacho.Append(first, samples.count, samples.stride, pulses_);
+    if (gap_) gap.Take(block, pulses_);
     TakeFrom(known);
+    return taken;
   };
   const auto frames = static_cast<double>(recording.Frames().value_or(0));
   std::size_t forecast = leastForecast;
@@ -104,21 +108,17 @@ bool CRotation::FindPulses(CBlockSource& recording, unsigned channel) {
   while (pulses_.Complete()) {
     const SampleBlock samples = recording.Read(blockSize_);
     if (samples.count == 0) break;
-    if (!tacho.Take(samples.samples + channel, samples.count, samples.stride, block)) break;
-    keep();
+    if (!take(samples)) break;
     if (pulses_.size() < forecast) continue;
     forecast = 2 * pulses_.size();
     MakeRoom(frames / static_cast<double>(tacho.Samples()));
   }
   tacho.Finish(block);
-  keep();
-  bool complete = true;
-  if (gap_) {
-    const std::size_t known = pulses_.size();
-    complete = gap.Finish(pulses_);
-    TakeFrom(known);
-    wheel_ = gap.Wheel();
-  }
+  const std::size_t known = pulses_.size();
+  gap_ ? gap.Take(block, pulses_) : pulses_.Append(block);
+  const bool complete = !gap_ || gap.Finish(pulses_);
+  TakeFrom(known);
+  if (gap_) wheel_ = gap.Wheel();
   samples_ = tacho.Samples();
   failure_.Take(recording.HasFailed(), recording.Failure());
   if (failure_.IsEmpty()) failure_ = tacho.Failure();

@@ -35,20 +35,29 @@ void CPulseCounts::TakeChunk(const CPulseTrain& pulses, std::size_t from, std::s
   const std::uint8_t* flags = &pulses.Flags()[from];
   // All quotients first, which the processor forms side by side; the sums keep the order of the pulses.
   const double factor = 60 * pulses.SampleRate();
-  std::array<double, chunk> turns, rpm;
+  std::array<double, chunk> lengths, turns, rpm;
   for (std::size_t i = 0; i < n; ++i) {
-    const double length = edges[i + 1] - edges[i];
-    turns[i] = length / times[i];
-    rpm[i] = factor * turns[i] / length;
+    lengths[i] = edges[i + 1] - edges[i];
+    turns[i] = lengths[i] / times[i];
+    rpm[i] = factor * turns[i] / lengths[i];
   }
+  unsigned special = 0;
+  for (std::size_t i = 0; i < n; ++i)
+    special |= flags[i] & (CPulseTrain::first | CPulseTrain::gapStart | CPulseTrain::held);
+  std::size_t counting = 0;
+  for (std::size_t i = 0; i < n; ++i) counting += times[i] != 0 && lengths[i] > 0 ? 1 : 0;
   SpeedSummary speed = speed_;  // in registers
+  if (special == 0 && counting == n && speed.count > 0) {
+    for (std::size_t i = 0; i < n; ++i) Count(speed, turns[i], lengths[i], rpm[i]);
+    speed_ = speed;
+    return;
+  }
   for (std::size_t i = 0; i < n; ++i) {
     const unsigned flag = flags[i];
     correctedGaps_ += (flag & CPulseTrain::gapStart) != 0 ? 1 : 0;
     held_ += (flag & CPulseTrain::held) != 0 ? 1 : 0;
-    const double length = edges[i + 1] - edges[i];
-    if ((flag & CPulseTrain::first) == 0 && times[i] != 0 && length > 0)
-      Count(speed, turns[i], length, rpm[i]);
+    if ((flag & CPulseTrain::first) == 0 && times[i] != 0 && lengths[i] > 0)
+      Count(speed, turns[i], lengths[i], rpm[i]);
   }
   speed_ = speed;
 }

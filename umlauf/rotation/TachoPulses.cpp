@@ -54,15 +54,20 @@ bool CTachoPulses::Failed(const wchar_t* why) {
 
 bool CTachoPulses::Search(const float* samples, std::size_t n, std::size_t stride, CPulseTrain& pulses) {
   State& s = *state_;
+  const std::size_t known = pulses.size();
   s.detector.PulseSuchen(samples, n, s.list, static_cast<unsigned>(stride));
   s.assembler.Take(s.list, pulses);
   if (!pulses.Complete()) return Failed(L"there is no memory for the pulses of one block");
-  s.judge.Take(pulses);
+  s.judge.Take(pulses, known);
   return true;
 }
 
 bool CTachoPulses::Take(const float* samples, std::size_t n, std::size_t stride, CPulseTrain& pulses) {
   pulses.Clear();
+  return Append(samples, n, stride, pulses);
+}
+
+bool CTachoPulses::Append(const float* samples, std::size_t n, std::size_t stride, CPulseTrain& pulses) {
   if (!failure_.IsEmpty()) return false;
   if (n == 0) return true;
   State& s = *state_;

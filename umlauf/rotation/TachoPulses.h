@@ -38,6 +38,8 @@ class UMLAUF_API CTachoPulses {
   /// Takes the next n samples, `stride` floats apart, and replaces `pulses` by those that end in what is
   /// known now; often none. False when there was no memory.
   bool Take(const float* samples, std::size_t n, std::size_t stride, CPulseTrain& pulses);
+  /// As `Take`, but the pulses come behind those that are there.
+  bool Append(const float* samples, std::size_t n, std::size_t stride, CPulseTrain& pulses);
   /// The recording has ended: as above, the pulses that were still waiting for its end.
   bool Finish(CPulseTrain& pulses);
 
