@@ -114,7 +114,8 @@ constexpr Form kFrames = {
     }};
 
 /// One mark in ten words.
-const Form kFindAll{[](Blocks& k) {
+const Form kFindAll{nullptr,
+                    [](Blocks& k) {
                       const auto* const words = reinterpret_cast<const std::uint32_t*>(k.a.data());
                       k.place = QVL::FindAllMasked(words, kFloats, 1, 0x700, 0x100, k.places.data());
                     },
@@ -126,7 +127,8 @@ const Form kFindAll{[](Blocks& k) {
                       k.place = count;
                     }};
 
-const Form kFindChanges{[](Blocks& k) {
+const Form kFindChanges{nullptr,
+                        [](Blocks& k) {
                           const auto* const words = reinterpret_cast<const std::uint32_t*>(k.a.data());
                           k.place = QVL::FindChanges(words + 1, kFloats - 1, 1, 0xC0000000, k.places.data());
                         },
