@@ -89,6 +89,9 @@ TEST(Levels, FindTheTeethOrSayWhatIsWrong) {
       {[](double value, double time) { return std::abs(time - 1.3) < 0.02 ? 0 : (1 - 0.1 * time) * value; },
        0.5f, -0.5f, "lost-pulses", 1.3, 2},
       {[](double, double time) { return std::floor(time * 2); }, 0.5f, 0.4f, "few-pulses"},
+      // No shaft stops or starts between two teeth.
+      {[](double value, double time) { return time < 1.9 ? value : 0; }, {}, {}, "lost-pulses"},
+      {[](double value, double time) { return time > 0.1 ? value : 0; }, {}, {}, "lost-pulses"},
   };
   for (const auto& c : cases) {
     const std::vector<float> samples = Teeth(c.change);
@@ -164,6 +167,25 @@ TEST(Levels, WhatCouldBeTeethOrMarksIsDoubted) {
 }
 
 /// 60 pulses in a revolution, 600 rpm, on a drift of three times the amplitude.
+/// A coil's swings grow with the speed; at the begin they are less than the noise.
+TEST(Levels, LeaveOutSwingsWithinTheNoise) {
+  std::vector<float> samples(40000);
+  std::mt19937 random(3);
+  std::normal_distribution<double> noise(0, 0.05);
+  for (std::size_t i = 0; i < samples.size(); ++i) {
+    const double time = static_cast<double>(i) / kRate;  // 100 teeth/s faster every second
+    samples[i] =
+        static_cast<float>(time / 4 * std::sin(2 * std::numbers::pi * 50 * time * time) + noise(random));
+  }
+  CMemorySource recording(samples, kRate);
+  CRotation rotation;
+  ASSERT_TRUE(rotation.Analyse(recording));
+  ASSERT_EQ(rotation.Warnings().size(), 1u);
+  EXPECT_EQ(std::string(rotation.Warnings()[0].code), "levels-uncertain");
+  EXPECT_NEAR(static_cast<double>(rotation.Pulses().size()), 50 * 4 * 4, 15);
+  EXPECT_NEAR(rotation.Speed().max, 60 * 100 * 4, 60 * 20);
+}
+
 TEST(Levels, FollowADrift) {
   std::vector<float> samples(30000);
   for (std::size_t i = 0; i < samples.size(); ++i) {

@@ -220,6 +220,14 @@ void CLevelFinder::Take(const Swings& swings) {
         swings.count, swings.rivals, swings.rivals > swings.count ? L"smaller" : L"greater");
     levels_.warnings.push_back({"levels-uncertain", text});
   }
+  if (swings.fading) {
+    text.Format(
+        L"the swings shrink into the noise, as while a shaft comes to rest: those below %g are left out; "
+        L"look "
+        L"at the slow parts of the recording, and give both levels if these matter",
+        static_cast<double>(swings.scale.smallest));
+    levels_.warnings.push_back({"levels-uncertain", text});
+  }
   const bool plain = swings.scale.preparation == SwingScale::Preparation::none;
   if (plain && swings.HaveCommonLevels() && !swings.Wander()) {
     levels_.upper = detector_.ObereSchranke();

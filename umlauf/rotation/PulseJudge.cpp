@@ -4,6 +4,8 @@
 #include <array>
 #include <cmath>
 #include <limits>
+#include <span>
+#include <utility>
 
 #include "umlauf/platform/memory/WithoutMemory.h"
 #include "umlauf/rotation/PulseTrain.h"
@@ -12,12 +14,28 @@
 
 namespace {
 
+using umlauf::rotation::Regularity;
+
 constexpr std::uint64_t fewPulses = 5;
 constexpr double evenShare = 0.7;      ///< a gap takes two pulses of a revolution
 constexpr double oneOf = 20000;        ///< in long recordings one pulse in so many may be odd
 constexpr double clippedShare = 0.01;  ///< so many samples at the ends of the range do not come by chance
 constexpr double sameCount = 0.001;    ///< and those at the ends of a stretch
 constexpr double cutSwings = 1.5;
+constexpr double sudden = 10;     ///< pitches without a pulse at either end of a recording
+constexpr double gradual = 1.15;  ///< a wheel that comes to rest and starts: from pulse to pulse
+
+/// Edges from an end of the recording on.
+using EndEdges = std::array<double, 5>;
+
+/// Pulses that are missing between the end of the recording and the edge next to it, as far as one can tell.
+double MissingAt(double end, const EndEdges& edges) {
+  EndEdges pitches{};
+  for (std::size_t i = 1; i < edges.size(); ++i) pitches[i] = std::abs(edges[i] - edges[i - 1]);
+  const double rest = std::abs(end - edges[0]);
+  const double longest = *std::max_element(pitches.begin(), pitches.end());
+  return rest > sudden * longest && pitches[1] < gradual * pitches[2] ? std::floor(rest / pitches[1]) : 0;
+}
 
 }  // namespace
 
@@ -30,10 +48,20 @@ struct CPulseJudge::State {
   bool bothEdges = false, comparable = true;
   std::size_t stretch = 0;
   double stretchBegin = 0, stretchEnd = 0;
-  umlauf::rotation::Regularity regularity;
+  Regularity regularity;
+  EndEdges first{}, last{};  ///< the last ones in the order of time
+  std::size_t edges = 0;     ///< that both know
   double lastEdge = -1;
   double rate = 1;  ///< [samples/s]
 
+  /// Ends of pulses.
+  void Watch(std::span<const double> ends) {
+    for (std::size_t i = 0; i < ends.size() && edges < first.size(); ++i) first[edges++] = ends[i];
+    for (const double end : ends.last(std::min(ends.size(), last.size()))) {
+      std::rotate(last.begin(), last.begin() + 1, last.end());
+      last.back() = end;
+    }
+  }
   void Count(double edge, double pitches) {
     if (edge >= stretchEnd) NextStretch(edge);
     if (edge >= stretchBegin) found[stretch] += pitches;
@@ -45,6 +73,18 @@ struct CPulseJudge::State {
         none ? std::numeric_limits<double>::infinity() : static_cast<double>(counts[stretch].begin);
     stretchEnd = none ? std::numeric_limits<double>::infinity() : static_cast<double>(counts[stretch].end);
   }
+
+  double Allowed() const { return std::floor(static_cast<double>(regularity.Pulses()) / oneOf); }
+  template <class Places>
+  void Warn(const char* code, const wchar_t* text, double number, const Places& places) {
+    RotationWarning& warning = warnings.emplace_back();
+    warning.code = code;
+    warning.text.Format(text, number);
+    for (const auto& each : places) warning.places.push_back({each.from / rate, each.to / rate});
+  }
+  void JudgePulses();
+  void JudgeCounts();
+  void JudgeEnds(double samples);
   /// Stretches [samples] with another number of pulses than of swings.
   std::vector<RotationWarning::Place> DifferentCounts() const {
     std::vector<RotationWarning::Place> places;
@@ -56,6 +96,62 @@ struct CPulseJudge::State {
     return places;
   }
 };
+
+/// Each pulse beside its neighbours.
+void CPulseJudge::State::JudgePulses() {
+  const std::vector<Regularity::Place> nowhere;
+  const double extra = regularity.Extra(), lost = regularity.Lost();
+  if (regularity.Pulses() + 1 < fewPulses) {
+    Warn("few-pulses", L"only a few pulses were found; check channel and levels", 0, nowhere);
+  } else if (regularity.EvenShare() < evenShare) {
+    Warn("irregular",
+         L"the pulses do not follow each other regularly; look at the recording and give both levels", 0,
+         nowhere);
+  } else if (extra > Allowed()) {
+    Warn(
+        "extra-pulses",
+        L"pulses that are far too short (%g), as from noise or spikes: look at the recording, set the levels "
+        L"farther apart",
+        extra, regularity.ExtraPlaces());
+  } else if (lost > Allowed() && clipped > clippedShare) {
+    Warn("clipped",
+         L"pulses seem to be missing (%g), and samples lie at the ends of the range: the signal is clipped; "
+         L"record it with a wider range",
+         lost, regularity.LostPlaces());
+  } else if (lost > Allowed()) {
+    Warn("lost-pulses",
+         L"pulses seem to be missing (%g): tell the gap of the wheel if it has one, or set the levels closer "
+         L"together or within the swing",
+         lost, regularity.LostPlaces());
+  }
+}
+
+/// Their number beside that of the swings.
+void CPulseJudge::State::JudgeCounts() {
+  const auto different = DifferentCounts();
+  if (different.empty()) return;
+  Warn("count-differs",
+       L"the signal swings more or less often than it passes the levels; look at the recording, set the "
+       L"levels within its swings, or leave them out",
+       0, different);
+}
+
+/// The time before the first and behind the last one of so many samples.
+void CPulseJudge::State::JudgeEnds(double samples) {
+  if (samples <= 0 || edges < first.size()) return;
+  EndEdges behind = last;
+  std::reverse(behind.begin(), behind.end());
+  const double before = MissingAt(0, first), after = MissingAt(samples, behind);
+  if (before + after <= Allowed()) return;
+  std::vector<RotationWarning::Place> places;
+  if (before > 0) places.push_back({0, first[0]});
+  if (after > 0) places.push_back({behind[0], samples});
+  Warn("lost-pulses",
+       L"pulses seem to be missing (%g) where the recording begins or ends, since the shaft turns right "
+       L"beside "
+       L"that: look there, or set the levels closer together or within the swing",
+       before + after, places);
+}
 
 CPulseJudge::CPulseJudge(const PulseLevels& levels, const CDzPulsDetektor& detector) {
   umlauf::HadMemory([&] {
@@ -82,6 +178,7 @@ void CPulseJudge::Take(const CPulseTrain& pulses, std::size_t from) {
   s.rate = pulses.SampleRate();
   umlauf::HadMemory([&] {
     if (s.bothEdges) return TakeRising(pulses, from);
+    s.Watch(edges.subspan(1));
     // Most of a long recording lies between the stretches.
     const bool within = edges.back() >= s.stretchBegin;
     for (std::size_t i = 0; within && i < flags.size(); ++i) s.Count(edges[i + 1], pitches[i]);
@@ -111,58 +208,15 @@ void CPulseJudge::TakeRising(const CPulseTrain& pulses, std::size_t from) {
   }
 }
 
-std::vector<RotationWarning> CPulseJudge::Finish() {
+std::vector<RotationWarning> CPulseJudge::Finish(std::uint64_t samples) {
   std::vector<RotationWarning> warnings;
   umlauf::HadMemory([&] {
     if (state_ == nullptr) return;
-    State& s = *state_;
-    s.regularity.Finish();
-    warnings = s.warnings;
-    const auto add = [&warnings](const char* code, const wchar_t* text, double number = 0) {
-      RotationWarning& warning = warnings.emplace_back();
-      warning.code = code;
-      warning.text.Format(text, number);
-    };
-    const double pulses = static_cast<double>(s.regularity.Pulses());
-    const double allowed = std::floor(pulses / oneOf);
-    const double extra = s.regularity.Extra(), lost = s.regularity.Lost();
-    if (!warnings.empty()) return;
-    const auto at = [&](const auto& places) {
-      for (const auto& each : places)
-        warnings.back().places.push_back({each.from / s.rate, each.to / s.rate});
-    };
-    if (s.regularity.Pulses() + 1 < fewPulses) {
-      add("few-pulses", L"only a few pulses were found; check channel and levels");
-    } else if (s.regularity.EvenShare() < evenShare) {
-      add("irregular",
-          L"the pulses do not follow each other regularly; look at the recording and give both levels");
-    } else if (extra > allowed) {
-      add("extra-pulses",
-          L"pulses that are far too short (%g), as from noise or spikes: look at the recording, set the "
-          L"levels "
-          L"farther apart",
-          extra);
-      at(s.regularity.ExtraPlaces());
-    } else if (lost > allowed && s.clipped > clippedShare) {
-      add("clipped",
-          L"pulses seem to be missing (%g), and samples lie at the ends of the range: the signal is clipped; "
-          L"record it with a wider range",
-          lost);
-      at(s.regularity.LostPlaces());
-    } else if (lost > allowed) {
-      add("lost-pulses",
-          L"pulses seem to be missing (%g): tell the gap of the wheel if it has one, or set the levels "
-          L"closer "
-          L"together or within the swing",
-          lost);
-      at(s.regularity.LostPlaces());
-    }
-    const auto different = warnings.empty() ? s.DifferentCounts() : std::vector<RotationWarning::Place>();
-    if (different.empty()) return;
-    add("count-differs",
-        L"the signal swings more or less often than it passes the levels; look at the recording, set the "
-        L"levels within its swings, or leave them out");
-    at(different);
+    state_->regularity.Finish();
+    if (state_->warnings.empty()) state_->JudgePulses();
+    if (state_->warnings.empty()) state_->JudgeCounts();
+    if (state_->warnings.empty()) state_->JudgeEnds(static_cast<double>(samples));
+    warnings = std::move(state_->warnings);
   });
   return warnings;
 }

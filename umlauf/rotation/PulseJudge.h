@@ -1,7 +1,7 @@
 #pragma once
 
-#include <cstdint>
 #include <cstddef>
+#include <cstdint>
 #include <memory>
 #include <vector>
 
@@ -30,8 +30,10 @@ class UMLAUF_API CPulseJudge {
   void Take(const CPulseTrain& pulses, std::size_t from = 0);
   /// What is doubtful; nothing else when the levels are. Codes `levels-uncertain`, `wrapped`, `few-pulses`,
   /// `irregular`, `extra-pulses`, `lost-pulses`, `clipped`, `count-differs`, of which the last four have
-  /// places: up to 200, neighbours in one where there are more. Call once, behind the last pulse.
-  std::vector<RotationWarning> Finish();
+  /// places: up to 200, neighbours in one where there are more. Call once, behind the last pulse. Of a
+  /// recording of `samples` (0: not known) also the time before the first pulse and behind the last one is
+  /// looked at: a shaft that comes to rest slows down first.
+  std::vector<RotationWarning> Finish(std::uint64_t samples = 0);
 
  private:
   struct State;

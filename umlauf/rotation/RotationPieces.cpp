@@ -229,7 +229,7 @@ bool CRotationPieces::LevelsServe() const {
 bool CRotationPieces::Finish(double sampleRate, double startTime) {
   CPulseJudge judge(levels_, detector_);
   judge.Take(raw_);
-  levels_.warnings = judge.Finish();
+  levels_.warnings = judge.Finish(frames_);
   samples_ = frames_;
   wheel_ = PulseWheel{settings_.pulsesPerRevolution, {}};
   if (!settings_.gap && !settings_.gapLength) {

@@ -113,5 +113,5 @@ PulseLevels CTachoPulses::Levels() const {
 }
 
 std::vector<RotationWarning> CTachoPulses::Warnings() {
-  return state_ ? state_->judge.Finish() : std::vector<RotationWarning>();
+  return state_ ? state_->judge.Finish(state_->samples) : std::vector<RotationWarning>();
 }

@@ -19,6 +19,9 @@ constexpr double bad = 0.02;       ///< of the badness
 constexpr float cutSwing = 0.85f;  ///< a swing at either end must be so much of the next one
 constexpr float dwarf = 0.15f;     ///< a swing so much smaller than those on both sides belongs to no tooth
 constexpr std::size_t mostPlateaus = 8;
+constexpr double sameFading = 0.97;
+constexpr float aboveNoise = 1.5f;
+constexpr float leastFading = 1.0f / 64;  ///< of the greatest swing
 
 /// Follows one stretch.
 class Follower {
@@ -99,6 +102,33 @@ bool WithoutHum(const Swings& small, const Swings& great) {
          std::abs(small.count - small.hum - great.count) <= std::max(4.0, 0.1 * small.hum);
 }
 
+/// Swings that shrink into the noise, as those of a coil do while its shaft comes to rest, are more by any
+/// smaller smallest one. The least smallest one that gives safe pulses leaves the fewest of them out, and a
+/// somewhat greater one may keep out some more of the noise.
+Swings FindFading(const Stretches& stretches, SwingScale scale) {
+  const PreparedStretches prepared(stretches, scale);
+  SwingHistogram histogram;
+  for (const std::span<const float> each : prepared) histogram.Add(each.data(), each.size());
+  const std::vector<double> counts = histogram.Counts();
+  const std::size_t top = GreatestBin(counts);
+  Swings best;
+  double most = 0;
+  for (std::size_t bin = SwingHistogram::Bin(SwingHistogram::Size(top) * leastFading); bin < top; ++bin) {
+    scale.smallest = SwingHistogram::Size(bin);
+    Swings swings = FollowPrepared(prepared, scale);
+    swings.fading = swings.AreSafe();
+    if (!swings.fading) continue;
+    most = std::max(most, swings.count);
+    if (swings.count < sameFading * most) break;
+    if (!best.fading || swings.Misfits() < best.Misfits()) best = std::move(swings);
+  }
+  // Some noise may look like teeth.
+  scale.smallest = best.scale.smallest * aboveNoise;
+  Swings above = FollowPrepared(prepared, scale);
+  above.fading = best.fading && above.AreSafe();
+  return above.fading ? above : best;
+}
+
 /// The best of one preparation.
 Swings Best(const Stretches& stretches, SwingScale scale) {
   const PreparedStretches prepared(stretches, scale);
@@ -162,7 +192,9 @@ Swings FindSwings(const Stretches& stretches) {
     const bool enough = other.count > best.count / 2 || best.Badness() > bad;
     if (other.scale.smallest > 0 && enough && other.Badness() < best.Badness() / 2) best = std::move(other);
   }
-  return best;
+  if (best.AreRegular()) return best;
+  Swings fading = FindFading(stretches, plain);
+  return fading.fading ? fading : best;
 }
 
 }  // namespace umlauf::rotation

@@ -21,8 +21,9 @@ constexpr double standstill = 4;                 ///< pitches
 constexpr double gradual = 1.15;  ///< a wheel that comes to rest and starts: from pulse to pulse
 constexpr double plainly = 1.3;   ///< one of the two, where the other one cannot be seen
 constexpr double burstPart = 0.3, burstEnds = 0.6;  ///< of the pulses before
-constexpr double longestBurst = 2.5;                ///< of these
+constexpr double longestBurst = 6;                  ///< of these
 constexpr std::size_t leastBurst = 3;               ///< fewer are seen one by one
+constexpr std::size_t mostBehind = 3;               ///< longer ones before it ends
 constexpr std::size_t mostLongs = 100000;
 constexpr std::size_t mostGaps = 4;  ///< of a wheel
 constexpr std::size_t mostPlaces = 200;
@@ -132,14 +133,14 @@ void Regularity::WatchBurst(double length, double end) {
     burst_.sum += length;
     burst_.pulses += 1 + std::exchange(burst_.behind, 0);
   } else if (burst_.pulses > 0) {
-    ++burst_.behind;  // the first one may be cut
+    ++burst_.behind;  // cut, or of its last swings
   }
   const bool ends = !isShort && length >= burstEnds * burst_.before;
   if (ends && burst_.pulses >= leastBurst) {
     extra_ += static_cast<double>(burst_.pulses);
     KeepExtra({end - length - burst_.sum, end == 0 ? 0 : end - length});
   }
-  if (ends || burst_.behind > 1 || burst_.sum > longestBurst * burst_.before) burst_ = {};
+  if (ends || burst_.behind > mostBehind || burst_.sum > longestBurst * burst_.before) burst_ = {};
   if (burst_.pulses > 0) calm_ = 0;  // each one is to be seen
 }
 

@@ -66,11 +66,16 @@ std::vector<double> SwingHistogram::Counts() const {
 
 float Plateau::Smallest() const { return std::max(std::sqrt(low) * std::sqrt(high), high / reach); }
 
+std::size_t GreatestBin(const std::vector<double>& counts) {
+  std::size_t top = counts.size() - 1;
+  while (top > 0 && counts[top] <= 0) --top;
+  return top;
+}
+
 std::vector<Plateau> FindPlateaus(const SwingHistogram& histogram) {
   const std::vector<double> counts = histogram.Counts();
   std::vector<Plateau> plateaus;
-  std::size_t top = counts.size() - 1;
-  while (top > 0 && counts[top] <= 0) --top;
+  const std::size_t top = GreatestBin(counts);
   const std::size_t least = std::max<std::size_t>(SwingHistogram::Bin(SwingHistogram::Size(top) * finest), 1);
   for (std::size_t begin = least; begin < counts.size() && counts[begin] >= 2;) {
     std::size_t end = begin;

@@ -41,6 +41,9 @@ struct Plateau {
   float Width() const { return high / low; }
 };
 
+/// The bin of the greatest swing; 0 where there is none.
+std::size_t GreatestBin(const std::vector<double>& counts);
+
 /// All plateaus that are wide enough to tell teeth from noise, from small swings to great ones.
 std::vector<Plateau> FindPlateaus(const SwingHistogram& histogram);
 

@@ -17,6 +17,7 @@ struct Swings {
   double sizes = 0, wander = 0;          ///< sums: half swings, and how far their middles moved meanwhile
   double hum = 0;                        ///< of them that look like hum while the shaft stands
   double humLeftOut = 0;                 ///< as many smaller ones look so
+  bool fading = false;                   ///< there are smaller ones, down to the noise
   double rivals = 0;                     ///< others, smaller or greater, that could be the teeth as well
   Regularity regularity;
 
@@ -24,10 +25,14 @@ struct Swings {
   bool AreRegular() const;
   /// Nothing at all speaks against it; for few swings that is less than being far from bad.
   bool AreFlawless() const;
+  /// As good as nothing speaks against it, in many pulses.
+  bool AreSafe() const;
   /// Two levels serve for all swings, far enough apart for the noise.
   bool HaveCommonLevels() const { return lowestHigh - highestLow >= scale.smallest; }
   /// The level moves so fast that edges at a fixed one would come early and late.
   bool Wander() const;
+  /// Pulses that do not fit to their neighbours.
+  double Misfits() const { return regularity.Odd() + dwarfs; }
   /// 0 for teeth, more for what is less like them.
   double Badness() const;
 };
