@@ -19,9 +19,9 @@ if TYPE_CHECKING:
 
     from ..files import Path
     from .pieces import Piece
-    from .recipe import CanTable, LevelsTable, OrdersTable, Recipe, SpeedTable
+    from .recipe import CanTable, CombTable, LevelsTable, OrdersTable, Recipe, SpeedTable
 
-__all__ = ["Curve", "Result", "content_hash", "measure", "read_channel"]
+__all__ = ["Curve", "Result", "content_hash", "hash_of_parts", "measure", "part_hashes", "read_channel"]
 
 Values = dict[str, Any]
 
@@ -74,6 +74,9 @@ def measure(path: str, name: str, recipe: Recipe, pieces: Sequence[Piece] = ()) 
     for speed in recipe.speed:
         if fits(name, speed.files):
             result.attempt(speed.name, lambda t=speed: _speed(t, task))  # type: ignore[misc]
+    for comb in recipe.comb:
+        if fits(name, comb.files):
+            result.attempt(comb.name, lambda t=comb: _comb(t, task))  # type: ignore[misc]
     for orders in recipe.orders:
         if fits(name, orders.files) and orders.speed in task.speeds:
             result.attempt(orders.name, lambda t=orders: _orders(t, task))  # type: ignore[misc]
@@ -149,6 +152,29 @@ def _speed(table: SpeedTable, task: _Task) -> None:
         "lower": levels.lower if levels else None,
     }
     _put(result, table.name, values)
+    _told(speed, table, result)
+
+
+def _comb(table: CombTable, task: _Task) -> None:
+    keys = ("orders", "start", "lowest", "highest", "steepest", "resolution", "overlap")
+    settings = {key: getattr(table, key) for key in keys}
+    speed = umlauf.speed_from_vibration(task.channel(table.channel), **settings)
+    task.speeds[table.name] = speed
+    values = {
+        "rpm_min": speed.min,
+        "rpm_mean": speed.mean,
+        "rpm_max": speed.max,
+        "duration": speed.duration,
+        "confidence": speed.confidence.mean(),
+        "lost_share": speed.lost_share,
+        "rival": speed.rival.score,
+    }
+    _put(task.result, table.name, values)
+    _told(speed, table, task.result)
+
+
+def _told(speed: umlauf.Speed, table: SpeedTable | CombTable, result: Result) -> None:
+    """What is doubtful about a speed, and the curve that is to be kept."""
     result.warnings += [f"{table.name}: {each.text}" for each in speed.warnings]
     if table.curve:
         curve = speed.curve(table.curve)

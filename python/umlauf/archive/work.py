@@ -50,6 +50,7 @@ def evaluate_batch(job: Job, recordings: Sequence[Found], hashes: Sequence[str |
 
 def _curves(recipe: Recipe) -> Iterator[str]:
     yield from (each.name for each in recipe.speed if each.curve)
+    yield from (each.name for each in recipe.comb if each.curve)
     yield from (each.name for each in recipe.orders if each.map)
 
 
