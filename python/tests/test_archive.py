@@ -14,7 +14,7 @@ import pytest
 
 import umlauf
 import umlauf.archive
-from umlauf.archive import Interrupted, Recipe, RecipeError, evaluate, pieces, pool, source, work
+from umlauf.archive import Interrupted, Recipe, RecipeError, evaluate, measure, pieces, pool, source, work
 from umlauf.archive.store import Store
 
 RATE = 5000
@@ -265,6 +265,7 @@ def test_two_runs_into_one_dataset_do_not_harm_each_other(tmp_path):
 )
 def test_a_split_recording_gives_the_row_of_one_go(program, tmp_path, monkeypatch, size, settings):
     monkeypatch.setattr(pieces, "OVERLAP", 4000)
+    monkeypatch.setattr(measure, "HASHED_PART", 70_000)
     command = [program, "simulate", tmp_path / "run.wav", "--profile", "0:300,4:1500,5:0,8:0,12:900", "--rate", "10000"]
     subprocess.run([*command, "--orders", "2:1", "--seed", str(SEED)], check=True)
     tables = {

@@ -25,6 +25,9 @@ __all__ = ["Curve", "Result", "content_hash", "hash_of_parts", "measure", "part_
 
 Values = dict[str, Any]
 
+HASHED_PART = 64 << 20
+"""[bytes] Longer files have the hash of the hashes of such parts."""
+
 
 class Curve(NamedTuple):
     """Columns to keep beside a row."""
@@ -55,13 +58,31 @@ class Result:
 
 
 def content_hash(path: Path) -> str:
-    """32 hexadecimal digits of what a file holds."""
-    digest = hashlib.blake2b(digest_size=16)
+    """32 hexadecimal digits of what a file holds: the hash of its parts' hashes where it has more than one."""
+    return hash_of_parts(part_hashes(path, 0, 1))
+
+
+def hash_of_parts(hashes: Sequence[bytes]) -> str:
+    if len(hashes) == 1:
+        return hashes[0].hex()
+    return hashlib.blake2b(b"".join(hashes), digest_size=16, person=b"parts").hexdigest()
+
+
+def part_hashes(path: Path, index: int, count: int) -> list[bytes]:
+    """Of the parts that piece `index` of `count` answers for, so that several workers hash a long file."""
+    hashes = []
+    block = memoryview(bytearray(1 << 20))
     with open(path, "rb", buffering=0) as file:
-        block = bytearray(1 << 20)
-        while count := file.readinto(block):
-            digest.update(memoryview(block)[:count])
-    return digest.hexdigest()
+        parts = max(1, -(-os.fstat(file.fileno()).st_size // HASHED_PART))
+        for part in range(parts * index // count, parts * (index + 1) // count):
+            digest = hashlib.blake2b(digest_size=16)
+            file.seek(part * HASHED_PART)
+            left = HASHED_PART
+            while left and (read := file.readinto(block[: min(left, len(block))])):
+                digest.update(block[:read])
+                left -= read
+            hashes.append(digest.digest())
+    return hashes
 
 
 def measure(path: str, name: str, recipe: Recipe, pieces: Sequence[Piece] = ()) -> Result:
