@@ -40,14 +40,18 @@ def told(name: str, text: str) -> None:
 
 
 def wav(path: Path, seconds: float, rate: int = 50_000) -> None:
-    """Tacho of 60 teeth and a vibration, 32 bit float."""
-    t = np.arange(int(rate * seconds)) / rate
-    turns = 10 * t + t**2
-    frames = np.stack([np.sin(2 * np.pi * 60 * turns), np.sin(2 * np.pi * 2 * turns)], 1).astype("<f4").tobytes()
+    """Tacho of 60 teeth and a vibration, 32 bit float; run-ups and coast-downs between 600 and 3000 rpm."""
+    count = int(rate * seconds)
     head = b"WAVEfmt " + np.array([16], "<u4").tobytes() + np.array([3, 2], "<u2").tobytes()
     head += np.array([rate, 8 * rate], "<u4").tobytes() + np.array([8, 32], "<u2").tobytes()
-    head += b"data" + np.array([len(frames)], "<u4").tobytes()
-    path.write_bytes(b"RIFF" + np.array([len(head) + len(frames)], "<u4").tobytes() + head + frames)
+    head += b"data" + np.array([8 * count], "<u4").tobytes()
+    with path.open("wb") as file:
+        file.write(b"RIFF" + np.array([len(head) + 8 * count], "<u4").tobytes() + head)
+        for at in range(0, count, 1 << 20):
+            t = np.arange(at, min(at + (1 << 20), count)) / rate
+            turns = 30 * t - 20 / 0.16 * np.sin(0.16 * t)
+            frames = np.stack([np.sin(2 * np.pi * 60 * turns), np.sin(2 * np.pi * 2 * turns)], 1)
+            file.write(frames.astype("<f4").tobytes())
 
 
 def many(folder: Path, count: int) -> Path:
@@ -243,21 +247,30 @@ def split(folder: Path, quick: bool) -> None:
     """One long recording in pieces on two workers, and in one go."""
     recordings = folder / "long"
     recordings.mkdir()
-    seconds_long = 300 if quick else 1800
-    wav(recordings / "long.wav", seconds_long)
+    wav(recordings / "long.wav", 300 if quick else 3000)
     tables = {"speed": {"drive": {"pulses_per_rev": 60}}, "levels": {"body": {"channel": 2}}}
-    whole, parted = Recipe.of(tables), Recipe.of({**tables, "run": {"piece": 64}})
+    whole, parted = (Recipe.of({**tables, "run": {"piece": piece}}) for piece in (1 << 20, 64 if quick else 512))
     spent: dict[str, list[float]] = {"one go": [], "pieces": []}
+    computing: dict[str, list[float]] = {"one go": [], "pieces": []}
     with pool.local_workers(2) as client:
-        for turn in range(3):
+        for turn in range(2 if quick else 6):
             for name, recipe in (("one go", whole), ("pieces", parted)):
-                began = time.perf_counter()
+                clock = Clock(client)
                 evaluate(recordings, recipe, folder / f"long-{name}", client, again="all")
+                passed, _, workers = clock.read()
                 if turn:
-                    spent[name].append(time.perf_counter() - began)
+                    spent[name].append(passed)
+                    computing[name].append(workers)
+    ratios = [one / two for one, two in zip(*spent.values(), strict=True)]
     one, two = (statistics.median(each) for each in spent.values())
     size = (recordings / "long.wav").stat().st_size / 1e6
-    told("split", f"{size:.0f} MB: {one:.1f} s in one go, {two:.1f} s in pieces on two workers: {one / two:.2f} x")
+    more = statistics.median(computing["pieces"]) / statistics.median(computing["one go"])
+    told(
+        "split",
+        f"{size:.0f} MB: {one:.1f} s in one go, {two:.1f} s in pieces on two workers: "
+        f"{statistics.median(ratios):.2f} x ({min(ratios):.2f} to {max(ratios):.2f}); "
+        f"pieces compute {more:.2f} x as long in all",
+    )
 
 
 BENCHES = {each.__name__: each for each in (scheduling, driver, throughput, bookkeeping, pressure, split)}

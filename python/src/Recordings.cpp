@@ -3,14 +3,17 @@
 #include <nanobind/stl/optional.h>
 #include <nanobind/stl/pair.h>
 #include <nanobind/stl/string.h>
+#include <nanobind/stl/tuple.h>
 #include <nanobind/stl/vector.h>
 
 #include <algorithm>
+#include <tuple>
 #include <utility>
 #include <vector>
 
 #include "python/src/Bindings.h"
 #include "python/src/Text.h"
+#include "umlauf/rotation/RecordingStatistics.h"
 #include "umlauf_io/CsvReader.h"
 
 using namespace nanobind::literals;
@@ -51,19 +54,36 @@ std::vector<float> ReadAll(const FileChannel& channel) {
   return samples;
 }
 
-/// Samples from frame `begin` on, `count` at most.
-std::vector<float> ReadPart(const FileChannel& channel, std::uint64_t begin, std::uint64_t count) {
+/// How many samples are finite numbers; their least, greatest and mean; and their standard deviation.
+using Statistics = std::tuple<std::uint64_t, float, float, double, double>;
+
+Statistics Told(const CRecordingStatistics& found) {
+  return {found.Count(), found.Min(), found.Max(), found.Mean(), found.Deviation()};
+}
+
+/// Of the samples from frame `begin` on, up to `end`.
+Statistics StatisticsOf(const FileChannel& channel, std::uint64_t begin, std::uint64_t end) {
   const std::unique_ptr<CRecordingSource> source = channel.Open();
-  std::vector<float> samples;
-  if (!source->Seek(begin)) throw Error(L"the recording cannot be read from somewhere within");
-  if (source->Frames()) count = std::min(count, *source->Frames() - std::min(begin, *source->Frames()));
-  while (samples.size() < count) {
-    const SampleBlock block = source->Read(std::min<std::size_t>(blockFrames, count - samples.size()));
+  if (begin > 0 && !source->Seek(begin)) throw Error(L"the recording cannot be read from somewhere within");
+  CRecordingStatistics found;
+  for (std::uint64_t at = begin; at < end;) {
+    const SampleBlock block =
+        source->Read(static_cast<std::size_t>(std::min<std::uint64_t>(blockFrames, end - at)));
     if (block.count == 0) break;
-    for (std::size_t i = 0; i < block.count; ++i) samples.push_back(block.samples[i * block.stride]);
+    found.Add(block.samples, block.count, block.stride);
+    at += block.count;
   }
   if (source->HasFailed()) throw Error(source->Failure());
-  return samples;
+  return Told(found);
+}
+
+Statistics StatisticsOfSamples(const Floats& samples) {
+  const FloatArray array = samples.Get();
+  nb::gil_scoped_release free;
+  const Forward<float> forward(array);
+  CRecordingStatistics found;
+  found.Add(forward.data(), forward.size(), forward.stride());
+  return Told(found);
 }
 
 /// The channel of a sound file that is listed with this name.
@@ -181,17 +201,12 @@ void BindRecordings(nb::module_& module) {
             return ToNumPy(std::move(samples));
           },
           "All samples [n] float32.")
-      .def(
-          "read_part",
-          [](const FileChannel& channel, std::uint64_t begin, std::uint64_t count) {
-            std::vector<float> samples;
-            {
-              nb::gil_scoped_release free;
-              samples = ReadPart(channel, begin, count);
-            }
-            return ToNumPy(std::move(samples));
-          },
-          "begin"_a, "count"_a, "Samples [n] float32 from sample `begin` on, `count` at most.");
+      .def("statistics", StatisticsOf, "begin"_a, "end"_a, nb::call_guard<nb::gil_scoped_release>(),
+           "Of samples `begin` to `end`: how many are finite numbers, and their least, greatest, mean and "
+           "standard deviation.");
+  module.def(
+      "statistics", StatisticsOfSamples, "samples"_a,
+      "How many samples [n] are finite numbers, and their least, greatest, mean and standard deviation.");
   module.def(
       "file_channels", [](const FileName& path) { return Names(path.path); }, "path"_a,
       "Names of the channels of a sound file or a text table.");

@@ -1,9 +1,12 @@
+#include <nanobind/stl/optional.h>
 #include <nanobind/stl/unique_ptr.h>
 #include <nanobind/stl/vector.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <cstring>
 #include <memory>
+#include <optional>
 #include <utility>
 #include <vector>
 
@@ -19,68 +22,112 @@ namespace {
 
 using Settings = CRotationStream::Settings;
 
-template <class T>
-nb::bytes Bytes(std::span<const T> column) {
-  return nb::bytes(column.data(), column.size_bytes());
-}
-
-template <class T>
-std::vector<T> Column(const nb::bytes& bytes) {
-  std::vector<T> column(bytes.size() / sizeof(T));
-  if (!column.empty()) std::memcpy(column.data(), bytes.data(), column.size() * sizeof(T));
-  return column;
-}
-
-using State = nb::typed<nb::tuple, nb::object, nb::ellipsis>;
-
-State Packed(const RotationPiece& piece) {
-  const CPulseTrain& pulses = piece.pulses;
-  return nb::make_tuple(piece.begin, piece.end, piece.from, Bytes(pulses.Edges()),
-                        Bytes(pulses.RevolutionTimes()), Bytes(pulses.Pitches()), Bytes(pulses.Samples()),
-                        Bytes(pulses.Flags()), Bytes(std::span<const RotationPiece::Range>(piece.ranges)));
-}
-
-RotationPiece Unpacked(const State& state) {
-  if (state.size() != 9) RefuseValue("this is no piece of a recording");
-  const auto column = [&](std::size_t i) { return nb::cast<nb::bytes>(state[i]); };
-  RotationPiece piece;
-  piece.begin = nb::cast<std::uint64_t>(state[0]);
-  piece.end = nb::cast<std::uint64_t>(state[1]);
-  piece.from = nb::cast<std::uint64_t>(state[2]);
-  const auto edges = Column<double>(column(3)), times = Column<double>(column(4)),
-             pitches = Column<double>(column(5));
-  const auto samples = Column<std::uint64_t>(column(6));
-  const auto flags = Column<std::uint8_t>(column(7));
-  const std::size_t n = flags.size();
-  if (times.size() != n || pitches.size() != n || samples.size() != n ||
-      edges.size() != (n > 0 ? n + 1 : 0)) {
-    RefuseValue("this is no piece of a recording");
+/// A column to be sent: as numbers of a smaller type where that loses nothing, empty where all of them are 1,
+/// else where it lies.
+template <class Small, class T>
+nb::object Sent(std::span<const T> column, const nb::capsule& owner) {
+  if (std::ranges::all_of(column, [](T x) { return x == T{1}; })) return nb::cast(ToNumPy(std::vector<T>()));
+  std::vector<Small> small(column.size());
+  for (std::size_t i = 0; i < column.size(); ++i) {
+    small[i] = static_cast<Small>(column[i]);
+    if (static_cast<T>(small[i]) != column[i]) return nb::cast(View(column, owner));
   }
-  NeedMemory(piece.pulses.Reserve(n));
-  for (std::size_t i = 0; i < n; ++i)
-    piece.pulses.Append({edges[i], edges[i + 1], times[i], pitches[i], samples[i], flags[i]});
-  piece.ranges = Column<RotationPiece::Range>(column(8));
-  return piece;
+  return nb::cast(ToNumPy(std::move(small)));
 }
 
-/// Null where the recording has to be measured in one go.
-std::unique_ptr<RotationPiece> Search(const Settings& settings, const FileChannel& channel,
-                                      std::uint64_t begin, std::uint64_t end, std::uint64_t overlap) {
-  nb::gil_scoped_release free;
-  const std::unique_ptr<CRecordingSource> source = channel.Open();
-  CRotationPieces rotation(settings, overlap);
-  auto piece = std::make_unique<RotationPiece>();
-  if (!rotation.FindLevels(*source) || !rotation.Search(*source, begin, end, *piece)) return nullptr;
-  return piece;
+/// Copies the n numbers of a column; false where it has others.
+template <class From, class T>
+bool Copy(const nb::object& sent, T* column, std::size_t n) {
+  nb::ndarray<const From, nb::ndim<1>, nb::c_contig, nb::device::cpu> array;
+  if (!nb::try_cast(sent, array, false) || array.shape(0) != n) return false;
+  std::copy_n(array.data(), n, column);
+  return true;
+}
+
+template <class Small, class T>
+bool Receive(const nb::object& sent, T* column, std::size_t n) {
+  if (Copy<T>(sent, column, n) || Copy<Small>(sent, column, n)) return true;
+  std::fill_n(column, n, T{1});
+  return Copy<T>(sent, column, 0);
+}
+
+/// A piece of a recording as arrays, which can be sent elsewhere: begin, end, from; edges, times of a
+/// revolution, pitches, samples and flags of its pulses; ranges of its samples.
+using Sendable = nb::typed<nb::tuple, nb::object, nb::ellipsis>;
+
+Sendable Packed(RotationPiece&& found) {
+  auto* kept = new RotationPiece(std::move(found));
+  const nb::capsule owner(kept, [](void* each) noexcept { delete static_cast<RotationPiece*>(each); });
+  const RotationPiece& piece = *kept;
+  const CPulseTrain& pulses = piece.pulses;
+  return nb::make_tuple(piece.begin, piece.end, piece.from, View(pulses.Edges(), owner),
+                        Sent<float>(pulses.RevolutionTimes(), owner), Sent<float>(pulses.Pitches(), owner),
+                        Sent<std::uint32_t>(pulses.Samples(), owner), View(pulses.Flags(), owner),
+                        nb::bytes(piece.ranges.data(), piece.ranges.size() * sizeof(RotationPiece::Range)));
+}
+
+std::size_t PulsesIn(const Sendable& sent) {
+  if (sent.size() != 9) RefuseValue("this is no piece of a recording");
+  return nb::len(nb::object(sent[7]));
+}
+
+/// Replaces a piece, and keeps its memory.
+void Unpack(const Sendable& sent, RotationPiece& piece) {
+  piece.begin = nb::cast<std::uint64_t>(sent[0]);
+  piece.end = nb::cast<std::uint64_t>(sent[1]);
+  piece.from = nb::cast<std::uint64_t>(sent[2]);
+  piece.pulses.Clear();
+  const std::size_t n = PulsesIn(sent);
+  nb::ndarray<const double, nb::ndim<1>, nb::c_contig, nb::device::cpu> edges;
+  bool fits = nb::try_cast(sent[3], edges, false) && edges.shape(0) == (n > 0 ? n + 1 : 0);
+  if (fits && n > 0) {
+    std::size_t room = n;
+    const CPulseTrain::Columns columns = piece.pulses.Extend(room, edges.data()[0]);
+    NeedMemory(room == n);
+    std::copy_n(edges.data() + 1, n, columns.ends);
+    fits =
+        Receive<float>(sent[4], columns.revolutionTimes, n) && Receive<float>(sent[5], columns.pitches, n) &&
+        Receive<std::uint32_t>(sent[6], columns.samples, n) && Copy<std::uint8_t>(sent[7], columns.flags, n);
+  }
+  if (!fits) RefuseValue("this is no piece of a recording");
+  const auto ranges = nb::cast<nb::bytes>(sent[8]);
+  piece.ranges.resize(ranges.size() / sizeof(RotationPiece::Range));
+  if (!piece.ranges.empty())
+    std::memcpy(piece.ranges.data(), ranges.data(), piece.ranges.size() * sizeof(RotationPiece::Range));
+}
+
+/// None where the recording has to be measured in one go.
+std::optional<Sendable> Search(const Settings& settings, const FileChannel& channel, std::uint64_t begin,
+                               std::uint64_t end, std::uint64_t overlap) {
+  RotationPiece piece;
+  {
+    nb::gil_scoped_release free;
+    const std::unique_ptr<CRecordingSource> source = channel.Open();
+    CRotationPieces rotation(settings, overlap);
+    if (!rotation.FindLevels(*source) || !rotation.Search(*source, begin, end, piece)) return std::nullopt;
+  }
+  return Packed(std::move(piece));
 }
 
 std::unique_ptr<Result> Join(const Settings& settings, const FileChannel& channel,
-                             const std::vector<const RotationPiece*>& pieces, std::uint64_t overlap) {
+                             const std::vector<Sendable>& pieces, std::uint64_t overlap) {
+  std::size_t pulses = 0;
+  for (const Sendable& each : pieces) pulses += PulsesIn(each);
   nb::gil_scoped_release free;
   const std::unique_ptr<CRecordingSource> source = channel.Open();
   const auto joined = std::make_shared<CRotationPieces>(settings, overlap);
   CRotationPieces& rotation = *joined;
-  if (rotation.FindLevels(*source) && rotation.Join(*source, pieces)) {
+  bool joins = rotation.FindLevels(*source) && rotation.Begin(*source, pulses);
+  RotationPiece piece;
+  for (std::size_t i = 0; joins && i < pieces.size(); ++i) {
+    {
+      nb::gil_scoped_acquire interpreter;
+      Unpack(pieces[i], piece);
+    }
+    joins = rotation.Add(*source, piece);
+  }
+  piece = RotationPiece();
+  if (joins && rotation.End(*source)) {
     auto result = std::make_unique<Result>();
     result->pulsesPerRevolution = settings.pulsesPerRevolution;
     result->samples = rotation.Samples();
@@ -96,17 +143,9 @@ std::unique_ptr<Result> Join(const Settings& settings, const FileChannel& channe
 }  // namespace
 
 void BindSpeedPieces(nb::module_& module) {
-  nb::class_<RotationPiece>(module, "SpeedPiece",
-                            "What was found in a piece of a long recording; can be pickled.")
-      .def("__getstate__", Packed)
-      .def("__setstate__",
-           [](RotationPiece* self, const State& state) { new (self) RotationPiece(Unpacked(state)); })
-      .def_ro("begin", &RotationPiece::begin, "[samples]")
-      .def_ro("end", &RotationPiece::end, "[samples]");
   module.def("search_speed_piece", Search, "settings"_a, "channel"_a, "begin"_a, "end"_a, "overlap"_a,
              "Looks for pulses in samples `begin` to `end` of a recording, from `overlap` samples before on; "
-             "None where "
-             "it has to be measured in one go.");
+             "arrays that can be pickled, or None where it has to be measured in one go.");
   module.def("join_speed_pieces", Join, "settings"_a, "channel"_a, "pieces"_a, "overlap"_a,
              "Joins pieces that follow each other over a whole recording: what `measure` finds in it.");
 }

@@ -14,7 +14,7 @@ import pytest
 
 import umlauf
 import umlauf.archive
-from umlauf.archive import Interrupted, Recipe, RecipeError, evaluate, pieces, pool, source, work
+from umlauf.archive import Interrupted, Recipe, RecipeError, evaluate, measure, pieces, pool, source, work
 from umlauf.archive.store import Store
 
 RATE = 5000
@@ -265,6 +265,7 @@ def test_two_runs_into_one_dataset_do_not_harm_each_other(tmp_path):
 )
 def test_a_split_recording_gives_the_row_of_one_go(program, tmp_path, monkeypatch, size, settings):
     monkeypatch.setattr(pieces, "OVERLAP", 4000)
+    monkeypatch.setattr(measure, "HASHED_PART", 70_000)
     command = [program, "simulate", tmp_path / "run.wav", "--profile", "0:300,4:1500,5:0,8:0,12:900", "--rate", "10000"]
     subprocess.run([*command, "--orders", "2:1", "--seed", str(SEED)], check=True)
     tables = {
@@ -285,6 +286,29 @@ def test_a_split_recording_gives_the_row_of_one_go(program, tmp_path, monkeypatc
     numbers = {key: value for key, value in whole.items() if isinstance(value, float)}
     assert {key: split.pop(key) for key in numbers} == pytest.approx(numbers, rel=1e-5, abs=1e-6)
     assert split == {key: value for key, value in whole.items() if key not in numbers}
+
+
+def test_a_comb_takes_the_place_of_a_tacho(program, tmp_path):
+    path = tmp_path / "run.wav"
+    command = [program, "simulate", path, "--profile", "0:900,6:2400", "--rate", "8192", "--seed", str(SEED)]
+    subprocess.run([*command, "--orders", "1:0.6,2:0.8,4.5:0.5"], check=True)
+    comb = {"channel": 2, "orders": [1, 2, 4.5], "start": [700, 1200], "curve": 0.5}
+    tables = {"comb": {"shaft": comb}, "orders": {"body": {"speed": "shaft", "channel": 2, "tracks": [2]}}}
+    noise = np.random.default_rng(SEED).normal(size=(50_000, 2)).astype("<f4")
+    noise.tofile(tmp_path / "noise.raw")
+    tables["files"] = {"include": ["*.wav", "*.raw"]}
+    tables["read"] = [{"files": ["*.raw"], "raw": "f32", "raw_channels": 2, "rate": 8192}]
+    evaluate(tmp_path, tables, tmp_path / "out", workers=0)
+    lost, found = umlauf.archive.read(tmp_path / "out").to_pylist()
+    assert "stand out for" in lost["error"] and lost["shaft_rpm_mean"] is None and lost["body_overall_rms"] is None
+    speed = umlauf.speed_from_vibration(umlauf.read(path, 2), [1, 2, 4.5], start=(700, 1200))
+    assert found["error"] is None and found["shaft_confidence"] > 0.9 and found["shaft_lost_share"] < 0.1
+    assert (found["shaft_rpm_mean"], found["shaft_rival"]) == (speed.mean, speed.rival.score)
+    assert found["body_order_2_mean"] == pytest.approx(0.8, rel=0.1)
+    import pandas as pd
+
+    curve = pd.read_parquet(tmp_path / "out" / found["shaft_curve"]).dropna()
+    assert np.allclose(curve["rpm"], 900 + 250 * curve["time"], rtol=0.02)
 
 
 def test_what_cannot_be_evaluated_is_a_row(tmp_path):
@@ -346,6 +370,12 @@ def test_a_file_appears_whole_or_not_at_all(tmp_path, monkeypatch):
     [
         ("[speed.a]\npulse_per_rev = 2", r"\[speed.a\] pulse_per_rev: unknown; did you mean pulses_per_rev\?"),
         ("[sped.a]", "sped: no such table; did you mean speed"),
+        ("[comb.a]\nchannel = 2", r"\[comb.a\] orders: are to be 1 to 16"),
+        ("[comb.a]\norders = [1]\nstart = [900, 700]", "start: is to be two numbers, the smaller one first"),
+        ("[comb.a]\norders = [1]\nstart = [100, 700]", "start: is to lie between lowest and highest, 300 and 6000"),
+        ("[comb.a]\norders = [1]\nlowest = 7000\noverlap = 1", "lowest: is to be below highest.*\n.*overlap: is to be"),
+        ("[comb.a]\norders = [1]\n[orders.b]\nspeed = 'a'\ntorsional = true", "torsional: a comb has no pulses"),
+        ("[comb.a]\norders = [1]\n[speed.a]", "two results would be the column a_rpm_min"),
         ("[speed.a]\nedges = 'risin'", "edges: is to be rising, falling or both; did you mean rising"),
         ("[speed.a]\npulses_per_rev = 0", "is to be above 0"),
         ("[speed.a]\ndivider = true", "whole number from 1"),

@@ -1,20 +1,13 @@
 #include "umlauf/rotation/Rotation.h"
 
-#include <algorithm>
 #include <cmath>
 
 #include "umlauf/platform/memory/WithoutMemory.h"
-#include "umlauf/platform/vekta/numeric.h"
 #include "umlauf/recording/BlockSource.h"
 #include "umlauf/rotation/GapCorrection.h"
 #include "umlauf/rotation/SpeedSignals.h"
 #include "umlauf/rotation/TachoPulses.h"
-
-namespace {
-
-constexpr std::size_t leastForecast = 4096;  ///< pulses from which the number of all can be told
-
-}  // namespace
+#include "umlauf/rotation/internal/RoomAhead.h"
 
 CRotation::CRotation() { detector_.PulsMinLenSetzen(0); }
 
@@ -102,7 +95,7 @@ bool CRotation::FindPulses(CBlockSource& recording, unsigned channel) {
     return taken;
   };
   const auto frames = static_cast<double>(recording.Frames().value_or(0));
-  std::size_t forecast = leastForecast;
+  std::size_t forecast = umlauf::rotation::leastForecast;
   Forget();
   recording.Rewind();  // where it cannot, it is read from where it stands
   while (pulses_.Complete()) {
@@ -137,13 +130,7 @@ void CRotation::TakeFrom(std::size_t from) {
   revolutions_.Take(pulses_, from);
 }
 
-/// Makes room for so many times the pulses that there are, as go on like these: a train that grows is copied.
-/// Room that is not needed is not touched.
-void CRotation::MakeRoom(double times) {
-  constexpr double most = 8, more = 1.05;
-  pulses_.Reserve(
-      numeric::trunc_sat<std::size_t>(std::min(times, most) * more * static_cast<double>(pulses_.size())));
-}
+void CRotation::MakeRoom(double times) { umlauf::rotation::MakeRoom(pulses_, times); }
 
 void CRotation::FailWithoutPulses() {
   failure_.Format(L"no pulses found between the levels %g and %g (edges: %u)",

@@ -11,6 +11,7 @@
 #include "umlauf/rotation/PulseAssembler.h"
 #include "umlauf/rotation/PulseJudge.h"
 #include "umlauf/rotation/internal/RangeParts.h"
+#include "umlauf/rotation/internal/RoomAhead.h"
 
 namespace {
 
@@ -23,6 +24,8 @@ constexpr std::size_t pulsesAtATime = 65536;
 constexpr std::uint64_t settled =
     64;  ///< [samples] after which the low pass of logic signals has forgotten its begin
 constexpr std::uint64_t fewestInCommon = 2;
+constexpr const wchar_t* unordered =
+    L"the pieces do not follow each other from begin to end of the recording";
 
 void AddRanges(std::uint64_t at, const float* samples, std::size_t n, std::size_t stride, bool begins,
                std::vector<RotationPiece::Range>& ranges) {
@@ -90,6 +93,7 @@ bool CRotationPieces::Search(CBlockSource& recording, std::uint64_t begin, std::
   CDzPulsListe list;
   CPulseTrain found;
   const auto offset = static_cast<double>(piece.from);
+  std::size_t forecast = umlauf::rotation::leastForecast;
   for (std::uint64_t at = piece.from; at < piece.end;) {
     const SampleBlock block =
         recording.Read(static_cast<std::size_t>(std::min<std::uint64_t>(blockSize, piece.end - at)));
@@ -114,40 +118,55 @@ bool CRotationPieces::Search(CBlockSource& recording, std::uint64_t begin, std::
       return Fail(L"there is no memory for the pulses of a piece");
     at += block.count;
     if (at == piece.end) return true;
+    if (piece.pulses.size() < forecast) continue;
+    forecast = 2 * piece.pulses.size();
+    umlauf::rotation::MakeRoom(
+        piece.pulses, static_cast<double>(piece.end - piece.from) / static_cast<double>(at - piece.from));
   }
   failure_.Take(recording.HasFailed(), recording.Failure());
   if (failure_.IsEmpty()) failure_ = L"the recording is shorter than it says";
   return piece.begin == piece.end;
 }
 
-bool CRotationPieces::InOrder(std::span<const RotationPiece* const> pieces) {
-  std::uint64_t at = 0;
+bool CRotationPieces::Join(CBlockSource& recording, std::span<const RotationPiece* const> pieces) {
+  std::size_t pulses = 0;
+  for (const RotationPiece* each : pieces) pulses += each != nullptr ? each->pulses.size() : 0;
+  if (!Begin(recording, pulses)) return false;
   for (const RotationPiece* each : pieces) {
-    if (each == nullptr || each->begin != at || each->end < at || each->from > at) return false;
-    at = each->end;
+    if (each == nullptr) return Fail(unordered);
+    if (!Add(recording, *each)) return false;
   }
-  return at == frames_ && frames_ > 0;
+  return End(recording);
 }
 
-bool CRotationPieces::Join(CBlockSource& recording, std::span<const RotationPiece* const> pieces) {
+bool CRotationPieces::Begin(CBlockSource& recording, std::size_t pulses) {
   failure_.Empty();
   raw_ = CPulseTrain(recording.SampleRate(), recording.StartTime());
-  ends_.clear();
+  raw_.Reserve(pulses);  // a train that grows is copied
   ranges_.clear();
-  lastBegin_ = 0;
+  joined_ = end_ = lastBegin_ = endBefore_ = 0;
   lastFirst_ = 0;
   searchedAgain_ = 0;
-  if (!splits_) return false;
-  if (!InOrder(pieces))
-    return Fail(L"the pieces do not follow each other from begin to end of the recording");
+  return splits_;
+}
+
+bool CRotationPieces::Add(CBlockSource& recording, const RotationPiece& piece) {
+  if (!splits_ || !failure_.IsEmpty()) return false;
+  if (piece.begin != joined_ || piece.end < joined_ || piece.from > joined_) return Fail(unordered);
+  joined_ = piece.end;
+  bool joins = false;
   const bool enough = umlauf::HadMemory([&] {
-    for (const RotationPiece* each : pieces) {
-      TakeRanges(*each);
-      if (!Append(recording, *each) || !raw_.Complete()) break;
-    }
+    TakeRanges(piece);
+    joins = Append(recording, piece);
   });
   if (!enough || !raw_.Complete()) return Fail(L"there is no memory for all pulses of the recording");
-  return failure_.IsEmpty() && LevelsServe() && Finish(recording.SampleRate(), recording.StartTime());
+  return joins;
+}
+
+bool CRotationPieces::End(CBlockSource& recording) {
+  if (!splits_ || !failure_.IsEmpty()) return false;
+  if (joined_ != frames_) return Fail(unordered);
+  return LevelsServe() && Finish(recording.SampleRate(), recording.StartTime());
 }
 
 bool CRotationPieces::Append(CBlockSource& recording, const RotationPiece& piece) {
@@ -173,32 +192,34 @@ bool CRotationPieces::Joins(const RotationPiece& next, std::size_t& behind) cons
   // A spike filter believes what comes behind its run-in, and then knows no more than the last pulse.
   const bool filter = detector_.StoerpulsFilter();
   const std::uint64_t need = fewestInCommon + (filter ? detector_.PulsFilterRunin() : 0);
-  if (ends_.size() < need || ends_.back() < next.from + settled) return false;
+  if (raw_.size() < need || end_ < next.from + settled) return false;
   const auto samples = next.pulses.Samples();
   const auto flags = next.pulses.Flags();
   std::uint64_t end = next.from;
   std::size_t i = 0;
-  while (i < samples.size() && end < ends_.back()) end += samples[i++];
-  if (end != ends_.back() || i < need + 1) return false;
+  while (i < samples.size() && end < end_) end += samples[i++];
+  if (end != end_ || i < need + 1) return false;
   behind = i;
-  for (std::uint64_t k = 0; k < need; ++k) {
+  std::uint64_t mine = end_;
+  std::size_t k = raw_.size();
+  for (std::uint64_t n = 0; n < need; ++n) {
     --i;
-    const std::size_t mine = ends_.size() - 1 - static_cast<std::size_t>(k);
+    --k;
     const bool held = (flags[i] & CPulseTrain::held) != 0;
-    if (end != ends_[mine] || end < next.from + settled || flags[i] != raw_.Flags()[mine] || (filter && held))
+    if (end != mine || end < next.from + settled || flags[i] != raw_.Flags()[k] || (filter && held))
       return false;
     end -= samples[i];
+    mine -= raw_.Samples()[k];
   }
   return true;
 }
 
 void CRotationPieces::Take(const RotationPiece& piece, std::size_t behind) {
   lastBegin_ = piece.begin;
-  lastFirst_ = ends_.size();
-  std::uint64_t end = ends_.empty() ? piece.from : ends_.back();
+  lastFirst_ = raw_.size();
+  endBefore_ = end_;
   const auto samples = piece.pulses.Samples();
-  ends_.reserve(ends_.size() + samples.size() - behind);
-  for (std::size_t i = behind; i < samples.size(); ++i) ends_.push_back(end += samples[i]);
+  for (std::size_t i = behind; i < samples.size(); ++i) end_ += samples[i];
   raw_.Append(piece.pulses, behind, samples.size() - behind);
 }
 
@@ -206,7 +227,7 @@ void CRotationPieces::ForgetLastPiece() {
   CPulseTrain before(raw_.SampleRate(), raw_.StartTime());
   before.Append(raw_, 0, lastFirst_);
   raw_ = std::move(before);
-  ends_.resize(lastFirst_);
+  end_ = endBefore_;
 }
 
 void CRotationPieces::TakeRanges(const RotationPiece& piece) {
@@ -236,6 +257,7 @@ bool CRotationPieces::Finish(double sampleRate, double startTime) {
     pulses_ = std::move(raw_);
   } else {
     pulses_ = CPulseTrain(sampleRate, startTime);
+    pulses_.Reserve(raw_.size());
     CGapCorrection gap(settings_.gapLength, settings_.pulsesPerRevolution);
     CPulseTrain some(sampleRate, startTime);
     for (std::size_t i = 0; i < raw_.size(); i += pulsesAtATime) {
@@ -248,7 +270,6 @@ bool CRotationPieces::Finish(double sampleRate, double startTime) {
       return Fail(L"there is no memory for the gaps of the wheel");
   }
   raw_ = CPulseTrain();
-  ends_ = {};
   if (!pulses_.Complete()) return Fail(L"there is no memory for all pulses of the recording");
   return true;
 }

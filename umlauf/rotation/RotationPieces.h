@@ -68,6 +68,11 @@ class UMLAUF_API CRotationPieces {
   /// last one at the end of the recording. False with a reason in `Failure`, which is empty where two levels
   /// did not serve after all: the recording has to be analysed in one go.
   bool Join(CBlockSource& recording, std::span<const RotationPiece* const> pieces);
+  /// The same one after the other, so that no piece has to be kept: `Begin`, with the number of pulses in all
+  /// of them if it is known, `Add` each, `End`.
+  bool Begin(CBlockSource& recording, std::size_t pulses = 0);
+  bool Add(CBlockSource& recording, const RotationPiece& piece);
+  bool End(CBlockSource& recording);
 
   const CString& Failure() const { return failure_.Text(); }
 
@@ -81,7 +86,6 @@ class UMLAUF_API CRotationPieces {
 
  private:
   bool Fail(const wchar_t* why);
-  bool InOrder(std::span<const RotationPiece* const> pieces);
   bool Append(CBlockSource& recording, const RotationPiece& piece);
   bool Joins(const RotationPiece& next, std::size_t& behind) const;
   void Take(const RotationPiece& piece, std::size_t behind);
@@ -101,10 +105,12 @@ class UMLAUF_API CRotationPieces {
   CDzPulsDetektor detector_;
 
   CPulseTrain raw_;                           ///< of the pieces so far
-  std::vector<std::uint64_t> ends_;           ///< [samples] at which each of its pulses was closed
+  std::uint64_t end_ = 0;                     ///< [samples] at which the last one of its pulses was closed
   std::vector<RotationPiece::Range> ranges_;  ///< of all of the recording
+  std::uint64_t joined_ = 0;                  ///< [samples] up to which pieces came
   std::uint64_t lastBegin_ = 0;               ///< [samples] of the last piece
   std::size_t lastFirst_ = 0;                 ///< its first pulse
+  std::uint64_t endBefore_ = 0;               ///< [samples] at which the pulse before that was closed
   unsigned searchedAgain_ = 0;
 
   CPulseTrain pulses_;

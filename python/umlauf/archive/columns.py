@@ -49,6 +49,10 @@ SPEED = (
     Column("upper", "float"),
     Column("lower", "float"),
 )
+COMB = tuple(
+    Column(name, "float")
+    for name in ("rpm_min", "rpm_mean", "rpm_max", "duration", "confidence", "lost_share", "rival")
+)
 LEVELS = tuple(Column(name, "float") for name in ("min", "max", "mean", "rms", "duration"))
 TRACK = tuple(Column(name, "float") for name in ("mean", "max", "rpm_at_max"))
 CAN_SIGNAL = (*(Column(name, "float") for name in ("min", "mean", "max")), Column("count", "int"))
@@ -73,6 +77,9 @@ def columns_of(recipe: Recipe) -> tuple[Column, ...]:
     for speed in recipe.speed:
         found += of(speed.name, SPEED)
         found += of(speed.name, [Column("curve", "text")] if speed.curve else [])
+    for comb in recipe.comb:
+        found += of(comb.name, COMB)
+        found += of(comb.name, [Column("curve", "text")] if comb.curve else [])
     for orders in recipe.orders:
         found += of(orders.name, [Column("overall_rms", "float"), Column("overall_max", "float")])
         for order in orders.tracks:

@@ -177,7 +177,7 @@ class _Call:
     """How many workers died on it"""
     split: _Split | None = None
     piece: int = -1
-    """Of `split`, from 0 on; behind the last one the hash of the contents, then the join."""
+    """Of `split`, from 0 on; behind the last one the join, then the hash of contents that may be the same."""
     future: Any = None
 
 
@@ -188,18 +188,18 @@ class _Split:
     recording: Found
     pieces: int
     futures: dict[int, Any] = field(default_factory=dict)
-    """Of pieces and hash, as far as they are done"""
+    """Of pieces, as far as they are done"""
     given_up: bool = False
 
     def calls(self, pieces: Iterable[int]) -> Iterator[_Call]:
         return (_Call((self.recording,), 0, self, each) for each in pieces)
 
     @property
-    def hash(self) -> int:
+    def join(self) -> int:
         return self.pieces
 
     @property
-    def join(self) -> int:
+    def hash(self) -> int:
         return self.pieces + 1
 
 
@@ -272,11 +272,11 @@ class _Run:
                 return call
         if not new:
             return self._alone.popleft() if self._alone and not self._calls else None
-        if pieces := pieces_of(new[0], self._job.recipe):
+        if pieces := pieces_of(new[0], self._job.recipe, threads):
             split = _Split(new.popleft(), pieces)
             self._left -= split.recording.size
             known = self._known.hash(split.recording) is not None
-            self._next_ones.extend(split.calls([split.hash] if known else range(pieces + 1)))
+            self._next_ones.extend(split.calls([split.hash] if known else range(pieces)))
             return self._next_ones.popleft()
         return _Call(tuple(self._batch(new, threads)))
 
@@ -303,7 +303,7 @@ class _Run:
             return pool.submit(digest_of, split.recording)
         if call.piece == split.join:
             parts = [split.futures[i] for i in range(split.pieces)]
-            return pool.submit(join_pieces, self._job, split.recording, split.futures[split.hash], parts)
+            return pool.submit(join_pieces, self._job, split.recording, parts)
         return pool.submit(search_piece, self._job, split.recording, call.piece, split.pieces)
 
     def _take(self, call: _Call, pool: Pool) -> None:
@@ -327,14 +327,15 @@ class _Run:
             self._lost(call)
         if error is not None or split.given_up:
             return
-        split.futures[call.piece] = future
-        known = self._known.hash(split.recording)
-        if known is not None and len(split.futures) == 1:
+        if call.piece == split.hash:
+            known = self._known.hash(split.recording)
             if future.result() == known:
                 self._take_rows(call, [{"hash": known, "unchanged": True}])
             else:
                 self._next_ones.extend(split.calls(range(split.pieces)))
-        elif len(split.futures) == split.pieces + 1:
+            return
+        split.futures[call.piece] = future
+        if len(split.futures) == split.pieces:
             self._next_ones.extend(split.calls([split.join]))
 
     def _take_rows(self, call: _Call, rows: list[dict[str, Any]]) -> None:

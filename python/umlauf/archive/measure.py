@@ -19,11 +19,14 @@ if TYPE_CHECKING:
 
     from ..files import Path
     from .pieces import Piece
-    from .recipe import CanTable, LevelsTable, OrdersTable, Recipe, SpeedTable
+    from .recipe import CanTable, CombTable, LevelsTable, OrdersTable, Recipe, SpeedTable
 
-__all__ = ["Curve", "Result", "content_hash", "measure", "read_channel"]
+__all__ = ["Curve", "Result", "content_hash", "hash_of_parts", "measure", "part_hashes", "read_channel"]
 
 Values = dict[str, Any]
+
+HASHED_PART = 64 << 20
+"""[bytes] Longer files have the hash of the hashes of such parts."""
 
 
 class Curve(NamedTuple):
@@ -55,13 +58,31 @@ class Result:
 
 
 def content_hash(path: Path) -> str:
-    """32 hexadecimal digits of what a file holds."""
-    digest = hashlib.blake2b(digest_size=16)
+    """32 hexadecimal digits of what a file holds: the hash of its parts' hashes where it has more than one."""
+    return hash_of_parts(part_hashes(path, 0, 1))
+
+
+def hash_of_parts(hashes: Sequence[bytes]) -> str:
+    if len(hashes) == 1:
+        return hashes[0].hex()
+    return hashlib.blake2b(b"".join(hashes), digest_size=16, person=b"parts").hexdigest()
+
+
+def part_hashes(path: Path, index: int, count: int) -> list[bytes]:
+    """Of the parts that piece `index` of `count` answers for, so that several workers hash a long file."""
+    hashes = []
+    block = memoryview(bytearray(1 << 20))
     with open(path, "rb", buffering=0) as file:
-        block = bytearray(1 << 20)
-        while count := file.readinto(block):
-            digest.update(memoryview(block)[:count])
-    return digest.hexdigest()
+        parts = max(1, -(-os.fstat(file.fileno()).st_size // HASHED_PART))
+        for part in range(parts * index // count, parts * (index + 1) // count):
+            digest = hashlib.blake2b(digest_size=16)
+            file.seek(part * HASHED_PART)
+            left = HASHED_PART
+            while left and (read := file.readinto(block[: min(left, len(block))])):
+                digest.update(block[:read])
+                left -= read
+            hashes.append(digest.digest())
+    return hashes
 
 
 def measure(path: str, name: str, recipe: Recipe, pieces: Sequence[Piece] = ()) -> Result:
@@ -74,6 +95,9 @@ def measure(path: str, name: str, recipe: Recipe, pieces: Sequence[Piece] = ()) 
     for speed in recipe.speed:
         if fits(name, speed.files):
             result.attempt(speed.name, lambda t=speed: _speed(t, task))  # type: ignore[misc]
+    for comb in recipe.comb:
+        if fits(name, comb.files):
+            result.attempt(comb.name, lambda t=comb: _comb(t, task))  # type: ignore[misc]
     for orders in recipe.orders:
         if fits(name, orders.files) and orders.speed in task.speeds:
             result.attempt(orders.name, lambda t=orders: _orders(t, task))  # type: ignore[misc]
@@ -149,6 +173,29 @@ def _speed(table: SpeedTable, task: _Task) -> None:
         "lower": levels.lower if levels else None,
     }
     _put(result, table.name, values)
+    _told(speed, table, result)
+
+
+def _comb(table: CombTable, task: _Task) -> None:
+    keys = ("orders", "start", "lowest", "highest", "steepest", "resolution", "overlap")
+    settings = {key: getattr(table, key) for key in keys}
+    speed = umlauf.speed_from_vibration(task.channel(table.channel), **settings)
+    task.speeds[table.name] = speed
+    values = {
+        "rpm_min": speed.min,
+        "rpm_mean": speed.mean,
+        "rpm_max": speed.max,
+        "duration": speed.duration,
+        "confidence": speed.confidence.mean(),
+        "lost_share": speed.lost_share,
+        "rival": speed.rival.score,
+    }
+    _put(task.result, table.name, values)
+    _told(speed, table, task.result)
+
+
+def _told(speed: umlauf.Speed, table: SpeedTable | CombTable, result: Result) -> None:
+    """What is doubtful about a speed, and the curve that is to be kept."""
     result.warnings += [f"{table.name}: {each.text}" for each in speed.warnings]
     if table.curve:
         curve = speed.curve(table.curve)

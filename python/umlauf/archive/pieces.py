@@ -26,7 +26,6 @@ __all__ = ["Piece", "Sums", "joined", "pieces_of", "search", "sums_of"]
 
 OVERLAP = 1 << 20
 """[samples] from which on before its begin a piece is searched."""
-BLOCK = 1 << 20
 MOST_PIECES = 1024
 IN_PLACE = (".wav", ".w64", ".rf64", ".flac", ".aif", ".aiff", ".au", ".caf")
 """Endings of recordings that can be read from anywhere on."""
@@ -45,22 +44,25 @@ class Sums(NamedTuple):
 class Piece(NamedTuple):
     """What was found in a piece, by table of the recipe; what is missing is found when the pieces are joined."""
 
-    speeds: dict[str, _core.SpeedPiece | None]
+    speeds: dict[str, tuple[Any, ...] | None]
     sums: dict[str, Sums]
+    hashes: list[bytes] | None
+    """Of the parts of the file that it answers for; None: it could not be read."""
 
 
-def pieces_of(recording: Found, recipe: Recipe) -> int:
-    """Into how many pieces a recording is split; 0: it stays whole."""
+def pieces_of(recording: Found, recipe: Recipe, threads: int = 1) -> int:
+    """Into how many pieces a recording is split, as many for each of the threads that there are; 0: it stays whole."""
     size = recipe.run.piece * (1 << 20)
     raw = any(rule.raw and fits(recording.name, rule.files) for rule in recipe.read)
     if recording.size <= size or not is_local(recording.root) or not (recipe.speed or recipe.levels):
         return 0
     if not raw and not recording.name.lower().endswith(IN_PLACE):
         return 0
-    return min(MOST_PIECES, math.ceil(recording.size / size))
+    pieces = min(MOST_PIECES, math.ceil(recording.size / size))
+    return pieces + -pieces % min(max(1, threads), pieces)
 
 
-def search(recording: umlauf.Recording, index: int, count: int, table: SpeedTable) -> _core.SpeedPiece | None:
+def search(recording: umlauf.Recording, index: int, count: int, table: SpeedTable) -> tuple[Any, ...] | None:
     """Pulses in piece `index` of `count`; None where the recording has to be measured in one go."""
     file = recording._file
     if file is None or file.frames is None:
@@ -88,34 +90,26 @@ def settings_of(table: SpeedTable) -> _core.SpeedSettings:
 
 
 def sums_of(recording: umlauf.Recording, index: int, count: int) -> Sums:
-    """Over piece `index` of `count`, a block at a time where the recording can be read so."""
+    """Over piece `index` of `count`; umlauf.Error where it is one of several and cannot be read by itself."""
     file = recording._file
-    if file is None or file.frames is None:
-        return added([_sums(recording.samples)])
-    begin, end = (file.frames * i // count for i in (index, index + 1))
-    try:
-        return added([_sums(file.read_part(at, min(BLOCK, end - at))) for at in range(begin, end, BLOCK)])
-    except umlauf.Error:  # not from within
-        if count > 1:
-            raise
-        return added([_sums(recording.samples)])
+    if file is not None and file.frames is not None:
+        begin, end = (file.frames * i // count for i in (index, index + 1))
+        return _sums(file.statistics(begin, end))
+    if count > 1:
+        raise umlauf.Error("the recording cannot be read from somewhere within")
+    return _sums(_core.statistics(recording.samples))
 
 
 def added(sums: Sequence[Sums]) -> Sums:
     return Sums(
         sum(each.number for each in sums),
-        min((each.min for each in sums), default=math.inf),
-        max((each.max for each in sums), default=-math.inf),
+        min((each.min for each in sums if each.number), default=math.inf),
+        max((each.max for each in sums if each.number), default=-math.inf),
         math.fsum(each.sum for each in sums),
         math.fsum(each.squares for each in sums),
     )
 
 
-def _sums(samples: Any) -> Sums:
-    import numpy as np
-
-    samples = samples[np.isfinite(samples)]
-    if not len(samples):
-        return Sums(0, math.inf, -math.inf, 0.0, 0.0)
-    wide = samples.astype(np.float64)
-    return Sums(len(wide), float(wide.min()), float(wide.max()), float(wide.sum()), float(wide @ wide))
+def _sums(found: tuple[int, float, float, float, float]) -> Sums:
+    number, least, greatest, mean, deviation = found
+    return Sums(number, least, greatest, number * mean, number * (mean * mean + deviation * deviation))

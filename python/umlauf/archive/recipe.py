@@ -21,11 +21,25 @@ from typing import TYPE_CHECKING, Any
 from .columns import Column, columns_of
 
 if TYPE_CHECKING:
-    from collections.abc import Callable, Mapping, Sequence
+    from collections.abc import Callable, Iterator, Mapping, Sequence
 
     Check = Callable[[Any], Any]
 
-__all__ = ["CanTable", "Files", "LevelsTable", "OrdersTable", "ReadRule", "Recipe", "RecipeError", "Run", "SpeedTable"]
+__all__ = [
+    "CanTable",
+    "CombTable",
+    "Files",
+    "LevelsTable",
+    "OrdersTable",
+    "ReadRule",
+    "Recipe",
+    "RecipeError",
+    "Run",
+    "SpeedTable",
+]
+
+
+MOST_COMB_ORDERS = 16
 
 
 class RecipeError(ValueError):
@@ -98,6 +112,15 @@ def _gap(value: Any) -> float | str:
 def _spikes(value: Any) -> tuple[float, int, int]:
     part, run_in, dead = value if isinstance(value, list) and len(value) == 3 else (value, 5, 0)
     return float(_number(above=0)(part)), int(_count()(run_in)), int(_count()(dead))
+
+
+def _range(value: Any) -> tuple[float, float]:
+    if not isinstance(value, list) or len(value) != 2:
+        raise _Wrong("is to be two numbers, from and to")
+    low, high = (float(_number(above=0)(each)) for each in value)
+    if low > high:
+        raise _Wrong("is to be two numbers, the smaller one first")
+    return low, high
 
 
 def _key(check: Check, default: Any = dataclasses.MISSING) -> Any:
@@ -183,8 +206,38 @@ class SpeedTable:
 
 
 @dataclass(frozen=True)
+class CombTable:
+    """Speed of a shaft without a tacho; arguments as of `umlauf.speed_from_vibration`."""
+
+    name: str
+    files: tuple[str, ...] = _key(_PATTERNS, ("*",))
+    channel: int | str = _key(_channel, 1)
+    """Of the vibration."""
+    orders: tuple[float, ...] = _key(_each(_number(above=0)), ())
+    start: tuple[float, float] | None = _key(_range, None)
+    lowest: float = _key(_number(above=0), 300.0)
+    highest: float = _key(_number(above=0), 6000.0)
+    steepest: float = _key(_number(above=0), 1000.0)
+    resolution: float = _key(_number(above=0), 2.0)
+    overlap: float = _key(_number(least=0), 0.75)
+    curve: float | None = _key(_number(above=0), None)
+    """[s] step of a speed curve to keep."""
+
+    def wrong(self) -> Iterator[str]:
+        """What does not fit together."""
+        if not 1 <= len(self.orders) <= MOST_COMB_ORDERS:
+            yield f"orders: are to be 1 to {MOST_COMB_ORDERS}"
+        if self.lowest >= self.highest:
+            yield f"lowest: is to be below highest, which is {self.highest:g}"
+        elif self.start and not self.lowest <= self.start[0] <= self.start[1] <= self.highest:
+            yield f"start: is to lie between lowest and highest, {self.lowest:g} and {self.highest:g}"
+        if self.overlap > 0.95:
+            yield "overlap: is to be from 0 to 0.95"
+
+
+@dataclass(frozen=True)
 class OrdersTable:
-    """Orders of a vibration over the speed of a table [speed.NAME]; arguments as of `umlauf.orders`."""
+    """Orders of a vibration over the speed of a table [speed.NAME] or [comb.NAME]; arguments as of `umlauf.orders`."""
 
     name: str
     files: tuple[str, ...] = _key(_PATTERNS, ("*",))
@@ -262,6 +315,7 @@ class Recipe:
     files: Files = Files()
     read: tuple[ReadRule, ...] = ()
     speed: tuple[SpeedTable, ...] = ()
+    comb: tuple[CombTable, ...] = ()
     orders: tuple[OrdersTable, ...] = ()
     levels: tuple[LevelsTable, ...] = ()
     can: tuple[CanTable, ...] = ()
@@ -285,7 +339,8 @@ class Recipe:
     @cached_property
     def hash(self) -> str:
         """16 hexadecimal digits, other ones for whatever changes the results."""
-        plain = {key: value for key, value in dataclasses.asdict(self).items() if key not in ("title", "run")}
+        tables = dataclasses.asdict(self).items()
+        plain = {key: value for key, value in tables if value and key not in ("title", "run")}
         text = json.dumps(plain, sort_keys=True, default=lambda data: hashlib.blake2b(data, digest_size=16).hexdigest())
         return hashlib.blake2b(text.encode(), digest_size=8).hexdigest()
 
@@ -295,7 +350,13 @@ class Recipe:
         return columns_of(self)
 
 
-_TABLES: dict[str, type] = {"speed": SpeedTable, "orders": OrdersTable, "levels": LevelsTable, "can": CanTable}
+_TABLES: dict[str, type] = {
+    "speed": SpeedTable,
+    "comb": CombTable,
+    "orders": OrdersTable,
+    "levels": LevelsTable,
+    "can": CanTable,
+}
 _SINGLE: dict[str, type] = {"files": Files, "run": Run}
 
 
@@ -367,11 +428,16 @@ class _Reader:
             return b""
 
     def _fits_together(self, recipe: Recipe) -> None:
-        speeds = [each.name for each in recipe.speed]
+        combs = [each.name for each in recipe.comb]
+        speeds = [each.name for each in recipe.speed] + combs
+        for comb in recipe.comb:
+            self._wrong.extend(f"[comb.{comb.name}] {each}" for each in comb.wrong())
         for orders in recipe.orders:
             if orders.speed not in speeds:
                 hint = _suggested(orders.speed, speeds) or (f"; there is {', '.join(speeds)}" if speeds else "")
                 self._wrong.append(f"[orders.{orders.name}] speed: there is no table [speed.{orders.speed}]{hint}")
+            if orders.torsional and orders.speed in combs:
+                self._wrong.append(f"[orders.{orders.name}] torsional: a comb has no pulses that would tell it")
             if orders.overlap > 0.99:
                 self._wrong.append(f"[orders.{orders.name}] overlap: is to be from 0 to 0.99")
         for can in recipe.can:
@@ -382,7 +448,7 @@ class _Reader:
             self._wrong.append("[files] key: fields are {name}, {name:int} or {name:float}")
         elif len(re.findall(r"\{", recipe.files.key)) != len(recipe.files.fields):
             self._wrong.append("[files] key: each field has a name of its own, of letters, digits and _")
-        if not (recipe.speed or recipe.orders or recipe.levels or recipe.can):
+        if not (recipe.speed or recipe.comb or recipe.orders or recipe.levels or recipe.can):
             self._wrong.append("nothing is to be evaluated; give a table [speed.NAME], for instance")
         names = [each.name for each in recipe.columns]
         self._wrong.extend(

@@ -13,7 +13,7 @@ from typing import TYPE_CHECKING, Any, NamedTuple
 
 import umlauf
 
-from .measure import Result, content_hash, measure, read_channel
+from .measure import Result, content_hash, hash_of_parts, measure, part_hashes, read_channel
 from .pieces import Piece, search, sums_of
 from .source import Found, fetched, fits, public
 from .store import Store
@@ -50,6 +50,7 @@ def evaluate_batch(job: Job, recordings: Sequence[Found], hashes: Sequence[str |
 
 def _curves(recipe: Recipe) -> Iterator[str]:
     yield from (each.name for each in recipe.speed if each.curve)
+    yield from (each.name for each in recipe.comb if each.curve)
     yield from (each.name for each in recipe.orders if each.map)
 
 
@@ -70,20 +71,21 @@ def _evaluate(job: Job, recording: Found, known: str | None, store: Store | None
 def search_piece(job: Job, recording: Found, index: int, count: int) -> Piece:
     """What is in piece `index` of `count` of a recording. Errors show when the pieces are joined."""
     with quiet():
-        found = Piece({}, {})
+        speeds, sums, hashes = {}, {}, None
         with contextlib.suppress(Exception), limited(job.seconds), fetched(recording) as path:
             name, recipe = recording.name, job.recipe
             for speed in recipe.speed:
                 if fits(name, speed.files):
                     with contextlib.suppress(Exception):
                         channel = read_channel(path, name, speed.channel, recipe)
-                        found.speeds[speed.name] = search(channel, index, count, speed)
+                        speeds[speed.name] = search(channel, index, count, speed)
             for levels in recipe.levels:
                 if fits(name, levels.files):
                     with contextlib.suppress(Exception):
                         channel = read_channel(path, name, levels.channel, recipe)
-                        found.sums[levels.name] = sums_of(channel, index, count)
-        return found
+                        sums[levels.name] = sums_of(channel, index, count)
+            hashes = part_hashes(path, index, count)
+        return Piece(speeds, sums, hashes)
 
 
 def digest_of(recording: Found) -> str | None:
@@ -93,13 +95,16 @@ def digest_of(recording: Found) -> str | None:
     return None
 
 
-def join_pieces(job: Job, recording: Found, digest: str | None, pieces: list[Piece]) -> list[Row]:
+def join_pieces(job: Job, recording: Found, pieces: list[Piece]) -> list[Row]:
     """The row of a recording from what was found in its pieces."""
     with quiet():
         began = time.perf_counter()
-        result = Result()
+        result, digest = Result(), None
         try:
             with limited(job.seconds), fetched(recording) as path:
+                hashes = [each for piece in pieces for each in piece.hashes or ()]
+                whole = all(piece.hashes is not None for piece in pieces)
+                digest = hash_of_parts(hashes) if whole else content_hash(path)
                 result = measure(path, recording.name, job.recipe, pieces)
         except Exception as error:
             result.errors.append(f"{type(error).__name__}: {public(str(error))}")

@@ -4,12 +4,12 @@
 #include <array>
 #include <cmath>
 #include <limits>
-#include <span>
 #include <utility>
 
 #include "umlauf/rotation/internal/PreparedStretches.h"
 #include "umlauf/rotation/internal/Ripple.h"
 #include "umlauf/rotation/internal/SwingHistogram.h"
+#include "umlauf/rotation/internal/TurningPoints.h"
 #include "umlauf/rotation/internal/Zigzag.h"
 
 namespace umlauf::rotation {
@@ -26,17 +26,15 @@ constexpr float leastFading = 1.0f / 64;  ///< of the greatest swing
 /// Follows one stretch.
 class Follower {
  public:
-  Follower(Swings& swings, std::span<const float> samples)
-      : swings_(swings), zigzag_(swings.scale.smallest), samples_(samples) {}
+  explicit Follower(Swings& swings) : swings_(swings), zigzag_(swings.scale.smallest) {}
 
-  void Run() {
-    for (std::size_t i = 0; i < samples_.size(); ++i) {
-      if (!zigzag_.Take(samples_[i])) continue;
+  void Run(const TurningPoints& points) {
+    points.Follow(zigzag_, [this](std::size_t seen) {
       Turn(zigzag_.Value());
-      if (zigzag_.IsFalling()) continue;
-      if (lastRise_ > 0) swings_.regularity.Take(static_cast<double>(i - lastRise_));
-      lastRise_ = i;
-    }
+      if (zigzag_.IsFalling()) return;
+      if (lastRise_ > 0) swings_.regularity.Take(static_cast<double>(seen - lastRise_));
+      lastRise_ = seen;
+    });
     swings_.counts.push_back(static_cast<double>(turns_) / 2);
     swings_.count += swings_.counts.back();
     // The last swing may be cut by the end of the stretch, as the first one by its begin.
@@ -76,7 +74,6 @@ class Follower {
 
   Swings& swings_;
   Zigzag zigzag_;
-  std::span<const float> samples_;
   std::array<float, 3> last_{};
   std::array<float, 8> middles_{};  ///< of the last four swings up and down
   std::uint64_t turns_ = 0;
@@ -88,9 +85,9 @@ Swings FollowPrepared(const PreparedStretches& stretches, const SwingScale& scal
   swings.scale = scale;
   swings.highestLow = -std::numeric_limits<float>::infinity();
   swings.lowestHigh = std::numeric_limits<float>::infinity();
-  for (const std::span<const float> each : stretches) {
+  for (const TurningPoints& each : stretches) {
     if (!swings.counts.empty()) swings.regularity.Break();
-    Follower(swings, each).Run();
+    Follower(swings).Run(each);
   }
   swings.regularity.Finish();
   return swings;
@@ -133,7 +130,7 @@ Swings FindFading(const Stretches& stretches, SwingScale scale) {
 Swings Best(const Stretches& stretches, SwingScale scale) {
   const PreparedStretches prepared(stretches, scale);
   SwingHistogram histogram;
-  for (const std::span<const float> each : prepared) histogram.Add(each.data(), each.size());
+  for (const TurningPoints& each : prepared) histogram.Add(each);
   std::vector<Plateau> plateaus = FindPlateaus(histogram);
   // From small to great, of the widest ones.
   if (plateaus.size() > mostPlateaus) {

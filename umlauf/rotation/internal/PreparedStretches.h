@@ -5,10 +5,12 @@
 
 #include "umlauf/rotation/internal/SamplePreparation.h"
 #include "umlauf/rotation/internal/Share.h"
+#include "umlauf/rotation/internal/TurningPoints.h"
 
 namespace umlauf::rotation {
 
-/// Stretches as they are to be followed; those that need no preparation are not copied.
+/// Stretches as they are to be followed, by their turning points; those that need no preparation are not
+/// copied.
 class PreparedStretches {
  public:
   PreparedStretches(const Stretches& stretches, const SwingScale& scale) {
@@ -23,7 +25,7 @@ class PreparedStretches {
         step.Finish(out);
         samples = out;
       }
-      stretches_.push_back(samples);
+      stretches_.emplace_back(samples);
     }
   }
 
@@ -32,7 +34,7 @@ class PreparedStretches {
 
  private:
   std::vector<std::vector<float>> own_;
-  std::vector<std::span<const float>> stretches_;
+  std::vector<TurningPoints> stretches_;
 };
 
 }  // namespace umlauf::rotation

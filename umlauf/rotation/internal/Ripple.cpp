@@ -7,6 +7,7 @@
 #include <utility>
 #include <vector>
 
+#include "umlauf/rotation/internal/TurningPoints.h"
 #include "umlauf/rotation/internal/Zigzag.h"
 
 namespace umlauf::rotation {
@@ -31,12 +32,11 @@ struct Ripple {
 
 Ripple RippleBetween(const PreparedStretches& stretches, float smallest, double edge) {
   Ripple ripple;
-  for (const std::span<const float> samples : stretches) {
+  for (const TurningPoints& points : stretches) {
     Zigzag zigzag(smallest);
-    float last = samples.empty() ? 0 : samples[0];
+    float last = points.Samples().empty() ? 0 : points.Samples()[0];
     bool rippled = false;
-    for (const float sample : samples) {
-      if (!zigzag.Take(sample)) continue;
+    points.Follow(zigzag, [&](std::size_t) {
       const double swing = std::abs(zigzag.Value() - last);
       last = zigzag.Value();
       if (swing >= edge) {
@@ -48,7 +48,7 @@ Ripple RippleBetween(const PreparedStretches& stretches, float smallest, double 
         ++ripple.others;
         ripple.heights += swing;
       }
-    }
+    });
   }
   return ripple;
 }
@@ -58,23 +58,22 @@ struct Swing {
 };
 
 /// The swings of one stretch, from one high to the next.
-std::vector<Swing> SwingsOf(std::span<const float> samples, float smallest) {
+std::vector<Swing> SwingsOf(const TurningPoints& points, float smallest) {
   std::vector<Swing> swings;
   Zigzag zigzag(smallest);
   double last = 0, rise = 0, high = 0;
   std::size_t turns = 0;
-  for (const float sample : samples) {
-    if (!zigzag.Take(sample)) continue;
+  points.Follow(zigzag, [&](std::size_t) {
     const double height = std::abs(static_cast<double>(zigzag.Value()) - last);
     last = static_cast<double>(zigzag.Value());
     if (!zigzag.IsFalling()) {
       rise = height;
-      continue;
+      return;
     }
     const auto at = static_cast<double>(zigzag.Position());
     if (turns++ > 0) swings.push_back({at - high, std::min(rise, height)});
     high = at;
-  }
+  });
   return swings;
 }
 
@@ -143,8 +142,8 @@ double CountHum(const PreparedStretches& stretches, const Swings& swings, double
   std::vector<Run> runs;
   const double highest = lowHum * swings.sizes / std::max(2 * swings.count, 1.0);
   if (least >= highest) return 0;
-  for (const std::span<const float> samples : stretches)
-    AddRuns(SwingsOf(samples, swings.scale.smallest), highest, runs);
+  for (const TurningPoints& points : stretches)
+    AddRuns(SwingsOf(points, swings.scale.smallest), highest, runs);
   // A stretch that holds nothing else is hum if another one tells that swings of this length are.
   const auto isHum = [&](const Run& run) {
     return run.verdict == 0 && std::any_of(runs.begin(), runs.end(), [&](const Run& other) {

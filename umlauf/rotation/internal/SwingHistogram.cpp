@@ -23,21 +23,14 @@ float SwingHistogram::Size(std::size_t bin) {
   return std::bit_cast<float>(static_cast<std::uint32_t>(bin) << binShift);
 }
 
-void SwingHistogram::Add(const float* samples, std::size_t n) {
-  if (n == 0) return;
+void SwingHistogram::Add(const TurningPoints& points) {
+  const auto samples = points.Samples();
+  const auto places = points.Places();
+  if (places.empty()) return;
   open_.clear();
-  float last = samples[0];
-  int direction = 0;
-  open_.push_back(last);
-  for (std::size_t i = 1; i < n; ++i) {
-    const float x = samples[i];
-    if (x == last) continue;
-    const int now = x > last ? 1 : -1;
-    if (now == -direction) Turn(last);
-    direction = now;
-    last = x;
-  }
-  Turn(last);
+  open_.push_back(samples[0]);
+  for (const std::uint32_t place : places.subspan(1)) Turn(samples[place]);
+  if (places.size() == 1) Turn(samples[0]);
   Close();
 }
 

@@ -5,6 +5,8 @@
 #include <cstdint>
 #include <vector>
 
+#include "umlauf/rotation/internal/TurningPoints.h"
+
 namespace umlauf::rotation {
 
 /// How many swings of what size a signal makes: up and back down (or the other way round) by at least so
@@ -17,8 +19,8 @@ class SwingHistogram {
   /// Least size in a bin.
   static float Size(std::size_t bin);
 
-  /// Adds successive samples, numbers all, that belong together.
-  void Add(const float* samples, std::size_t n);
+  /// Adds successive samples that belong together.
+  void Add(const TurningPoints& points);
 
   /// [bins] Swings of at least `Size(i)`.
   std::vector<double> Counts() const;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 
@@ -24,6 +25,18 @@ class Zigzag {
       return x - candidate_ >= smallest_ && Turn(x, at);
     }
     return Begin(x, at);
+  }
+
+  /// The same for sample number `at`, where those since the last one need not be looked at.
+  bool TakeAt(std::uint64_t at, float x) {
+    at_ = at;
+    return Take(x);
+  }
+  /// Whether this one, as the next sample, would confirm an extreme.
+  bool Turns(float x) const {
+    if (direction_ > 0) return candidate_ - x >= smallest_;
+    if (direction_ < 0) return x - candidate_ >= smallest_;
+    return at_ > 0 && smallest_ > 0 && std::max(high_, x) - std::min(low_, x) >= smallest_;
   }
 
   bool IsFalling() const { return direction_ < 0; }

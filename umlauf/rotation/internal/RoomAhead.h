@@ -1,0 +1,22 @@
+#pragma once
+
+#include <algorithm>
+#include <cstddef>
+
+#include "umlauf/platform/vekta/numeric.h"
+#include "umlauf/rotation/PulseTrain.h"
+
+namespace umlauf::rotation {
+
+/// Pulses from which on the number of all can be told.
+inline constexpr std::size_t leastForecast = 4096;
+
+/// Makes room for so many times the pulses that there are, as go on like these: a train that grows is copied.
+/// Room that is not needed is not touched.
+inline void MakeRoom(CPulseTrain& pulses, double times) {
+  constexpr double most = 8, more = 1.05;
+  pulses.Reserve(
+      numeric::trunc_sat<std::size_t>(std::min(times, most) * more * static_cast<double>(pulses.size())));
+}
+
+}  // namespace umlauf::rotation
