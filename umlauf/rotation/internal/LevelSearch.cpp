@@ -105,7 +105,7 @@ bool WithoutHum(const Swings& small, const Swings& great) {
 Swings FindFading(const Stretches& stretches, SwingScale scale) {
   const PreparedStretches prepared(stretches, scale);
   SwingHistogram histogram;
-  for (const std::span<const float> each : prepared) histogram.Add(each.data(), each.size());
+  for (const TurningPoints& each : prepared) histogram.Add(each);
   const std::vector<double> counts = histogram.Counts();
   const std::size_t top = GreatestBin(counts);
   Swings best;
