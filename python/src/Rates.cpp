@@ -20,12 +20,13 @@ using Reduction = CDownsamplingStream::Reduction;
 
 Reduction ReductionOf(const std::string& name) {
   const std::pair<const char*, Reduction> known[] = {
-      {"filter", Reduction::Filter}, {"linear", Reduction::Linear}, {"mean", Reduction::Mean},
-      {"max", Reduction::Max},       {"minmax", Reduction::MinMax}, {"sum", Reduction::Sum}};
+      {"filter", Reduction::Filter},    {"linear", Reduction::Linear}, {"mean", Reduction::Mean},
+      {"max", Reduction::Max},          {"minmax", Reduction::MinMax}, {"sum", Reduction::Sum},
+      {"steep", Reduction::SteepFilter}};
   for (const auto& [text, reduction] : known) {
     if (name == text) return reduction;
   }
-  RefuseValue("method \"" + name + "\" is not known; take filter, linear, mean, max, minmax or sum");
+  RefuseValue("method \"" + name + "\" is not known; take filter, linear, mean, max, minmax, sum or steep");
 }
 
 /// A stream with a lock: Python may use it from two threads.
@@ -111,8 +112,7 @@ Blocks of any size give the same outputs; output j belongs to input position j Â
       .def(nb::init<double, const std::string&, unsigned, float>(), "ratio"_a, nb::kw_only(),
            "method"_a = "filter", "channels"_a = 1, "gain"_a = 1.0f,
            "ratio [inputs per output] from 1 on; \"filter\" (low-pass), \"linear\", \"mean\", \"max\", "
-           "\"minmax\" (both "
-           "in turn) or \"sum\".")
+           "\"minmax\" (both in turn), \"sum\" or \"steep\" (low-pass that keeps 0.9 of the band).")
       .def("process", Process, "samples"_a,
            nb::sig("def process(self, samples: numpy.typing.ArrayLike) -> NDArray[numpy.float32]"),
            "Takes samples [n], of several channels [n, channels], and gives the outputs that they complete.")

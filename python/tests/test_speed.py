@@ -242,7 +242,10 @@ def test_signals_of_a_database_are_those_of_its_package(tmp_path):
         assert [values[round(time, 6)] for time, _ in pairs] == pytest.approx([value for _, value in pairs], rel=1e-15)
 
 
-@given(cuts=st.lists(st.integers(0, 3000), max_size=6), method=st.sampled_from(["filter", "mean", "minmax", "linear"]))
+@given(
+    cuts=st.lists(st.integers(0, 3000), max_size=6),
+    method=st.sampled_from(["filter", "steep", "mean", "minmax", "linear"]),
+)
 def test_downsampling_does_not_depend_on_blocks(cuts, method):
     samples = np.random.default_rng(2).normal(size=(3000, 2)).astype(np.float32)
     stream = umlauf.Downsampler(2.5, method=method, channels=2)

@@ -55,8 +55,8 @@ TEST(WithoutMemory, Rates) {
     static std::vector<float> out(7000);
     using Reduction = CDownsamplingStream::Reduction;
     for (const Reduction reduction : {Reduction::Filter, Reduction::Linear, Reduction::Mean, Reduction::Max,
-                                      Reduction::MinMax, Reduction::Sum}) {
-      CDownsamplingStream stream(3.3, reduction, 2);
+                                      Reduction::MinMax, Reduction::Sum, Reduction::SteepFilter}) {
+      CDownsamplingStream stream(5.3, reduction, 2);
       if (!stream.IsValid()) continue;
       EXPECT_LE(stream.Process(out.data(), in.data(), 1000), stream.MaxOutput(1000));
       stream.Flush(out.data());

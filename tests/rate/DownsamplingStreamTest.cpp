@@ -6,8 +6,8 @@
 namespace {
 
 using Reduction = CDownsamplingStream::Reduction;
-constexpr Reduction kAll[] = {Reduction::Filter, Reduction::Linear, Reduction::Mean,
-                              Reduction::Max,    Reduction::MinMax, Reduction::Sum};
+constexpr Reduction kAll[] = {Reduction::Filter, Reduction::Linear, Reduction::Mean,       Reduction::Max,
+                              Reduction::MinMax, Reduction::Sum,    Reduction::SteepFilter};
 constexpr double kRatios[] = {1.0,  1.0884353741496597, 2.5,    2.7182818284590452, 10.0,
                               64.3, 1000.0 / 3.0,       2500.25};
 
@@ -82,19 +82,23 @@ TEST(DownsamplingStream, QuotientsOfRatesGiveNoOutputTooMany) {
 }
 
 TEST(DownsamplingStreamFilter, SignalToNoiseAfterTenMillionSamples) {
-  // The middle of the pass band at the given ratios, and at ratios that need mixed phases.
-  for (const double ratio : {2.5, 10.0, 64.3, 2.7182818284590452, 63.661977236758134}) {
-    const double cycles = 0.35 / ratio;
+  // At the given ratios, and at ratios that need mixed phases.
+  const Cases<Reduction, double, double> cases = {{Reduction::Filter, 98.0, -0.52},
+                                                  {Reduction::SteepFilter, 120.0, 0.0}};
+  constexpr double ratios[] = {2.5, 10.0, 64.3, 2.7182818284590452, 63.661977236758134};
+  for (std::size_t i = 0; i < 2 * std::size(ratios); ++i) {
+    const auto& [reduction, noise, gain] = *(cases.begin() + static_cast<std::ptrdiff_t>(i % 2));
+    const double ratio = ratios[i / 2], cycles = 0.35 / ratio;
     constexpr std::size_t n = 10'000'000;
     const Samples in = Sine(cycles, n);
-    CDownsamplingStream stream(ratio);
+    CDownsamplingStream stream(ratio, reduction);
     const Samples out = Convert(stream, in, 1, std::vector<std::size_t>(n / 10000, 10000));
-    const std::size_t count = out.size(), settled = 50, length = 20000;
+    const std::size_t count = out.size(), settled = 60, length = 20000;
     const Tone start(out, 0.35, settled, settled + length),
         end(out, 0.35, count - settled - length, count - settled);
     for (const Tone& tone : {start, end}) {
-      EXPECT_GT(tone.snr, 98.0) << ratio;
-      EXPECT_NEAR(Decibels(tone.amplitude), -0.52, 0.01) << ratio;
+      EXPECT_GT(tone.snr, noise) << ratio;
+      EXPECT_NEAR(Decibels(tone.amplitude), gain, 0.01) << ratio;
       EXPECT_LT(Decibels(2 * std::numbers::pi * std::fabs(std::remainder(tone.phase, 1.0))), -95.0) << ratio;
     }
   }
@@ -116,6 +120,53 @@ TEST(DownsamplingStreamFilter, SpectrumInDecibels) {
       EXPECT_ALL(level >= tone.lowest, level <= tone.highest)
           << ratio << " " << tone.frequency << ": " << level << " dB";
     }
+  }
+}
+
+TEST(DownsamplingStreamSteepFilter, SpectrumInDecibels) {
+  const Cases<double, double, double> tones = {
+      {0.0, -1e-4, 1e-4},   {0.1, -0.001, 0.005}, {0.57, -0.001, 0.005}, {0.89, -0.001, 0.005},
+      {0.9, -0.002, 0.005}, {1.03, -20, -6.1},    {1.101, -999, -120},   {1.3, -999, -120},
+      {2.03, -999, -120},   {2.95, -999, -120},   {3.1, -999, -120},     {3.85, -999, -120},
+      {5.2, -999, -120},    {16.7, -999, -120},   {62.9, -999, -120}};
+  for (const double ratio : {1.0, 160.0 / 147.0, 1.5, 2.0, 2.5, 2.7182818284590452, 10.0, 64.3, 1000.0}) {
+    for (const auto& [frequency, lowest, highest] : tones) {
+      if (frequency > 0.99 * ratio) continue;
+      const double level = LevelOf(ratio, frequency, [&](auto* out, auto* in, auto n) {
+        const auto more = static_cast<std::uint64_t>(2.0 * ratio);  // the delay is above 50 outputs
+        CDownsamplingStream(ratio, Reduction::SteepFilter).Process(out, in, n + more);
+      });
+      EXPECT_ALL(level >= lowest, level <= highest) << ratio << " " << frequency << ": " << level << " dB";
+    }
+  }
+}
+
+TEST(DownsamplingStreamSteepFilter, BackwardIsTheSameFromTheOtherEnd) {
+  // Linear phase, no delay, and no difference between what lies in front of a signal and what lies behind.
+  for (const double ratio : {1.0, 1.25, 2.0, 2.5, 3.0, 12.8, 64.0, 1000.0}) {
+    for (const double outputs : {0.0, 20.0, 160.0}) {
+      Samples in = Noise(static_cast<std::size_t>(ratio * outputs) + 1, 5);
+      CDownsamplingStream stream(ratio, Reduction::SteepFilter);
+      Samples forward = Convert(stream, in, 1, {in.size()});
+      std::reverse(in.begin(), in.end());
+      const Samples backward = Convert(stream, in, 1, {in.size()});
+      ASSERT_EQ(static_cast<double>(forward.size()), outputs + 1.0) << ratio;
+      std::reverse(forward.begin(), forward.end());
+      EXPECT_THAT(forward, testing::Pointwise(testing::FloatNear(2e-6f), backward))
+          << ratio << " " << outputs;
+    }
+  }
+}
+
+TEST(DownsamplingStreamSteepFilter, AnyRatio) {
+  for (const double ratio : {1.0000001, 65536.5, 1e9, 1e12, 0x1p40}) {
+    CDownsamplingStream stream(ratio, Reduction::SteepFilter, 2, 3.0f);
+    ASSERT_TRUE(stream.IsValid()) << ratio;
+    EXPECT_ALL(stream.Delay() > 39 * ratio, stream.Delay() < 53 * ratio, stream.MaxFlush() < 56u);
+    const Samples in(2 * 3000, 1.0f), out = Convert(stream, in, 2, {3000});
+    EXPECT_EQ(static_cast<double>(out.size()), 2 * std::ceil(3000 / ratio)) << ratio;
+    // A short part of a long kernel, whose centre is about 1 / ratio high.
+    EXPECT_TRUE(ratio < 3000 || std::fabs(out[0] - 9000 / ratio) < 1500 / ratio) << ratio << " " << out[0];
   }
 }
 

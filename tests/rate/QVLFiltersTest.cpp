@@ -1,3 +1,5 @@
+#include <numeric>
+
 #include "rate/RateTestSupport.h"
 #include "support/EveryTarget.h"
 #include "support/Test.h"
@@ -45,6 +47,50 @@ TEST_P(QVLFilters, DotProductsOfAnyShape) {
     }
     ASSERT_EQ(plain, expected) << taps;
     ASSERT_EQ(mixed, expectedMix) << taps;
+  }
+}
+
+TEST_P(QVLFilters, CycledDotProductsOfAnyShape) {
+  std::mt19937 random(13);
+  const auto digit = [&] { return static_cast<float>(static_cast<int>(random() % 17) - 8); };
+  for (int i = 0; i < 300; ++i) {
+    const std::size_t period = 1 + random() % 16, distance = period + random() % (33 - period);
+    const std::size_t taps = 1 + random() % (i % 10 == 0 ? 1024 : 90), stride = (taps + 15) / 16 * 16;
+    const std::size_t n = random() % (i % 3 == 0 ? 3000 : 40);
+    const auto channels = static_cast<unsigned>(1 + random() % 3);
+    Samples table(3 * stride);
+    std::generate(table.begin(), table.end(), digit);
+    std::vector<umlauf::vekta::TapWindow> windows(period);
+    for (std::size_t b = 0; b < period; ++b) {
+      const auto row = static_cast<std::uint32_t>(random() % 3);
+      windows[b] = {static_cast<std::ptrdiff_t>(b * distance / period), row, 0.0f};
+    }
+    const auto first = [&](std::size_t j) {
+      return static_cast<std::size_t>(windows[j % period].in) + j / period * distance;
+    };
+    const std::size_t plane = n == 0 ? 0 : first(n - 1) + taps;
+    const std::unique_ptr<float[]> x(new float[plane * channels]);  // a sanitizer sees every step beyond
+    std::generate_n(x.get(), plane * channels, digit);
+    const std::size_t outStride = channels + random() % 2;
+    Samples out(n * outStride + 1, 77.0f), expected = out, part(outStride * n + 1);
+    const umlauf::vekta::TapPlanes planes{x.get(), plane, channels};
+    const umlauf::vekta::TapRows rows{table.data(), stride, taps};
+    const umlauf::vekta::TapCycle cycle{windows.data(), period, distance};
+    umlauf::vekta::CycledDotProducts(out.data(), outStride, cycle, n, planes, rows, 0.5f);
+    for (std::size_t j = 0; j < n; ++j) {
+      for (unsigned c = 0; c < channels; ++c) {
+        const float *from = x.get() + c * plane + first(j),
+                    *row = table.data() + windows[j % period].row * stride;
+        expected[j * outStride + c] = 0.5f * std::inner_product(from, from + taps, row, 0.0f);
+      }
+    }
+    ASSERT_EQ(out, expected) << period << " " << distance << " " << taps << " " << n;
+    // With numbers that round, few outputs at once are those of many.
+    for (std::size_t k = 0; k < plane * channels; ++k) x[k] *= 0.1234567f;
+    umlauf::vekta::CycledDotProducts(out.data(), outStride, cycle, n, planes, rows, 0.3f);
+    const std::size_t some = std::min<std::size_t>(n, random() % (4 * period + 1));
+    umlauf::vekta::CycledDotProducts(part.data(), outStride, cycle, some, planes, rows, 0.3f);
+    for (std::size_t j = 0; j < some; ++j) ASSERT_EQ(part[j * outStride], out[j * outStride]) << j;
   }
 }
 

@@ -174,6 +174,7 @@ TEST_F(StreamTool, DownsamplingKeepsAllChannels) {
       {"--ratio 4 --method minmax", 1000, {4, -14, 7, -8}, 0},
       {"--ratio 2.5 --method linear --channel 1", 400, {5, 7.5, 10}, 1e-4f},
       {"--ratio 10", 200, {20, -40, 30, -60}, 3},
+      {"--ratio 10 --method steep", 200, {20, -40, 30, -60}, 5},
   };
   for (const auto& [options, length, third, tolerance] : cases) {
     Good(run + options);

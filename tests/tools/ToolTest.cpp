@@ -80,7 +80,7 @@ TEST_F(ProgramTool, ErrorsAreOneLineAndLeaveNothing) {
       {"downsample run.wav new.wav", 2, "--ratio"},
       {"downsample run.wav new.wav --rate 60000", 2, "only lowered"},
       {"downsample run.wav new.wav --ratio nan", 2, "no number"},
-      {"downsample run.wav new.wav --ratio 2 --method foo", 2, "filter, linear, mean, max, minmax or sum"},
+      {"downsample run.wav new.wav --ratio 2 --method foo", 2, "filter, linear, mean, max, minmax, sum or steep"},
       {"downsample run.wav new.mp3 --ratio 2", 2, ".flac"},
       {"downsample run.wav run.wav --ratio 2", 2, "overwrite"},
       {"downsample run.wav new.flac --ratio 2 --gain 9", 1, "--gain"},

@@ -35,9 +35,8 @@ double Ratio(const DownsampleOptions& options, double sampleRate) {
   if (!options.ratio && !options.rate) FailUsage("to what rate? give --ratio R or --rate HZ");
   const double ratio = options.ratio ? *options.ratio : sampleRate / *options.rate;
   if (options.method == Reduction::Filter && ratio > CDownsamplingStream::MaxFilterRatio) {
-    FailUsage(
-        "the filter lowers rates by factors up to {:g}, not {:g}; take --method mean, or do it in two steps",
-        CDownsamplingStream::MaxFilterRatio, ratio);
+    FailUsage("the filter lowers rates by factors up to {:g}, not {:g}; take --method steep or mean",
+              CDownsamplingStream::MaxFilterRatio, ratio);
   }
   if (!(ratio >= 1)) {
     FailUsage("--rate {:g} is above the {:g} samples/s of the recording; rates are only lowered",
@@ -132,12 +131,15 @@ void AddDownsampleCommand(CLI::App& app) {
   command->add_option("--rate", options->rate, "samples per second to be written")
       ->check(AboveZero().description(""))
       ->excludes(ratio);
-  const Choices<Reduction> methods = {{"filter", Reduction::Filter}, {"linear", Reduction::Linear},
-                                      {"mean", Reduction::Mean},     {"max", Reduction::Max},
-                                      {"minmax", Reduction::MinMax}, {"sum", Reduction::Sum}};
+  const Choices<Reduction> methods = {{"filter", Reduction::Filter},    {"linear", Reduction::Linear},
+                                      {"mean", Reduction::Mean},        {"max", Reduction::Max},
+                                      {"minmax", Reduction::MinMax},    {"sum", Reduction::Sum},
+                                      {"steep", Reduction::SteepFilter}};
   command
-      ->add_option("--method", options->method,
-                   "filter (low-pass), linear, mean, max, minmax (both, in turn) or sum (filter)")
+      ->add_option(
+          "--method", options->method,
+          "filter (low-pass, short), linear, mean, max, minmax (both, in turn), sum or steep (low-pass "
+          "that keeps 0.9 of the band) (filter)")
       ->transform(OneOf(methods))
       ->type_name("METHOD");
   command->add_option("--gain", options->gain, "factor for all samples (1)")

@@ -5,12 +5,17 @@
 
 CDownsamplingStream::CDownsamplingStream(double ratio, Reduction reduction, unsigned channels, float gain,
                                          const CDownsamplingInfo::coefs_t* table)
-    : ratio_(ratio), framesPerOutput_(reduction == Reduction::MinMax ? 2 : 1) {
+    : ratio_(ratio),
+      framesPerOutput_(reduction == Reduction::MinMax ? 2 : 1),
+      waiting_(reduction == Reduction::SteepFilter ? 2 : 1) {
   if (!(ratio >= 1.0 && ratio <= 0x1p40) || channels == 0) return;
   const umlauf::rate::StreamFormat format{ratio, channels, gain};
   switch (reduction) {
     case Reduction::Filter:
       engine_ = umlauf::rate::MakeFilterEngine(format, CDownsamplingInfo(table));
+      break;
+    case Reduction::SteepFilter:
+      engine_ = umlauf::rate::MakeSteepEngine(format);
       break;
     case Reduction::Linear:
       engine_ = umlauf::rate::MakeLinearEngine(format);
@@ -26,8 +31,7 @@ CDownsamplingStream& CDownsamplingStream::operator=(CDownsamplingStream&&) noexc
 
 std::uint64_t CDownsamplingStream::MaxOutput(std::uint64_t nIn) const {
   if (!IsValid() || nIn == 0) return 0;
-  // One more than n / ratio, for a position that already waits in the block's first sample.
-  return framesPerOutput_ * (numeric::trunc_sat<std::uint64_t>(static_cast<double>(nIn) / ratio_) + 1);
+  return framesPerOutput_ * (numeric::trunc_sat<std::uint64_t>(static_cast<double>(nIn) / ratio_) + waiting_);
 }
 
 std::uint64_t CDownsamplingStream::MaxFlush() const { return MaxOutput(Delay()); }

@@ -5,6 +5,8 @@
 #include <cstddef>
 #include <numbers>
 
+#include "umlauf/rate/internal/Kaiser.h"
+
 // The kernel is a sine cardinal under a Kaiser window, smoothed by a second, much shorter one:
 //
 //  - The zeros of the first lie kCutoffSpacing coefficients apart, which puts its half-amplitude frequency at
@@ -30,16 +32,6 @@ constexpr double kSmoothingSpacing = static_cast<double>(kSmoothing) / 14.0;
 constexpr double kSmoothingShape = 6.0;
 constexpr double kPeak = 0.0863844;
 constexpr float kMaxRatio = 200.0f;
-
-/// Modified Bessel function of the first kind, order 0.
-double BesselI0(double x) {
-  double sum = 1.0, term = 1.0;
-  for (int k = 1; term > sum * 1e-17; ++k) {
-    term *= (x / (2.0 * k)) * (x / (2.0 * k));
-    sum += term;
-  }
-  return sum;
-}
 
 /// Right half of a sine cardinal with zeros `spacing` apart under a Kaiser window that ends at index kHalf.
 template <std::size_t kHalf>

@@ -23,10 +23,12 @@ class FilterRun {
   /// Writes n outputs from output j on. The planes begin with sample number `origin`.
   void Write(float* out, std::size_t outStride, std::uint64_t j, std::uint64_t n,
              const vekta::TapPlanes& planes, std::int64_t origin = 0) const {
-    RunTaps(
-        out, outStride, {grid_, PositionOf(j), n, taps_.Period()}, planes,
-        [&](const GridPosition& position) { return WindowAt(position, origin); },
-        [&](auto... run) { vekta::DotProducts(run..., taps_.Rows(), scale_); });
+    const TapRun run{grid_, PositionOf(j), n, taps_.Period()};
+    const auto windowAt = [&](const GridPosition& position) { return WindowAt(position, origin); };
+    const std::size_t cycle = CycleOf(grid_, run.period, taps_.Rows().taps);
+    if (cycle != 0) return RunCycle(out, outStride, run, cycle, planes, windowAt, taps_.Rows(), scale_);
+    RunTaps(out, outStride, run, planes, windowAt,
+            [&](auto... args) { vekta::DotProducts(args..., taps_.Rows(), scale_); });
   }
 
  private:

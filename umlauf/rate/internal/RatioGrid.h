@@ -20,6 +20,7 @@ struct GridPosition {
 /// of a fraction is that fraction.
 class RatioGrid {
  public:
+  RatioGrid() = default;
   /// ratio above 0 and below 2^52, exact from 2^-11 on. A fraction whose denominator is at most
   /// `maxDenominator` (64.3 is 643 / 10) gives the parts. Others up to 2^22 have 2^64 of them, and the step
   /// is rounded up: what falls on a sample by the fraction never comes before it.
@@ -32,6 +33,33 @@ class RatioGrid {
     const auto p = numeric::trunc_sat<std::uint64_t>(ratio * static_cast<double>(q) + 0.5);
     if (q <= maxDenominator) parts_ = q;
     step_ = {p / q, parts_ != 0 ? p % q : ShareAbove(p % q, q)};
+  }
+
+  /// This grid with steps 2^halvings times as short, halvings < 40. It has parts of its own where they are at
+  /// most `maxDenominator`, else 2^64; this one has a denominator of at most 2^22, or 2^64 parts.
+  RatioGrid Shortened(unsigned halvings, std::uint32_t maxDenominator) const {
+    RatioGrid grid;
+    if (parts_ == 0) {
+      const std::uint64_t low = halvings == 0 ? 0 : step_.whole << (64 - halvings);
+      grid.step_ = {step_.whole >> halvings, (step_.part >> halvings) | low};
+      return grid;
+    }
+    std::uint64_t p = step_.whole * parts_ + step_.part, q = parts_;
+    for (; halvings > 0 && p % 2 == 0; --halvings) p /= 2;
+    q <<= halvings;
+    if (q <= maxDenominator) {
+      grid.parts_ = q;
+      grid.step_ = {p / q, p % q};
+      return grid;
+    }
+    grid.step_.whole = p / q;
+    std::uint64_t rest = p % q;
+    for (int bit = 0; bit < 64; ++bit) {
+      rest *= 2;
+      grid.step_.part = grid.step_.part * 2 + (rest >= q ? 1 : 0);
+      if (rest >= q) rest -= q;
+    }
+    return grid;
   }
 
   /// Denominator of the simplest fraction within rounding of x, at most 2^22; 0 when there is none. Goes
@@ -83,6 +111,17 @@ class RatioGrid {
     position.whole += distance.whole + (carry ? 1 : 0);
   }
   void Advance(GridPosition& position) const { Add(position, step_); }
+  /// Where in its sample a position lies that is `count` steps in front of a whole one, and how many samples
+  /// that one is behind this sample.
+  GridPosition InFront(std::uint64_t count, std::uint64_t& samples) const {
+    GridPosition length;
+    for (GridPosition doubled = step_; count > 0; count /= 2) {
+      if (count % 2 != 0) Add(length, doubled);
+      Add(doubled, GridPosition(doubled));
+    }
+    samples = length.whole + (length.part != 0 ? 1 : 0);
+    return {0, length.part != 0 ? parts_ - length.part : 0};
+  }
   /// Moves a position by steps until its whole part is not below `end`; returns the number of steps. The
   /// distance to `end` and a step, in parts, fit in 63 bits.
   std::uint64_t Pass(GridPosition& position, std::uint64_t end) const {

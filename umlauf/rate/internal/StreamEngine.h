@@ -26,6 +26,7 @@ class StreamEngine {
 
 /// Each returns null when the engine cannot be made.
 std::unique_ptr<StreamEngine> MakeFilterEngine(const StreamFormat& format, const CDownsamplingInfo& kernel);
+std::unique_ptr<StreamEngine> MakeSteepEngine(const StreamFormat& format);
 std::unique_ptr<StreamEngine> MakeLinearEngine(const StreamFormat& format);
 std::unique_ptr<StreamEngine> MakeIntervalEngine(const StreamFormat& format,
                                                  CDownsamplingStream::Reduction reduction);

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <cmath>
+#include <iterator>
+#include <numbers>
 
 #include "umlauf/rate/DownsamplingStream.h"
 #include "umlauf/rate/internal/TapRun.h"
@@ -49,12 +51,45 @@ double ValueAt(const CDownsamplingInfo& table, double position) {
          entry(at + 1) * (-f * (f + 1.0) * (f - 2.0) / 2.0) + entry(at + 2) * (f * (f * f - 1.0) / 6.0);
 }
 
+/// The short low-pass: a sum of cosines over its length [outputs], of area 1, with the least of greatest
+/// errors in its bands. What lies between these is left to the filter behind it, which makes it that short.
+constexpr double kShortLength = 6.4;
+constexpr double kShortCosines[] = {0.15625,        0.3126194142,    0.3125005099,     0.3122670038,
+                                    0.2944760092,   0.2166548686,    0.09927963624,    0.022763669,
+                                    0.001810721241, 1.174819652e-05, -6.017846152e-08, 1.126044335e-07};
+/// Phases per output between which mixing is linear: an error below -125 dB for all that passes.
+constexpr double kMixedShortPhases = 4096.0;
+
+double ShortAt(double outputs) {
+  if (!(std::fabs(outputs) < kShortLength / 2.0)) return 0.0;
+  double sum = 0.0;
+  for (int k = 0; k < static_cast<int>(std::size(kShortCosines)); ++k) {
+    sum += kShortCosines[k] * std::cos(2.0 * std::numbers::pi * k * outputs / kShortLength);
+  }
+  return sum;
+}
+
 }  // namespace
 
-bool StreamKernel::Allocate(std::uint32_t phases) {
-  phases_ = phases;
+bool StreamKernel::Allocate(double phases) {
+  phases_ = numeric::trunc_sat<std::uint32_t>(phases);
   stride_ = (static_cast<std::size_t>(last_ - first_ + 1) + 15) / 16 * 16;
-  return rows_.alloc((std::uint64_t{phases} + 1) * stride_);
+  return rows_.alloc((std::uint64_t{phases_} + 1) * stride_);
+}
+
+template <class Value>
+bool StreamKernel::Fill(bool unitSums, Value valueAt) {
+  for (std::uint32_t phase = 0; phase <= phases_; ++phase) {
+    float* row = rows_.data() + phase * stride_;
+    const auto value = [&](std::int64_t i) {
+      return valueAt(static_cast<double>(i) - static_cast<double>(phase) / phases_);
+    };
+    double sum = unitSums ? 0.0 : 1.0;
+    for (std::int64_t i = first_; unitSums && i <= last_; ++i) sum += value(i);
+    if (!(std::fabs(sum) > 0.0)) return false;
+    for (std::int64_t i = first_; i <= last_; ++i) row[i - first_] = static_cast<float>(value(i) / sum);
+  }
+  return true;
 }
 
 std::uint32_t StreamKernel::MaxDenominator(double ratio) {
@@ -72,28 +107,32 @@ bool StreamKernel::MakeFilter(const CDownsamplingInfo& table, double ratio, cons
   first_ = -numeric::trunc_sat<std::int64_t>(before / entriesPerSample);
   last_ = numeric::trunc_sat<std::int64_t>(behind / entriesPerSample) + 1;
   mixed_ = grid.Parts() == 0;
-  const auto phases = mixed_ ? std::ceil(kMixedPhases / ratio) : static_cast<double>(grid.Parts());
-  if (!Allocate(numeric::trunc_sat<std::uint32_t>(phases))) return false;
+  if (!Allocate(mixed_ ? std::ceil(kMixedPhases / ratio) : static_cast<double>(grid.Parts()))) return false;
   period_ = RatioGrid::Denominator(ratio, kLongestPeriod, 0.125 / phases_, 0.0);
-  for (std::uint32_t phase = 0; phase <= phases_; ++phase) {
-    float* row = rows_.data() + phase * stride_;
-    const auto value = [&](std::int64_t i) {
-      const double distance = static_cast<double>(i) - static_cast<double>(phase) / phases_;
-      return ValueAt(table, support.centroid + distance * entriesPerSample);
-    };
-    double sum = 0.0;
-    for (std::int64_t i = first_; i <= last_; ++i) sum += value(i);
-    if (!(std::fabs(sum) > 0.0)) return false;
-    for (std::int64_t i = first_; i <= last_; ++i) row[i - first_] = static_cast<float>(value(i) / sum);
-  }
-  return true;
+  return Fill(
+      true, [&](double distance) { return ValueAt(table, support.centroid + distance * entriesPerSample); });
+}
+
+std::uint32_t StreamKernel::MaxShortDenominator(double ratio) {
+  return numeric::trunc_sat<std::uint32_t>(kMixedShortPhases / ratio);
+}
+
+bool StreamKernel::MakeShort(double ratio, const RatioGrid& grid) {
+  const double half = kShortLength / 2.0 * ratio;  // inputs
+  last_ = numeric::trunc_sat<std::int64_t>(std::ceil(half));
+  first_ = 1 - last_;
+  mixed_ = grid.Parts() == 0;
+  if (!Allocate(mixed_ ? std::ceil(kMixedShortPhases / ratio) : static_cast<double>(grid.Parts())))
+    return false;
+  period_ = RatioGrid::Denominator(ratio / 2.0, kLongestPeriod, 0.125 / phases_, 0.0);
+  return Fill(false, [&](double distance) { return ShortAt(distance / ratio) / ratio; });
 }
 
 bool StreamKernel::MakeLinear() {
   first_ = 0;
   last_ = 1;
   mixed_ = true;
-  if (!Allocate(1)) return false;
+  if (!Allocate(1.0)) return false;
   rows_[0] = rows_[stride_ + 1] = 1.0f;
   return true;
 }

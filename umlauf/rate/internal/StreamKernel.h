@@ -17,6 +17,12 @@ class StreamKernel {
   bool MakeFilter(const CDownsamplingInfo& table, double ratio, const RatioGrid& grid);
   /// Greatest denominator of a grid for which `MakeFilter` makes a row of each phase.
   static std::uint32_t MaxDenominator(double ratio);
+  /// A short low-pass for outputs at twice a rate whose band they are limited to afterwards; there are
+  /// `ratio` inputs per output of that rate. Its pass band reaches to 0.45 of that rate, and what lies within
+  /// 0.55 of it around each second multiple is suppressed by 122 dB. False when there is no memory.
+  bool MakeShort(double ratio, const RatioGrid& grid);
+  /// Greatest denominator of a grid for which `MakeShort` makes a row of each phase.
+  static std::uint32_t MaxShortDenominator(double ratio);
   /// The two samples beside the position.
   bool MakeLinear();
 
@@ -44,7 +50,11 @@ class StreamKernel {
   }
 
  private:
-  bool Allocate(std::uint32_t phases);
+  bool Allocate(double phases);
+  /// Fills the rows with the values of a kernel at the distances of inputs from outputs [inputs], divided by
+  /// the sum of their row where all are to have the sum 1. False when a row has no sum.
+  template <class Value>
+  bool Fill(bool unitSums, Value valueAt);
 
   CAlignedMem<float> rows_;
   std::size_t stride_ = 0;

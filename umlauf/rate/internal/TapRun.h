@@ -22,6 +22,29 @@ struct TapRun {
   std::uint32_t period;
 };
 
+/// Samples that a grid passes in a period when the outputs have rows in turn and short cycles, else 0.
+inline std::size_t CycleOf(const RatioGrid& grid, std::uint32_t period, std::size_t taps) {
+  GridPosition distance;
+  if (period > kLongestPeriod) return 0;
+  for (std::uint32_t i = 0; i < period; ++i) grid.Advance(distance);
+  const bool cycled = distance.part == 0 && vekta::IsCycled(period, distance.whole, taps);
+  return cycled ? static_cast<std::size_t>(distance.whole) : 0;
+}
+
+/// Writes the outputs of a run that has rows in turn; `distance` from CycleOf.
+template <class WindowAt>
+void RunCycle(float* out, std::size_t outStride, const TapRun& run, std::size_t distance,
+              const vekta::TapPlanes& planes, WindowAt windowAt, const vekta::TapRows& rows, float scale) {
+  std::array<vekta::TapWindow, kLongestPeriod> windows;
+  GridPosition next = run.first;
+  for (std::uint32_t i = 0; i < run.period; ++i) {
+    windows[i] = windowAt(next);
+    run.grid.Advance(next);
+  }
+  vekta::CycledDotProducts(out, outStride, {windows.data(), run.period, distance}, run.count, planes, rows,
+                           scale);
+}
+
 /// Writes `count` outputs that lie `distance` apart, `outStride` floats apart; returns the position behind.
 template <class WindowAt, class Products>
 GridPosition RunLane(float* out, std::size_t outStride, const RatioGrid& grid, GridPosition position,

@@ -36,4 +36,33 @@ UMLAUF_API void DotProducts(float* out, std::size_t outStride, const TapWindow* 
 UMLAUF_API void MixedDotProducts(float* out, std::size_t outStride, const TapWindow* windows, std::size_t n,
                                  const TapPlanes& planes, const TapRows& rows, float scale);
 
+/// A piece of a filter over samples that lie side by side: taps[d] times x[i + d], d < count, for output i.
+struct FilterSpan {
+  const float *x, *taps;
+  std::size_t count;
+};
+/// Outputs that `Convolve` computes at once.
+inline constexpr std::size_t kConvolved = 64;
+/// out[i] = scale * sum of the spans, for i < n rounded up to a multiple of kConvolved: so much is written,
+/// and samples are there for it. The spans have 1 tap or more. A result depends on its samples, the taps and
+/// the processor, not on its place. The output does not overlap the input.
+UMLAUF_API void Convolve(float* out, std::size_t n, const FilterSpan* spans, std::size_t spanCount,
+                         float scale);
+
+/// Outputs that have rows in turn: output a * period + b is window b, a * distance samples further on.
+struct TapCycle {
+  const TapWindow* windows;
+  std::size_t period, distance;
+};
+inline constexpr std::size_t kLongestCycle = 16, kLongestDistance = 32, kMostCycledTaps = 1024;
+/// Whether a cycle is short enough for `CycledDotProducts`.
+constexpr bool IsCycled(std::uint64_t period, std::uint64_t distance, std::size_t taps) {
+  return period >= 1 && period <= kLongestCycle && distance >= 1 && distance <= kLongestDistance &&
+         taps <= kMostCycledTaps;
+}
+/// As DotProducts for the first n outputs of a cycle; faster, but with sums in another order. Results depend
+/// on the distance as well, not on n.
+UMLAUF_API void CycledDotProducts(float* out, std::size_t outStride, const TapCycle& cycle, std::size_t n,
+                                  const TapPlanes& planes, const TapRows& rows, float scale);
+
 }  // namespace umlauf::vekta
