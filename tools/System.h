@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdio>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -15,6 +16,9 @@ std::vector<std::string> Arguments(int argc, char** argv);
 /// Standard input, output and error as bytes, shown as UTF-8. Takes the places of those that are closed, so
 /// that no file gets their numbers and what goes there fails. Call before anything is opened.
 void PrepareStandardStreams();
+
+/// Writes UTF-8 to standard output or standard error, of any length. False when not all of it went there.
+bool WriteText(std::FILE* stream, std::string_view utf8);
 
 bool StandardErrorIsTerminal();
 /// What a terminal is sent to go to the start of its line and clear it.

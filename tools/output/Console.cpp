@@ -7,6 +7,7 @@
 #include <iterator>
 
 #include "tools/Error.h"
+#include "tools/System.h"
 
 namespace umlauf::tool {
 namespace {
@@ -44,10 +45,7 @@ std::string OnOneLine(std::string_view utf8) {
   return line;
 }
 
-void WriteOut(std::string_view text) {
-  const std::string plain = WithoutControls(text);
-  CheckOut(std::fwrite(plain.data(), 1, plain.size(), stdout) == plain.size());
-}
+void WriteOut(std::string_view text) { CheckOut(WriteText(stdout, WithoutControls(text))); }
 
 std::string RowText(std::string_view name, std::string_view text, int width) {
   return fmt::format("{:<{}}{}\n", name, width, OnOneLine(text));
@@ -60,7 +58,7 @@ void FlushOut() {
 
 void WriteNote(std::string_view text) {
   // A note that nobody can receive is no failure.
-  std::fputs(fmt::format("umlauf: {}\n", OnOneLine(text)).c_str(), stderr);
+  WriteText(stderr, fmt::format("umlauf: {}\n", OnOneLine(text)));
   std::fflush(stderr);
 }
 

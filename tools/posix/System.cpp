@@ -59,6 +59,10 @@ void PrepareStandardStreams() {
   }
 }
 
+bool WriteText(std::FILE* stream, std::string_view utf8) {
+  return std::fwrite(utf8.data(), 1, utf8.size(), stream) == utf8.size();
+}
+
 bool StandardErrorIsTerminal() { return isatty(STDERR_FILENO) == 1; }
 
 const char* ClearLine() { return "\r\033[K"; }

@@ -14,6 +14,7 @@
 #include <array>
 #include <atomic>
 #include <cstdio>
+#include <string_view>
 #include <utility>
 
 #include "umlauf/platform/framework/CString.h"
@@ -58,6 +59,15 @@ bool IsConsole(DWORD stream) {
   return GetConsoleMode(GetStdHandle(stream), &mode) != 0;
 }
 
+/// Whether a console shows a standard stream, asked once: a table may be written in a million pieces.
+bool ShownBy(const std::FILE* stream) {
+  static const bool output = IsConsole(STD_OUTPUT_HANDLE), error = IsConsole(STD_ERROR_HANDLE);
+  return stream == stderr ? error : output;
+}
+
+/// Bytes that a console takes at once everywhere; old ones refuse 64 KiB.
+constexpr std::size_t consolePiece = 1 << 14;
+
 /// As the run-time library of the program takes it apart again.
 std::wstring Quoted(const std::wstring& argument) {
   std::wstring quoted = L"\"";
@@ -88,12 +98,25 @@ void PrepareStandardStreams() {
   for (std::FILE* stream : {stdin, stdout, stderr}) {
     if (_fileno(stream) >= 0) _setmode(_fileno(stream), _O_BINARY);
   }
-  for (const auto& [handle, stream] : {std::pair{STD_OUTPUT_HANDLE, stdout}, {STD_ERROR_HANDLE, stderr}}) {
-    if (!IsConsole(handle)) continue;
+  for (std::FILE* stream : {stdout, stderr}) {
+    if (!ShownBy(stream)) continue;
     consoleCodePage.Set();
     // It gets each byte by itself otherwise, and shows no character that takes several.
     std::setvbuf(stream, nullptr, _IOFBF, 1 << 16);
   }
+}
+
+bool WriteText(std::FILE* stream, std::string_view utf8) {
+  if (!ShownBy(stream)) return std::fwrite(utf8.data(), 1, utf8.size(), stream) == utf8.size();
+  // It reads each piece by itself, and of a character that is cut it shows neither part.
+  while (!utf8.empty()) {
+    std::size_t count = std::min(utf8.size(), consolePiece);
+    const auto continues = [&] { return (static_cast<unsigned char>(utf8[count]) & 0xC0) == 0x80; };
+    for (int i = 0; i < 3 && count < utf8.size() && continues(); ++i) --count;
+    if (std::fwrite(utf8.data(), 1, count, stream) != count || std::fflush(stream) != 0) return false;
+    utf8.remove_prefix(count);
+  }
+  return true;
 }
 
 bool StandardErrorIsTerminal() { return IsConsole(STD_ERROR_HANDLE); }

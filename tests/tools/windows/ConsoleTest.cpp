@@ -6,6 +6,7 @@
 #endif
 #include <windows.h>
 
+#include <algorithm>
 #include <filesystem>
 
 #include "support/Process.h"
@@ -26,6 +27,7 @@ class Console : public testing::Test {
   Console() {
     fs::create_directories(folder_);
     EXPECT_NE(screen_, INVALID_HANDLE_VALUE);
+    EXPECT_NE(SetConsoleScreenBufferSize(screen_, size_), 0);
   }
   ~Console() override {
     CloseHandle(screen_);
@@ -57,11 +59,13 @@ class Console : public testing::Test {
     CloseHandle(process);
     return code;
   }
+  void Clear() {
+    DWORD count = 0;
+    EXPECT_NE(FillConsoleOutputCharacterW(screen_, L' ', size_.X * size_.Y, {0, 0}, &count), 0);
+    EXPECT_NE(SetConsoleCursorPosition(screen_, {0, 0}), 0);
+  }
   std::wstring Shown() const {
-    CONSOLE_SCREEN_BUFFER_INFO info{};
-    EXPECT_NE(GetConsoleScreenBufferInfo(screen_, &info), 0);
-    std::wstring text(static_cast<std::size_t>(info.dwSize.X) * static_cast<std::size_t>(info.dwSize.Y),
-                      L'\0');
+    std::wstring text(size_.X * size_.Y, L'\0');
     DWORD count = 0;
     ReadConsoleOutputCharacterW(screen_, text.data(), static_cast<DWORD>(text.size()), {0, 0}, &count);
     return text.substr(0, count);
@@ -74,6 +78,7 @@ class Console : public testing::Test {
     return false;
   }
 
+  static constexpr COORD size_{100, 400};
   fs::path folder_ = fs::temp_directory_path() / ("umlauf-console-" + ProcessNumber());
 
  private:
@@ -88,6 +93,16 @@ TEST_F(Console, ShowsWhatItsCodePageHasNot) {
   EXPECT_EQ(ExitCode(Start(L"info \"試験 Ω.wav\"")), 1u);
   EXPECT_TRUE(Shows(L"Ω.wav")) << "the argument is lost, or its text";
   EXPECT_EQ(GetConsoleOutputCP(), 437u);
+}
+
+TEST_F(Console, ShowsEveryCharacterOfALongText) {
+  // Three bytes each: 90,000 in one go, cut at any of the three.
+  for (const std::wstring before : {L"", L"a", L"ab"}) {
+    Clear();
+    EXPECT_EQ(ExitCode(Start(L"info " + before + std::wstring(30'000, L'€'))), 1u);
+    EXPECT_TRUE(Shows(L"€: "));
+    EXPECT_EQ(std::ranges::count(Shown(), L'€'), 30'000) << before.size();
+  }
 }
 
 TEST_F(Console, InterruptedProgramTellsOfItsProgressAndLeavesNothing) {
