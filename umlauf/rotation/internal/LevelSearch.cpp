@@ -19,6 +19,7 @@ constexpr double bad = 0.02;       ///< of the badness
 constexpr float cutSwing = 0.85f;  ///< a swing at either end must be so much of the next one
 constexpr float dwarf = 0.15f;     ///< a swing so much smaller than those on both sides belongs to no tooth
 constexpr std::size_t mostPlateaus = 8;
+constexpr double plainlyMore = 0.02;  ///< of the teeth; noise adds fewer
 constexpr double sameFading = 0.97;
 constexpr float aboveNoise = 1.5f;
 constexpr float leastFading = 1.0f / 64;  ///< of the greatest swing
@@ -126,6 +127,12 @@ Swings FindFading(const Stretches& stretches, SwingScale scale) {
   return above.fading ? above : best;
 }
 
+/// Whether there are plainly more of the small swings, though both follow each other as teeth do: one in each
+/// gap of a wheel, where the level moves, or a low tooth.
+bool AreInGaps(const Swings& small, const Swings& great) {
+  return small.count - great.count > std::max(4.0, plainlyMore * small.count);
+}
+
 /// The best of one preparation.
 Swings Best(const Stretches& stretches, SwingScale scale) {
   const PreparedStretches prepared(stretches, scale);
@@ -149,11 +156,13 @@ Swings Best(const Stretches& stretches, SwingScale scale) {
     // Where the numbers are much the same, noise adds a few to the smaller swings; else the smaller ones are
     // the teeth, if they look like teeth.
     const bool alike = swings.count > 0.8 * best.count && best.Badness() < bad && swings.Badness() < bad;
-    const bool withoutHum = WithoutHum(best, swings);
-    if (best.scale.smallest == 0 || withoutHum ||
+    const bool withoutHum = WithoutHum(best, swings), inGaps = alike && AreInGaps(best, swings);
+    if (best.scale.smallest == 0 || withoutHum || inGaps ||
         (alike ? plateau.Width() > width : swings.Badness() < best.Badness() / 2) ||
         (!alike && swings.AreRegular() && AreRipple(prepared, best, swings))) {
-      if (!alike && swings.rivals == 0 && CouldBeTeeth(best, swings)) swings.rivals = best.count;
+      if ((inGaps && plateau.Width() <= width) ||
+          (!alike && swings.rivals == 0 && CouldBeTeeth(best, swings)))
+        swings.rivals = best.count;
       swings.humLeftOut = withoutHum ? best.hum : 0;
       best = std::move(swings);
       best.hum = CountHum(prepared, best, static_cast<double>(plateau.high));
