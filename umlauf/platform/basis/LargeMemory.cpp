@@ -15,7 +15,7 @@ namespace {
 constexpr std::size_t kLarge = 2 * os::kLargePage;
 
 constexpr std::size_t leastSpare = std::size_t{1} << 16, mostSpare = std::size_t{1} << 23;
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#if defined(__SANITIZE_ADDRESS__)
 constexpr std::size_t allSpare = 0;  // each use of a block that was freed is to be seen
 #else
 constexpr std::size_t allSpare = std::size_t{1} << 24;
