@@ -34,6 +34,8 @@ if TYPE_CHECKING:
 __all__ = ["Interrupted", "Summary", "evaluate"]
 
 SECONDS_OF_CALL = 1.0
+SECONDS_OF_LAST = 0.1
+"""Calls get shorter towards the end, but not shorter: each takes some hundredths of that from who sends it."""
 CALLS_PER_SECOND = 200.0
 """That a scheduler is to have at most: calls of many workers are longer."""
 LEAST_COST = 1e-3
@@ -283,7 +285,7 @@ class _Run:
     def _batch(self, new: deque[Found], threads: int) -> Iterator[Found]:
         """Recordings for about a second, of many workers for longer; few enough that all workers end together."""
         seconds = max(SECONDS_OF_CALL, threads / CALLS_PER_SECOND)
-        most = min(seconds, self._left / (4 * max(1, threads)) * self._per_byte + LEAST_COST)
+        most = min(seconds, max(SECONDS_OF_LAST, self._left / (4 * max(1, threads)) * self._per_byte))
         cost = 0.0
         while new and (cost == 0 or cost + self._cost(new[0]) <= most):
             cost += self._cost(new[0])

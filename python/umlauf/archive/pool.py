@@ -101,6 +101,8 @@ def local_workers(workers: int | None = None, memory: str = "") -> Iterator[Any]
         "distributed.scheduler.allowed-failures": 0,
         "distributed.comm.timeouts.connect": "60s",
         "distributed.deploy.lost-worker-timeout": "1 day",
+        # A hundred looks a second at what each process does take a processor's time from the workers.
+        "distributed.worker.profile.enabled": False,
     }
     with contextlib.ExitStack() as stack:
         folder = stack.enter_context(tempfile.TemporaryDirectory(prefix="umlauf-"))

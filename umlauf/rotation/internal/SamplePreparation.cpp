@@ -63,7 +63,7 @@ bool AreFinite(std::span<const float> samples) {
   return true;
 }
 
-float WrapRange(const std::vector<float>& samples) {
+float WrapRange(std::span<const float> samples) {
   if (samples.empty()) return 0;
   float low = 0, high = 0;
   QVL::VectorMinMax(samples.data(), samples.size(), 1, low, high);
@@ -94,7 +94,7 @@ float WrapRange(const std::vector<float>& samples) {
              : 0;
 }
 
-float JumpLimit(const std::vector<float>& samples) {
+float JumpLimit(std::span<const float> samples) {
   std::vector<float> steps;
   for (std::size_t i = 1; i < samples.size(); ++i) {
     const float step = std::abs(samples[i] - samples[i - 1]);

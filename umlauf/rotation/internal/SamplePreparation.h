@@ -33,9 +33,9 @@ class SamplePreparation {
 bool AreFinite(std::span<const float> samples);
 
 /// The range of a converter that went round in these samples; 0: none did.
-float WrapRange(const std::vector<float>& samples);
+float WrapRange(std::span<const float> samples);
 
 /// A limit for jumps: above all that the signal does by itself, by the distribution of its steps.
-float JumpLimit(const std::vector<float>& samples);
+float JumpLimit(std::span<const float> samples);
 
 }  // namespace umlauf::rotation

@@ -16,7 +16,7 @@ void Share::Take(const float* samples, std::size_t n, std::size_t stride) {
         stretches_.push_back({at_, {}});
         stretches_.back().samples.reserve(stretch);
       }
-      std::vector<float>& kept = stretches_.back().samples;
+      LargeVector<float>& kept = stretches_.back().samples;
       kept.resize(kept.size() + count);
       QVL::Interleave(kept.data() + (kept.size() - count), 1, samples, stride, count);
     }
@@ -47,7 +47,7 @@ Stretches Share::Finish() {
   Stretches joined;
   for (Stretch& each : stretches_) {
     if (!joined.empty() && joined.back().begin + joined.back().samples.size() == each.begin) {
-      std::vector<float>& before = joined.back().samples;
+      LargeVector<float>& before = joined.back().samples;
       before.insert(before.end(), each.samples.begin(), each.samples.end());
       each.samples = {};
     } else {

@@ -4,12 +4,14 @@
 #include <cstdint>
 #include <vector>
 
+#include "umlauf/platform/basis/LargeMemory.h"
+
 namespace umlauf::rotation {
 
 /// Successive samples of a recording.
 struct Stretch {
   std::uint64_t begin = 0;  ///< [samples]
-  std::vector<float> samples;
+  LargeVector<float> samples;
 };
 using Stretches = std::vector<Stretch>;
 

@@ -1,5 +1,6 @@
 #include "umlauf/rotation/internal/TurningPoints.h"
 
+#include <algorithm>
 #include <cstddef>
 
 namespace umlauf::rotation {
@@ -22,21 +23,22 @@ TurningPoints::TurningPoints(std::span<const float> samples) : samples_(samples)
   float last = samples[0], direction = 0;
   std::size_t lastAt = 0;
   for (std::size_t i = 1; i < samples.size();) {
-    if (i + stride <= samples.size() && GoOn(&samples[i], direction)) {
-      i += stride;
+    const std::size_t n = std::min(stride, samples.size() - i);
+    if (n == stride && GoOn(&samples[i], direction)) {
+      i += n;
       lastAt = i - 1;
       last = samples[lastAt];
       continue;
     }
-    const float x = samples[i];
-    if (x != last) {
+    for (const std::size_t end = i + n; i < end; ++i) {
+      const float x = samples[i];
+      if (x == last) continue;
       const float now = x > last ? 1.0f : -1.0f;
       if (now == -direction) places_.push_back(static_cast<std::uint32_t>(lastAt));
       direction = now;
       last = x;
       lastAt = i;
     }
-    ++i;
   }
   if (lastAt > 0) places_.push_back(static_cast<std::uint32_t>(lastAt));
 }

@@ -1,10 +1,9 @@
 #pragma once
 
-#include <algorithm>
 #include <cstdint>
 #include <span>
-#include <vector>
 
+#include "umlauf/platform/basis/LargeMemory.h"
 #include "umlauf/rotation/internal/Zigzag.h"
 
 namespace umlauf::rotation {
@@ -26,10 +25,8 @@ class TurningPoints {
     std::uint32_t begin = 0;
     for (const std::uint32_t end : places_) {
       if (zigzag.Turns(samples_[end])) {
-        const auto first = samples_.begin() + begin, last = samples_.begin() + end;
-        const auto at = std::partition_point(first, last, [&](float x) { return !zigzag.Turns(x); });
-        const auto seen = static_cast<std::uint32_t>(at - samples_.begin());
-        zigzag.TakeAt(seen, *at);
+        const std::uint32_t seen = FirstThatTurns(zigzag, begin, end);
+        zigzag.TakeAt(seen, samples_[seen]);
         f(seen);
         if (seen == end) {
           begin = end;
@@ -42,8 +39,22 @@ class TurningPoints {
   }
 
  private:
+  /// From sample `begin` on; `end` is one, and the signal does not turn on the way.
+  std::uint32_t FirstThatTurns(const Zigzag& zigzag, std::uint32_t begin, std::uint32_t end) const {
+    while (end - begin > few) {
+      const std::uint32_t middle = begin + (end - begin) / 2;
+      (zigzag.Turns(samples_[middle]) ? end : begin) = middle;
+    }
+    // A count has no branches that a processor would have to guess.
+    std::uint32_t before = 0;
+    for (std::uint32_t i = begin; i < end; ++i) before += zigzag.Turns(samples_[i]) ? 0u : 1u;
+    return begin + before;
+  }
+
+  static constexpr std::uint32_t few = 32;
+
   std::span<const float> samples_;
-  std::vector<std::uint32_t> places_;
+  LargeVector<std::uint32_t> places_;
 };
 
 }  // namespace umlauf::rotation
