@@ -96,6 +96,15 @@ HWY_INLINE size_t PlacesOfBits(Word bits, Word first, Word* places, size_t count
 }
 #endif
 
+#if HWY_TARGET != HWY_SCALAR && UMLAUF_QVL_COMPRESSES
+/// Writes those of a vector's numbers that are marked; returns how many. What follows them is written over.
+template <class D>
+HWY_INLINE size_t PutMarked(D d, hn::Vec<D> numbers, hn::Mask<D> mask, Word* places) {
+  hn::StoreU(hn::Compress(numbers, mask), d, places);
+  return hn::CountTrue(d, mask);
+}
+#endif
+
 template <size_t kStride, class Marked>
 HWY_INLINE size_t PlacesInVectors(const Word* words, size_t n, Marked marked, Word* places) {
   size_t i = 0, count = 0;
@@ -121,11 +130,14 @@ HWY_INLINE size_t PlacesInVectors(const Word* words, size_t n, Marked marked, Wo
       continue;
     }
 #if UMLAUF_QVL_COMPRESSES
-    for (const auto mask : {first, second, third, fourth}) {
-      hn::StoreU(hn::Compress(numbers, mask), d, places + count);
-      count += hn::CountTrue(d, mask);
-      numbers = hn::Add(numbers, some);
-    }
+    count += PutMarked(d, numbers, first, places + count);
+    numbers = hn::Add(numbers, some);
+    count += PutMarked(d, numbers, second, places + count);
+    numbers = hn::Add(numbers, some);
+    count += PutMarked(d, numbers, third, places + count);
+    numbers = hn::Add(numbers, some);
+    count += PutMarked(d, numbers, fourth, places + count);
+    numbers = hn::Add(numbers, some);
 #else
     const Word bits =
         Bits(d, first) | Bits(d, second) << N | Bits(d, third) << (2 * N) | Bits(d, fourth) << (3 * N);
