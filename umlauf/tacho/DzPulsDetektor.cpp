@@ -160,16 +160,17 @@ inline bool CDzPulsDetektor::PulsEintragen(const Settings& settings, Run& run, C
 /// `PulsEintragen` forms each. False when one has to be looked at, and then nothing has changed.
 bool CDzPulsDetektor::TakeEveryEdge(const Edges& edges, std::size_t n, std::uint64_t start,
                                     std::uint64_t& samplesSincePulse, CDzPulsListe& list) {
-  if (edges.count == 0 || settings_.minLength != 0 || run_.edgesInPulse != 0) return false;
+  if (edges.count == 0 || run_.edgesInPulse != 0) return false;
+  const auto shortest = static_cast<float>(settings_.minLength);
   const std::uint64_t first = samplesSincePulse + edges.position[0] + 1;
   std::array<float, kChunk + umlauf::vekta::kPulseRoom> values;
   const float pulses = settings_.sourcePulsesReal;
   values[0] = (ToFloat(first - 1) + run_.carry + edges.fraction[0]) * pulses;
-  if (ToFloat(first) + run_.carry < 0.0f) return false;
+  if (ToFloat(first) + run_.carry < shortest) return false;
   std::array<std::int64_t, 1 + kChunk + umlauf::vekta::kPulseRoom> ends;
   ends[0] = -static_cast<std::int64_t>(samplesSincePulse);
   if (!umlauf::vekta::PulseLengths(values.data(), ends.data() + 1, edges.position.data(),
-                                   edges.fraction.data(), edges.count, pulses)) {
+                                   edges.fraction.data(), edges.count, pulses, shortest)) {
     return false;
   }
   if (!list.AddPulses(ends.data(), values.data(), edges.count, start, edges.firstRising, edges.alternating))

@@ -282,7 +282,7 @@ size_t Edges(const float* x, size_t n, const std::uint64_t* above, const std::ui
 }
 
 bool Lengths(float* values, std::int64_t* ends, const std::uint16_t* places, const float* fractions, size_t n,
-             float scale) {
+             float scale, float shortest) {
   const Floats d;
   const hn::RebindToSigned<Floats> ints;
   const hn::Rebind<std::uint16_t, Floats> shorts;
@@ -295,9 +295,9 @@ bool Lengths(float* values, std::int64_t* ends, const std::uint16_t* places, con
     const auto before = hn::ConvertTo(d, hn::Sub(samples, hn::Set(ints, 1)));
     const auto length = hn::Add(hn::Add(before, carry), hn::LoadU(d, fractions + k));
     hn::StoreU(hn::Mul(length, factor), d, values + k);
-    auto negative = hn::Lt(hn::Add(hn::ConvertTo(d, samples), carry), hn::Zero(d));
-    if (n - k < N) negative = hn::And(negative, hn::FirstN(d, n - k));
-    if (!hn::AllFalse(d, negative)) return false;
+    auto merged = hn::Lt(hn::Add(hn::ConvertTo(d, samples), carry), hn::Set(d, shortest));
+    if (n - k < N) merged = hn::And(merged, hn::FirstN(d, n - k));
+    if (!hn::AllFalse(d, merged)) return false;
   }
   const hn::CappedTag<std::int64_t, 8> wide;
   const hn::Rebind<std::uint16_t, decltype(wide)> few;
@@ -360,8 +360,8 @@ std::size_t FindEdges(const float* x, std::size_t n, const std::uint64_t* above,
 }
 
 bool PulseLengths(float* values, std::int64_t* ends, const std::uint16_t* places, const float* fractions,
-                  std::size_t n, float scale) {
-  return HWY_DYNAMIC_DISPATCH(Lengths)(values, ends, places, fractions, n, scale);
+                  std::size_t n, float scale, float shortest) {
+  return HWY_DYNAMIC_DISPATCH(Lengths)(values, ends, places, fractions, n, scale, shortest);
 }
 
 void StorePulseRecords(void* records, const std::int64_t* ends, const float* values, std::size_t n,

@@ -50,9 +50,9 @@ UMLAUF_API std::size_t FindEdges(const float* x, std::size_t n, const std::uint6
 /// Lengths of the pulses that end at edges 1 to n - 1, times `scale`: values[k] = ((samples - 1) + carry +
 /// fractions[k]) * scale with samples = places[k] - places[k - 1] and carry = 1 - fractions[k - 1]. And for
 /// all n edges the sample behind each: ends[k] = places[k] + 1. False when one of the pulses has samples +
-/// carry < 0. There is room behind the n places, fractions, values and ends.
+/// carry < shortest. There is room behind the n places, fractions, values and ends.
 UMLAUF_API bool PulseLengths(float* values, std::int64_t* ends, const std::uint16_t* places,
-                             const float* fractions, std::size_t n, float scale);
+                             const float* fractions, std::size_t n, float scale, float shortest);
 
 /// Pulses as records of four 64-bit words: samples (ends[k + 1] - ends[k], not negative), the bits of
 /// values[k], the first sample (start + ends[k]), and flags[k % 2]. There are n + 1 ends.
