@@ -10,7 +10,8 @@ import subprocess
 import sys
 
 # Internal headers that another layer may include: vector instructions live in vekta alone.
-FRIENDS = {"umlauf/platform/vekta/internal/FilterKernels.h": {"rate", "orders", "tests"}}
+FRIENDS = {"umlauf/platform/vekta/internal/FilterKernels.h": {"rate", "orders", "tests"},
+           "umlauf/platform/vekta/internal/PulseKernels.h": {"pulses", "tacho", "encoder", "tests"}}
 GENERATED = {"umlauf/Export.h", "umlauf/Version.h"}
 INCLUDE = re.compile(r'^\s*#\s*include\s*[<"](umlauf/[^>"]+)[>"]', re.M)
 # What stands on the library, with the roots that it may include from.

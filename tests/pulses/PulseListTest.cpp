@@ -42,6 +42,32 @@ TEST(PulseList, Completion) {
   EXPECT_TRUE(list.LastPulsUsable());
 }
 
+TEST(PulseList, PulsesAppendedAtOnce) {
+  const std::int64_t ends[] = {-3, 2, 2, 9, 12, 20};
+  const float values[] = {1.5f, 2.0f, -3.0f, 0.25f, 5.0f};
+  for (const bool alone : {true, false}) {
+    for (const bool alternating : {false, true}) {
+      CDzPulsListe list, plain;
+      const std::uint64_t before = alone ? 0 : 7;  // samples of a pulse that is in the list
+      for (CDzPulsListe* each : {&list, &plain}) {
+        if (before != 0) each->AddEntry(before, 9.0f);
+      }
+      EXPECT_TRUE(list.AddPulses(ends, values, 5, before + 3, false, alternating));
+      for (int k = 0; k < 5; ++k) {
+        plain.AddEntry(static_cast<std::uint64_t>(ends[k + 1] - ends[k]), values[k])
+            .SetHiFlank(alternating && k % 2 == 1);
+      }
+      EXPECT_EQ(list.LastValue(), 5.0f);
+      for (CDzPulsListe* each : {&list, &plain}) each->CompletePulsList(4);
+      ASSERT_EQ(list.size(), plain.size());
+      EXPECT_EQ(std::memcmp(list.data(), plain.data(), plain.size() * sizeof(PulsEntry)), 0);
+      list[0].SetNrSamples(100);  // what a caller changes and completes again is numbered afresh
+      list.CompletePulsList(0);
+      EXPECT_EQ(list[1].StartSample(), 100u);
+    }
+  }
+}
+
 TEST(PulseList, Averages) {
   CDzPulsListe list;
   EXPECT_EQ(list.CalcAverPulsF(1000.0f), 0.0f);

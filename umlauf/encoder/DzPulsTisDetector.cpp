@@ -1,10 +1,13 @@
 #include "umlauf/encoder/DzPulsTisDetector.h"
 
 #include <algorithm>
+#include <array>
 #include <bit>
 #include <cmath>
 
 #include "umlauf/encoder/EncoderWord.h"
+#include "umlauf/encoder/QuadratureDecoder.h"
+#include "umlauf/encoder/internal/DenseEdges.h"
 #include "umlauf/encoder/internal/PulseBuffer.h"
 #include "umlauf/encoder/internal/WordScan.h"
 #include "umlauf/platform/framework/CString.h"
@@ -15,6 +18,7 @@
 
 namespace {
 
+using umlauf::encoder::DenseWords;
 using umlauf::encoder::kScanned;
 using umlauf::encoder::PulseBuffer;
 using umlauf::encoder::WordMarks;
@@ -25,21 +29,22 @@ std::int64_t WholeSamplesUp(std::int64_t time, unsigned subsamples) {
 }
 
 /// Calls mark(words, n, marks) for successive words of a block, then take(i, word) in order for each marked
-/// one, and moves the pulses that this gave into the list. takeRest(i, word, n), with word[k] the k-th of n
-/// words and i(k) its place, may take all behind the first one at once, or none and return false.
+/// one, and moves the pulses that this gave into the list. takeRest(words) may take all behind the first one
+/// at once, or none and return false.
 template <class Mark, class Take, class TakeRest>
 void ForEachMarked(const ULONG* words, std::uint64_t count, unsigned stride, PulseBuffer& pulses,
                    CDzPulsListe& list, Mark mark, Take take, TakeRest takeRest) {
   WordMarks marks;
+  std::array<ULONG, kScanned> marked;
   for (std::uint64_t done = 0; done < count;) {
     const auto n = static_cast<std::size_t>(std::min<std::uint64_t>(kScanned, count - done));
     const ULONG* const some = words + done * stride;
     mark(some, n, marks);
-    const auto place = [&](std::size_t k) { return done + marks.place[k]; };
-    const umlauf::encoder::MarkedWords word(some, stride, marks);
+    umlauf::encoder::CopyMarked(some, stride, marks, marked.data());
+    const DenseWords all{marked.data(), marks.place.data(), marks.count, static_cast<std::int64_t>(done)};
     for (std::size_t k = 0; k < marks.count; ++k) {
-      take(place(k), word[k]);
-      if (k == 0 && takeRest(place, word, marks.count)) break;
+      take(done + marks.place[k], marked[k]);
+      if (k == 0 && takeRest(all)) break;
     }
     pulses.MoveTo(list);
     done += n;
@@ -64,7 +69,7 @@ void CDzPulsTisDetector::Restart(unsigned sampleRate, unsigned pulsesPerRev, boo
   edgesInPulse_ = 0;
   dividerRemaining_ = 0;
   errorBits_ = 0;
-  decoder_.clear();
+  counter_ = Counter();
   previous_ = PreviousEvent();
   halves_[0] = halves_[1] = HalfWord();
   display_ = Display();
@@ -167,29 +172,14 @@ unsigned CDzPulsTisDetector::PulseSuchenStandardTis(const ULONG* words, std::uin
         carry = 0.0;
       },
       // Mostly every edge ends a pulse, as the one before did.
-      [&](auto place, auto word, std::size_t n) {
+      [&](const DenseWords& all) {
         if (divider_ != 1 || countdown != 1 || edgesInPulse != 0 || carry != 0.0) return false;
         if (numeric::trunc_sat<std::int64_t>(lastEdge) != pulseStart) return false;
-        double last = lastEdge;
-        std::int64_t start = pulseStart;
-        unsigned errorBits = 0, merged = 0;
-        for (std::size_t k = 1; k < n; ++k) {
-          const ULONG half = (word[k] >> shift) & EncoderWord::halfMask;
-          errorBits += (half & EncoderWord::standardError) != 0 ? 1 : 0;
-          const double edge =
-              static_cast<double>(static_cast<int>(half >> EncoderWord::standardTimeShift)) * samplesPerTick +
-              static_cast<double>(static_cast<std::int64_t>(place(k)));
-          const auto edgeSample = static_cast<std::int64_t>(edge);
-          merged |= edgeSample - start < minimum ? 1 : 0;
-          pulses.Put(k - 1, edgeSample - start, (edge - last) * revPerEdge);
-          last = edge;
-          start = edgeSample;
-        }
-        if (merged != 0) return false;
-        pulses.Keep(n - 1);
-        lastEdge = last;
-        pulseStart = start;
-        errors += errorBits;
+        umlauf::encoder::StandardState state{lastEdge, pulseStart, errors};
+        if (!TakeAllStandard(all, {shift, samplesPerTick, revPerEdge, minimum}, state, pulses)) return false;
+        lastEdge = state.lastEdge;
+        pulseStart = state.pulseStart;
+        errors = state.errors;
         return true;
       });
 
@@ -250,37 +240,16 @@ unsigned CDzPulsTisDetector::PulseSuchenHiResTis(const ULONG* words, std::uint64
         edgesInPulse = 0;
       },
       // Mostly every edge ends a pulse, as the one before did.
-      [&](auto place, auto word, std::size_t n) {
-        const auto endOf = [=](std::uint64_t i, std::uint32_t position) {
-          return static_cast<std::int64_t>(i) + WholeSamplesUp(position, subsamples);
-        };
-        if (edgesInPulse != 0 || carry != 0.0 || entered != endOf(lastEdge, half.lastPosition)) return false;
-        std::uint64_t last = lastEdge;
-        std::int64_t end = entered;
-        std::uint32_t lastPosition = half.lastPosition;
-        unsigned errorWords = 0, merged = 0;
-        for (std::size_t k = 1; k < n; ++k) {
-          const std::uint64_t i = place(k);
-          const ULONG bits = word[k] >> shift;
-          const ULONG edges = (bits >> EncoderWord::edgeCountShift) & EncoderWord::edgeCountMask;
-          const std::uint32_t position = (bits >> EncoderWord::timeShift) & EncoderWord::timeMask;
-          errorWords += edges == EncoderWord::edgeCountError ? 1 : 0;
-          const auto step = static_cast<int>(position) - static_cast<int>(lastPosition);
-          const double length = static_cast<double>(step) * resolution +
-                                static_cast<double>(static_cast<std::int64_t>(i - last));
-          const std::int64_t before = end;
-          end = endOf(i, position);
-          merged |= static_cast<std::int64_t>(i) - before < minimum || end == before ? 1 : 0;
-          pulses.Put(k - 1, end - before, revPerEdge * length / static_cast<double>(static_cast<int>(edges)));
-          last = i;
-          lastPosition = position;
-        }
-        if (merged != 0) return false;
-        pulses.Keep(n - 1);
-        lastEdge = last;
-        half.lastPosition = lastPosition;
-        entered = end;
-        errors += errorWords;
+      [&](const DenseWords& all) {
+        const std::int64_t end =
+            static_cast<std::int64_t>(lastEdge) + WholeSamplesUp(half.lastPosition, subsamples);
+        if (edgesInPulse != 0 || carry != 0.0 || entered != end) return false;
+        umlauf::encoder::HighResState state{lastEdge, half.lastPosition, entered, errors};
+        if (!TakeAllHighRes(all, {shift, subsamples, revPerEdge, minimum}, state, pulses)) return false;
+        lastEdge = state.lastEdge;
+        half.lastPosition = state.lastPosition;
+        entered = state.entered;
+        errors = state.errors;
         return true;
       });
 
@@ -294,7 +263,7 @@ unsigned CDzPulsTisDetector::PulseSuchenHiResTis(const ULONG* words, std::uint64
   return errors;
 }
 
-/// What runs on through the chunks of one block of a quadrature stream. Times in sub-samples.
+/// What runs on through one block of a quadrature stream. Times in sub-samples.
 struct CDzPulsTisDetector::QuadratureBlock {
   unsigned subsamples;  // per sample
   double revPerEdge;    // [samples per sub-sample and edge]
@@ -308,7 +277,7 @@ unsigned CDzPulsTisDetector::PulseSuchenQuadratureEnc(const ULONG* words, std::u
                                                       unsigned stride, bool fourfold, bool highRes,
                                                       CDzPulsListe& list) {
   const unsigned subsamples = CQuadratureDecoder::Subsamples(sampleRate_, highRes);
-  decoder_.subsamples(subsamples);
+  const unsigned factor = highRes ? EncoderWord::timeRange : subsamples;
   QuadratureBlock block;
   block.subsamples = subsamples;
   block.revPerEdge = (fourfold ? 4.0 : 1.0) * static_cast<double>(pulsesPerRev_) *
@@ -316,14 +285,30 @@ unsigned CDzPulsTisDetector::PulseSuchenQuadratureEnc(const ULONG* words, std::u
   block.minimum = (static_cast<std::int64_t>(minSamples_) + 1) * subsamples;
   block.lastPulse = -static_cast<std::int64_t>(subsamples);
   block.carry = static_cast<double>(carry_);
+  if (count != 0 && !counter_.started) counter_ = {true, words[0]};
   PulseBuffer pulses;
-  for (std::uint64_t done = 0; done < count;) {
-    const std::uint64_t n = std::min<std::uint64_t>(kScanned, count - done);
-    decoder_.decode(words + done * stride, static_cast<unsigned>(n), stride, highRes);
-    TakeEvents(block, done, pulses);
-    pulses.MoveTo(list);
-    done += n;
-  }
+  ForEachMarked(
+      words, count, stride, pulses, list,
+      [&](const ULONG* some, std::size_t n, WordMarks& marks) {
+        umlauf::encoder::MarkChanges(some, n, stride, counter_.last, EncoderWord::counterMask, marks);
+      },
+      [&](std::uint64_t i, ULONG word) {
+        const std::uint64_t within = (word >> EncoderWord::timeShift) & EncoderWord::timeMask;
+        const std::uint64_t time = i * subsamples + within * factor / EncoderWord::timeRange;
+        TakeEvent(block, static_cast<std::int64_t>(time), word, pulses);
+      },
+      [&](const DenseWords& all) {  // mostly every event ends a pulse, as the one before did
+        const std::int64_t last = previous_.time;
+        if (edgesInPulse_ != 0 || block.carry != 0.0 || block.lastPulse != last) return false;
+        if (block.entered != WholeSamplesUp(last, subsamples)) return false;
+        umlauf::encoder::QuadratureState state{last, block.entered};
+        if (!TakeAllQuadrature(all, {subsamples, highRes, block.revPerEdge, block.minimum}, state, pulses))
+          return false;
+        counter_.last = all.word[all.count - 1];
+        previous_.time = block.lastPulse = state.lastTime;
+        block.entered = state.entered;
+        return true;
+      });
   list.CompletePulsList(Rest(count, block.entered));
   list.CalcAverPulsF(static_cast<float>(sampleRate_));
   carry_ = static_cast<float>(block.carry);
@@ -331,59 +316,24 @@ unsigned CDzPulsTisDetector::PulseSuchenQuadratureEnc(const ULONG* words, std::u
   return 0;
 }
 
-/// Takes all events behind the first one, each of which ends a pulse, as mostly all do. False when one does
-/// not, and then nothing has changed.
-bool CDzPulsTisDetector::TakeEveryEvent(QuadratureBlock& block, std::int64_t firstTime, PulseBuffer& pulses) {
-  const std::vector<CQuadratureDecoder::Event>& events = decoder_.events();
-  std::int64_t last = previous_.time, entered = block.entered;
-  if (edgesInPulse_ != 0 || block.carry != 0.0 || block.lastPulse != last) return false;
-  if (entered != WholeSamplesUp(last, block.subsamples)) return false;
-  std::int32_t position = previous_.position;
-  unsigned merged = 0;
-  for (std::size_t k = 1; k < events.size(); ++k) {
-    const std::int64_t time = firstTime + static_cast<std::int64_t>(events[k].time);
-    const auto edges = static_cast<std::int32_t>(static_cast<std::uint32_t>(events[k].position) -
-                                                 static_cast<std::uint32_t>(position));
-    const std::int64_t end = WholeSamplesUp(time, block.subsamples);
-    merged |= time - last < block.minimum || edges == 0 ? 1 : 0;
-    pulses.Put(k - 1, end - entered,
-               static_cast<double>(time - last) * block.revPerEdge / static_cast<double>(edges));
-    last = time;
-    entered = end;
-    position = events[k].position;
-  }
-  if (merged != 0) return false;
-  pulses.Keep(events.size() - 1);
-  previous_ = {last, position, true};
-  block.lastPulse = last;
-  block.entered = entered;
-  return true;
-}
-
-void CDzPulsTisDetector::TakeEvents(QuadratureBlock& block, std::uint64_t firstSample, PulseBuffer& pulses) {
-  const auto firstTime = static_cast<std::int64_t>(firstSample * block.subsamples);
-  const std::vector<CQuadratureDecoder::Event>& events = decoder_.events();
-  for (std::size_t k = 0; k < events.size(); ++k) {
-    const PreviousEvent before = previous_;
-    previous_ = {firstTime + static_cast<std::int64_t>(events[k].time), events[k].position, true};
-    TakeEvent(block, before, pulses);
-    if (k == 0 && TakeEveryEvent(block, firstTime, pulses)) return;
-  }
-}
-
-/// Takes the event that is the previous one from now on.
-void CDzPulsTisDetector::TakeEvent(QuadratureBlock& block, const PreviousEvent& before, PulseBuffer& pulses) {
+/// Takes a word whose counter differs from the one before.
+void CDzPulsTisDetector::TakeEvent(QuadratureBlock& block, std::int64_t time, ULONG word,
+                                   PulseBuffer& pulses) {
+  const PreviousEvent before = previous_;
+  previous_ = {time, true};
+  // The counter wraps around, its change does not.
+  const auto counts = static_cast<std::int16_t>((word >> EncoderWord::counterShift) -
+                                                (counter_.last >> EncoderWord::counterShift));
+  counter_.last = word;
   if (!before.seen) return;
-  // The position wraps around, its change does not.
-  edgesInPulse_ += static_cast<std::int32_t>(static_cast<std::uint32_t>(previous_.position) -
-                                             static_cast<std::uint32_t>(before.position));
-  block.carry += static_cast<double>(previous_.time - before.time);
-  if (edgesInPulse_ == 0 || previous_.time - block.lastPulse < block.minimum) return;
-  const std::int64_t samples = WholeSamplesUp(previous_.time, block.subsamples) - block.entered;
+  edgesInPulse_ += counts;
+  block.carry += static_cast<double>(time - before.time);
+  if (edgesInPulse_ == 0 || time - block.lastPulse < block.minimum) return;
+  const std::int64_t samples = WholeSamplesUp(time, block.subsamples) - block.entered;
   pulses.Add(samples, block.carry * block.revPerEdge / static_cast<double>(edgesInPulse_));
   block.entered += samples;
   block.carry = 0.0;
-  block.lastPulse = previous_.time;
+  block.lastPulse = time;
   edgesInPulse_ = 0;
 }
 

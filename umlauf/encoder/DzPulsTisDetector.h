@@ -3,7 +3,6 @@
 #include <cstdint>
 
 #include "umlauf/Export.h"
-#include "umlauf/encoder/QuadratureDecoder.h"
 #include "umlauf/platform/framework/Types.h"
 #include "umlauf/typed/ChannelDescription.h"
 
@@ -100,10 +99,14 @@ class UMLAUF_API CDzPulsTisDetector {
     std::uint64_t samplesSinceEdge = 0;
     std::uint32_t lastPosition = 0;  // within its sample
   };
-  /// The last event of the quadrature stream; its time counts sub-samples from the block's begin.
+  /// The counter of the quadrature stream.
+  struct Counter {
+    bool started = false;
+    ULONG last = 0;  // word
+  };
+  /// The last change of the counter; its time counts sub-samples from the block's begin.
   struct PreviousEvent {
     std::int64_t time = 0;
-    std::int32_t position = 0;
     bool seen = false;
   };
   struct QuadratureBlock;
@@ -122,9 +125,7 @@ class UMLAUF_API CDzPulsTisDetector {
   unsigned PulseSuchenHiResTis(const ULONG* words, std::uint64_t count, unsigned stride, CDzPulsListe& list);
   unsigned PulseSuchenQuadratureEnc(const ULONG* words, std::uint64_t count, unsigned stride, bool fourfold,
                                     bool highRes, CDzPulsListe& list);
-  void TakeEvents(QuadratureBlock& block, std::uint64_t firstSample, umlauf::encoder::PulseBuffer& pulses);
-  bool TakeEveryEvent(QuadratureBlock& block, std::int64_t firstTime, umlauf::encoder::PulseBuffer& pulses);
-  void TakeEvent(QuadratureBlock& block, const PreviousEvent& before, umlauf::encoder::PulseBuffer& pulses);
+  void TakeEvent(QuadratureBlock& block, std::int64_t time, ULONG word, umlauf::encoder::PulseBuffer& pulses);
   bool IsEdge(ULONG word) const;
   void KeepForDisplay(ULONG word);
 
@@ -140,7 +141,7 @@ class UMLAUF_API CDzPulsTisDetector {
   std::int64_t edgesInPulse_ = 0;       // negative while a counter runs down
   std::uint32_t dividerRemaining_ = 0;  // 0: start at the divider
   std::uint32_t errorBits_ = 0;
-  CQuadratureDecoder decoder_;
+  Counter counter_;
   PreviousEvent previous_;
   HalfWord halves_[2];
   Display display_;

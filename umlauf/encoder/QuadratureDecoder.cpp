@@ -1,6 +1,7 @@
 #include "umlauf/encoder/QuadratureDecoder.h"
 
 #include <algorithm>
+#include <array>
 
 #include "umlauf/encoder/EncoderWord.h"
 #include "umlauf/encoder/internal/WordScan.h"
@@ -23,11 +24,12 @@ bool CQuadratureDecoder::Decode(const ULONG* words, unsigned count, unsigned str
   auto position = static_cast<std::uint32_t>(position_);
   const std::uint64_t subsamples = subsamples_;
   umlauf::encoder::WordMarks marks;
+  std::array<ULONG, umlauf::encoder::kScanned> marked;
   for (std::size_t done = 0; done < count; done += umlauf::encoder::kScanned) {
     const std::size_t n = std::min(umlauf::encoder::kScanned, count - done);
     const ULONG* const some = words + done * stride;
     umlauf::encoder::MarkChanges(some, n, stride, last, EncoderWord::counterMask, marks);
-    const umlauf::encoder::MarkedWords marked(some, stride, marks);
+    umlauf::encoder::CopyMarked(some, stride, marks, marked.data());
     const std::size_t before = events_.size();
     events_.resize(before + marks.count);  // within what was reserved
     Event* const events = events_.data() + before;

@@ -1,11 +1,14 @@
 #include "umlauf/pulses/DzPulsListe.h"
 
 #include <algorithm>
+#include <array>
+#include <bit>
 #include <cmath>
 #include <cstring>
 #include <limits>
 
 #include "umlauf/platform/tramsea/PrWin.h"
+#include "umlauf/platform/vekta/internal/PulseKernels.h"
 #include "umlauf/platform/vekta/numeric.h"
 
 namespace {
@@ -23,10 +26,18 @@ struct STrailer {
 };
 static_assert(sizeof(STrailer) == 16);
 
+/// The last eight bytes of an entry that a rising or a falling edge ended.
+std::uint64_t EdgeWord(bool rising) {
+  PulsEntry entry;
+  entry.SetHiFlank(rising);
+  return std::bit_cast<std::array<std::uint64_t, 4>>(entry)[3];
+}
+
 }  // namespace
 
 void CDzPulsListe::Reset() {
   CFueGroeListe::Reset();
+  state_.numbered = 0;
   state_.averPulsT = 0.0f;
   state_.totalSamples = 0;
   state_.emptyBlocks = 0;
@@ -37,14 +48,19 @@ void CDzPulsListe::Reset() {
 
 void CDzPulsListe::SetEmpty() {
   Clear();
+  state_.numbered = 0;
   SetAverage(0.0f);
 }
 
-PulsEntry* CDzPulsListe::Extend(std::size_t count, float last) {
+bool CDzPulsListe::AddPulses(const std::int64_t* ends, const float* values, std::size_t n,
+                             std::uint64_t start, bool rising, bool alternating) {
+  const std::uint64_t flags[2] = {EdgeWord(rising), EdgeWord(rising != alternating)};
   const std::size_t from = entries_.size();
-  if (!umlauf::HadMemory([&] { entries_.resize(from + count); })) return nullptr;
-  InitLastValue(last);
-  return entries_.data() + from;
+  if (!umlauf::HadMemory([&] { entries_.resize(from + n); })) return false;
+  umlauf::vekta::StorePulseRecords(entries_.data() + from, ends, values, n, start, flags);
+  if (state_.numbered == from) state_.numbered += n;
+  if (n != 0) InitLastValue(values[n - 1]);
+  return true;
 }
 
 void CDzPulsListe::CompletePulsList(std::uint64_t rest) {
@@ -60,14 +76,15 @@ void CDzPulsListe::CompletePulsList(std::uint64_t rest) {
     AddEntry(rest, LastValue()).SetOpen(true);
     if (entries_.size() > closed) state_.lastPulseOpen = 1;
   }
-  NumberStarts();
+  NumberStarts(std::min(state_.numbered, entries_.size()));
+  state_.numbered = 0;  // what is changed and completed later is numbered afresh
 }
 
-void CDzPulsListe::NumberStarts() {
-  std::uint64_t start = 0;
-  for (PulsEntry& entry : entries_) {
-    entry.SetStartSample(start);
-    start += entry.NrSamples();
+void CDzPulsListe::NumberStarts(std::size_t from) {
+  std::uint64_t start = from == 0 ? 0 : entries_[from - 1].StartSample() + entries_[from - 1].NrSamples();
+  for (; from < entries_.size(); ++from) {
+    entries_[from].SetStartSample(start);
+    start += entries_[from].NrSamples();
   }
 }
 

@@ -35,9 +35,12 @@ class UMLAUF_API CDzPulsListe : public CFueGroeListe<PulsEntry> {
   void SetEmpty();
   /// Appends a pulse that a rising edge ended after so many samples; value: revolution time [samples].
   PulsEntry& AddEntry(std::uint64_t samples, float value) final { return Append(samples, value); }
-  /// Appends `count` > 0 pulses for the caller to fill in at once, the last of which has the value `last`.
-  /// Null without memory, and then nothing has changed.
-  PulsEntry* Extend(std::size_t count, float last);
+  /// Appends n pulses at once: pulse k begins at sample start + ends[k] of the block, ends in front of start
+  /// + ends[k + 1] and has the value values[k]; there are n + 1 ends, which do not descend. An edge ended the
+  /// first one that was rising or not, the others likewise or, if alternating, in turn. False without memory,
+  /// and then nothing has changed.
+  bool AddPulses(const std::int64_t* ends, const float* values, std::size_t n, std::uint64_t start,
+                 bool rising = true, bool alternating = false);
   /// Ends the list of a block: `rest` samples follow the last pulse and become the open entry, with the last
   /// value. After more blocks without any pulse than `EmptyBlockLimit` the last value is 0.
   void CompletePulsList(std::uint64_t rest);
@@ -170,11 +173,12 @@ class UMLAUF_API CDzPulsListe : public CFueGroeListe<PulsEntry> {
     std::int32_t associatedList = -1;
     float reverseFactor = 1.0f;
     float speedFactor = 60.0f;
+    std::size_t numbered = 0;  // entries in front whose first samples are known while the list is filled
   };
 
   float Rpm(float revTime) const;
   float RevPerSecond(float revTime) const;
-  void NumberStarts();
+  void NumberStarts(std::size_t from = 0);
   void NoteLastPulse();
   bool FindGapFactor(float ratio);
   float AverageOfOne();

@@ -15,7 +15,7 @@ namespace {
 /// Calls f(entry, first, end) with each entry's stretch of samples, limited to `limit`, which also ends the
 /// walk.
 template <class F>
-void ForEachStretch(const std::vector<PulsEntry>& entries, std::uint64_t limit, F f) {
+void ForEachStretch(const umlauf::UnfilledVector<PulsEntry>& entries, std::uint64_t limit, F f) {
   std::uint64_t first = 0;
   for (const PulsEntry& entry : entries) {
     if (first == limit) return;

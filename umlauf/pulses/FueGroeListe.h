@@ -5,9 +5,9 @@
 #include <cstring>
 #include <limits>
 #include <type_traits>
-#include <vector>
 
 #include "umlauf/Export.h"
+#include "umlauf/platform/memory/UnfilledVector.h"
 #include "umlauf/platform/memory/WithoutMemory.h"
 #include "umlauf/record/FlatRecord.h"
 
@@ -62,7 +62,7 @@ class UMLAUF_TEMPLATE_API CFueGroeListe : public CFueGroeListeBasis {
   static_assert(std::is_trivially_copyable_v<Entry>);
 
  public:
-  using Entries = std::vector<Entry>;
+  using Entries = umlauf::UnfilledVector<Entry>;
   using iterator = typename Entries::iterator;
   using const_iterator = typename Entries::const_iterator;
 
@@ -89,7 +89,7 @@ class UMLAUF_TEMPLATE_API CFueGroeListe : public CFueGroeListeBasis {
   /// Shortens the list or appends entries in their initial state. False when there is no memory for them.
   virtual bool resize(std::uint64_t n) {
     if (n > std::numeric_limits<std::size_t>::max()) return false;
-    return umlauf::HadMemory([&] { entries_.resize(static_cast<std::size_t>(n)); });
+    return umlauf::HadMemory([&] { entries_.resize(static_cast<std::size_t>(n), Entry()); });
   }
   /// Appends an entry of so many samples, which becomes the list's last value.
   virtual Entry& AddEntry(std::uint64_t samples, float value) { return Append(samples, value); }

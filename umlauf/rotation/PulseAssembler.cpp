@@ -30,7 +30,7 @@ CPulseAssembler::CPulseAssembler(const PulseForm& form)
 void CPulseAssembler::Take(const CDzPulsListe& list, CPulseTrain& pulses) {
   if (!list.Complete()) pulses.MarkIncomplete();
   std::span<const PulsEntry> entries(list.data(), list.size());
-  if (form_.kind == PulseForm::Kind::samples && !form_.merges) entries = TakeSampled(entries, pulses);
+  if (form_.kind == PulseForm::Kind::samples) entries = TakeSampled(entries, pulses);
   for (const PulsEntry& entry : entries) {
     if (entry.IsOpen()) {
       carried_ += entry.NrSamples();
@@ -49,6 +49,7 @@ std::span<const PulsEntry> CPulseAssembler::TakeSampled(std::span<const PulsEntr
   if (!any_ || count == 0) return entries;
   const CPulseTrain::Columns columns = pulses.Extend(count, std::max(lastEdge_, 0.0));
   const double edgesPerPulse = form_.edgesPerPulse, edgesPerRev = form_.edgesPerRev;
+  const bool merges = form_.merges;
   double lastEdge = lastEdge_;
   std::uint64_t position = position_, carried = carried_;
   for (std::size_t i = 0; i < count; ++i) {
@@ -58,14 +59,18 @@ std::span<const PulsEntry> CPulseAssembler::TakeSampled(std::span<const PulsEntr
     position += samples;
     const auto whole = static_cast<double>(static_cast<std::int64_t>(samples));
     const auto value = static_cast<double>(entry.Value());
-    const double length = value * edgesPerPulse / edgesPerRev;
+    double length = value * edgesPerPulse / edgesPerRev, merged = 1;
+    if (merges && length > 0 && std::abs(length - whole) > 1 + 1e-6 * whole) {  // rare
+      merged = std::max(1.0, std::round(whole / length));
+      length *= merged;
+    }
     const bool held = !(std::abs(length - whole) <= 1 + 1e-6 * whole);
     const double lastSample = static_cast<double>(static_cast<std::int64_t>(position)) - 1;
     const double edge = held ? lastSample - 0.5 : lastEdge + length;
     lastEdge = std::clamp(edge, lastSample - 1, lastSample);
     columns.ends[i] = lastEdge;
     columns.revolutionTimes[i] = value;
-    columns.pitches[i] = edgesPerPulse;
+    columns.pitches[i] = edgesPerPulse * merged;
     columns.samples[i] = samples;
     columns.flags[i] = static_cast<std::uint8_t>((entry.IsLoFlank() ? 0 : CPulseTrain::rising) |
                                                  (held ? CPulseTrain::held : 0));

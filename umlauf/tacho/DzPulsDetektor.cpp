@@ -5,18 +5,20 @@
 #include <limits>
 
 #include "umlauf/platform/vekta/QVL.h"
+#include "umlauf/platform/vekta/internal/PulseKernels.h"
 #include "umlauf/pulses/DzPulsListe.h"
-#include "umlauf/tacho/internal/EdgeSearch.h"
+#include "umlauf/tacho/internal/Edges.h"
 
 namespace {
 
-using umlauf::speed::EdgeKind;
 using umlauf::speed::Edges;
 using umlauf::speed::kChunk;
+using umlauf::speed::ThresholdBits;
 
 // Samples this far back have a billionth of the last one's share in the running averages.
 constexpr std::size_t kForgotten = 4096;
 
+constexpr float kFlatStep = 0.0001f;  // a smaller step has no crossing to interpolate
 constexpr float kDecay = 0.995f;
 constexpr float kWeight = 0.005f;
 constexpr float kTtlPrevious = 0.15f;
@@ -85,17 +87,17 @@ void CDzPulsDetektor::PulseSuchen(const float* samples, std::uint64_t count, CDz
   for (std::uint64_t done = 0; done < count;) {
     const auto n = static_cast<std::size_t>(std::min<std::uint64_t>(kChunk, count - done));
     const float* x = samples + done * stride;
+    std::size_t apart = stride;
     if (settings_.ttl) {
       FilterTtl(buffer.data(), x, stride, n, run_.previous);
       x = buffer.data();
-    } else if (stride != 1) {
-      QVL::Interleave(buffer.data(), 1, x, stride, n);
-      x = buffer.data();
+      apart = 1;
     }
-    done += n;
-    if (keepsStatistics_) AddChunk(x, n, count - done);
-    SearchChunk(x, n, samplesSincePulse, list);
+    ThresholdBits bits;
+    x = Survey({x, n, apart, buffer.data(), done + n < count}, count - done - n, bits);
+    SearchChunk(x, n, bits, done, samplesSincePulse, list);
     run_.previous = x[n - 1];
+    done += n;
   }
   if (count != 0 && keepsStatistics_) PublishStatistics();
 
@@ -156,32 +158,24 @@ inline bool CDzPulsDetektor::PulsEintragen(const Settings& settings, Run& run, C
 
 /// Most recordings: every edge ends a pulse that counts. The values are formed side by side, as
 /// `PulsEintragen` forms each. False when one has to be looked at, and then nothing has changed.
-bool CDzPulsDetektor::TakeEveryEdge(const Edges& edges, std::size_t n, std::uint64_t& samplesSincePulse,
-                                    CDzPulsListe& list) {
-  if (edges.count == 0 || settings_.minLength != 0 || run_.edgesInPulse != 0) return false;
+bool CDzPulsDetektor::TakeEveryEdge(const Edges& edges, std::size_t n, std::uint64_t start,
+                                    std::uint64_t& samplesSincePulse, CDzPulsListe& list) {
+  if (edges.count == 0 || run_.edgesInPulse != 0) return false;
+  const auto shortest = static_cast<float>(settings_.minLength);
   const std::uint64_t first = samplesSincePulse + edges.position[0] + 1;
-  if (first > std::numeric_limits<std::int32_t>::max()) return false;
-  std::array<std::int32_t, kChunk> samples;
-  std::array<float, kChunk> values;
-  samples[0] = static_cast<std::int32_t>(first);
-  for (std::size_t k = 1; k < edges.count; ++k) samples[k] = edges.position[k] - edges.position[k - 1];
+  std::array<float, kChunk + umlauf::vekta::kPulseRoom> values;
   const float pulses = settings_.sourcePulsesReal;
-  values[0] = (static_cast<float>(samples[0] - 1) + run_.carry + edges.fraction[0]) * pulses;
-  std::int32_t merged = static_cast<float>(samples[0]) + run_.carry < 0.0f ? 1 : 0;
-  for (std::size_t k = 1; k < edges.count; ++k) {
-    const float carry = 1.0f - edges.fraction[k - 1];
-    values[k] = (static_cast<float>(samples[k] - 1) + carry + edges.fraction[k]) * pulses;
-    merged |= static_cast<float>(samples[k]) + carry < 0.0f ? 1 : 0;
+  values[0] = (ToFloat(first - 1) + run_.carry + edges.fraction[0]) * pulses;
+  if (ToFloat(first) + run_.carry < shortest) return false;
+  std::array<std::int64_t, 1 + kChunk + umlauf::vekta::kPulseRoom> ends;
+  ends[0] = -static_cast<std::int64_t>(samplesSincePulse);
+  if (!umlauf::vekta::PulseLengths(values.data(), ends.data() + 1, edges.position.data(),
+                                   edges.fraction.data(), edges.count, pulses, shortest)) {
+    return false;
   }
+  if (!list.AddPulses(ends.data(), values.data(), edges.count, start, edges.firstRising, edges.alternating))
+    return false;
   const std::size_t last = edges.count - 1;
-  PulsEntry* const entries = merged != 0 ? nullptr : list.Extend(edges.count, values[last]);
-  if (entries == nullptr) return false;
-  bool rising = edges.firstRising;
-  for (std::size_t k = 0; k < edges.count; ++k, rising ^= edges.alternating) {
-    entries[k].SetNrSamples(static_cast<std::uint64_t>(samples[k]));
-    entries[k].SetValue(values[k]);
-    entries[k].SetHiFlank(rising);
-  }
   run_.runInRemaining -= std::min<std::uint64_t>(run_.runInRemaining, edges.count);
   run_.rejectionsRemaining = 0;
   run_.dividerRemaining = 1;
@@ -226,15 +220,39 @@ inline std::uint64_t CDzPulsDetektor::TakeEdges(const Edges& edges, std::size_t 
   return static_cast<std::uint64_t>(end - 1 - lastPulse);
 }
 
-void CDzPulsDetektor::SearchChunk(const float* x, std::size_t n, std::uint64_t& samplesSincePulse,
-                                  CDzPulsListe& list) {
-  const EdgeKind oneKind = settings_.falling ? EdgeKind::falling : EdgeKind::rising;
+/// Passes over a chunk once for statistics and thresholds; `behind` samples follow it in the block. Returns
+/// its samples side by side.
+const float* CDzPulsDetektor::Survey(const umlauf::vekta::SampleBlock& block, std::uint64_t behind,
+                                     ThresholdBits& bits) {
+  const float upper = settings_.upper, lower = settings_.lower, mean = published_.mean;
+  const float* const x = block.stride == 1 ? block.x : block.copy;
+  QVL::Moments moments;
+  if (keepsStatistics_ && block.n % 64 == 0) {
+    const bool anyEqualsMean = umlauf::vekta::SurveySamples(block, {upper, lower, mean}, bits.above.data(),
+                                                            bits.below.data(), moments);
+    AddChunk(x, block.n, behind, moments, anyEqualsMean);
+    return x;
+  }
+  if (block.stride != 1) QVL::Interleave(block.copy, 1, block.x, block.stride, block.n);
+  QVL::ThresholdMasks(x, block.n, upper, lower, bits.above.data(), bits.below.data());
+  if (keepsStatistics_)
+    AddChunk(x, block.n, behind, QVL::VectorMoments(x, block.n), QVL::CountEqual(x, block.n, mean) != 0);
+  return x;
+}
+
+void CDzPulsDetektor::SearchChunk(const float* x, std::size_t n, const ThresholdBits& bits,
+                                  std::uint64_t start, std::uint64_t& samplesSincePulse, CDzPulsListe& list) {
+  const bool both = settings_.both, falling = both || settings_.falling, rising = both || !falling;
   Edges edges;
-  umlauf::speed::FindEdges(x, n, run_.previous, settings_.upper, settings_.lower,
-                           settings_.both ? EdgeKind::both : oneKind, run_.high, edges);
+  edges.alternating = both;
+  edges.firstRising = both ? !run_.high : rising;
+  const umlauf::vekta::EdgeRule rule{settings_.upper, settings_.lower, run_.previous,
+                                     kFlatStep,       rising,          falling};
+  edges.count = umlauf::vekta::FindEdges(x, n, bits.above.data(), bits.below.data(), rule, run_.high,
+                                         edges.position.data(), edges.fraction.data());
   const bool simple = !settings_.spikeFilter && settings_.deadTime == 0 && run_.deadTimeRemaining == 0 &&
                       settings_.divider < 2 && run_.dividerRemaining < 2;
-  if (simple && TakeEveryEdge(edges, n, samplesSincePulse, list)) return;
+  if (simple && TakeEveryEdge(edges, n, start, samplesSincePulse, list)) return;
   samplesSincePulse = simple ? TakeEdges<true>(edges, n, samplesSincePulse, list)
                              : TakeEdges<false>(edges, n, samplesSincePulse, list);
 }
@@ -252,10 +270,10 @@ void CDzPulsDetektor::SampleAufmitteln(float x) {
   average = average * kDecay + x * kWeight;
 }
 
-void CDzPulsDetektor::AddChunk(const float* x, std::size_t n, std::uint64_t behind) {
-  const QVL::Moments moments = QVL::VectorMoments(x, n);
+void CDzPulsDetektor::AddChunk(const float* x, std::size_t n, std::uint64_t behind,
+                               const QVL::Moments& moments, bool anyEqualsMean) {
   // Samples that are not finite, or that equal the mean, are rare and taken one by one.
-  if (!std::isfinite(moments.sumSquares) || QVL::CountEqual(x, n, published_.mean) != 0) {
+  if (!std::isfinite(moments.sumSquares) || anyEqualsMean) {
     for (std::size_t i = 0; i < n; ++i) SampleAufmitteln(x[i]);
     return;
   }

@@ -7,10 +7,17 @@
 #include "umlauf/platform/framework/CString.h"
 
 class CDzPulsListe;
+namespace QVL {
+struct Moments;
+}
 
 namespace umlauf::speed {
 struct Edges;
-}
+struct ThresholdBits;
+}  // namespace umlauf::speed
+namespace umlauf::vekta {
+struct SampleBlock;
+}  // namespace umlauf::vekta
 
 /// Finds speed pulses (tooth or marker edges) in a sampled tacho signal, block by block, and writes those of
 /// each block into a pulse list. Blocks join without a seam: whatever the split, the closed pulses are the
@@ -185,9 +192,12 @@ class UMLAUF_API CDzPulsDetektor {
 
   static float Deviation(float mean, float meanSquare);
   void StartBlock(float first);
-  void SearchChunk(const float* x, std::size_t n, std::uint64_t& samplesSincePulse, CDzPulsListe& list);
-  bool TakeEveryEdge(const umlauf::speed::Edges& edges, std::size_t n, std::uint64_t& samplesSincePulse,
-                     CDzPulsListe& list);
+  const float* Survey(const umlauf::vekta::SampleBlock& block, std::uint64_t behind,
+                      umlauf::speed::ThresholdBits& bits);
+  void SearchChunk(const float* x, std::size_t n, const umlauf::speed::ThresholdBits& bits,
+                   std::uint64_t start, std::uint64_t& samplesSincePulse, CDzPulsListe& list);
+  bool TakeEveryEdge(const umlauf::speed::Edges& edges, std::size_t n, std::uint64_t start,
+                     std::uint64_t& samplesSincePulse, CDzPulsListe& list);
   template <bool kSimple>
   std::uint64_t TakeEdges(const umlauf::speed::Edges& edges, std::size_t n, std::uint64_t samplesSincePulse,
                           CDzPulsListe& list);
@@ -195,7 +205,8 @@ class UMLAUF_API CDzPulsDetektor {
                             std::uint64_t samplesSincePulse, float fraction, bool rising);
   static bool AcceptValue(const Settings& settings, Run& run, float value);
   void SampleAufmitteln(float x);
-  void AddChunk(const float* x, std::size_t n, std::uint64_t behind);
+  void AddChunk(const float* x, std::size_t n, std::uint64_t behind, const QVL::Moments& moments,
+                bool anyEqualsMean);
   void PublishStatistics();
 
   Settings settings_;

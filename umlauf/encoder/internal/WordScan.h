@@ -18,29 +18,19 @@ struct WordMarks {
   std::array<std::uint32_t, kScanned + 16> place;
 };
 
-/// The marked words themselves. Where marks are dense, the words behind those that were looked at are wanted
-/// later than the processor expects, so each access fetches them, too. They need not be there.
-class MarkedWords {
- public:
-  MarkedWords(const ULONG* words, std::size_t stride, const WordMarks& marks)
-      : words_(words),
-        stride_(stride),
-        marks_(marks),
-        ahead_(marks.count * 64 > kScanned ? kScanned * stride * sizeof *words : 0) {}
-  ULONG operator[](std::size_t k) const {
-    const ULONG* const word = words_ + marks_.place[k] * stride_;
+/// Copies the marked words out of words that lie `stride` apart. Where marks are dense, the words behind
+/// those that were looked at are wanted later than the processor expects, so each access fetches them, too.
+/// They need not be there.
+inline void CopyMarked(const ULONG* words, std::size_t stride, const WordMarks& marks, ULONG* out) {
+  const std::size_t ahead = marks.count * 64 > kScanned ? kScanned * stride * sizeof *words : 0;
+  for (std::size_t k = 0; k < marks.count; ++k) {
+    const ULONG* const word = words + marks.place[k] * stride;
 #ifdef __GNUC__
-    __builtin_prefetch(reinterpret_cast<const void*>(reinterpret_cast<std::uintptr_t>(word) + ahead_));
+    __builtin_prefetch(reinterpret_cast<const void*>(reinterpret_cast<std::uintptr_t>(word) + ahead));
 #endif
-    return *word;
+    out[k] = *word;
   }
-
- private:
-  const ULONG* words_;
-  std::size_t stride_;
-  const WordMarks& marks_;
-  std::size_t ahead_;  // bytes
-};
+}
 
 /// Marks words that differ under the mask from the one before, the first one from `before`; n <= kScanned.
 inline void MarkChanges(const ULONG* words, std::size_t n, std::size_t stride, ULONG before, ULONG mask,
