@@ -15,7 +15,7 @@ bool KeepTheirNumbers(unsigned seed) {
   const auto holds = [](const umlauf::LargeVector<unsigned>& each) {
     return std::ranges::all_of(each, [&](unsigned x) { return x == each.front(); });
   };
-  for (unsigned turn = 1; turn <= 300; ++turn) {
+  for (unsigned turn = 1; turn <= 100; ++turn) {
     auto& changed = vectors[random() % vectors.size()];
     if (!holds(changed)) return false;
     const std::size_t n = std::size_t{1024} << random() % (turn % 50 == 0 ? 14 : 9);
