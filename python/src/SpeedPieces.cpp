@@ -22,15 +22,19 @@ namespace {
 
 using Settings = CRotationStream::Settings;
 
-/// A column to be sent: as numbers of a smaller type where that loses nothing, empty where all of them are 1,
-/// else where it lies.
+template <class T>
+nb::object Copied(std::span<const T> column) {
+  return nb::cast(ToNumPy(std::vector<T>(column.begin(), column.end())));
+}
+
+/// A column to be sent: as numbers of a smaller type where that loses nothing, empty where all of them are 1.
 template <class Small, class T>
-nb::object Sent(std::span<const T> column, const nb::capsule& owner) {
-  if (std::ranges::all_of(column, [](T x) { return x == T{1}; })) return nb::cast(ToNumPy(std::vector<T>()));
+nb::object Sent(std::span<const T> column) {
+  if (std::ranges::all_of(column, [](T x) { return x == T{1}; })) return Copied(column.first(0));
   std::vector<Small> small(column.size());
   for (std::size_t i = 0; i < column.size(); ++i) {
     small[i] = static_cast<Small>(column[i]);
-    if (static_cast<T>(small[i]) != column[i]) return nb::cast(View(column, owner));
+    if (static_cast<T>(small[i]) != column[i]) return Copied(column);
   }
   return nb::cast(ToNumPy(std::move(small)));
 }
@@ -55,15 +59,18 @@ bool Receive(const nb::object& sent, T* column, std::size_t n) {
 /// revolution, pitches, samples and flags of its pulses; ranges of its samples.
 using Sendable = nb::typed<nb::tuple, nb::object, nb::ellipsis>;
 
-Sendable Packed(RotationPiece&& found) {
-  auto* kept = new RotationPiece(std::move(found));
-  const nb::capsule owner(kept, [](void* each) noexcept { delete static_cast<RotationPiece*>(each); });
-  const RotationPiece& piece = *kept;
+Sendable Packed(const RotationPiece& piece) {
   const CPulseTrain& pulses = piece.pulses;
-  return nb::make_tuple(piece.begin, piece.end, piece.from, View(pulses.Edges(), owner),
-                        Sent<float>(pulses.RevolutionTimes(), owner), Sent<float>(pulses.Pitches(), owner),
-                        Sent<std::uint32_t>(pulses.Samples(), owner), View(pulses.Flags(), owner),
+  return nb::make_tuple(piece.begin, piece.end, piece.from, Copied(pulses.Edges()),
+                        Sent<float>(pulses.RevolutionTimes()), Sent<float>(pulses.Pitches()),
+                        Sent<std::uint32_t>(pulses.Samples()), Copied(pulses.Flags()),
                         nb::bytes(piece.ranges.data(), piece.ranges.size() * sizeof(RotationPiece::Range)));
+}
+
+/// The piece that a thread works on. It stays, since the system takes long to hand out so much memory.
+RotationPiece& Workpiece() {
+  static thread_local RotationPiece piece;
+  return piece;
 }
 
 std::size_t PulsesIn(const Sendable& sent) {
@@ -99,14 +106,14 @@ void Unpack(const Sendable& sent, RotationPiece& piece) {
 /// None where the recording has to be measured in one go.
 std::optional<Sendable> Search(const Settings& settings, const FileChannel& channel, std::uint64_t begin,
                                std::uint64_t end, std::uint64_t overlap) {
-  RotationPiece piece;
+  RotationPiece& piece = Workpiece();
   {
     nb::gil_scoped_release free;
     const std::unique_ptr<CRecordingSource> source = channel.Open();
     CRotationPieces rotation(settings, overlap);
     if (!rotation.FindLevels(*source) || !rotation.Search(*source, begin, end, piece)) return std::nullopt;
   }
-  return Packed(std::move(piece));
+  return Packed(piece);
 }
 
 std::unique_ptr<Result> Join(const Settings& settings, const FileChannel& channel,
@@ -118,7 +125,7 @@ std::unique_ptr<Result> Join(const Settings& settings, const FileChannel& channe
   const auto joined = std::make_shared<CRotationPieces>(settings, overlap);
   CRotationPieces& rotation = *joined;
   bool joins = rotation.FindLevels(*source) && rotation.Begin(*source, pulses);
-  RotationPiece piece;
+  RotationPiece& piece = Workpiece();
   for (std::size_t i = 0; joins && i < pieces.size(); ++i) {
     {
       nb::gil_scoped_acquire interpreter;
@@ -126,7 +133,6 @@ std::unique_ptr<Result> Join(const Settings& settings, const FileChannel& channe
     }
     joins = rotation.Add(*source, piece);
   }
-  piece = RotationPiece();
   if (joins && rotation.End(*source)) {
     auto result = std::make_unique<Result>();
     result->pulsesPerRevolution = settings.pulsesPerRevolution;

@@ -82,7 +82,9 @@ bool CRotationPieces::FindLevels(CBlockSource& recording, unsigned channel) {
 
 bool CRotationPieces::Search(CBlockSource& recording, std::uint64_t begin, std::uint64_t end,
                              RotationPiece& piece) {
-  piece = RotationPiece();
+  piece.begin = piece.end = piece.from = 0;
+  piece.pulses.Clear();
+  piece.ranges.clear();
   if (!splits_) return Fail(L"the pulses of this recording have to be found in one go");
   piece.end = std::min(end, frames_);
   piece.begin = std::min(begin, piece.end);

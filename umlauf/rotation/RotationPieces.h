@@ -60,8 +60,8 @@ class UMLAUF_API CRotationPieces {
   /// and no divider counts edges from its begin on.
   bool Splits() const { return splits_; }
 
-  /// Finds the pulses of the samples from `begin` up to `end`, or to the end of the recording. False with a
-  /// reason in `Failure`.
+  /// Finds the pulses of the samples from `begin` up to `end`, or to the end of the recording; `piece` keeps
+  /// its memory. False with a reason in `Failure`.
   bool Search(CBlockSource& recording, std::uint64_t begin, std::uint64_t end, RotationPiece& piece);
 
   /// Joins pieces in their order, each of which begins where the one before ends, the first one at 0 and the
