@@ -45,7 +45,9 @@ std::string OnOneLine(std::string_view utf8) {
   return line;
 }
 
-void WriteOut(std::string_view text) { CheckOut(WriteText(stdout, WithoutControls(text))); }
+void WriteOut(std::string_view text) { WriteOutAsItIs(WithoutControls(text)); }
+
+void WriteOutAsItIs(std::string_view text) { CheckOut(WriteText(stdout, text)); }
 
 std::string RowText(std::string_view name, std::string_view text, int width) {
   return fmt::format("{:<{}}{}\n", name, width, OnOneLine(text));

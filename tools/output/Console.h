@@ -16,6 +16,8 @@ std::string OnOneLine(std::string_view utf8);
 
 /// Writes to standard output, without control characters. Throws ToolError when it cannot be written.
 void WriteOut(std::string_view text);
+/// With control characters: tables that other programs read.
+void WriteOutAsItIs(std::string_view text);
 template <class... Args>
 void Print(fmt::format_string<Args...> format, Args&&... args) {
   WriteOut(fmt::format(format, std::forward<Args>(args)...));

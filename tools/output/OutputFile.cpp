@@ -4,6 +4,7 @@
 
 #include "tools/Error.h"
 #include "tools/System.h"
+#include "tools/output/Console.h"
 
 namespace umlauf::tool {
 
@@ -27,14 +28,20 @@ void OutputFile::CheckWritten(bool good) const {
   if (!good) Fail("{}", file_.Failure().text.ToUtf8());
 }
 
+void OutputFile::Send(std::string_view bytes) {
+  // A console needs whole characters.
+  if (file_.Target() == "-") return WriteOutAsItIs(bytes);
+  CheckWritten(file_.Write(bytes));
+}
+
 void OutputFile::FlushPending() {
-  CheckWritten(file_.Write({pending_.data(), pending_.size()}));
+  Send({pending_.data(), pending_.size()});
   pending_.clear();
 }
 
 void OutputFile::Write(std::string_view bytes) {
   FlushPending();
-  CheckWritten(file_.Write(bytes));
+  Send(bytes);
 }
 
 void OutputFile::Commit() {

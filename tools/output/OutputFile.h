@@ -45,6 +45,7 @@ class OutputFile {
  private:
   static constexpr std::size_t flushSize = 1 << 16;
 
+  void Send(std::string_view bytes);
   void FlushPending();
   void CheckWritten(bool good) const;
 
