@@ -64,6 +64,7 @@ class SteepEngine : public StreamEngine {
       Advance(0, n);
       frames_ += n;
       due_ += grid_.Pass(end_, frames_);
+      vekta::FetchSamples(in + n * channels_, std::min(nIn - n, kMost) * channels_);
       written += Run(0, out + written * channels_, kMost);
       in += n * channels_;
       nIn -= n;

@@ -65,7 +65,7 @@ class TapHistory {
     const std::uint64_t count = grid_.Pass(next_, static_cast<std::uint64_t>(std::max<std::int64_t>(end, 0)));
     const TapRun run{grid_, first, count, kernel_.Period()};
     const vekta::TapPlanes planes{history_.data(), capacity_, channels_};
-    const auto windowAt = [&](const GridPosition& position) { return kernel_.At(position, origin_); };
+    const StreamKernel::Placer windowAt = kernel_.WindowsFrom(origin_);
     if (cycle_ != 0) {
       RunCycle(out, channels_, run, cycle_, planes, windowAt, kernel_.Rows(), gain_);
       return count;

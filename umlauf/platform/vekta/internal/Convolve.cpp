@@ -10,6 +10,7 @@
 #define HWY_TARGET_INCLUDE "umlauf/platform/vekta/internal/Convolve.cpp"
 #include "hwy/foreach_target.h"
 // Follows the target.
+#include "hwy/cache_control.h"
 #include "hwy/highway.h"
 
 HWY_BEFORE_NAMESPACE();
@@ -238,6 +239,11 @@ void CycledDotProducts(float* out, std::size_t outStride, const TapCycle& cycle,
       if (outStride != 1) QVL::Interleave(to, outStride, results.data(), 1, outputs);
     }
   }
+}
+
+void FetchSamples(const float* x, std::size_t n) {
+  constexpr std::size_t line = 16, most = 8192;
+  for (std::size_t i = 0; i < std::min(n, most); i += line) hwy::Prefetch(x + i);
 }
 
 }  // namespace umlauf::vekta

@@ -65,4 +65,8 @@ constexpr bool IsCycled(std::uint64_t period, std::uint64_t distance, std::size_
 UMLAUF_API void CycledDotProducts(float* out, std::size_t outStride, const TapCycle& cycle, std::size_t n,
                                   const TapPlanes& planes, const TapRows& rows, float scale);
 
+/// Has samples brought into the caches while other things are computed; any that are there already, or
+/// nowhere, do no harm.
+UMLAUF_API void FetchSamples(const float* x, std::size_t n);
+
 }  // namespace umlauf::vekta
