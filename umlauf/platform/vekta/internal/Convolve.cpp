@@ -22,8 +22,8 @@ namespace hn = hwy::HWY_NAMESPACE;
 
 using Samples = hn::CappedTag<float, 8>;
 
-/// Taps of a span from which on its sums are kept short.
-constexpr size_t kManyTaps = 33;
+/// Products after which a sum is added to the total, so that sums of many products lose few digits.
+constexpr size_t kShortSum = 16;
 
 /// Eight vectors of outputs side by side. Of the taps those go together that lie a vector apart: the samples
 /// that one of them meets with an output vector the next one meets with the vector before, so each step loads
@@ -32,13 +32,16 @@ HWY_INLINE void ConvolveEight(float* out, size_t at, const FilterSpan* spans, si
   const Samples d;
   const size_t N = hn::Lanes(d);
   auto t0 = hn::Zero(d), t1 = t0, t2 = t0, t3 = t0, t4 = t0, t5 = t0, t6 = t0, t7 = t0;
+  auto s0 = t0, s1 = t0, s2 = t0, s3 = t0, s4 = t0, s5 = t0, s6 = t0, s7 = t0;
+  size_t products = 0;
+  const auto keep = [&]() HWY_ATTR {
+    t0 = hn::Add(t0, s0), t1 = hn::Add(t1, s1), t2 = hn::Add(t2, s2), t3 = hn::Add(t3, s3);
+    t4 = hn::Add(t4, s4), t5 = hn::Add(t5, s5), t6 = hn::Add(t6, s6), t7 = hn::Add(t7, s7);
+    s0 = s1 = s2 = s3 = s4 = s5 = s6 = s7 = hn::Zero(d);
+    products = 0;
+  };
   for (const FilterSpan* span = spans; span != spans + spanCount; ++span) {
     const size_t count = span->count;
-    auto s0 = hn::Zero(d), s1 = s0, s2 = s0, s3 = s0, s4 = s0, s5 = s0, s6 = s0, s7 = s0;
-    const auto keep = [&]() HWY_ATTR {
-      t0 = hn::Add(t0, s0), t1 = hn::Add(t1, s1), t2 = hn::Add(t2, s2), t3 = hn::Add(t3, s3);
-      t4 = hn::Add(t4, s4), t5 = hn::Add(t5, s5), t6 = hn::Add(t6, s6), t7 = hn::Add(t7, s7);
-    };
     for (size_t first = 0; first < std::min(N, count); ++first) {
       const float* x = span->x + at + first;
       auto x0 = hn::LoadU(d, x), x1 = hn::LoadU(d, x + N), x2 = hn::LoadU(d, x + 2 * N);
@@ -52,13 +55,11 @@ HWY_INLINE void ConvolveEight(float* out, size_t at, const FilterSpan* spans, si
         s6 = hn::MulAdd(tap, x6, s6), s7 = hn::MulAdd(tap, x7, s7);
         x0 = x1, x1 = x2, x2 = x3, x3 = x4, x4 = x5, x5 = x6, x6 = x7;
       }
-      if (count >= kManyTaps) {
-        keep();
-        s0 = s1 = s2 = s3 = s4 = s5 = s6 = s7 = hn::Zero(d);
-      }
+      products += (count - first + N - 1) / N;
+      if (products >= kShortSum) keep();
     }
-    if (count < kManyTaps) keep();
   }
+  keep();
   const auto factor = hn::Set(d, scale);
   const auto store = [&](size_t i, auto t) HWY_ATTR { hn::StoreU(hn::Mul(t, factor), d, out + i * N); };
   store(0, t0), store(1, t1), store(2, t2), store(3, t3), store(4, t4), store(5, t5), store(6, t6),
@@ -77,22 +78,25 @@ void ConvolveBlocks(float* out, size_t n, const FilterSpan* spans, size_t spanCo
 float OneProduct(const float* x, const float* row, size_t taps, size_t distance, float scale) {
   const hn::CappedTag<float, 1> d;
   const size_t N = hn::Lanes(Samples());
-  auto total = hn::Zero(d);
+  auto total = hn::Zero(d), sum = total;
+  size_t products = 0;
+  const auto keep = [&]() HWY_ATTR {
+    total = hn::Add(total, sum);
+    sum = hn::Zero(d);
+    products = 0;
+  };
   for (size_t start = 0; start < std::min(distance, taps); ++start) {
     const size_t count = (taps - start + distance - 1) / distance;
-    auto sum = hn::Zero(d);
     for (size_t first = 0; first < std::min(N, count); ++first) {
       for (size_t i = first; i < count; i += N) {
         const size_t at = start + i * distance;
         sum = hn::MulAdd(hn::Set(d, row[at]), hn::Set(d, x[at]), sum);
       }
-      if (count >= kManyTaps) {
-        total = hn::Add(total, sum);
-        sum = hn::Zero(d);
-      }
+      products += (count - first + N - 1) / N;
+      if (products >= kShortSum) keep();
     }
-    if (count < kManyTaps) total = hn::Add(total, sum);
   }
+  keep();
   return hn::GetLane(hn::Mul(total, hn::Set(d, scale)));
 }
 
