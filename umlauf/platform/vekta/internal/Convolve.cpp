@@ -25,9 +25,13 @@ using Samples = hn::CappedTag<float, 8>;
 /// Products after which a sum is added to the total, so that sums of many products lose few digits.
 constexpr size_t kShortSum = 16;
 
+/// Whether there are registers for samples beside the sums.
+constexpr bool kSlides = HWY_ARCH_ARM_A64 || (HWY_ARCH_X86 && HWY_TARGET <= HWY_AVX3);
+
 /// Eight vectors of outputs side by side. Of the taps those go together that lie a vector apart: the samples
 /// that one of them meets with an output vector the next one meets with the vector before, so each step loads
-/// one vector and one tap for eight products, which is what the multipliers take.
+/// one vector and one tap for eight products, which is what the multipliers take. With few registers samples
+/// are loaded for each product; the sums are the same.
 HWY_INLINE void ConvolveEight(float* out, size_t at, const FilterSpan* spans, size_t spanCount, float scale) {
   const Samples d;
   const size_t N = hn::Lanes(d);
@@ -44,16 +48,25 @@ HWY_INLINE void ConvolveEight(float* out, size_t at, const FilterSpan* spans, si
     const size_t count = span->count;
     for (size_t first = 0; first < std::min(N, count); ++first) {
       const float* x = span->x + at + first;
-      auto x0 = hn::LoadU(d, x), x1 = hn::LoadU(d, x + N), x2 = hn::LoadU(d, x + 2 * N);
-      auto x3 = hn::LoadU(d, x + 3 * N), x4 = hn::LoadU(d, x + 4 * N), x5 = hn::LoadU(d, x + 5 * N);
-      auto x6 = hn::LoadU(d, x + 6 * N);
-      for (size_t i = first; i < count; i += N, x += N) {
-        const auto x7 = hn::LoadU(d, x + 7 * N), tap = hn::Set(d, span->taps[i]);
-        s0 = hn::MulAdd(tap, x0, s0), s1 = hn::MulAdd(tap, x1, s1);
-        s2 = hn::MulAdd(tap, x2, s2), s3 = hn::MulAdd(tap, x3, s3);
-        s4 = hn::MulAdd(tap, x4, s4), s5 = hn::MulAdd(tap, x5, s5);
-        s6 = hn::MulAdd(tap, x6, s6), s7 = hn::MulAdd(tap, x7, s7);
-        x0 = x1, x1 = x2, x2 = x3, x3 = x4, x4 = x5, x5 = x6, x6 = x7;
+      if constexpr (kSlides) {
+        auto x0 = hn::LoadU(d, x), x1 = hn::LoadU(d, x + N), x2 = hn::LoadU(d, x + 2 * N);
+        auto x3 = hn::LoadU(d, x + 3 * N), x4 = hn::LoadU(d, x + 4 * N), x5 = hn::LoadU(d, x + 5 * N);
+        auto x6 = hn::LoadU(d, x + 6 * N);
+        for (size_t i = first; i < count; i += N, x += N) {
+          const auto x7 = hn::LoadU(d, x + 7 * N), tap = hn::Set(d, span->taps[i]);
+          s0 = hn::MulAdd(tap, x0, s0), s1 = hn::MulAdd(tap, x1, s1);
+          s2 = hn::MulAdd(tap, x2, s2), s3 = hn::MulAdd(tap, x3, s3);
+          s4 = hn::MulAdd(tap, x4, s4), s5 = hn::MulAdd(tap, x5, s5);
+          s6 = hn::MulAdd(tap, x6, s6), s7 = hn::MulAdd(tap, x7, s7);
+          x0 = x1, x1 = x2, x2 = x3, x3 = x4, x4 = x5, x5 = x6, x6 = x7;
+        }
+      } else {
+        for (size_t i = first; i < count; i += N, x += N) {
+          const auto tap = hn::Set(d, span->taps[i]);
+          const auto add = [&](size_t v, auto& s)
+                               HWY_ATTR { s = hn::MulAdd(tap, hn::LoadU(d, x + v * N), s); };
+          add(0, s0), add(1, s1), add(2, s2), add(3, s3), add(4, s4), add(5, s5), add(6, s6), add(7, s7);
+        }
       }
       products += (count - first + N - 1) / N;
       if (products >= kShortSum) keep();
