@@ -207,6 +207,7 @@ class CycleRun {
       used = std::max(used, Offset(b) + (turnsOf(b) - 1) * cycle_.distance + rows_.taps);
     }
     split_.Split(x, used);
+    FetchSamples(x + used, used);  // what mostly comes next
     for (std::size_t b = 0; b < cycle_.period; ++b) {
       SplitRow row(Row(b), rows_.taps, cycle_.distance);
       row.Outputs(results_[b], turnsOf(b), split_, Offset(b), scale_);
