@@ -22,8 +22,9 @@ namespace hn = hwy::HWY_NAMESPACE;
 
 using Samples = hn::CappedTag<float, 8>;
 
-/// Products after which a sum is added to the total, so that sums of many products lose few digits.
-constexpr size_t kShortSum = 16;
+/// Products after which a sum is added to a longer one, and number of those after which that is added to the
+/// total, so that sums of many products lose few digits.
+constexpr size_t kShortSum = 16, kLongSum = 8;
 
 /// Whether there are registers for samples beside the sums.
 constexpr bool kSlides = HWY_ARCH_ARM_A64 || (HWY_ARCH_X86 && HWY_TARGET <= HWY_AVX3);
@@ -37,12 +38,20 @@ HWY_INLINE void ConvolveEight(float* out, size_t at, const FilterSpan* spans, si
   const size_t N = hn::Lanes(d);
   auto t0 = hn::Zero(d), t1 = t0, t2 = t0, t3 = t0, t4 = t0, t5 = t0, t6 = t0, t7 = t0;
   auto s0 = t0, s1 = t0, s2 = t0, s3 = t0, s4 = t0, s5 = t0, s6 = t0, s7 = t0;
-  size_t products = 0;
+  auto u0 = t0, u1 = t0, u2 = t0, u3 = t0, u4 = t0, u5 = t0, u6 = t0, u7 = t0;
+  size_t products = 0, kept = 0;
+  const auto carry = [&]() HWY_ATTR {
+    t0 = hn::Add(t0, u0), t1 = hn::Add(t1, u1), t2 = hn::Add(t2, u2), t3 = hn::Add(t3, u3);
+    t4 = hn::Add(t4, u4), t5 = hn::Add(t5, u5), t6 = hn::Add(t6, u6), t7 = hn::Add(t7, u7);
+    u0 = u1 = u2 = u3 = u4 = u5 = u6 = u7 = hn::Zero(d);
+    kept = 0;
+  };
   const auto keep = [&]() HWY_ATTR {
-    t0 = hn::Add(t0, s0), t1 = hn::Add(t1, s1), t2 = hn::Add(t2, s2), t3 = hn::Add(t3, s3);
-    t4 = hn::Add(t4, s4), t5 = hn::Add(t5, s5), t6 = hn::Add(t6, s6), t7 = hn::Add(t7, s7);
+    u0 = hn::Add(u0, s0), u1 = hn::Add(u1, s1), u2 = hn::Add(u2, s2), u3 = hn::Add(u3, s3);
+    u4 = hn::Add(u4, s4), u5 = hn::Add(u5, s5), u6 = hn::Add(u6, s6), u7 = hn::Add(u7, s7);
     s0 = s1 = s2 = s3 = s4 = s5 = s6 = s7 = hn::Zero(d);
     products = 0;
+    if (++kept == kLongSum) carry();
   };
   for (const FilterSpan* span = spans; span != spans + spanCount; ++span) {
     const size_t count = span->count;
@@ -73,6 +82,7 @@ HWY_INLINE void ConvolveEight(float* out, size_t at, const FilterSpan* spans, si
     }
   }
   keep();
+  carry();
   const auto factor = hn::Set(d, scale);
   const auto store = [&](size_t i, auto t) HWY_ATTR { hn::StoreU(hn::Mul(t, factor), d, out + i * N); };
   store(0, t0), store(1, t1), store(2, t2), store(3, t3), store(4, t4), store(5, t5), store(6, t6),
@@ -91,12 +101,18 @@ void ConvolveBlocks(float* out, size_t n, const FilterSpan* spans, size_t spanCo
 float OneProduct(const float* x, const float* row, size_t taps, size_t distance, float scale) {
   const hn::CappedTag<float, 1> d;
   const size_t N = hn::Lanes(Samples());
-  auto total = hn::Zero(d), sum = total;
-  size_t products = 0;
+  auto total = hn::Zero(d), longSum = total, sum = total;
+  size_t products = 0, kept = 0;
+  const auto carry = [&]() HWY_ATTR {
+    total = hn::Add(total, longSum);
+    longSum = hn::Zero(d);
+    kept = 0;
+  };
   const auto keep = [&]() HWY_ATTR {
-    total = hn::Add(total, sum);
+    longSum = hn::Add(longSum, sum);
     sum = hn::Zero(d);
     products = 0;
+    if (++kept == kLongSum) carry();
   };
   for (size_t start = 0; start < std::min(distance, taps); ++start) {
     const size_t count = (taps - start + distance - 1) / distance;
@@ -110,6 +126,7 @@ float OneProduct(const float* x, const float* row, size_t taps, size_t distance,
     }
   }
   keep();
+  carry();
   return hn::GetLane(hn::Mul(total, hn::Set(d, scale)));
 }
 
