@@ -54,7 +54,7 @@ struct TapCycle {
   const TapWindow* windows;
   std::size_t period, distance;
 };
-inline constexpr std::size_t kLongestCycle = 16, kLongestDistance = 32, kMostCycledTaps = 1024;
+inline constexpr std::size_t kLongestCycle = 16, kLongestDistance = 32, kMostCycledTaps = 256;
 /// Whether a cycle is short enough for `CycledDotProducts`.
 constexpr bool IsCycled(std::uint64_t period, std::uint64_t distance, std::size_t taps) {
   return period >= 1 && period <= kLongestCycle && distance >= 1 && distance <= kLongestDistance &&
