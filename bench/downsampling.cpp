@@ -76,16 +76,17 @@ Convert MakeFilter(double ratio, unsigned channels) {
   };
 }
 
-Convert MakeStream(double ratio, unsigned channels) {
-  const auto stream =
-      std::make_shared<CDownsamplingStream>(ratio, CDownsamplingStream::Reduction::Filter, channels);
-  return [=](float* out, const float* in, std::size_t frames) {
-    stream->Restart();
-    std::size_t written = 0;
-    for (std::size_t i = 0; i < frames; i += kBlock) {
-      written += stream->Process(out + written * channels, in + i * channels, std::min(kBlock, frames - i));
-    }
-    return written + stream->Flush(out + written * channels);
+MakeConvert MakeStream(CDownsamplingStream::Reduction reduction) {
+  return [reduction](double ratio, unsigned channels) -> Convert {
+    const auto stream = std::make_shared<CDownsamplingStream>(ratio, reduction, channels);
+    return [=](float* out, const float* in, std::size_t frames) {
+      stream->Restart();
+      std::size_t written = 0;
+      for (std::size_t i = 0; i < frames; i += kBlock) {
+        written += stream->Process(out + written * channels, in + i * channels, std::min(kBlock, frames - i));
+      }
+      return written + stream->Flush(out + written * channels);
+    };
   };
 }
 
@@ -162,6 +163,7 @@ Convert MakeLiquid(double ratio, unsigned) {
 std::vector<Converter> Peers() {
   return {
 #ifdef HAVE_SOXR
+      {"soxr_VHQ", MakeSoxr(SOXR_VHQ), true},
       {"soxr_HQ", MakeSoxr(SOXR_HQ), true},
       {"soxr_LQ", MakeSoxr(SOXR_LQ), true},
 #endif
@@ -331,14 +333,20 @@ const bool kRegistered = [] {
         std::find_if(peers.begin(), peers.end(), [&](const Converter& c) { return c.name == name; });
     return at != peers.end() ? &*at : nullptr;
   };
+  const Converter stream{"CDownsamplingStream", MakeStream(CDownsamplingStream::Reduction::Filter), true};
+  const Converter steep{"steep", MakeStream(CDownsamplingStream::Reduction::SteepFilter), true};
   for (const unsigned channels : {1u, 8u}) {
     for (const double ratio : kRatios) {
       Register({"Downsampling", MakeFilter, true}, ratio, channels, peer("soxr_HQ"));
-      Register({"CDownsamplingStream", MakeStream, true}, ratio, channels, peer("soxr_LQ"));
+      Register(stream, ratio, channels, peer("soxr_LQ"));
+      Register(steep, ratio, channels, peer("soxr_HQ"));
       for (const Converter& converter : peers) Register(converter, ratio, channels, nullptr);
     }
-    // A ratio near 2.5 at which the stream has to mix phases.
-    Register({"CDownsamplingStream", MakeStream, true}, 2.54, channels, peer("soxr_LQ"));
+    // Ratios at which the streams have no rows in turn: many phases, and phases that have to be mixed.
+    for (const double ratio : {160.0 / 147.0, 2.5413}) {
+      Register(stream, ratio, channels, peer("soxr_LQ"));
+      Register(steep, ratio, channels, peer("soxr_HQ"));
+    }
   }
   RegisterDisplay("min_max/1000", 1000.0, 1);
   RegisterDisplay("min_max/54321.5", 54321.5, 1);

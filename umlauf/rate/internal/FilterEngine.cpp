@@ -29,6 +29,7 @@ class FilterEngine : public StreamEngine {
       in += count * channels_;
       nIn -= count;
       history_.Take(count);
+      vekta::FetchSamples(in, std::min<std::uint64_t>(nIn, 4096) * channels_);
       written += history_.Run(out + written * channels_);
     }
     return written;

@@ -128,6 +128,7 @@ class RatioGrid {
     std::uint64_t count = 0;
     if (position.whole >= end) return count;
     if (parts_ == 0) {
+      count = Jump(position, end);
       for (; position.whole < end; ++count) Advance(position);
       return count;
     }
@@ -141,6 +142,18 @@ class RatioGrid {
   }
 
  private:
+  /// Moves a position by most of the steps to `end`, for grids of 2^64 parts; returns their number.
+  std::uint64_t Jump(GridPosition& position, std::uint64_t end) const {
+    const double left = static_cast<double>(end - position.whole) - 1.0;
+    const double step = static_cast<double>(step_.whole) + std::ldexp(static_cast<double>(step_.part), -64);
+    const double steps = left / step * (1.0 - 0x1p-40) - 1.0;
+    if (!(steps >= 1.0)) return 0;
+    const auto count = std::uint64_t{numeric::trunc_sat<std::uint32_t>(steps)};
+    const std::uint64_t low = (step_.part & 0xFFFFFFFF) * count,
+                        high = (step_.part >> 32) * count + (low >> 32);
+    Add(position, {step_.whole * count + (high >> 32), step_.part * count});
+    return count;
+  }
   /// share / whole in parts of 2^64, rounded up; share < whole <= 2^22.
   static std::uint64_t ShareAbove(std::uint64_t share, std::uint64_t whole) {
     const std::uint64_t high = share << 32, low = high % whole << 32;

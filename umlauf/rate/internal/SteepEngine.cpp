@@ -21,7 +21,7 @@
 namespace umlauf::rate {
 namespace {
 
-constexpr std::uint64_t kMost = 2048;  // frames that go through the steps at once
+constexpr std::uint64_t kMost = TapHistory::kRoom;  // frames that go through the steps at once
 constexpr unsigned kMaxHalvings = 40;
 constexpr std::uint32_t kAnyFraction = 1 << 22;
 constexpr double kEdge = 0.45, kStop = 0.55;  // of what is kept; relative to the rate of the outputs
@@ -49,7 +49,7 @@ class SteepEngine : public StreamEngine {
       if (!bridge_.Kernel().MakeShort(rest, bridge_.Grid()) || !bridge_.Allocate()) return false;
       most = 2 * most + kSlack;
     }
-    work_.alloc(std::max(most * channels_, kMost) + vekta::kConvolved);
+    work_.alloc(std::max(most, kMost) * channels_ + vekta::kConvolved);
     if (work_.empty() || !last_.Make(kEdgeDecibels, (kStop - kEdge) / 2.0, gain, channels_, most))
       return false;
     Restart();
@@ -60,10 +60,10 @@ class SteepEngine : public StreamEngine {
     std::uint64_t written = 0;
     while (nIn > 0) {
       const std::uint64_t n = std::min(nIn, kMost);
-      for (unsigned c = 0; c < channels_; ++c) Append(0, c, in + c, channels_, n);
-      Advance(0, n);
+      Take(in, n);
       frames_ += n;
       due_ += grid_.Pass(end_, frames_);
+      vekta::FetchSamples(in + n * channels_, std::min(nIn - n, kMost) * channels_);
       written += Run(0, out + written * channels_, kMost);
       in += n * channels_;
       nIn -= n;
@@ -118,6 +118,7 @@ class SteepEngine : public StreamEngine {
  private:
   /// More than any step needs behind its last sample.
   static constexpr std::uint64_t kSlack = 192;
+  static constexpr unsigned kSplit = 16;
 
   // Steps count from the first half-band on; number count_ is the bridge, and what follows, the last one.
 
@@ -130,6 +131,17 @@ class SteepEngine : public StreamEngine {
     } else {
       (step < count_ ? halvings_[step] : last_).Append(channel, in, stride, n);
     }
+  }
+  /// Gives frames to the first step. Up to so many channels are split together.
+  void Take(const float* in, std::uint64_t n) {
+    const bool split = channels_ > 1 && channels_ <= kSplit;
+    std::array<float*, kSplit> planes;
+    for (unsigned c = 0; split && c < channels_; ++c) planes[c] = work_.data() + c * kMost;
+    if (split) QVL::Deinterleave(planes.data(), in, channels_, n);
+    for (unsigned c = 0; c < channels_; ++c) {
+      split ? Append(0, c, planes[c], 1, n) : Append(0, c, in + c, channels_, n);
+    }
+    Advance(0, n);
   }
   void Advance(unsigned step, std::uint64_t n) {
     if (IsBridge(step)) {
@@ -151,9 +163,7 @@ class SteepEngine : public StreamEngine {
       Advance(step + 1, n);
     }
     if (IsBridge(step)) {
-      const std::uint64_t n = bridge_.Run(work_.data());
-      for (unsigned c = 0; c < channels_; ++c) last_.Append(c, work_.data() + c, channels_, n);
-      last_.Advance(n);
+      last_.Advance(bridge_.Run(work_.data(), [&](auto... outputs) { last_.Append(outputs...); }));
     }
     const std::uint64_t n = std::min(last_.Ready(), most);
     // Whole groups go to their place at once, if that is contiguous.

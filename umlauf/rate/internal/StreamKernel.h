@@ -40,14 +40,22 @@ class StreamKernel {
   /// Outputs after which the phases nearly repeat, 0 when they do not.
   std::uint32_t Period() const { return period_; }
 
-  /// Window of an output; samples count from `origin`.
-  vekta::TapWindow At(const GridPosition& position, std::int64_t origin) const {
-    const auto in = static_cast<std::ptrdiff_t>(static_cast<std::int64_t>(position.whole) + first_ - origin);
-    if (!mixed_) return {in, static_cast<std::uint32_t>(position.part), 0.0f};
-    const std::uint64_t phase = (position.part >> 32) * phases_;  // 32 fractional bits
-    return {in, static_cast<std::uint32_t>(phase >> 32),
-            static_cast<float>(static_cast<std::uint32_t>(phase)) * 0x1p-32f};
-  }
+  /// Makes windows of outputs, whose samples count from some place; a copy of what that takes, which stays in
+  /// registers.
+  struct Placer {
+    std::int64_t offset;
+    std::uint32_t phases;
+    bool mixed;
+
+    vekta::TapWindow operator()(const GridPosition& position) const {
+      const auto in = static_cast<std::ptrdiff_t>(static_cast<std::int64_t>(position.whole) + offset);
+      if (!mixed) return {in, static_cast<std::uint32_t>(position.part), 0.0f};
+      const std::uint64_t phase = (position.part >> 32) * phases;  // 32 fractional bits
+      return {in, static_cast<std::uint32_t>(phase >> 32),
+              static_cast<float>(static_cast<std::uint32_t>(phase)) * 0x1p-32f};
+    }
+  };
+  Placer WindowsFrom(std::int64_t origin) const { return {first_ - origin, phases_, mixed_}; }
 
  private:
   bool Allocate(double phases);

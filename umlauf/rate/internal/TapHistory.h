@@ -14,6 +14,8 @@ namespace umlauf::rate {
 /// taps go.
 class TapHistory {
  public:
+  static constexpr std::uint64_t kRoom = 2048;
+
   TapHistory() = default;
   TapHistory(const RatioGrid& grid, unsigned channels, float gain)
       : channels_(channels), gain_(gain), grid_(grid) {}
@@ -25,7 +27,7 @@ class TapHistory {
   /// For the kernel that has been made; a start follows. False without memory.
   bool Allocate() {
     cycle_ = kernel_.Mixed() ? 0 : CycleOf(grid_, kernel_.Period(), kernel_.Rows().taps);
-    capacity_ = 4096 + 5 * kernel_.Rows().taps;  // moving the last taps to the front is rare
+    capacity_ = 2 * kRoom + 5 * kernel_.Rows().taps;  // moving the last taps to the front is rare
     return capacity_ <= UINT64_MAX / channels_ && history_.alloc(capacity_ * channels_);
   }
 
@@ -38,10 +40,10 @@ class TapHistory {
     for (unsigned c = 0; c < channels_; ++c) std::fill_n(Plane(c), held_, 0.0f);
   }
 
-  /// Frames for which there is room, at most `wanted`, of which there is room for 2048 at least: drops those
+  /// Frames for which there is room, at most `wanted`, of which there is room for kRoom at least: drops those
   /// that no output needs any more when the history is nearly full.
   std::uint64_t MakeRoom(std::uint64_t wanted) {
-    if (capacity_ - held_ < std::min<std::uint64_t>(wanted, 2048)) {
+    if (capacity_ - held_ < std::min(wanted, kRoom)) {
       const auto first = static_cast<std::int64_t>(next_.whole) + kernel_.First();
       const std::uint64_t dropped = std::min(held_, static_cast<std::uint64_t>(first - origin_));
       held_ -= dropped;
@@ -60,24 +62,42 @@ class TapHistory {
 
   /// Writes all outputs whose samples are there, as frames; returns their number.
   std::uint64_t Run(float* out) {
-    const std::int64_t end = origin_ + static_cast<std::int64_t>(held_) - kernel_.Last();
-    const GridPosition first = next_;
-    const std::uint64_t count = grid_.Pass(next_, static_cast<std::uint64_t>(std::max<std::int64_t>(end, 0)));
-    const TapRun run{grid_, first, count, kernel_.Period()};
+    const TapRun run = Next();
     const vekta::TapPlanes planes{history_.data(), capacity_, channels_};
-    const auto windowAt = [&](const GridPosition& position) { return kernel_.At(position, origin_); };
-    if (cycle_ != 0) {
-      RunCycle(out, channels_, run, cycle_, planes, windowAt, kernel_.Rows(), gain_);
-      return count;
+    cycle_ != 0 ? RunInTurn(out, channels_, run, planes) : RunEach(out, run, planes);
+    return run.count;
+  }
+
+  /// Computes the same outputs in a place of its caller, which has room for frames of them, and hands each
+  /// channel on by take(channel, outputs, stride, number).
+  template <class Take>
+  std::uint64_t Run(float* place, Take take) {
+    const TapRun run = Next();
+    if (cycle_ == 0) RunEach(place, run, {history_.data(), capacity_, channels_});
+    for (unsigned c = 0; c < channels_; ++c) {
+      if (cycle_ != 0) RunInTurn(place, 1, run, {Plane(c), capacity_, 1});
+      cycle_ != 0 ? take(c, place, 1, run.count) : take(c, place + c, channels_, run.count);
     }
-    RunTaps(out, channels_, run, planes, windowAt, [&](auto... args) {
-      kernel_.Mixed() ? vekta::MixedDotProducts(args..., kernel_.Rows(), gain_)
-                      : vekta::DotProducts(args..., kernel_.Rows(), gain_);
-    });
-    return count;
+    return run.count;
   }
 
  private:
+  /// The outputs whose samples are there; those behind them come next.
+  TapRun Next() {
+    const std::int64_t end = origin_ + static_cast<std::int64_t>(held_) - kernel_.Last();
+    const GridPosition first = next_;
+    const std::uint64_t count = grid_.Pass(next_, static_cast<std::uint64_t>(std::max<std::int64_t>(end, 0)));
+    return {grid_, first, count, kernel_.Period()};
+  }
+  void RunInTurn(float* out, std::size_t stride, const TapRun& run, const vekta::TapPlanes& planes) const {
+    RunCycle(out, stride, run, cycle_, planes, kernel_.WindowsFrom(origin_), kernel_.Rows(), gain_);
+  }
+  void RunEach(float* out, const TapRun& run, const vekta::TapPlanes& planes) const {
+    RunTaps(out, channels_, run, planes, kernel_.WindowsFrom(origin_), [&](auto... args) {
+      kernel_.Mixed() ? vekta::MixedDotProducts(args..., kernel_.Rows(), gain_)
+                      : vekta::DotProducts(args..., kernel_.Rows(), gain_);
+    });
+  }
   float* Plane(unsigned channel) { return history_.data() + channel * capacity_; }
 
   unsigned channels_ = 1;

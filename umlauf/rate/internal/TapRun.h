@@ -47,8 +47,8 @@ void RunCycle(float* out, std::size_t outStride, const TapRun& run, std::size_t 
 
 /// Writes `count` outputs that lie `distance` apart, `outStride` floats apart; returns the position behind.
 template <class WindowAt, class Products>
-GridPosition RunLane(float* out, std::size_t outStride, const RatioGrid& grid, GridPosition position,
-                     const GridPosition& distance, std::uint64_t count, const vekta::TapPlanes& planes,
+GridPosition RunLane(float* out, std::size_t outStride, RatioGrid grid, GridPosition position,
+                     GridPosition distance, std::uint64_t count, const vekta::TapPlanes& planes,
                      WindowAt windowAt, Products products) {
   std::array<vekta::TapWindow, 128> windows;
   const bool oneRow = distance.part == 0;  // windows differ in their place only

@@ -10,6 +10,7 @@
 #define HWY_TARGET_INCLUDE "umlauf/platform/vekta/internal/Convolve.cpp"
 #include "hwy/foreach_target.h"
 // Follows the target.
+#include "hwy/cache_control.h"
 #include "hwy/highway.h"
 
 HWY_BEFORE_NAMESPACE();
@@ -21,43 +22,67 @@ namespace hn = hwy::HWY_NAMESPACE;
 
 using Samples = hn::CappedTag<float, 8>;
 
-/// Taps of a span from which on its sums are kept short.
-constexpr size_t kManyTaps = 33;
+/// Products after which a sum is added to a longer one, and number of those after which that is added to the
+/// total, so that sums of many products lose few digits.
+constexpr size_t kShortSum = 16, kLongSum = 8;
+
+/// Whether there are registers for samples beside the sums.
+constexpr bool kSlides = HWY_ARCH_ARM_A64 || (HWY_ARCH_X86 && HWY_TARGET <= HWY_AVX3);
 
 /// Eight vectors of outputs side by side. Of the taps those go together that lie a vector apart: the samples
 /// that one of them meets with an output vector the next one meets with the vector before, so each step loads
-/// one vector and one tap for eight products, which is what the multipliers take.
+/// one vector and one tap for eight products, which is what the multipliers take. With few registers samples
+/// are loaded for each product; the sums are the same.
 HWY_INLINE void ConvolveEight(float* out, size_t at, const FilterSpan* spans, size_t spanCount, float scale) {
   const Samples d;
   const size_t N = hn::Lanes(d);
   auto t0 = hn::Zero(d), t1 = t0, t2 = t0, t3 = t0, t4 = t0, t5 = t0, t6 = t0, t7 = t0;
+  auto s0 = t0, s1 = t0, s2 = t0, s3 = t0, s4 = t0, s5 = t0, s6 = t0, s7 = t0;
+  auto u0 = t0, u1 = t0, u2 = t0, u3 = t0, u4 = t0, u5 = t0, u6 = t0, u7 = t0;
+  size_t products = 0, kept = 0;
+  const auto carry = [&]() HWY_ATTR {
+    t0 = hn::Add(t0, u0), t1 = hn::Add(t1, u1), t2 = hn::Add(t2, u2), t3 = hn::Add(t3, u3);
+    t4 = hn::Add(t4, u4), t5 = hn::Add(t5, u5), t6 = hn::Add(t6, u6), t7 = hn::Add(t7, u7);
+    u0 = u1 = u2 = u3 = u4 = u5 = u6 = u7 = hn::Zero(d);
+    kept = 0;
+  };
+  const auto keep = [&]() HWY_ATTR {
+    u0 = hn::Add(u0, s0), u1 = hn::Add(u1, s1), u2 = hn::Add(u2, s2), u3 = hn::Add(u3, s3);
+    u4 = hn::Add(u4, s4), u5 = hn::Add(u5, s5), u6 = hn::Add(u6, s6), u7 = hn::Add(u7, s7);
+    s0 = s1 = s2 = s3 = s4 = s5 = s6 = s7 = hn::Zero(d);
+    products = 0;
+    if (++kept == kLongSum) carry();
+  };
   for (const FilterSpan* span = spans; span != spans + spanCount; ++span) {
     const size_t count = span->count;
-    auto s0 = hn::Zero(d), s1 = s0, s2 = s0, s3 = s0, s4 = s0, s5 = s0, s6 = s0, s7 = s0;
-    const auto keep = [&]() HWY_ATTR {
-      t0 = hn::Add(t0, s0), t1 = hn::Add(t1, s1), t2 = hn::Add(t2, s2), t3 = hn::Add(t3, s3);
-      t4 = hn::Add(t4, s4), t5 = hn::Add(t5, s5), t6 = hn::Add(t6, s6), t7 = hn::Add(t7, s7);
-    };
     for (size_t first = 0; first < std::min(N, count); ++first) {
       const float* x = span->x + at + first;
-      auto x0 = hn::LoadU(d, x), x1 = hn::LoadU(d, x + N), x2 = hn::LoadU(d, x + 2 * N);
-      auto x3 = hn::LoadU(d, x + 3 * N), x4 = hn::LoadU(d, x + 4 * N), x5 = hn::LoadU(d, x + 5 * N);
-      auto x6 = hn::LoadU(d, x + 6 * N);
-      for (size_t i = first; i < count; i += N, x += N) {
-        const auto x7 = hn::LoadU(d, x + 7 * N), tap = hn::Set(d, span->taps[i]);
-        s0 = hn::MulAdd(tap, x0, s0), s1 = hn::MulAdd(tap, x1, s1);
-        s2 = hn::MulAdd(tap, x2, s2), s3 = hn::MulAdd(tap, x3, s3);
-        s4 = hn::MulAdd(tap, x4, s4), s5 = hn::MulAdd(tap, x5, s5);
-        s6 = hn::MulAdd(tap, x6, s6), s7 = hn::MulAdd(tap, x7, s7);
-        x0 = x1, x1 = x2, x2 = x3, x3 = x4, x4 = x5, x5 = x6, x6 = x7;
+      if constexpr (kSlides) {
+        auto x0 = hn::LoadU(d, x), x1 = hn::LoadU(d, x + N), x2 = hn::LoadU(d, x + 2 * N);
+        auto x3 = hn::LoadU(d, x + 3 * N), x4 = hn::LoadU(d, x + 4 * N), x5 = hn::LoadU(d, x + 5 * N);
+        auto x6 = hn::LoadU(d, x + 6 * N);
+        for (size_t i = first; i < count; i += N, x += N) {
+          const auto x7 = hn::LoadU(d, x + 7 * N), tap = hn::Set(d, span->taps[i]);
+          s0 = hn::MulAdd(tap, x0, s0), s1 = hn::MulAdd(tap, x1, s1);
+          s2 = hn::MulAdd(tap, x2, s2), s3 = hn::MulAdd(tap, x3, s3);
+          s4 = hn::MulAdd(tap, x4, s4), s5 = hn::MulAdd(tap, x5, s5);
+          s6 = hn::MulAdd(tap, x6, s6), s7 = hn::MulAdd(tap, x7, s7);
+          x0 = x1, x1 = x2, x2 = x3, x3 = x4, x4 = x5, x5 = x6, x6 = x7;
+        }
+      } else {
+        for (size_t i = first; i < count; i += N, x += N) {
+          const auto tap = hn::Set(d, span->taps[i]);
+          const auto add = [&](size_t v, auto& s)
+                               HWY_ATTR { s = hn::MulAdd(tap, hn::LoadU(d, x + v * N), s); };
+          add(0, s0), add(1, s1), add(2, s2), add(3, s3), add(4, s4), add(5, s5), add(6, s6), add(7, s7);
+        }
       }
-      if (count >= kManyTaps) {
-        keep();
-        s0 = s1 = s2 = s3 = s4 = s5 = s6 = s7 = hn::Zero(d);
-      }
+      products += (count - first + N - 1) / N;
+      if (products >= kShortSum) keep();
     }
-    if (count < kManyTaps) keep();
   }
+  keep();
+  carry();
   const auto factor = hn::Set(d, scale);
   const auto store = [&](size_t i, auto t) HWY_ATTR { hn::StoreU(hn::Mul(t, factor), d, out + i * N); };
   store(0, t0), store(1, t1), store(2, t2), store(3, t3), store(4, t4), store(5, t5), store(6, t6),
@@ -76,22 +101,32 @@ void ConvolveBlocks(float* out, size_t n, const FilterSpan* spans, size_t spanCo
 float OneProduct(const float* x, const float* row, size_t taps, size_t distance, float scale) {
   const hn::CappedTag<float, 1> d;
   const size_t N = hn::Lanes(Samples());
-  auto total = hn::Zero(d);
+  auto total = hn::Zero(d), longSum = total, sum = total;
+  size_t products = 0, kept = 0;
+  const auto carry = [&]() HWY_ATTR {
+    total = hn::Add(total, longSum);
+    longSum = hn::Zero(d);
+    kept = 0;
+  };
+  const auto keep = [&]() HWY_ATTR {
+    longSum = hn::Add(longSum, sum);
+    sum = hn::Zero(d);
+    products = 0;
+    if (++kept == kLongSum) carry();
+  };
   for (size_t start = 0; start < std::min(distance, taps); ++start) {
     const size_t count = (taps - start + distance - 1) / distance;
-    auto sum = hn::Zero(d);
     for (size_t first = 0; first < std::min(N, count); ++first) {
       for (size_t i = first; i < count; i += N) {
         const size_t at = start + i * distance;
         sum = hn::MulAdd(hn::Set(d, row[at]), hn::Set(d, x[at]), sum);
       }
-      if (count >= kManyTaps) {
-        total = hn::Add(total, sum);
-        sum = hn::Zero(d);
-      }
+      products += (count - first + N - 1) / N;
+      if (products >= kShortSum) keep();
     }
-    if (count < kManyTaps) total = hn::Add(total, sum);
   }
+  keep();
+  carry();
   return hn::GetLane(hn::Mul(total, hn::Set(d, scale)));
 }
 
@@ -189,6 +224,7 @@ class CycleRun {
       used = std::max(used, Offset(b) + (turnsOf(b) - 1) * cycle_.distance + rows_.taps);
     }
     split_.Split(x, used);
+    FetchSamples(x + used, used);  // what mostly comes next
     for (std::size_t b = 0; b < cycle_.period; ++b) {
       SplitRow row(Row(b), rows_.taps, cycle_.distance);
       row.Outputs(results_[b], turnsOf(b), split_, Offset(b), scale_);
@@ -238,6 +274,11 @@ void CycledDotProducts(float* out, std::size_t outStride, const TapCycle& cycle,
       if (outStride != 1) QVL::Interleave(to, outStride, results.data(), 1, outputs);
     }
   }
+}
+
+void FetchSamples(const float* x, std::size_t n) {
+  constexpr std::size_t line = 16, most = 8192;
+  for (std::size_t i = 0; i < std::min(n, most); i += line) hwy::Prefetch(x + i);
 }
 
 }  // namespace umlauf::vekta

@@ -60,6 +60,10 @@ HWY_INLINE void StoreSums(FloatVector a, FloatVector b, FloatVector c, FloatVect
 
 using Group = std::array<const float*, 4>;
 
+// A lambda that is part of a loop and must not become a call, however often it stands there.
+#undef UMLAUF_INLINED
+#define UMLAUF_INLINED HWY_ATTR __attribute__((always_inline))
+
 /// The first n of x, n less than a vector, and 0; nothing behind them is read.
 HWY_INLINE FloatVector LoadFirst(const float* x, size_t n) {
   const Floats d;
@@ -79,7 +83,7 @@ HWY_INLINE void DotGroup(const Group& x, const Group& rows, size_t taps, float* 
   const size_t N = hn::Lanes(d);
   auto a0 = hn::Zero(d), b0 = a0, c0 = a0, e0 = a0;
   auto a1 = a0, b1 = a0, c1 = a0, e1 = a0;
-  const auto step = [&](size_t i, auto load, auto& a, auto& b, auto& c, auto& e) HWY_ATTR {
+  const auto step = [&](size_t i, auto load, auto& a, auto& b, auto& c, auto& e) UMLAUF_INLINED {
     const auto row = hn::LoadU(d, rows[0] + i);
     a = hn::MulAdd(row, load(x[0] + i), a);
     b = hn::MulAdd(kOneRow ? row : hn::LoadU(d, rows[1] + i), load(x[1] + i), b);
@@ -103,25 +107,28 @@ HWY_INLINE void DotGroup(const Group& x, const Group& rows, size_t taps, float* 
   StoreSums(hn::Add(a0, a1), hn::Add(b0, b1), hn::Add(c0, c1), hn::Add(e0, e1), sums);
 }
 
-/// As DotGroup, also with the rows that follow by `stride`.
+/// As DotGroup, with rows each of which is mixed with the one that follows it by `stride`.
 template <bool kOneRow>
-HWY_INLINE void DotGroupTwice(const Group& x, const Group& rows, size_t stride, size_t taps, float* sums,
-                              float* nextSums) {
+HWY_INLINE void DotGroupMixed(const Group& x, const Group& rows, const float* mix, size_t stride, size_t taps,
+                              float* sums) {
   const Floats d;
   const size_t N = hn::Lanes(d);
-  auto a0 = hn::Zero(d), b0 = a0, c0 = a0, e0 = a0;
-  auto a1 = a0, b1 = a0, c1 = a0, e1 = a0;
-  const auto step = [&](size_t i, auto load) HWY_ATTR {
-    const auto row = hn::LoadU(d, rows[0] + i), next = hn::LoadU(d, rows[0] + stride + i);
-    const auto both = [&](size_t w, auto& sum, auto& nextSum) HWY_ATTR {
-      const auto v = load(x[w] + i);
-      sum = hn::MulAdd(kOneRow ? row : hn::LoadU(d, rows[w] + i), v, sum);
-      nextSum = hn::MulAdd(kOneRow ? next : hn::LoadU(d, rows[w] + stride + i), v, nextSum);
+  auto a = hn::Zero(d), b = a, c = a, e = a;
+  const auto one = hn::Set(d, 1.0f);
+  const auto nextA = hn::Set(d, mix[0]), nextB = hn::Set(d, mix[1]), nextC = hn::Set(d, mix[2]),
+             nextE = hn::Set(d, mix[3]);
+  const auto rowA = hn::Sub(one, nextA), rowB = hn::Sub(one, nextB), rowC = hn::Sub(one, nextC),
+             rowE = hn::Sub(one, nextE);
+  const auto step = [&](size_t i, auto load) UMLAUF_INLINED {
+    const auto add = [&](size_t w, const auto& ofRow, const auto& ofNext, auto& sum) UMLAUF_INLINED {
+      const float* const row = rows[kOneRow ? 0 : w] + i;
+      const auto tap = hn::MulAdd(hn::LoadU(d, row + stride), ofNext, hn::Mul(hn::LoadU(d, row), ofRow));
+      sum = hn::MulAdd(tap, load(x[w] + i), sum);
     };
-    both(0, a0, a1);
-    both(1, b0, b1);
-    both(2, c0, c1);
-    both(3, e0, e1);
+    add(0, rowA, nextA, a);
+    add(1, rowB, nextB, b);
+    add(2, rowC, nextC, c);
+    add(3, rowE, nextE, e);
   };
   size_t i = 0;
   for (; i + N <= taps; i += N) {
@@ -130,8 +137,7 @@ HWY_INLINE void DotGroupTwice(const Group& x, const Group& rows, size_t stride, 
   if (i < taps) {
     step(i, [&](const float* at) HWY_ATTR { return LoadFirst(at, taps - i); });
   }
-  StoreSums(a0, b0, c0, e0, sums);
-  StoreSums(a1, b1, c1, e1, nextSums);
+  StoreSums(a, b, c, e, sums);
 }
 
 /// Four results: products of windows and rows, mixed where rows are mixed, times scale.
@@ -140,26 +146,26 @@ HWY_INLINE void DotFour(const Group& x, const Group& row, const float* mix, cons
                         float* out, size_t stride) {
   const bool oneRow = row[0] == row[1] && row[0] == row[2] && row[0] == row[3];
   const hn::CappedTag<float, 4> d;
-  HWY_ALIGN float sums[4], next[4];
+  HWY_ALIGN float sums[4];
   if constexpr (kMixed) {
-    oneRow ? DotGroupTwice<true>(x, row, rows.stride, rows.taps, sums, next)
-           : DotGroupTwice<false>(x, row, rows.stride, rows.taps, sums, next);
+    oneRow ? DotGroupMixed<true>(x, row, mix, rows.stride, rows.taps, sums)
+           : DotGroupMixed<false>(x, row, mix, rows.stride, rows.taps, sums);
   } else {
     oneRow ? DotGroup<true>(x, row, rows.taps, sums) : DotGroup<false>(x, row, rows.taps, sums);
   }
   for (size_t i = 0; i < 4; i += hn::Lanes(d)) {
-    auto sum = hn::Load(d, sums + i);
-    if constexpr (kMixed) sum = hn::MulAdd(hn::Sub(hn::Load(d, next + i), sum), hn::LoadU(d, mix + i), sum);
-    hn::Store(hn::Mul(sum, hn::Set(d, scale)), d, sums + i);
+    const auto results = hn::Mul(hn::Load(d, sums + i), hn::Set(d, scale));
+    stride == 1 ? hn::StoreU(results, d, out + i) : hn::Store(results, d, sums + i);
   }
+  if (stride == 1) return;
   // Volatile, or the compiler makes one scatter instruction of them, which is several times slower.
   for (size_t w = 0; w < 4; ++w) *static_cast<volatile float*>(out + w * stride) = sums[w];
 }
 
 /// Writes the results, in the order of the windows and of the planes in each of them, `stride` floats apart.
 template <bool kMixed>
-HWY_INLINE void DotWindows(float* out, size_t stride, const TapWindow* windows, size_t n,
-                           const TapPlanes& planes, const TapRows& rows, float scale) {
+HWY_NOINLINE void DotWindows(float* out, size_t stride, const TapWindow* windows, size_t n,
+                             const TapPlanes& planes, const TapRows& rows, float scale) {
   Group x, row;
   HWY_ALIGN float mix[4] = {};
   const size_t results = n * planes.channels;
@@ -190,13 +196,36 @@ HWY_INLINE void DotWindows(float* out, size_t stride, const TapWindow* windows, 
   for (size_t w = 0; w < rest; ++w) out[(done + w) * stride] = last[w];
 }
 
+/// The same for one plane, without what is needed to go through several.
+template <bool kMixed>
+HWY_INLINE void DotPlane(float* out, size_t stride, const TapWindow* windows, size_t n,
+                         const TapPlanes& planes, const TapRows& table, float scale) {
+  const TapRows rows = table;
+  const float* const samples = planes.x;
+  for (; n >= 4; n -= 4, windows += 4, out += 4 * stride) {
+    const auto x = [&](size_t w) { return samples + windows[w].in; };
+    const auto row = [&](size_t w) { return rows.data + windows[w].row * rows.stride; };
+    const float mix[4] = {windows[0].mix, windows[1].mix, windows[2].mix, windows[3].mix};
+    DotFour<kMixed>({x(0), x(1), x(2), x(3)}, {row(0), row(1), row(2), row(3)}, mix, rows, scale, out,
+                    stride);
+  }
+  DotWindows<kMixed>(out, stride, windows, n, planes, rows, scale);
+}
+
+template <bool kMixed>
+HWY_INLINE void DotAll(float* out, size_t stride, const TapWindow* windows, size_t n, const TapPlanes& planes,
+                       const TapRows& rows, float scale) {
+  planes.channels == 1 ? DotPlane<kMixed>(out, stride, windows, n, planes, rows, scale)
+                       : DotWindows<kMixed>(out, stride, windows, n, planes, rows, scale);
+}
+
 void DotPlain(float* out, size_t stride, const TapWindow* windows, size_t n, const TapPlanes& planes,
               const TapRows& rows, float scale) {
-  DotWindows<false>(out, stride, windows, n, planes, rows, scale);
+  DotAll<false>(out, stride, windows, n, planes, rows, scale);
 }
 void DotMixed(float* out, size_t stride, const TapWindow* windows, size_t n, const TapPlanes& planes,
               const TapRows& rows, float scale) {
-  DotWindows<true>(out, stride, windows, n, planes, rows, scale);
+  DotAll<true>(out, stride, windows, n, planes, rows, scale);
 }
 
 }  // namespace

@@ -54,7 +54,7 @@ struct TapCycle {
   const TapWindow* windows;
   std::size_t period, distance;
 };
-inline constexpr std::size_t kLongestCycle = 16, kLongestDistance = 32, kMostCycledTaps = 1024;
+inline constexpr std::size_t kLongestCycle = 16, kLongestDistance = 32, kMostCycledTaps = 256;
 /// Whether a cycle is short enough for `CycledDotProducts`.
 constexpr bool IsCycled(std::uint64_t period, std::uint64_t distance, std::size_t taps) {
   return period >= 1 && period <= kLongestCycle && distance >= 1 && distance <= kLongestDistance &&
@@ -64,5 +64,9 @@ constexpr bool IsCycled(std::uint64_t period, std::uint64_t distance, std::size_
 /// on the distance as well, not on n.
 UMLAUF_API void CycledDotProducts(float* out, std::size_t outStride, const TapCycle& cycle, std::size_t n,
                                   const TapPlanes& planes, const TapRows& rows, float scale);
+
+/// Has samples brought into the caches while other things are computed; any that are there already, or
+/// nowhere, do no harm.
+UMLAUF_API void FetchSamples(const float* x, std::size_t n);
 
 }  // namespace umlauf::vekta
