@@ -37,9 +37,8 @@ double MissingAt(double end, const EndEdges& edges) {
   return rest > sudden * longest && pitches[1] < gradual * pitches[2] ? std::floor(rest / pitches[1]) : 0;
 }
 
-}  // namespace
-
-struct CPulseJudge::State {
+/// What is known of the pulses so far.
+struct Findings {
   std::vector<RotationWarning> warnings;
   std::vector<PulseLevels::SwingCount> counts;
   std::vector<double> found;  ///< pulses in each of these
@@ -98,7 +97,7 @@ struct CPulseJudge::State {
 };
 
 /// Each pulse beside its neighbours.
-void CPulseJudge::State::JudgePulses() {
+void Findings::JudgePulses() {
   const std::vector<Regularity::Place> nowhere;
   const double extra = regularity.Extra(), lost = regularity.Lost();
   if (regularity.Pulses() + 1 < fewPulses) {
@@ -127,7 +126,7 @@ void CPulseJudge::State::JudgePulses() {
 }
 
 /// Their number beside that of the swings.
-void CPulseJudge::State::JudgeCounts() {
+void Findings::JudgeCounts() {
   const auto different = DifferentCounts();
   if (different.empty()) return;
   Warn("count-differs",
@@ -137,7 +136,7 @@ void CPulseJudge::State::JudgeCounts() {
 }
 
 /// The time before the first and behind the last one of so many samples.
-void CPulseJudge::State::JudgeEnds(double samples) {
+void Findings::JudgeEnds(double samples) {
   if (samples <= 0 || edges < first.size()) return;
   EndEdges behind = last;
   std::reverse(behind.begin(), behind.end());
@@ -152,6 +151,10 @@ void CPulseJudge::State::JudgeEnds(double samples) {
        L"that: look there, or set the levels closer together or within the swing",
        before + after, places);
 }
+
+}  // namespace
+
+struct CPulseJudge::State : Findings {};
 
 CPulseJudge::CPulseJudge(const PulseLevels& levels, const CDzPulsDetektor& detector) {
   umlauf::HadMemory([&] {
