@@ -146,9 +146,8 @@ void Findings::JudgeEnds(double samples) {
   if (before > 0) places.push_back({0, first[0]});
   if (after > 0) places.push_back({behind[0], samples});
   Warn("lost-pulses",
-       L"pulses seem to be missing (%g) where the recording begins or ends, since the shaft turns right "
-       L"beside "
-       L"that: look there, or set the levels closer together or within the swing",
+       L"pulses seem to be missing (%g) where the recording begins or ends, since the shaft turns "
+       L"right beside that: look there, or set the levels closer together or within the swing",
        before + after, places);
 }
 

@@ -120,10 +120,11 @@ Swings FindFading(const Stretches& stretches, SwingScale scale) {
     if (swings.count < sameFading * most) break;
     if (!best.fading || swings.Misfits() < best.Misfits()) best = std::move(swings);
   }
+  if (!best.fading) return best;
   // Some noise may look like teeth.
   scale.smallest = best.scale.smallest * aboveNoise;
   Swings above = FollowPrepared(prepared, scale);
-  above.fading = best.fading && above.AreSafe();
+  above.fading = above.AreSafe();
   return above.fading ? above : best;
 }
 
