@@ -189,13 +189,13 @@ struct EdgeSamples {
     const hn::Half<decltype(four)> two;
     const float* const before = x + first - 1;
     const size_t end = count + static_cast<size_t>(std::popcount(bits));
-    const auto next = [&bits] {
-      const auto i = static_cast<std::uint64_t>(std::countr_zero(bits));
-      bits &= bits - 1;
+    const auto next = [](std::uint64_t& rest) {
+      const auto i = static_cast<std::uint64_t>(std::countr_zero(rest));
+      rest &= rest - 1;
       return i;
     };
     for (; bits != 0; count += 4) {
-      const std::uint64_t i0 = next(), i1 = next(), i2 = next(), i3 = next();
+      const std::uint64_t i0 = next(bits), i1 = next(bits), i2 = next(bits), i3 = next(bits);
       const std::uint64_t all = (i0 | i1 << 16 | i2 << 32 | i3 << 48) + first * 0x0001000100010001u;
       std::memcpy(places + count, &all, sizeof all);
       const auto pair = [&](std::uint64_t i) HWY_ATTR { return hn::LoadU(two, before + i); };
