@@ -92,7 +92,7 @@ CPulseTrain FollowComb(OrdersOptions& options, CRecordingSource& file, OrdersOut
     comb.Take(block.samples, block.count, block.stride);
   }
   source.Check();
-  OrdersOutputs::CombResult& result = about.comb.emplace();
+  OrdersOutputs::CombResult& result = about.comb.emplace(OrdersOutputs::CombResult{});
   if (!comb.Find(result.rpm, result.confidence, &result.trust)) {
     Fail("there is no speed to follow: the recording is too short, or --start-rpm lies outside --rpm");
   }

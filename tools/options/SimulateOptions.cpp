@@ -150,17 +150,17 @@ void CheckVibration(SimulateOptions& options) {
     });
   }
   if (!options.gearMesh.empty()) {
-    auto& mesh = vibration.gearMesh.emplace();
+    auto& mesh = vibration.gearMesh.emplace(VibrationSettings::GearMesh{});
     ParseNumbers("--gear-mesh", options.gearMesh, mesh.teeth, mesh.amplitude, mesh.modulation);
   }
   if (!options.resonance.empty()) {
-    auto& resonance = vibration.resonance.emplace();
+    auto& resonance = vibration.resonance.emplace(VibrationSettings::Resonance{});
     double none = 0;
     ParseNumbers("--resonance", options.resonance, resonance.frequency, resonance.damping, none);
     if (!(resonance.damping > 0)) FailUsage("--resonance needs a damping above 0, part of the critical one");
   }
   if (!options.bearing.empty()) {
-    auto& fault = vibration.bearing.emplace();
+    auto& fault = vibration.bearing.emplace(VibrationSettings::BearingFault{});
     ParseNumbers("--bearing", options.bearing, fault.order, fault.amplitude, fault.frequency);
   }
   if (vibration.Any() && options.encoder)

@@ -76,7 +76,7 @@ class TapHistory {
     if (cycle_ == 0) RunEach(place, run, {history_.data(), capacity_, channels_});
     for (unsigned c = 0; c < channels_; ++c) {
       if (cycle_ != 0) RunInTurn(place, 1, run, {Plane(c), capacity_, 1});
-      cycle_ != 0 ? take(c, place, 1, run.count) : take(c, place + c, channels_, run.count);
+      cycle_ != 0 ? take(c, place, 1u, run.count) : take(c, place + c, channels_, run.count);
     }
     return run.count;
   }
