@@ -1,3 +1,4 @@
+#include <cmath>
 #include <numeric>
 
 #include "rate/RateTestSupport.h"
@@ -33,7 +34,9 @@ TEST_P(QVLFilters, DotProductsOfAnyShape) {
     const umlauf::vekta::TapPlanes planes{x.get() + 7, plane, channels};
     const umlauf::vekta::TapRows rows{table.data(), stride, taps};
     umlauf::vekta::DotProducts(plain.data(), outStride, windows.data(), n, planes, rows, 0.5f);
-    umlauf::vekta::MixedDotProducts(mixed.data(), outStride, windows.data(), n, planes, rows, 0.5f);
+    umlauf::vekta::TapRows both = rows;
+    both.mix = umlauf::vekta::TapMix::Linear;
+    umlauf::vekta::DotProducts(mixed.data(), outStride, windows.data(), n, planes, both, 0.5f);
     for (std::size_t j = 0; j < n; ++j) {
       for (unsigned c = 0; c < channels; ++c) {
         float sums[2] = {};
@@ -47,6 +50,68 @@ TEST_P(QVLFilters, DotProductsOfAnyShape) {
     }
     ASSERT_EQ(plain, expected) << taps;
     ASSERT_EQ(mixed, expectedMix) << taps;
+  }
+}
+
+TEST_P(QVLFilters, PlacedDotProductsOfAnyShape) {
+  std::mt19937 random(17);
+  const auto digit = [&] { return static_cast<float>(static_cast<int>(random() % 17) - 8); };
+  for (std::size_t taps = 1; taps <= 70; ++taps) {
+    const auto channels = static_cast<unsigned>(1 + taps % 9);
+    const std::size_t n = random() % 14, stride = (taps + 7) / 8 * 8;
+    const std::size_t plane = taps + 40, length = plane * channels;
+    Samples table(6 * stride);
+    for (std::size_t i = 0; i < table.size(); ++i) table[i] = i % stride < taps ? digit() : 0.0f;
+    const std::unique_ptr<float[]> x(new float[length + umlauf::vekta::kReadBehind]);
+    std::generate_n(x.get(), length, digit);
+    std::fill_n(x.get() + length, umlauf::vekta::kReadBehind, NAN);  // read, without effect
+    std::vector<std::int32_t> in(n);
+    std::vector<std::uint32_t> row(n);
+    std::generate(in.begin(), in.end(), [&] { return static_cast<std::int32_t>(random() % 41) - 7; });
+    std::generate(row.begin(), row.end(), [&] { return static_cast<std::uint32_t>(random() % 5 * stride); });
+    if (n > 0) in[n - 1] = 33;  // up to the last sample
+    const std::vector<float> mix(n, 0.25f);
+    const std::size_t outStride = channels + taps % 2;
+    const umlauf::vekta::TapPlanes planes{x.get() + 7, plane, channels};
+    for (const auto kind : {umlauf::vekta::TapMix::None, umlauf::vekta::TapMix::Linear}) {
+      const float next = kind == umlauf::vekta::TapMix::None ? 0.0f : 0.25f;
+      Samples out(n * outStride + 1, 77.0f), expected = out;
+      umlauf::vekta::PlacedDotProducts(out.data(), outStride, {in.data(), row.data(), mix.data()}, n, planes,
+                                       {table.data(), stride, taps, kind}, 0.5f);
+      for (std::size_t j = 0; j < n * channels; ++j) {
+        float sum = 0.0f;
+        for (std::size_t i = 0; i < taps; ++i) {
+          const float* const tap = table.data() + row[j / channels] + i;
+          sum += planes.x[static_cast<std::ptrdiff_t>(j % channels * plane + i) + in[j / channels]] *
+                 ((1.0f - next) * tap[0] + next * tap[stride]);
+        }
+        expected[j / channels * outStride + j % channels] = 0.5f * sum;
+      }
+      ASSERT_EQ(out, expected) << taps << " taps, " << channels << " channels, " << n;
+    }
+  }
+}
+
+TEST_P(QVLFilters, PlacesOfOutputsDoNotDrift) {
+  std::mt19937_64 random(19);
+  for (int k = 0; k < 200; ++k) {
+    const umlauf::vekta::TapGrid grid{random(), k % 3 == 0 ? 0 : random() % 50, k % 5 == 0 ? 1u : random(),
+                                      static_cast<std::uint32_t>(1 + random() % 4096), 24};
+    const std::size_t n = random() % 130;
+    std::vector<std::int32_t> in(n);
+    std::vector<std::uint32_t> row(n);
+    Samples mix(n);
+    umlauf::vekta::PlaceTaps(grid, -5, n, in.data(), row.data(), mix.data());
+    std::uint64_t part = grid.part;
+    std::int64_t whole = -5;
+    for (std::size_t j = 0; j < n; ++j) {
+      const std::uint64_t phase = (part >> 32) * grid.phases;  // 32 fractional bits
+      ASSERT_EQ(in[j], whole) << j;
+      ASSERT_EQ(row[j], (phase >> 32) * grid.rowLength) << j;
+      ASSERT_EQ(mix[j], static_cast<float>(phase << 32 >> 40) / 16777216.0f) << j;
+      part += grid.stepPart;
+      whole += static_cast<std::int64_t>(grid.stepWhole) + (part < grid.stepPart ? 1 : 0);
+    }
   }
 }
 

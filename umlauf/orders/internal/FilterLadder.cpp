@@ -45,7 +45,9 @@ bool FilterLadder::AddRung(double start, const KaiserSinc& kernel) {
     }
   }
   taps_.push_back(std::move(table));
-  rungs_.push_back({{taps_.back().data(), stride, taps}, phases, static_cast<std::ptrdiff_t>(half) - 1});
+  rungs_.push_back({{taps_.back().data(), stride, taps, vekta::TapMix::Linear},
+                    phases,
+                    static_cast<std::ptrdiff_t>(half) - 1});
   starts_.push_back(start);
   reach_ = std::max(reach_, half + 1);
   return true;

@@ -14,17 +14,20 @@ namespace umlauf::orders {
 namespace {
 
 constexpr std::size_t kBlock = 16384;  ///< frames that are taken between two moves of what is kept
-constexpr std::size_t kWindows = 256;
+constexpr std::size_t kPlaces = 256;
 
 }  // namespace
 
 VaryingRate::VaryingRate(double pass, double stop, double narrowest, double widest, unsigned channels)
     : ladder_(pass, stop, narrowest, widest), channels_(channels) {
   capacity_ = (4 * ladder_.Reach() + kBlock + 31) / 32 * 32;
-  if (!ladder_.IsValid() || !planes_.alloc(numeric::mul_sat(capacity_, channels))) return;
+  if (!ladder_.IsValid() || !planes_.alloc(numeric::mul_sat(capacity_ + vekta::kReadBehind, channels)))
+    return;
   const bool had = HadMemory([this] {
-    windows_.resize(kWindows);
-    next_.resize(kWindows * channels_);
+    in_.resize(kPlaces);
+    row_.resize(kPlaces);
+    mix_.resize(kPlaces);
+    next_.resize(kPlaces * channels_);
   });
   if (!had) planes_ = CAlignedMem<float>();
   Restart();
@@ -85,15 +88,18 @@ void VaryingRate::MakeRoom() {
 
 void VaryingRate::Run(std::size_t rung, const Place* places, std::size_t n, float* out) {
   const FilterLadder::Rung& filter = ladder_[rung];
+  const std::uint32_t last = numeric::trunc_sat<std::uint32_t>(filter.phases) - 1;
   for (std::size_t i = 0; i < n; ++i) {
     const double whole = std::floor(places[i].position);
     const double phase = (places[i].position - whole) * filter.phases;
-    const auto row = numeric::trunc_sat<std::uint32_t>(phase);
-    windows_[i] = {numeric::trunc_sat<std::ptrdiff_t>(whole) - filter.lead - begin_, row,
-                   static_cast<float>(phase - row)};
+    // Rounded, a phase may be that of the next sample.
+    const std::uint32_t row = std::min(numeric::trunc_sat<std::uint32_t>(phase), last);
+    in_[i] = static_cast<std::int32_t>(numeric::trunc_sat<std::int64_t>(whole) - filter.lead - begin_);
+    row_[i] = row * static_cast<std::uint32_t>(filter.rows.stride);
+    mix_[i] = static_cast<float>(phase - row);
   }
-  vekta::MixedDotProducts(out, channels_, windows_.data(), n, {planes_.data(), capacity_, channels_},
-                          filter.rows, 1.0f);
+  vekta::PlacedDotProducts(out, channels_, {in_.data(), row_.data(), mix_.data()}, n,
+                           {planes_.data(), capacity_, channels_}, filter.rows, 1.0f);
 }
 
 void VaryingRate::Get(const Place* places, std::size_t n, float* out) {
@@ -101,7 +107,7 @@ void VaryingRate::Get(const Place* places, std::size_t n, float* out) {
     // As many as share a filter.
     rung_ = ladder_.RungOf(places[i].ratio, rung_);
     std::size_t count = 1;
-    while (i + count < n && count < kWindows && ladder_.RungOf(places[i + count].ratio, rung_) == rung_) {
+    while (i + count < n && count < kPlaces && ladder_.RungOf(places[i + count].ratio, rung_) == rung_) {
       ++count;
     }
     float* frames = out + i * channels_;

@@ -47,7 +47,9 @@ class VaryingRate {
   unsigned channels_;
   std::size_t capacity_ = 0;  ///< of a plane
   CAlignedMem<float> planes_;
-  std::vector<vekta::TapWindow> windows_;
+  std::vector<std::int32_t> in_;  ///< the places of some frames, as the filters take them
+  std::vector<std::uint32_t> row_;
+  std::vector<float> mix_;
   std::vector<float> next_;           ///< frames of the next filter of the ladder
   std::int64_t begin_ = 0, end_ = 0;  ///< frames that are held
   std::size_t held_ = 0;

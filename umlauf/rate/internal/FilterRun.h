@@ -27,8 +27,7 @@ class FilterRun {
     const auto windowAt = [&](const GridPosition& position) { return WindowAt(position, origin); };
     const std::size_t cycle = CycleOf(grid_, run.period, taps_.Rows().taps);
     if (cycle != 0) return RunCycle(out, outStride, run, cycle, planes, windowAt, taps_.Rows(), scale_);
-    RunTaps(out, outStride, run, planes, windowAt,
-            [&](auto... args) { vekta::DotProducts(args..., taps_.Rows(), scale_); });
+    RunTaps(out, outStride, run, planes, windowAt, taps_.Rows(), scale_);
   }
 
  private:

@@ -71,9 +71,12 @@ double ShortAt(double outputs) {
 
 }  // namespace
 
-bool StreamKernel::Allocate(double phases) {
-  phases_ = numeric::trunc_sat<std::uint32_t>(phases);
-  stride_ = (static_cast<std::size_t>(last_ - first_ + 1) + 15) / 16 * 16;
+bool StreamKernel::Allocate(const RatioGrid& grid, double mixedPhases) {
+  const bool mixed = grid.Parts() == 0;
+  mix_ = mixed ? vekta::TapMix::Linear : vekta::TapMix::None;
+  phases_ = mixed ? numeric::trunc_sat<std::uint32_t>(std::ceil(mixedPhases))
+                  : static_cast<std::uint32_t>(grid.Parts());
+  stride_ = (static_cast<std::size_t>(last_ - first_ + 1) + 7) / 8 * 8;
   return rows_.alloc((std::uint64_t{phases_} + 1) * stride_);
 }
 
@@ -106,8 +109,7 @@ bool StreamKernel::MakeFilter(const CDownsamplingInfo& table, double ratio, cons
   const double behind = static_cast<double>(support.end) - support.centroid;
   first_ = -numeric::trunc_sat<std::int64_t>(before / entriesPerSample);
   last_ = numeric::trunc_sat<std::int64_t>(behind / entriesPerSample) + 1;
-  mixed_ = grid.Parts() == 0;
-  if (!Allocate(mixed_ ? std::ceil(kMixedPhases / ratio) : static_cast<double>(grid.Parts()))) return false;
+  if (!Allocate(grid, kMixedPhases / ratio)) return false;
   period_ = RatioGrid::Denominator(ratio, kLongestPeriod, 0.125 / phases_, 0.0);
   return Fill(
       true, [&](double distance) { return ValueAt(table, support.centroid + distance * entriesPerSample); });
@@ -121,9 +123,7 @@ bool StreamKernel::MakeShort(double ratio, const RatioGrid& grid) {
   const double half = kShortLength / 2.0 * ratio;  // inputs
   last_ = numeric::trunc_sat<std::int64_t>(std::ceil(half));
   first_ = 1 - last_;
-  mixed_ = grid.Parts() == 0;
-  if (!Allocate(mixed_ ? std::ceil(kMixedShortPhases / ratio) : static_cast<double>(grid.Parts())))
-    return false;
+  if (!Allocate(grid, kMixedShortPhases / ratio)) return false;
   period_ = RatioGrid::Denominator(ratio / 2.0, kLongestPeriod, 0.125 / phases_, 0.0);
   return Fill(false, [&](double distance) { return ShortAt(distance / ratio) / ratio; });
 }
@@ -131,8 +131,7 @@ bool StreamKernel::MakeShort(double ratio, const RatioGrid& grid) {
 bool StreamKernel::MakeLinear() {
   first_ = 0;
   last_ = 1;
-  mixed_ = true;
-  if (!Allocate(1.0)) return false;
+  if (!Allocate({}, 1.0)) return false;
   rows_[0] = rows_[stride_ + 1] = 1.0f;
   return true;
 }

@@ -31,11 +31,11 @@ class StreamKernel {
   std::int64_t First() const { return first_; }
   std::int64_t Last() const { return last_; }
   vekta::TapRows Rows() const {
-    return {rows_.data(), stride_, static_cast<std::size_t>(last_ - first_ + 1)};
+    return {rows_.data(), stride_, static_cast<std::size_t>(last_ - first_ + 1), mix_};
   }
-  /// True when outputs lie between phases, so that two rows are mixed; false when each position of the grid
-  /// has its row.
-  bool Mixed() const { return mixed_; }
+  /// Parts of a sample from row to row. Positions of a grid with phases of its own have each their row;
+  /// others lie between two, which are mixed.
+  std::uint32_t Phases() const { return phases_; }
 
   /// Outputs after which the phases nearly repeat, 0 when they do not.
   std::uint32_t Period() const { return period_; }
@@ -52,13 +52,15 @@ class StreamKernel {
       if (!mixed) return {in, static_cast<std::uint32_t>(position.part), 0.0f};
       const std::uint64_t phase = (position.part >> 32) * phases;  // 32 fractional bits
       return {in, static_cast<std::uint32_t>(phase >> 32),
-              static_cast<float>(static_cast<std::uint32_t>(phase)) * 0x1p-32f};
+              static_cast<float>(static_cast<std::uint32_t>(phase) >> 8) * 0x1p-24f};
     }
   };
-  Placer WindowsFrom(std::int64_t origin) const { return {first_ - origin, phases_, mixed_}; }
+  Placer WindowsFrom(std::int64_t origin) const {
+    return {first_ - origin, phases_, mix_ != vekta::TapMix::None};
+  }
 
  private:
-  bool Allocate(double phases);
+  bool Allocate(const RatioGrid& grid, double mixedPhases);
   /// Fills the rows with the values of a kernel at the distances of inputs from outputs [inputs], divided by
   /// the sum of their row where all are to have the sum 1. False when a row has no sum.
   template <class Value>
@@ -68,7 +70,7 @@ class StreamKernel {
   std::size_t stride_ = 0;
   std::int64_t first_ = 0, last_ = 0;
   std::uint32_t phases_ = 1, period_ = 0;
-  bool mixed_ = true;
+  vekta::TapMix mix_ = vekta::TapMix::Linear;
 };
 
 }  // namespace umlauf::rate

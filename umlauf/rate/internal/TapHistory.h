@@ -5,6 +5,7 @@
 #include <cstring>
 
 #include "umlauf/platform/basis/CAlignedMem.h"
+#include "umlauf/rate/internal/PlacedRun.h"
 #include "umlauf/rate/internal/StreamKernel.h"
 #include "umlauf/rate/internal/TapRun.h"
 
@@ -26,9 +27,12 @@ class TapHistory {
 
   /// For the kernel that has been made; a start follows. False without memory.
   bool Allocate() {
-    cycle_ = kernel_.Mixed() ? 0 : CycleOf(grid_, kernel_.Period(), kernel_.Rows().taps);
-    capacity_ = 2 * kRoom + 5 * kernel_.Rows().taps;  // moving the last taps to the front is rare
-    return capacity_ <= UINT64_MAX / channels_ && history_.alloc(capacity_ * channels_);
+    const vekta::TapRows rows = kernel_.Rows();
+    cycle_ = rows.mix != vekta::TapMix::None ? 0 : CycleOf(grid_, kernel_.Period(), rows.taps);
+    capacity_ = 2 * kRoom + 5 * rows.taps;  // moving the last taps to the front is rare
+    placed_ = cycle_ == 0 && !(kernel_.Period() > 0 && rows.taps > kFewTaps);
+    if (placed_ && !run_.Make(grid_, kernel_)) return false;
+    return capacity_ <= UINT64_MAX / channels_ && history_.alloc(capacity_ * channels_ + vekta::kReadBehind);
   }
 
   /// Starts with an output in the first sample of the signal, and `zeros` frames of 0 from that sample on; in
@@ -82,6 +86,8 @@ class TapHistory {
   }
 
  private:
+  static constexpr std::size_t kFewTaps = 32;  // up to which rows are not worth sharing
+
   /// The outputs whose samples are there; those behind them come next.
   TapRun Next() {
     const std::int64_t end = origin_ + static_cast<std::int64_t>(held_) - kernel_.Last();
@@ -93,10 +99,8 @@ class TapHistory {
     RunCycle(out, stride, run, cycle_, planes, kernel_.WindowsFrom(origin_), kernel_.Rows(), gain_);
   }
   void RunEach(float* out, const TapRun& run, const vekta::TapPlanes& planes) const {
-    RunTaps(out, channels_, run, planes, kernel_.WindowsFrom(origin_), [&](auto... args) {
-      kernel_.Mixed() ? vekta::MixedDotProducts(args..., kernel_.Rows(), gain_)
-                      : vekta::DotProducts(args..., kernel_.Rows(), gain_);
-    });
+    if (placed_) return run_.Write(out, channels_, run, planes, origin_, kernel_, gain_);
+    RunTaps(out, channels_, run, planes, kernel_.WindowsFrom(origin_), kernel_.Rows(), gain_);
   }
   float* Plane(unsigned channel) { return history_.data() + channel * capacity_; }
 
@@ -106,6 +110,8 @@ class TapHistory {
   GridPosition next_;  // of the next output
   StreamKernel kernel_;
   std::size_t cycle_ = 0;  // samples after which outputs have the same row again, 0 where that is not so
+  bool placed_ = false;    // whether outputs go one after the other, by `run_`
+  PlacedRun run_;
   CAlignedMem<float> history_;
   std::uint64_t capacity_ = 0, held_ = 0;
   std::int64_t origin_ = 0;  // place in the signal of the first frame in the history

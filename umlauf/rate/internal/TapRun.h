@@ -46,10 +46,10 @@ void RunCycle(float* out, std::size_t outStride, const TapRun& run, std::size_t 
 }
 
 /// Writes `count` outputs that lie `distance` apart, `outStride` floats apart; returns the position behind.
-template <class WindowAt, class Products>
+template <class WindowAt>
 GridPosition RunLane(float* out, std::size_t outStride, RatioGrid grid, GridPosition position,
                      GridPosition distance, std::uint64_t count, const vekta::TapPlanes& planes,
-                     WindowAt windowAt, Products products) {
+                     WindowAt windowAt, const vekta::TapRows& rows, float scale) {
   std::array<vekta::TapWindow, 128> windows;
   const bool oneRow = distance.part == 0;  // windows differ in their place only
   for (std::uint64_t done = 0; done < count;) {
@@ -66,21 +66,20 @@ GridPosition RunLane(float* out, std::size_t outStride, RatioGrid grid, GridPosi
         grid.Add(position, distance);
       }
     }
-    products(out + done * outStride, outStride, windows.data(), n, planes);
+    vekta::DotProducts(out + done * outStride, outStride, windows.data(), n, planes, rows, scale);
     done += n;
   }
   return position;
 }
 
-/// Writes the outputs of a run, `outStride` floats apart. `windowAt` makes a window of a position; `products`
-/// is one of the QVL runs, without its last arguments.
+/// Writes the outputs of a run, `outStride` floats apart. `windowAt` makes a window of a position.
 ///
 /// The outputs one period apart, a lane, go together, because they share the loads of their row; one lane
 /// follows the other by phase, because neighbours may have one row, and all go in blocks that leave their
 /// samples in the first-level cache. The results do not depend on that.
-template <class WindowAt, class Products>
+template <class WindowAt>
 void RunTaps(float* out, std::size_t outStride, const TapRun& run, const vekta::TapPlanes& planes,
-             WindowAt windowAt, Products products) {
+             WindowAt windowAt, const vekta::TapRows& rows, float scale) {
   constexpr std::uint64_t together = 4;  // windows that share a row
   constexpr std::uint64_t block = 2048;  // samples
   struct Lane {
@@ -106,14 +105,14 @@ void RunTaps(float* out, std::size_t outStride, const TapRun& run, const vekta::
       const std::uint64_t perLane = std::min(most, left / period / together * together);
       for (auto lane = lanes.begin(); lane != lanesEnd; ++lane) {
         lane->position = RunLane(out + lane->output * outStride, period * outStride, run.grid, lane->position,
-                                 distance, perLane, planes, windowAt, products);
+                                 distance, perLane, planes, windowAt, rows, scale);
         if (lane->output == 0) next = lane->position;
       }
       out += perLane * period * outStride;
       left -= perLane * period;
     }
   }
-  RunLane(out, outStride, run.grid, next, run.grid.Step(), left, planes, windowAt, products);
+  RunLane(out, outStride, run.grid, next, run.grid.Step(), left, planes, windowAt, rows, scale);
 }
 
 }  // namespace umlauf::rate
