@@ -121,11 +121,20 @@ float CDzPulsListe::AverageOfOne() {
 
 float CDzPulsListe::AverageOfMany() {
   PulsGapCorrection();
-  double sum = 0.0;
-  for (const PulsEntry& entry : entries_) {
+  // Four sums by turns: an addition does not wait for the one before.
+  std::array<double, 4> sums{};
+  std::uint64_t samples = 0;
+  const auto add = [&](const PulsEntry& entry, double& sum) {
     sum += static_cast<double>(entry.Value());
-    state_.totalSamples += entry.NrSamples();
+    samples += entry.NrSamples();
+  };
+  std::size_t i = 0;
+  for (; i + sums.size() <= entries_.size(); i += sums.size()) {
+    for (std::size_t k = 0; k < sums.size(); ++k) add(entries_[i + k], sums[k]);
   }
+  for (; i < entries_.size(); ++i) add(entries_[i], sums[0]);
+  state_.totalSamples = samples;
+  const double sum = (sums[0] + sums[1]) + (sums[2] + sums[3]);
   state_.averPulsT = static_cast<float>(sum / static_cast<double>(entries_.size()));
   return RevPerSecond(state_.averPulsT);
 }
