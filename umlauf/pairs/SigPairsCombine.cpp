@@ -36,10 +36,11 @@ struct Within : Form {
 };
 
 /// Merges an ascending signal's grid into another one's and forms the values; returns the number of points.
+/// The first `skipped` of them are not written.
 std::size_t Merge(const CSigPairs& own, const CSigPairs& other, float tolerance, int operation,
-                  SPunkt* merged) {
+                  SPunkt* merged, std::size_t skipped) {
   const auto by = [&]<class Rule>(Rule) {
-    return GridMerger<Rule>(own, other, tolerance, operation, merged).Merge();
+    return GridMerger<Rule>(own, other, tolerance, operation, merged, skipped).Merge();
   };
   const auto form = [&by]<class Form>(Form) { return by(Everywhere<Form>()); };
   const auto formWithin = [&by]<class Form>(Form) { return by(Within<Form>()); };
@@ -65,13 +66,6 @@ std::size_t Merge(const CSigPairs& own, const CSigPairs& other, float tolerance,
     default:
       return by(Stays());
   }
-}
-
-/// Ascending points from ... end with x >= lo and x <= hi.
-std::pair<SPunkt*, SPunkt*> Cropped(SPunkt* from, SPunkt* end, float lo, float hi) {
-  while (from != end && from->x < lo) ++from;
-  while (from != end && end[-1].x > hi) --end;
-  return {from, end};
 }
 
 }  // namespace
@@ -117,25 +111,24 @@ bool CSigPairs::TakeMerged(const CSigPairs& own, const CSigPairs& other, int ope
   umlauf::AlignedBlock<float> block = umlauf::MakeAlignedBlock<float>(2 * room);
   if (block == nullptr) return false;
   SPunkt* const grid = reinterpret_cast<SPunkt*>(block.get());
-  SPunkt* from = grid;
-  SPunkt* end = from + Merge(own, other, tolerance, operation, grid);
-  const bool grown = static_cast<std::size_t>(end - from) > before;
-  if (!KeepsAll(operation) && !IsUnion(operation)) {
-    std::tie(from, end) =
-        Cropped(from, end, other.Punkt(0) - tolerance, other.Punkt(other.NPaare() - 1) + tolerance);
-  }
-  if (from == end) {
+  // Own points outside the other's range are cropped. Those in front of it need not be written at all.
+  const bool crops = !KeepsAll(operation) && !IsUnion(operation);
+  const float lo = other.Punkt(0) - tolerance, hi = other.Punkt(other.NPaare() - 1) + tolerance;
+  std::size_t skipped = 0;
+  while (crops && skipped < before && own.Punkt(skipped) < lo) ++skipped;
+  const std::size_t merged = Merge(own, other, tolerance, operation, grid, skipped);
+  std::size_t n = merged - skipped;
+  while (crops && n > 0 && grid[n - 1].x > hi) --n;
+  if (n == 0) {
     Neustart();
     return true;
   }
-  const auto n = static_cast<std::size_t>(end - from);
-  const bool level = from->x == end[-1].x;
-  const bool descends = own.descending_ && level && !(grown && before == 1);
+  const bool level = grid[0].x == grid[n - 1].x;
+  const bool descends = own.descending_ && level && !(merged > before && before == 1);
   if (n >= room / 2) {
-    std::copy(from, end, grid);
     Adopt(std::move(block), 2 * room);
     SetCount(n);
-  } else if (!CopyPoints(from, n)) {
+  } else if (!CopyPoints(grid, n)) {
     return false;
   }
   SetOrder(true, descends);
@@ -149,11 +142,10 @@ CSigPairs& CSigPairs::Combine(const CSigPairs& other, int operation) {
 
 CSigPairs CSigPairs::Combined(const CSigPairs& other, int operation) const {
   float tolerance = 0.0f;
-  if (&other != this && ascending_ && AreCombinable(other, tolerance)) {
-    CSigPairs result(*this, HeaderOnly());
-    if (result.TakeMerged(*this, other, operation, tolerance)) return result;
-  }
-  CSigPairs result(*this);
+  CSigPairs result(*this, HeaderOnly());  // the only one, so that it is not copied when it is returned
+  const bool direct = &other != this && ascending_ && AreCombinable(other, tolerance);
+  if (direct && result.TakeMerged(*this, other, operation, tolerance)) return result;
+  result = *this;
   result.Verrechnen(other, operation);
   return result;
 }

@@ -20,8 +20,10 @@ namespace umlauf::pairs {
 template <class Rule>
 class GridMerger {
  public:
-  /// `merged` has room for the points of both signals, of which neither is empty.
-  GridMerger(const CSigPairs& own, const CSigPairs& other, float tolerance, int operation, SPunkt* merged)
+  /// `merged` has room for the points of both signals, of which neither is empty. The first `skipped` own
+  /// points, which lie in front of all others, are merged but not written.
+  GridMerger(const CSigPairs& own, const CSigPairs& other, float tolerance, int operation, SPunkt* merged,
+             std::size_t skipped)
       : own_(own.Punkte()),
         n_(own.NPaare()),
         other_(other.Punkte()),
@@ -30,14 +32,15 @@ class GridMerger {
         isUnion_(operation == CSigPairs::vereinigen || operation == CSigPairs::gitter_vereinigen),
         keepsY_(operation == CSigPairs::vereinigen),
         newY_(operation != CSigPairs::gitter_vereinigen),
-        merged_(merged),
+        next_(merged),
+        skipped_(skipped),
         lowest_(own_[0].x),
         highest_(own_[n_ - 1].x) {}
 
-  /// Returns the number of merged points.
+  /// Returns the number of merged points, those that were not written included.
   std::size_t Merge() {
     if constexpr (Rule::kWithin) {
-      while (rest_ < n_ && own_[rest_].x < other_[0].x) Put(own_[rest_++]);
+      while (rest_ < n_ && own_[rest_].x < other_[0].x) Put<false>(own_[rest_++]);
     }
     left_ = other_[0];
     const SPunkt* p = other_;
@@ -52,7 +55,7 @@ class GridMerger {
       while (formed != own_ + rest_ && formed[-1].x > left_.x) --formed;
     }
     while (own_ + rest_ < formed) PutFormed<false>(own_[rest_++]);
-    std::copy(own_ + rest_, own_ + n_, merged_ + count_);
+    std::copy(own_ + rest_, own_ + n_, next_);
     return count_ + (n_ - rest_);
   }
 
@@ -91,24 +94,30 @@ class GridMerger {
     }
   }
 
-  void Put(const SPunkt& point) { Put(point, point.y); }
+  template <bool kInner>
+  void Put(const SPunkt& point) {
+    Put<kInner>(point, point.y);
+  }
 
   template <bool kInner>
   void PutFormed(const SPunkt& point) {
     if constexpr (Rule::kForms) {
-      Put(point, Rule()(point.y, OtherAt<kInner>(point.x)));
+      Put<kInner>(point, Rule()(point.y, OtherAt<kInner>(point.x)));
     } else {
-      Put(point);
+      Put<kInner>(point);
     }
   }
 
+  template <bool kInner>
   void Put(const SPunkt& point, float formed) {
     if (point.x != last_.x || count_ == 0) {
       beforeRun_ = last_;
       run_ = point;
     }
     last_ = point;
-    merged_[count_++] = {point.x, formed};
+    if (!kInner && count_ == 0) first_ = point.x;
+    if (kInner || count_ >= skipped_) *next_++ = {point.x, formed};
+    ++count_;
   }
 
   /// Value of the other signal at an x on its current line, all points of which are formed with one slope.
@@ -138,7 +147,7 @@ class GridMerger {
   float ValueAt(float x) const {
     if (count_ == 0) return own_[rest_].y;
     if (last_.x < x) return rest_ == n_ ? last_.y : OnLine(last_, own_[rest_], x);
-    if (x <= merged_[0].x) return run_.y;
+    if (x <= first_) return run_.y;
     return rest_ == n_ ? last_.y : OnLine(beforeRun_, run_, x);
   }
 
@@ -148,8 +157,10 @@ class GridMerger {
   std::size_t otherCount_;
   float tolerance_;
   bool isUnion_, keepsY_, newY_;
-  SPunkt* merged_;
-  float lowest_;  // x of the first and the last point of the grid
+  SPunkt* next_;  // where the next merged point is written
+  std::size_t skipped_;
+  float first_ = 0.0f;  // x of the first merged point
+  float lowest_;        // x of the first and the last point of the grid
   float highest_;
   SPunkt left_;   // the other signal's point before the current one
   SPunkt start_;  // where its line to the current one starts; of equal x, the one to the first
