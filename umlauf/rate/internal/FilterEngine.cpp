@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <new>
 
-#include "umlauf/platform/vekta/QVL.h"
 #include "umlauf/rate/internal/StreamEngine.h"
 #include "umlauf/rate/internal/TapHistory.h"
 
@@ -25,10 +24,9 @@ class FilterEngine : public StreamEngine {
     hasSignal_ = hasSignal_ || nIn > 0;
     while (nIn > 0) {
       const std::uint64_t count = history_.MakeRoom(nIn);
-      for (unsigned c = 0; c < channels_; ++c) QVL::Interleave(history_.End(c), 1, in + c, channels_, count);
+      history_.Put(in, count);
       in += count * channels_;
       nIn -= count;
-      history_.Take(count);
       vekta::FetchSamples(in, std::min<std::uint64_t>(nIn, 4096) * channels_);
       written += history_.Run(out + written * channels_);
     }

@@ -1,6 +1,7 @@
 #include "umlauf/rate/internal/HalfBand.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstring>
 #include <numbers>
@@ -85,14 +86,36 @@ void HalfBand::Append(unsigned plane, const float* in, std::size_t stride, std::
   }
 }
 
+void HalfBand::AppendFrames(const float* in, std::uint64_t n) {
+  if (2 * planes_ > kSplit) {
+    for (unsigned p = 0; p < planes_; ++p) Append(p, in + p, planes_, n);
+    return;
+  }
+  MakeRoom(n);
+  if (n == 0) return;
+  std::array<float*, kSplit> halves;
+  for (unsigned p = 0; p < planes_; ++p) {
+    halves[p] = Even(p) + (held_ + 1) / 2;
+    halves[planes_ + p] = Odd(p) + held_ / 2;
+  }
+  if (held_ % 2 != 0) {
+    for (unsigned p = 0; p < planes_; ++p) *halves[planes_ + p]++ = *in++;
+    --n;
+  }
+  QVL::Deinterleave(halves.data(), in, std::size_t{2} * planes_, n / 2);
+  if (n % 2 != 0) {
+    for (unsigned p = 0; p < planes_; ++p) halves[p][n / 2] = in[(n - 1) * planes_ + p];
+  }
+}
+
 std::uint64_t HalfBand::Ready() const {
   // Output m of those that are left reads the odd inputs up to number m + 2 half - 1 of the history.
   const std::uint64_t odd = held_ / 2 - dropped_, needed = 2 * half_ - 1;
   return odd > needed ? odd - needed : 0;
 }
 
-void HalfBand::Compute(unsigned plane, float* out, std::uint64_t n) const {
-  const float* const even = history_.data() + 2 * plane * capacity_ + dropped_;
+void HalfBand::Compute(unsigned plane, float* out, std::uint64_t n, std::uint64_t from) const {
+  const float* const even = history_.data() + 2 * plane * capacity_ + dropped_ + from;
   const vekta::FilterSpan spans[] = {{even + capacity_, taps_.data(), 2 * half_},
                                      {even + half_, &centre_, 1}};
   vekta::Convolve(out, n, spans, 2, 1.0f);

@@ -29,15 +29,19 @@ class HalfBand {
   /// Puts n inputs, `stride` floats apart, behind those of a plane; `Advance` follows when all planes have
   /// them.
   void Append(unsigned plane, const float* in, std::size_t stride, std::uint64_t n);
+  /// The same for all planes at once: n frames.
+  void AppendFrames(const float* in, std::uint64_t n);
   void Advance(std::uint64_t n) { held_ += n; }
   /// Number of outputs for which the inputs are there.
   std::uint64_t Ready() const;
-  /// Writes n outputs of a plane, rounded up to a multiple of `vekta::kConvolved`; `Drop` follows when all
-  /// planes have them.
-  void Compute(unsigned plane, float* out, std::uint64_t n) const;
+  /// Writes n outputs of a plane from number `from` on, rounded up to a multiple of `vekta::kConvolved`;
+  /// `Drop` follows when all planes have them.
+  void Compute(unsigned plane, float* out, std::uint64_t n, std::uint64_t from = 0) const;
   void Drop(std::uint64_t n) { dropped_ += n; }
 
  private:
+  static constexpr unsigned kSplit = 16;  // floats of a pair of frames that are split together
+
   /// Drops what no output needs any more, when there is no room for n inputs.
   void MakeRoom(std::uint64_t n);
   float* Even(unsigned plane) { return history_.data() + 2 * plane * capacity_; }

@@ -49,7 +49,8 @@ class SteepEngine : public StreamEngine {
       if (!bridge_.Kernel().MakeShort(rest, bridge_.Grid()) || !bridge_.Allocate()) return false;
       most = 2 * most + kSlack;
     }
-    work_.alloc(std::max(most, kMost) * channels_ + vekta::kConvolved);
+    room_ = std::max(most, kMost) + vekta::kConvolved;
+    work_.alloc(room_ * channels_);
     if (work_.empty() || !last_.Make(kEdgeDecibels, (kStop - kEdge) / 2.0, gain, channels_, most))
       return false;
     Restart();
@@ -77,7 +78,7 @@ class SteepEngine : public StreamEngine {
     std::uint64_t written = 0;
     for (unsigned step = 0; due_ > 0; step = std::min(step + 1, count_ + 1)) {
       constexpr std::array<float, kSlack> zeros{};
-      for (unsigned c = 0; c < channels_; ++c) Append(step, c, zeros.data(), 1, zeros.size());
+      for (unsigned c = 0; c < channels_; ++c) Append(step, c, zeros.data(), zeros.size());
       Advance(step, zeros.size());
       const std::uint64_t n = Run(step, out + written * channels_, due_);
       due_ -= n;
@@ -124,24 +125,23 @@ class SteepEngine : public StreamEngine {
 
   bool IsBridge(unsigned step) const { return step == count_ && hasBridge_; }
 
-  void Append(unsigned step, unsigned channel, const float* in, std::size_t stride, std::uint64_t n) {
+  void Append(unsigned step, unsigned channel, const float* in, std::uint64_t n) {
     if (IsBridge(step)) {
       if (channel == 0) bridge_.MakeRoom(n);
-      QVL::Interleave(bridge_.End(channel), 1, in, stride, n);
+      std::copy_n(in, n, bridge_.End(channel));
     } else {
-      (step < count_ ? halvings_[step] : last_).Append(channel, in, stride, n);
+      (step < count_ ? halvings_[step] : last_).Append(channel, in, 1, n);
     }
   }
-  /// Gives frames to the first step. Up to so many channels are split together.
+  /// Gives frames to the first step.
   void Take(const float* in, std::uint64_t n) {
-    const bool split = channels_ > 1 && channels_ <= kSplit;
-    std::array<float*, kSplit> planes;
-    for (unsigned c = 0; split && c < channels_; ++c) planes[c] = work_.data() + c * kMost;
-    if (split) QVL::Deinterleave(planes.data(), in, channels_, n);
-    for (unsigned c = 0; c < channels_; ++c) {
-      split ? Append(0, c, planes[c], 1, n) : Append(0, c, in + c, channels_, n);
+    if (IsBridge(0)) {
+      bridge_.MakeRoom(n);
+      return bridge_.Put(in, n);
     }
-    Advance(0, n);
+    HalfBand& first = count_ > 0 ? halvings_[0] : last_;
+    first.AppendFrames(in, n);
+    first.Advance(n);
   }
   void Advance(unsigned step, std::uint64_t n) {
     if (IsBridge(step)) {
@@ -157,25 +157,46 @@ class SteepEngine : public StreamEngine {
       const std::uint64_t n = halvings_[step].Ready();
       for (unsigned c = 0; c < channels_; ++c) {
         halvings_[step].Compute(c, work_.data(), n);
-        Append(step + 1, c, work_.data(), 1, n);
+        Append(step + 1, c, work_.data(), n);
       }
       halvings_[step].Drop(n);
       Advance(step + 1, n);
     }
-    if (IsBridge(step)) {
-      last_.Advance(bridge_.Run(work_.data(), [&](auto... outputs) { last_.Append(outputs...); }));
-    }
+    if (IsBridge(step)) last_.Advance(RunBridge());
     const std::uint64_t n = std::min(last_.Ready(), most);
-    // Whole groups go to their place at once, if that is contiguous.
-    const std::uint64_t direct = channels_ == 1 ? n / vekta::kConvolved * vekta::kConvolved : 0;
-    if (direct > 0) last_.Compute(0, out, direct);
-    last_.Drop(direct);
-    for (unsigned c = 0; c < channels_ && n > direct; ++c) {
-      last_.Compute(c, work_.data(), n - direct);
-      QVL::Interleave(out + direct + c, channels_, work_.data(), 1, n - direct);
-    }
-    last_.Drop(n - direct);
+    channels_ == 1 ? WriteOne(out, n) : WriteFrames(out, n);
+    last_.Drop(n);
     return n;
+  }
+
+  /// Gives the outputs of the bridge that are ready to the last step, and returns their number.
+  std::uint64_t RunBridge() {
+    float* const place = work_.data();
+    if (bridge_.InTurn())
+      return bridge_.RunPlanes(place,
+                               [&](unsigned c, float* in, std::uint64_t n) { last_.Append(c, in, 1, n); });
+    const std::uint64_t n = bridge_.Run(place);
+    last_.AppendFrames(place, n);
+    return n;
+  }
+
+  /// Outputs of the last step for one channel: whole groups go to their place at once.
+  void WriteOne(float* out, std::uint64_t n) {
+    const std::uint64_t direct = n / vekta::kConvolved * vekta::kConvolved;
+    if (direct > 0) last_.Compute(0, out, direct);
+    if (direct == n) return;
+    last_.Compute(0, work_.data(), n - direct, direct);
+    std::copy_n(work_.data(), n - direct, out + direct);
+  }
+  void WriteFrames(float* out, std::uint64_t n) {
+    const bool join = channels_ <= kSplit;
+    std::array<const float*, kSplit> planes;
+    for (unsigned c = 0; c < channels_ && n > 0; ++c) {
+      float* const place = work_.data() + (join ? c * room_ : 0);
+      last_.Compute(c, place, n);
+      join ? void(planes[c] = place) : QVL::Interleave(out + c, channels_, place, 1, n);
+    }
+    if (join) QVL::Interleave(out, planes.data(), channels_, n);
   }
 
   unsigned channels_, count_ = 0;
@@ -188,6 +209,7 @@ class SteepEngine : public StreamEngine {
   TapHistory bridge_;
   HalfBand last_;
   CAlignedMem<float> work_;
+  std::uint64_t room_ = 0;  // for the outputs of a step and channel
 };
 
 }  // namespace

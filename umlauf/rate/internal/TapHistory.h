@@ -1,10 +1,12 @@
 #pragma once
 
 #include <algorithm>
+#include <array>
 #include <cstdint>
 #include <cstring>
 
 #include "umlauf/platform/basis/CAlignedMem.h"
+#include "umlauf/platform/vekta/QVL.h"
 #include "umlauf/rate/internal/PlacedRun.h"
 #include "umlauf/rate/internal/StreamKernel.h"
 #include "umlauf/rate/internal/TapRun.h"
@@ -63,6 +65,16 @@ class TapHistory {
 
   /// Takes the frames that were put there.
   void Take(std::uint64_t frames) { held_ += frames; }
+  /// Puts frames there, for which there is room.
+  void Put(const float* in, std::uint64_t frames) {
+    std::array<float*, kSplit> planes;
+    const bool split = channels_ > 2 && channels_ <= kSplit;  // for two it is the slower way
+    for (unsigned c = 0; c < channels_; ++c) {
+      split ? void(planes[c] = End(c)) : QVL::Interleave(End(c), 1, in + c, channels_, frames);
+    }
+    if (split) QVL::Deinterleave(planes.data(), in, channels_, frames);
+    Take(frames);
+  }
 
   /// Writes all outputs whose samples are there, as frames; returns their number.
   std::uint64_t Run(float* out) {
@@ -72,20 +84,22 @@ class TapHistory {
     return run.count;
   }
 
-  /// Computes the same outputs in a place of its caller, which has room for frames of them, and hands each
-  /// channel on by take(channel, outputs, stride, number).
+  /// Whether channels are computed one after the other, so that `RunPlanes` is the faster way.
+  bool InTurn() const { return cycle_ != 0; }
+  /// Computes the same outputs channel by channel, in a place of its caller that has room for those of one,
+  /// and hands them on by take(channel, outputs, number). For those that are `InTurn`.
   template <class Take>
-  std::uint64_t Run(float* place, Take take) {
+  std::uint64_t RunPlanes(float* place, Take take) {
     const TapRun run = Next();
-    if (cycle_ == 0) RunEach(place, run, {history_.data(), capacity_, channels_});
     for (unsigned c = 0; c < channels_; ++c) {
-      if (cycle_ != 0) RunInTurn(place, 1, run, {Plane(c), capacity_, 1});
-      cycle_ != 0 ? take(c, place, 1u, run.count) : take(c, place + c, channels_, run.count);
+      RunInTurn(place, 1, run, {Plane(c), capacity_, 1});
+      take(c, place, run.count);
     }
     return run.count;
   }
 
  private:
+  static constexpr unsigned kSplit = 16;       // channels that are split together
   static constexpr std::size_t kFewTaps = 32;  // up to which rows are not worth sharing
 
   /// The outputs whose samples are there; those behind them come next.
