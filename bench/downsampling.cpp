@@ -350,8 +350,9 @@ const bool kRegistered = [] {
   }
   RegisterDisplay("min_max/1000", 1000.0, 1);
   RegisterDisplay("min_max/54321.5", 54321.5, 1);
-  RegisterDisplay("min_max/1000/2ch", 1000.0, 2);
-  RegisterDisplay("min_max/1000/8ch", 1000.0, 8);
+  for (const unsigned channels : {2u, 3u, 5u, 6u, 7u, 8u}) {
+    RegisterDisplay(("min_max/1000/" + std::to_string(channels) + "ch").c_str(), 1000.0, channels);
+  }
   return true;
 }();
 

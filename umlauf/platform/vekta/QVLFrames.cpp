@@ -46,38 +46,66 @@ HWY_INLINE void RangeOfRows(const float* x, size_t rows, size_t length, Row& row
   }
 }
 
-/// The same for a row of four vectors, in registers.
-HWY_INLINE void RangeOfFours(const float* x, size_t rows, Row& row) {
+/// The same for a row of four to seven vectors, in registers.
+template <size_t kVectors>
+HWY_INLINE void RangeInRegisters(const float* x, size_t rows, Row& row) {
   const Floats d;
   const size_t N = hn::Lanes(d);
   const auto infinity = hn::Set(d, std::numeric_limits<float>::infinity());
-  auto low0 = infinity, low1 = low0, low2 = low0, low3 = low0;
-  auto high0 = hn::Neg(infinity), high1 = high0, high2 = high0, high3 = high0;
-  const auto extend = [&](const float* at, auto& low, auto& high) HWY_ATTR {
-    const auto v = hn::LoadU(d, at);
-    low = Lesser(v, low);
-    high = Greater(v, high);
+  auto low0 = infinity, low1 = low0, low2 = low0, low3 = low0, low4 = low0, low5 = low0, low6 = low0;
+  auto high0 = hn::Neg(infinity), high1 = high0, high2 = high0, high3 = high0, high4 = high0, high5 = high0,
+       high6 = high0;
+  const auto each = [&](auto call) HWY_ATTR {
+    call(size_t{0}, low0, high0);
+    call(N, low1, high1);
+    call(2 * N, low2, high2);
+    call(3 * N, low3, high3);
+    if constexpr (kVectors > 4) call(4 * N, low4, high4);
+    if constexpr (kVectors > 5) call(5 * N, low5, high5);
+    if constexpr (kVectors > 6) call(6 * N, low6, high6);
   };
-  for (size_t r = 0; r < rows; ++r, x += 4 * N) {
-    extend(x, low0, high0);
-    extend(x + N, low1, high1);
-    extend(x + 2 * N, low2, high2);
-    extend(x + 3 * N, low3, high3);
+  for (size_t r = 0; r < rows; ++r, x += kVectors * N) {
+    each([&](size_t at, auto& low, auto& high) HWY_ATTR {
+      const auto v = hn::LoadU(d, x + at);
+      low = Lesser(v, low);
+      high = Greater(v, high);
+    });
   }
-  hn::Store(low0, d, row.low), hn::Store(high0, d, row.high);
-  hn::Store(low1, d, row.low + N), hn::Store(high1, d, row.high + N);
-  hn::Store(low2, d, row.low + 2 * N), hn::Store(high2, d, row.high + 2 * N);
-  hn::Store(low3, d, row.low + 3 * N), hn::Store(high3, d, row.high + 3 * N);
+  each([&](size_t at, const auto& low, const auto& high) HWY_ATTR {
+    hn::Store(low, d, row.low + at);
+    hn::Store(high, d, row.high + at);
+  });
+}
+
+/// Vectors of a row.
+HWY_INLINE size_t VectorsOfRow(size_t lanes, size_t channels) {
+  if (lanes % channels == 0) return 4;
+  if (channels == 3) return 6;
+  return channels > 4 && channels < 8 ? channels : (kRowVectors + channels - 1) / channels * channels;
 }
 
 void ExtendFrames(const float* x, size_t n, size_t channels, float* min, float* max) {
   const size_t N = hn::Lanes(Floats());
-  const bool fours = N % channels == 0;
-  const size_t length = N * (fours ? 4 : (kRowVectors + channels - 1) / channels * channels);
+  const size_t vectors = VectorsOfRow(N, channels), length = N * vectors;
   const size_t rows = n * channels / length, end = rows * length;
   if (rows > 0) {
     Row row;
-    fours ? RangeOfFours(x, rows, row) : RangeOfRows(x, rows, length, row);
+    switch (vectors) {
+      case 4:
+        RangeInRegisters<4>(x, rows, row);
+        break;
+      case 5:
+        RangeInRegisters<5>(x, rows, row);
+        break;
+      case 6:
+        RangeInRegisters<6>(x, rows, row);
+        break;
+      case 7:
+        RangeInRegisters<7>(x, rows, row);
+        break;
+      default:
+        RangeOfRows(x, rows, length, row);
+    }
     for (size_t at = 0; at < length; at += channels) {
       for (size_t c = 0; c < channels; ++c) {
         if (row.low[at + c] < min[c]) min[c] = row.low[at + c];
