@@ -55,7 +55,7 @@ template <size_t kStride>
 HWY_INLINE bool FindNear(const Word* words, size_t& i, size_t end, Word mask, Word pattern) {
   const size_t N = hn::Lanes(Words());
   // Fetched ahead, since a walk that ends at every match comes too late by itself.
-  constexpr size_t ahead = 1024, line = 16;  // words
+  constexpr size_t ahead = 2048, line = 16;  // words
   while (end - i >= 4 * N && !AnyMatches<kStride>(words + i * kStride, N, mask, pattern)) {
     i += 4 * N;
     if (end - i <= ahead + 4 * N) continue;
@@ -87,7 +87,8 @@ HWY_INLINE bool StopInFourParts(const Word* words, size_t& i, size_t length, Wor
 
 template <size_t kStride>
 HWY_INLINE size_t FindVector(const Word* words, size_t n, Word mask, Word pattern) {
-  constexpr size_t near = 4096, part = 16384 / kStride / 64 * 64;  // whole vectors
+  // Four parts pay where nothing is found for long; what was read of them behind a match is read once more.
+  constexpr size_t near = kStride == 1 ? 262144 : 4096, part = 16384 / kStride / 64 * 64;  // whole vectors
   // A strided vector is loaded only while a further element follows it.
   const size_t end = n == 0 || kStride == 1 ? n : n - 1;
   size_t i = 0;
