@@ -1,3 +1,5 @@
+#include <sqlite3.h>
+
 #include <atomic>
 #include <chrono>
 #include <thread>
@@ -78,6 +80,37 @@ TEST_F(SettingsDatabase, WhatCannotBeOpenedIsNamedAndLeftAlone) {
   for (const char* name : {"", "no folder/x.db"}) EXPECT_FALSE(CResourceSea(Text(Path(name))).IsOpen());
   EXPECT_THAT(TakeLog(), HasSubstr("does not exist"));
   EXPECT_FALSE(CResourceSea(L"").IsOpen());
+}
+
+// Views, triggers and conditions would run for ever, or take a gigabyte, when their file is read or written.
+TEST_F(SettingsDatabase, WhatOthersHaveAddedIsNeverRun) {
+  const std::string table =
+      "CREATE TABLE setting (path TEXT NOT NULL, idx INTEGER NOT NULL, value INTEGER NOT NULL,"
+      " PRIMARY KEY (path, idx)) WITHOUT ROWID;";
+  const std::string endless =
+      "WITH RECURSIVE c(x) AS (SELECT 1 UNION ALL SELECT x + 1 FROM c) SELECT x FROM c";
+  const Cases<const char*, std::string> cases = {
+      {"view.db", "CREATE VIEW setting AS SELECT 'a' AS path, x AS idx, 1 AS value FROM (" + endless + ")"},
+      {"trigger.db", table +
+                         "CREATE TRIGGER t AFTER INSERT ON setting BEGIN DELETE FROM setting WHERE idx IN (" +
+                         endless + "); END"},
+      {"table.db", table + "CREATE TABLE t (a CHECK (length(hex(zeroblob(200000000))) > 0));"
+                           "PRAGMA ignore_check_constraints = 1; INSERT INTO t VALUES (1)"},
+  };
+  for (const auto& [name, sql] : cases) {
+    sqlite3* made = nullptr;
+    ASSERT_EQ(sqlite3_open(Path(name).string().c_str(), &made), SQLITE_OK);
+    const std::string all = sql + "; PRAGMA application_id = 1431129158; PRAGMA user_version = 1";
+    EXPECT_EQ(sqlite3_exec(made, all.c_str(), nullptr, nullptr, nullptr), SQLITE_OK) << sqlite3_errmsg(made);
+    sqlite3_close(made);
+    CResourceSea sea(Text(Path(name)));
+    EXPECT_ALL(!sea.IsOpen(), !sea.LookupSetInt(L"b", 0, 1), sea.Paths().empty());
+    EXPECT_THAT(TakeLog(), HasSubstr("no settings database")) << name;
+  }
+  CResourceSea sea(L":memory:");
+  EXPECT_ALL(!sea.LookupSetInt(CString(std::wstring(1 << 20, L'p')), 0, 1),
+             sea.LookupSetInt(CString(std::wstring(1'000'000, L'p')), 0, 1));
+  EXPECT_THAT(TakeLog(), HasSubstr("longer than 1 MiB"));
 }
 
 TEST_F(SettingsDatabase, ReadOnlyReadsAndWritesNothing) {

@@ -11,8 +11,8 @@
 #include "umlauf/platform/tramsea/CResourceEntry.h"
 
 /// A settings database: entries by path, each an indexed list of 32-bit integers (indices from 0 on; gaps
-/// are allowed). An entry exists while it holds a value. Paths are any text that is not empty; by custom
-/// their parts are separated by "/".
+/// are allowed). An entry exists while it holds a value. Paths are any text that is not empty, up to a little
+/// less than 1 MiB in UTF-8; by custom their parts are separated by "/".
 ///
 /// The database is one SQLite file that several processes may use at once. Every write is one transaction:
 /// it is there as a whole or not at all, also when the process is killed or the machine loses power in the
@@ -39,8 +39,8 @@ class UMLAUF_API CResourceSea {
   CResourceSea& operator=(const CResourceSea&) = delete;
 
   /// Closes what was open and opens the file; ":memory:" is an empty database of its own that is gone when it
-  /// is closed. A file that is damaged, is something else, or was written by a later version is refused and
-  /// not touched.
+  /// is closed. A file that is damaged, is something else, holds more than the table of settings, or was
+  /// written by a later version is refused and not touched.
   bool Open(const CString& path, Access access = Access::readWrite);
   void Close();
   bool IsOpen() const;

@@ -24,11 +24,21 @@ constexpr std::chrono::microseconds kLongPause = 4ms, kShortPause = 500us;
 // What marks a SQLite file as a settings database: "UMLF", and the version of its table.
 constexpr const char* kIdentity = "1431129158";
 constexpr const char* kVersion = "1";
-constexpr const char* kCreate =
-    "CREATE TABLE setting (path TEXT NOT NULL, idx INTEGER NOT NULL, value INTEGER NOT NULL,"
-    " PRIMARY KEY (path, idx)) WITHOUT ROWID;"
+#define UMLAUF_SETTING_TABLE                                                                \
+  "CREATE TABLE setting (path TEXT NOT NULL, idx INTEGER NOT NULL, value INTEGER NOT NULL," \
+  " PRIMARY KEY (path, idx)) WITHOUT ROWID"
+constexpr const char* kCreate = UMLAUF_SETTING_TABLE
+    ";"
     "PRAGMA application_id = 1431129158;"
     "PRAGMA user_version = 1";
+// Counts what is in a file beside that table. Views, triggers and conditions of others are code, which may
+// run for ever.
+constexpr const char* kForeign =
+    "SELECT count(*) FROM sqlite_master WHERE sql IS NOT '" UMLAUF_SETTING_TABLE "'";
+#undef UMLAUF_SETTING_TABLE
+
+/// Longest path, in bytes, and with it the longest that a damaged file can make SQLite take memory for.
+constexpr int kLongest = 1 << 20;
 
 CString Reason(sqlite3* connection) {
   switch (sqlite3_errcode(connection) & 0xFF) {
@@ -42,6 +52,8 @@ CString Reason(sqlite3* connection) {
       return L"the file does not exist or cannot be opened";
     case SQLITE_FULL:
       return L"the disk is full";
+    case SQLITE_TOOBIG:
+      return L"a path in it is longer than 1 MiB";
     default:
       return CString(sqlite3_errmsg(connection));
   }
@@ -135,6 +147,7 @@ bool SettingsFile::Connect(bool writable) {
                exists == 0;
   const int result = sqlite3_open_v2(name.c_str(), &connection_, flags, files->zName);
   if (result != SQLITE_OK) return Failed(L"cannot open");
+  sqlite3_limit(connection_, SQLITE_LIMIT_LENGTH, kLongest);
   sqlite3_busy_handler(
       connection_,
       [](void* file, int count) { return static_cast<SettingsFile*>(file)->Wait(count) ? 1 : 0; }, this);
@@ -162,7 +175,7 @@ bool SettingsFile::Query(const char* sql, std::string& result) {
 }
 
 bool SettingsFile::CheckIdentity() {
-  std::string tables, identity, version, check;
+  std::string tables, identity, version, foreign, check;
   if (!Query("SELECT count(*) FROM sqlite_master", tables) || !Query("PRAGMA application_id", identity) ||
       !Query("PRAGMA user_version", version)) {
     return Failed(L"cannot read");
@@ -170,6 +183,8 @@ bool SettingsFile::CheckIdentity() {
   if (identity == "0" && tables == "0") return true;
   if (identity != kIdentity) return Refuse(L"the file is no settings database; it was left as it is");
   if (version != kVersion) return Refuse(L"the file was written by a later version; it was left as it is");
+  if (!Query(kForeign, foreign)) return Failed(L"cannot read");
+  if (foreign != "0") return Refuse(L"the file is no settings database; it was left as it is");
   if (!Query("PRAGMA quick_check(1)", check)) return Failed(L"cannot read");
   return check == "ok" ? FindTable() : Refuse(L"the file is damaged; it was left as it is");
 }
