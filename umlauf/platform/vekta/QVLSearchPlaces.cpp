@@ -2,6 +2,7 @@
 
 #include <bit>
 #include <cstring>
+#include <type_traits>
 
 #include "umlauf/platform/vekta/QVL.h"
 
@@ -74,19 +75,24 @@ HWY_INLINE size_t PlacesPlainly(const Word* words, size_t i, size_t n, size_t st
   return count;
 }
 
-#if HWY_TARGET != HWY_SCALAR && !UMLAUF_QVL_COMPRESSES
-/// Bit k for element k, of at most 8.
+#if HWY_TARGET != HWY_SCALAR
+/// The bits of four vectors.
+using GroupBits = std::conditional_t<UMLAUF_QVL_COMPRESSES, std::uint64_t, Word>;
+
+/// Bit k for element k, of at most 8 or 16.
 template <class D>
-HWY_INLINE Word Bits(D d, hn::Mask<D> mask) {
-  static_assert(hn::MaxLanes(D()) <= 8);
-  std::uint8_t byte = 0;
-  hn::StoreMaskBits(d, mask, &byte);
-  return byte;
+HWY_INLINE GroupBits Bits(D d, hn::Mask<D> mask) {
+  static_assert(hn::MaxLanes(D()) <= 2 * sizeof(GroupBits));
+  std::uint8_t bytes[sizeof(GroupBits) / 4] = {};
+  hn::StoreMaskBits(d, mask, bytes);
+  GroupBits bits = bytes[0];
+  if constexpr (sizeof bytes > 1) bits |= GroupBits{bytes[1]} << 8;
+  return bits;
 }
 
 /// Writes the places `first` + k of the bits k that are set, four at a time, as their number cannot be
 /// foretold.
-HWY_INLINE size_t PlacesOfBits(Word bits, Word first, Word* places, size_t count) {
+HWY_INLINE size_t PlacesOfBits(GroupBits bits, Word first, Word* places, size_t count) {
   const auto found = static_cast<size_t>(std::popcount(bits));
   for (Word* out = places + count; bits != 0; out += 4) {
     for (size_t k = 0; k < 4; ++k, bits &= bits - 1)
@@ -130,19 +136,22 @@ HWY_INLINE size_t PlacesInVectors(const Word* words, size_t n, Marked marked, Wo
       continue;
     }
 #if UMLAUF_QVL_COMPRESSES
-    count += PutMarked(d, numbers, first, places + count);
-    numbers = hn::Add(numbers, some);
-    count += PutMarked(d, numbers, second, places + count);
-    numbers = hn::Add(numbers, some);
-    count += PutMarked(d, numbers, third, places + count);
-    numbers = hn::Add(numbers, some);
-    count += PutMarked(d, numbers, fourth, places + count);
-    numbers = hn::Add(numbers, some);
-#else
-    const Word bits =
+    if (count * 32 > i) {  // walking the bits of many marks takes longer than moving them together
+      count += PutMarked(d, numbers, first, places + count);
+      numbers = hn::Add(numbers, some);
+      count += PutMarked(d, numbers, second, places + count);
+      numbers = hn::Add(numbers, some);
+      count += PutMarked(d, numbers, third, places + count);
+      numbers = hn::Add(numbers, some);
+      count += PutMarked(d, numbers, fourth, places + count);
+      numbers = hn::Add(numbers, some);
+      continue;
+    }
+    numbers = hn::Add(numbers, hn::Set(d, static_cast<Word>(4 * N)));
+#endif
+    const GroupBits bits =
         Bits(d, first) | Bits(d, second) << N | Bits(d, third) << (2 * N) | Bits(d, fourth) << (3 * N);
     count = PlacesOfBits(bits, static_cast<Word>(i), places, count);
-#endif
   }
 #endif
   return PlacesPlainly(words, i, n, kStride, marked, places, count);
