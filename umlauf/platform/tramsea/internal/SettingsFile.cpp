@@ -24,18 +24,10 @@ constexpr std::chrono::microseconds kLongPause = 4ms, kShortPause = 500us;
 // What marks a SQLite file as a settings database: "UMLF", and the version of its table.
 constexpr const char* kIdentity = "1431129158";
 constexpr const char* kVersion = "1";
-#define UMLAUF_SETTING_TABLE                                                                \
-  "CREATE TABLE setting (path TEXT NOT NULL, idx INTEGER NOT NULL, value INTEGER NOT NULL," \
-  " PRIMARY KEY (path, idx)) WITHOUT ROWID"
-constexpr const char* kCreate = UMLAUF_SETTING_TABLE
-    ";"
-    "PRAGMA application_id = 1431129158;"
-    "PRAGMA user_version = 1";
-// Counts what is in a file beside that table. Views, triggers and conditions of others are code, which may
-// run for ever.
-constexpr const char* kForeign =
-    "SELECT count(*) FROM sqlite_master WHERE sql IS NOT '" UMLAUF_SETTING_TABLE "'";
-#undef UMLAUF_SETTING_TABLE
+constexpr const char* kMark = "PRAGMA application_id = 1431129158; PRAGMA user_version = 1";
+constexpr const char* kTable =
+    "CREATE TABLE setting (path TEXT NOT NULL, idx INTEGER NOT NULL, value INTEGER NOT NULL,"
+    " PRIMARY KEY (path, idx)) WITHOUT ROWID";
 
 /// Longest path, in bytes, and with it the longest that a damaged file can make SQLite take memory for.
 constexpr int kLongest = 1 << 20;
@@ -175,7 +167,7 @@ bool SettingsFile::Query(const char* sql, std::string& result) {
 }
 
 bool SettingsFile::CheckIdentity() {
-  std::string tables, identity, version, foreign, check;
+  std::string tables, identity, version, check;
   if (!Query("SELECT count(*) FROM sqlite_master", tables) || !Query("PRAGMA application_id", identity) ||
       !Query("PRAGMA user_version", version)) {
     return Failed(L"cannot read");
@@ -183,10 +175,20 @@ bool SettingsFile::CheckIdentity() {
   if (identity == "0" && tables == "0") return true;
   if (identity != kIdentity) return Refuse(L"the file is no settings database; it was left as it is");
   if (version != kVersion) return Refuse(L"the file was written by a later version; it was left as it is");
-  if (!Query(kForeign, foreign)) return Failed(L"cannot read");
-  if (foreign != "0") return Refuse(L"the file is no settings database; it was left as it is");
+  bool others = false;
+  if (!FindOthers(others)) return Failed(L"cannot read");
+  if (others) return Refuse(L"the file is no settings database; it was left as it is");
   if (!Query("PRAGMA quick_check(1)", check)) return Failed(L"cannot read");
   return check == "ok" ? FindTable() : Refuse(L"the file is damaged; it was left as it is");
+}
+
+bool SettingsFile::FindOthers(bool& found) {
+  const std::string table = kTable;
+  Statement others(connection_, "SELECT 1 FROM sqlite_master WHERE sql IS NOT ?1");
+  return others && others.Bind(1, table).Run([&found](const Statement&) {
+    found = true;
+    return false;
+  });
 }
 
 bool SettingsFile::FindTable() {
@@ -198,9 +200,10 @@ bool SettingsFile::FindTable() {
 
 bool SettingsFile::CreateTable() {
   tableIsNew_ = true;
-  return (sqlite3_exec(connection_, kCreate, nullptr, nullptr, nullptr) == SQLITE_OK ||
-          Failed(L"cannot create")) &&
-         Prepare();
+  const auto run = [this](const char* sql) {
+    return sqlite3_exec(connection_, sql, nullptr, nullptr, nullptr) == SQLITE_OK;
+  };
+  return ((run(kTable) && run(kMark)) || Failed(L"cannot create")) && Prepare();
 }
 
 void SettingsFile::RemoveEmptyFile() {
