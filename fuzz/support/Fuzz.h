@@ -17,6 +17,9 @@ namespace umlauf::fuzz {
 /// Ends the process with this text when a property does not hold.
 void Require(bool condition, const char* property);
 
+/// Lets this input use so many bytes more than others may.
+void Allow(std::size_t bytes);
+
 /// The bytes of an input, taken from the front. When they are used up, zeros come.
 class Input {
  public:

@@ -29,7 +29,7 @@ constexpr const char* kTable =
     "CREATE TABLE setting (path TEXT NOT NULL, idx INTEGER NOT NULL, value INTEGER NOT NULL,"
     " PRIMARY KEY (path, idx)) WITHOUT ROWID";
 
-/// Longest path, in bytes, and with it the longest that a damaged file can make SQLite take memory for.
+/// Longest text and longest record, in bytes.
 constexpr int kLongest = 1 << 20;
 
 CString Reason(sqlite3* connection) {
@@ -235,10 +235,11 @@ bool SettingsFile::ReadValues(const std::string& path, std::int64_t first, std::
                               const TakeValue& take) {
   if (!FindTable()) return false;
   if (!readValues_) return true;
-  const bool read = readValues_->Bind(1, path).Bind(2, first).Bind(3, end).Run([&take](const Statement& row) {
+  const bool read = readValues_->Bind(1, path).Bind(2, first).Bind(3, end).Run([&](const Statement& row) {
     const auto index = row.Number(0);
     const auto value = row.Number(1);
-    if (index && value) take(*index, *value);
+    // Rows that are damaged so that they are out of order pass the conditions of the query.
+    if (index && value && *index >= first && *index < end) take(*index, *value);
     return true;
   });
   return read || Failed(L"cannot read");
