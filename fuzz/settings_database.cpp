@@ -20,9 +20,9 @@ void ReadAll(const CResourceSea& sea) {
 }  // namespace
 
 void FuzzOne(Input input) {
-  // SQLite makes a list of the pages that a record's length would take, 8 bytes for each of at most 2^31 /
-  // 508.
-  Allow(std::size_t{36} << 20);
+  // SQLite makes a list of the pages that the length of a record would take: 8 bytes for each of at most
+  // 2^32 / 508.
+  Allow(std::size_t{72} << 20);
   static const TemporaryFile file;
   const CString path = CString::FromUtf8(file.path());
   file.Fill(input.Rest());
