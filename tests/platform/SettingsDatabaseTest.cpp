@@ -98,6 +98,7 @@ TEST_F(SettingsDatabase, WhatOthersHaveAddedIsNeverRun) {
                            "PRAGMA ignore_check_constraints = 1; INSERT INTO t VALUES (1)"},
   };
   for (const auto& [name, sql] : cases) {
+    CResourceSea before(Text(Path(name)));  // while the file is empty
     sqlite3* made = nullptr;
     ASSERT_EQ(sqlite3_open(Path(name).string().c_str(), &made), SQLITE_OK);
     const std::string all = sql + "; PRAGMA application_id = 1431129158; PRAGMA user_version = 1";
@@ -105,6 +106,8 @@ TEST_F(SettingsDatabase, WhatOthersHaveAddedIsNeverRun) {
     sqlite3_close(made);
     CResourceSea sea(Text(Path(name)));
     EXPECT_ALL(!sea.IsOpen(), !sea.LookupSetInt(L"b", 0, 1), sea.Paths().empty());
+    EXPECT_THAT(TakeLog(), HasSubstr("no settings database")) << name;
+    EXPECT_ALL(before.IsOpen(), !before.LookupSetInt(L"b", 0, 1), before.Paths().empty());
     EXPECT_THAT(TakeLog(), HasSubstr("no settings database")) << name;
   }
   CResourceSea sea(L":memory:");

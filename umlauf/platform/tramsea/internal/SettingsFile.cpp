@@ -175,27 +175,29 @@ bool SettingsFile::CheckIdentity() {
   if (identity == "0" && tables == "0") return true;
   if (identity != kIdentity) return Refuse(L"the file is no settings database; it was left as it is");
   if (version != kVersion) return Refuse(L"the file was written by a later version; it was left as it is");
-  bool others = false;
-  if (!FindOthers(others)) return Failed(L"cannot read");
-  if (others) return Refuse(L"the file is no settings database; it was left as it is");
+  // Conditions of other tables would be part of the check, so it comes behind the look for them.
+  if (!FindTable()) return false;
   if (!Query("PRAGMA quick_check(1)", check)) return Failed(L"cannot read");
-  return check == "ok" ? FindTable() : Refuse(L"the file is damaged; it was left as it is");
+  return check == "ok" || Refuse(L"the file is damaged; it was left as it is");
 }
 
-bool SettingsFile::FindOthers(bool& found) {
+bool SettingsFile::HoldsTableOnly() {
+  bool others = false;
   const std::string table = kTable;
-  Statement others(connection_, "SELECT 1 FROM sqlite_master WHERE sql IS NOT ?1");
-  return others && others.Bind(1, table).Run([&found](const Statement&) {
-    found = true;
+  Statement statement(connection_, "SELECT 1 FROM sqlite_master WHERE sql IS NOT ?1");
+  const bool read = statement && statement.Bind(1, table).Run([&others](const Statement&) {
+    others = true;
     return false;
   });
+  if (!read) return Failed(L"cannot read");
+  return !others || Refuse(L"the file is no settings database; it was left as it is");
 }
 
 bool SettingsFile::FindTable() {
   if (remove_) return true;  // the last one that is prepared
   std::string identity;
   if (!Query("PRAGMA application_id", identity)) return Failed(L"cannot read");
-  return identity != kIdentity || Prepare();
+  return identity != kIdentity || (HoldsTableOnly() && Prepare());
 }
 
 bool SettingsFile::CreateTable() {

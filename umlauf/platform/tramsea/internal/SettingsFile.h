@@ -68,9 +68,9 @@ class SettingsFile {
   explicit SettingsFile(const CString& path) : path_(path) {}
   bool Connect(bool writable);
   bool CheckIdentity();
-  /// Whether there is more than the table of settings, such as views, triggers and conditions, which are code
-  /// and may run for ever. False when that cannot be read.
-  bool FindOthers(bool& found);
+  /// Whether there is nothing beside the table of settings: views, triggers and conditions are code, which
+  /// may run for ever.
+  bool HoldsTableOnly();
   /// Prepares the statements once there is a table, which another process may have made.
   bool FindTable();
   bool CreateTable();
